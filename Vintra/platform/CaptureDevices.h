@@ -1,0 +1,94 @@
+#pragma once
+
+#include "Vintra/platform/AVAssetWriter.h"
+#include "Vintra/platform/CMSampleBuffer.h"
+#include "Vintra/platform/DispatchQueue.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace vintra {
+
+enum class AVAuthorizationStatus { notDetermined = 0, restricted = 1, denied = 2, authorized = 3 };
+
+/// A microphone, another sound input or a camera. Main thread.
+class AVCaptureDevice {
+public:
+    virtual ~AVCaptureDevice() = default;
+    virtual const std::string& uniqueID() const = 0;
+    /// As the user knows it.
+    virtual const std::string& localizedName() const = 0;
+    virtual bool isConnected() const = 0;
+    /// The layout that a sound input runs at; nothing if it can't be read or this is a camera.
+    virtual std::optional<AudioStreamBasicDescription> activeAudioFormat() const = 0;
+    /// The size that a camera runs at; nothing if it can't be read or this is a sound input.
+    virtual std::optional<CMVideoDimensions> activeVideoDimensions() const = 0;
+    /// The shortest time between two frames that a camera is set to; not numeric if unknown or a sound input.
+    virtual CMTime activeVideoMinFrameDuration() const = 0;
+};
+
+/// A device as a session's source. Opened by `CaptureDevices::makeDeviceInput`.
+class AVCaptureDeviceInput {
+public:
+    virtual ~AVCaptureDeviceInput() = default;
+};
+
+/// Where a session's samples come out. Its identity is its address.
+class AVCaptureOutput {
+public:
+    virtual ~AVCaptureOutput() = default;
+};
+
+/// Takes samples on the queue that the output was given.
+class AVCaptureDataOutputSampleBufferDelegate {
+public:
+    virtual ~AVCaptureDataOutputSampleBufferDelegate() = default;
+    virtual void captureOutput(const std::shared_ptr<AVCaptureOutput>& output,
+                               const CMSampleBuffer& didOutput) = 0;
+};
+
+/// Delivers interleaved linear PCM in the rate, depth and channel count asked for, each buffer stamped with
+/// the host time of its first frame. Held by the session it is added to.
+class AVCaptureAudioDataOutput : public AVCaptureOutput {
+public:
+    /// Before the session runs. The delegate is held weakly.
+    virtual void setSampleBufferDelegate(std::weak_ptr<AVCaptureDataOutputSampleBufferDelegate> delegate,
+                                         std::shared_ptr<DispatchQueue> queue) = 0;
+};
+
+/// Joins one device input to its outputs. Built on the main thread; started and stopped on the session
+/// control queue.
+class AVCaptureSession {
+public:
+    virtual ~AVCaptureSession() = default;
+    virtual bool canAddInput(const AVCaptureDeviceInput& input) const = 0;
+    virtual void addInput(std::shared_ptr<AVCaptureDeviceInput> input) = 0;
+    virtual bool canAddOutput(const AVCaptureOutput& output) const = 0;
+    virtual void addOutput(std::shared_ptr<AVCaptureOutput> output) = 0;
+    /// Blocks until the device runs or has refused.
+    virtual void startRunning() = 0;
+    /// Blocks until no further sample will be queued.
+    virtual void stopRunning() = 0;
+    virtual bool isRunning() const = 0;
+};
+
+/// Finds and opens capture devices. Main thread.
+class CaptureDevices {
+public:
+    virtual ~CaptureDevices() = default;
+    /// Null if there is no such device, or none that can be captured.
+    virtual std::shared_ptr<AVCaptureDevice> deviceWithUniqueID(const std::string& uniqueID) = 0;
+    virtual AVAuthorizationStatus authorizationStatus(AVMediaType mediaType) const = 0;
+    /// Asks the user. The answer may come on any thread.
+    virtual void requestAccess(AVMediaType mediaType, std::function<void(bool granted)> completion) = 0;
+    /// Throws `SystemError` if the device can't be opened.
+    virtual std::shared_ptr<AVCaptureDeviceInput>
+    makeDeviceInput(const std::shared_ptr<AVCaptureDevice>& device) = 0;
+    virtual std::shared_ptr<AVCaptureAudioDataOutput>
+    makeAudioDataOutput(const AVAudioSettings& audioSettings) = 0;
+    virtual std::shared_ptr<AVCaptureSession> makeSession() = 0;
+};
+
+} // namespace vintra

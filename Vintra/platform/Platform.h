@@ -1,0 +1,39 @@
+#pragma once
+
+#include <memory>
+
+namespace vintra {
+
+class AssetWriters;
+class AudioHardware;
+class CaptureDevices;
+class DispatchQueues;
+class FileManager;
+class HostClock;
+class Log;
+class MainThread;
+class ProcessInfo;
+class ScreenCapture;
+class Screens;
+class UserDefaults;
+class WallClock;
+
+/// Every service of the machine, built once by a `main` or a test and handed down. None is null. A test takes
+/// the simulated bundle and replaces one service. Services outlive everything that is handed the bundle.
+struct Platform {
+    std::shared_ptr<HostClock> hostClock;
+    std::shared_ptr<WallClock> wallClock;
+    std::shared_ptr<MainThread> mainThread;
+    std::shared_ptr<DispatchQueues> dispatchQueues;
+    std::shared_ptr<Log> log;
+    std::shared_ptr<UserDefaults> userDefaults;
+    std::shared_ptr<FileManager> fileManager;
+    std::shared_ptr<ProcessInfo> processInfo;
+    std::shared_ptr<AssetWriters> assetWriters;
+    std::shared_ptr<CaptureDevices> captureDevices;
+    std::shared_ptr<ScreenCapture> screenCapture;
+    std::shared_ptr<Screens> screens;
+    std::shared_ptr<AudioHardware> audioHardware;
+};
+
+} // namespace vintra

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace vintra {
+
+/// Keeps an observer of a `Published` value in place; letting go of it ends the observation.
+using Observation = std::shared_ptr<void>;
+
+/// A value that its observers are told about. Main thread.
+template <typename Value>
+class Published {
+public:
+    Published() = default;
+    explicit Published(Value initial)
+        : value(std::move(initial)) {}
+    Published(const Published&) = delete;
+    Published& operator=(const Published&) = delete;
+
+    const Value& get() const { return value; }
+    const Value& operator*() const { return value; }
+    const Value* operator->() const { return &value; }
+
+    /// Sets the value; on a real change first runs the owner's change handling, then in any case tells the
+    /// observers.
+    void set(Value newValue) {
+        const bool changed = !(newValue == value);
+        Value old = std::exchange(value, std::move(newValue));
+        if (changed && didChange) didChange(old);
+        notify();
+    }
+    /// Changes the value in place by a function, with the same consequences as `set`.
+    template <typename Change>
+    void update(Change change) {
+        Value copy = value;
+        change(copy);
+        set(std::move(copy));
+    }
+
+    /// The owner's change handling: called with the old value.
+    void onChange(std::function<void(const Value& old)> handler) { didChange = std::move(handler); }
+
+    /// Calls the observer after every set for as long as the result is kept.
+    [[nodiscard]] Observation observe(std::function<void(const Value&)> observer) {
+        auto kept = std::make_shared<std::function<void(const Value&)>>(std::move(observer));
+        observers.push_back(kept);
+        return kept;
+    }
+
+private:
+    void notify() {
+        const auto current = observers;
+        for (const auto& weak : current) {
+            if (const auto observer = weak.lock()) (*observer)(value);
+        }
+        std::erase_if(observers, [](const auto& weak) { return weak.expired(); });
+    }
+
+    Value value{};
+    std::function<void(const Value&)> didChange;
+    std::vector<std::weak_ptr<std::function<void(const Value&)>>> observers;
+};
+
+} // namespace vintra

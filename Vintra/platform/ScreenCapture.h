@@ -1,0 +1,125 @@
+#pragma once
+
+#include "Vintra/platform/CMSampleBuffer.h"
+#include "Vintra/platform/DispatchQueue.h"
+#include "Vintra/platform/Geometry.h"
+#include "Vintra/platform/SystemError.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace vintra {
+
+/// A display as it can be captured. Sizes in points.
+struct SCDisplay {
+    uint32_t displayID = 0;
+    int width = 0;
+    int height = 0;
+    bool operator==(const SCDisplay&) const = default;
+};
+
+struct SCWindow {
+    uint32_t windowID = 0;
+    CGRect frame; ///< points
+    std::string title;
+    bool operator==(const SCWindow&) const = default;
+};
+
+struct SCRunningApplication {
+    int32_t processID = 0;
+    std::string applicationName;
+    bool operator==(const SCRunningApplication&) const = default;
+};
+
+struct SCShareableContent {
+    std::vector<SCDisplay> displays;
+    std::vector<SCWindow> windows;
+    std::vector<SCRunningApplication> applications;
+};
+
+/// One window by itself, whatever lies over it; or a display without some applications' windows, some of which are
+/// excepted and shown all the same.
+struct SCContentFilter {
+    struct DesktopIndependentWindow {
+        SCWindow window;
+    };
+    struct Display {
+        SCDisplay display;
+        std::vector<SCRunningApplication> excludingApplications;
+        std::vector<SCWindow> exceptingWindows;
+    };
+    std::variant<DesktopIndependentWindow, Display> content;
+};
+
+struct SCStreamConfiguration {
+    int32_t width = 0; ///< pixels, even
+    int32_t height = 0;
+    std::optional<CGRect> sourceRect; ///< the part of the display to show, in points; nothing for all of it
+    CMTime minimumFrameInterval;
+    uint32_t pixelFormat = kCVPixelFormatType_32BGRA;
+    bool showsCursor = true;
+    int queueDepth = 8; ///< frames that may be on their way to the output at once
+};
+
+/// What a frame's status says. Only a complete frame carries a new picture.
+enum class SCFrameStatus : int64_t { complete = 0, idle = 1, blank = 2, suspended = 3, started = 4, stopped = 5 };
+/// The attachment of a stream's samples that holds their `SCFrameStatus` as a whole number.
+inline constexpr const char* SCStreamFrameInfoStatus = "SCStreamUpdateFrameStatus";
+
+enum class SCStreamOutputType { screen, audio };
+
+class SCStream;
+
+/// Takes a stream's samples, on the queue given with it.
+class SCStreamOutput {
+public:
+    virtual ~SCStreamOutput() = default;
+    virtual void stream(SCStream& stream, const CMSampleBuffer& didOutputSampleBuffer, SCStreamOutputType of) = 0;
+};
+
+/// Is told, on any thread and at most once, that a running stream has ended by itself.
+class SCStreamDelegate {
+public:
+    virtual ~SCStreamDelegate() = default;
+    virtual void stream(SCStream& stream, const SystemError& didStopWithError) = 0;
+};
+
+/// A running capture of the screen. Frames come only when the picture has changed, the first one as soon as the capture
+/// runs, no closer together than the minimum frame interval, each stamped with the host time it shows.
+/// If the output falls behind by the queue depth, frames are left out at the source; the capture never waits.
+/// Main thread.
+class SCStream {
+public:
+    virtual ~SCStream() = default;
+    /// Before the capture. Held weakly. Throws `SystemError`.
+    virtual void addStreamOutput(std::weak_ptr<SCStreamOutput> output, SCStreamOutputType type,
+                                 std::shared_ptr<DispatchQueue> sampleHandlerQueue) = 0;
+    /// The completion may come on any thread; it carries the error if there was one.
+    virtual void startCapture(std::function<void(std::optional<SystemError>)> completion) = 0;
+    /// After the completion no further sample is queued.
+    virtual void stopCapture(std::function<void(std::optional<SystemError>)> completion) = 0;
+};
+
+/// What can be captured of the screen. Main thread.
+class ScreenCapture {
+public:
+    virtual ~ScreenCapture() = default;
+
+    struct Content {
+        SCShareableContent content;
+        std::optional<SystemError> error; ///< set if the content could not be read
+    };
+    /// The completion may come on any thread.
+    virtual void getShareableContent(bool excludingDesktopWindows, bool onScreenWindowsOnly,
+                                     std::function<void(Content)> completion) = 0;
+    /// The delegate is held weakly. Throws `SystemError`.
+    virtual std::shared_ptr<SCStream> makeStream(const SCContentFilter& filter, const SCStreamConfiguration& configuration,
+                                                 std::weak_ptr<SCStreamDelegate> delegate) = 0;
+};
+
+} // namespace vintra

@@ -1,0 +1,41 @@
+# Compile options shared by every target, and the one way in which a folder becomes a library.
+
+find_program(CCACHE ccache)
+if(CCACHE)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
+endif()
+
+add_library(vintra_options INTERFACE)
+target_include_directories(vintra_options INTERFACE ${CMAKE_SOURCE_DIR})
+target_compile_options(vintra_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Werror)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # GCC 12 reports uninitialised members of coroutine frames that it has itself laid out.
+  target_compile_options(vintra_options INTERFACE -Wno-maybe-uninitialized)
+endif()
+if(VINTRA_SANITIZE)
+  target_compile_options(vintra_options INTERFACE -fsanitize=${VINTRA_SANITIZE} -fno-omit-frame-pointer
+                                                  -fno-sanitize-recover=all)
+  target_link_options(vintra_options INTERFACE -fsanitize=${VINTRA_SANITIZE})
+endif()
+if(VINTRA_THREAD_SAFETY)
+  if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+    message(FATAL_ERROR "The thread-safety build needs clang")
+  endif()
+  target_compile_options(vintra_options INTERFACE -Wthread-safety -Wthread-safety-beta)
+endif()
+
+# vintra_library(NAME [DEPENDS target...] [SYSTEM target...])
+# A static library of every .cpp in the current folder. DEPENDS names the layers below it: what is not
+# named can't be linked, so the build enforces the layering.
+function(vintra_library name)
+  cmake_parse_arguments(ARG "" "" "DEPENDS;SYSTEM" ${ARGN})
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  if(NOT sources)
+    add_library(${name} INTERFACE)
+    target_link_libraries(${name} INTERFACE vintra_options ${ARG_DEPENDS})
+    return()
+  endif()
+  add_library(${name} STATIC ${sources})
+  target_link_libraries(${name} PUBLIC vintra_options Threads::Threads ${ARG_DEPENDS} PRIVATE ${ARG_SYSTEM})
+endfunction()
