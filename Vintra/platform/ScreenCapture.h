@@ -42,8 +42,8 @@ struct SCShareableContent {
     std::vector<SCRunningApplication> applications;
 };
 
-/// One window by itself, whatever lies over it; or a display without some applications' windows, some of which are
-/// excepted and shown all the same.
+/// One window by itself, whatever lies over it; or a display without some applications' windows, some of
+/// which are excepted and shown all the same.
 struct SCContentFilter {
     struct DesktopIndependentWindow {
         SCWindow window;
@@ -67,7 +67,14 @@ struct SCStreamConfiguration {
 };
 
 /// What a frame's status says. Only a complete frame carries a new picture.
-enum class SCFrameStatus : int64_t { complete = 0, idle = 1, blank = 2, suspended = 3, started = 4, stopped = 5 };
+enum class SCFrameStatus : int64_t {
+    complete = 0,
+    idle = 1,
+    blank = 2,
+    suspended = 3,
+    started = 4,
+    stopped = 5
+};
 /// The attachment of a stream's samples that holds their `SCFrameStatus` as a whole number.
 inline constexpr const char* SCStreamFrameInfoStatus = "SCStreamUpdateFrameStatus";
 
@@ -79,7 +86,8 @@ class SCStream;
 class SCStreamOutput {
 public:
     virtual ~SCStreamOutput() = default;
-    virtual void stream(SCStream& stream, const CMSampleBuffer& didOutputSampleBuffer, SCStreamOutputType of) = 0;
+    virtual void stream(SCStream& stream, const CMSampleBuffer& didOutputSampleBuffer,
+                        SCStreamOutputType of) = 0;
 };
 
 /// Is told, on any thread and at most once, that a running stream has ended by itself.
@@ -89,10 +97,10 @@ public:
     virtual void stream(SCStream& stream, const SystemError& didStopWithError) = 0;
 };
 
-/// A running capture of the screen. Frames come only when the picture has changed, the first one as soon as the capture
-/// runs, no closer together than the minimum frame interval, each stamped with the host time it shows.
-/// If the output falls behind by the queue depth, frames are left out at the source; the capture never waits.
-/// Main thread.
+/// A running capture of the screen. Frames come only when the picture has changed, the first one as soon as
+/// the capture runs, no closer together than the minimum frame interval, each stamped with the host time it
+/// shows. If the output falls behind by the queue depth, frames are left out at the source; the capture never
+/// waits. Main thread.
 class SCStream {
 public:
     virtual ~SCStream() = default;
@@ -118,7 +126,8 @@ public:
     virtual void getShareableContent(bool excludingDesktopWindows, bool onScreenWindowsOnly,
                                      std::function<void(Content)> completion) = 0;
     /// The delegate is held weakly. Throws `SystemError`.
-    virtual std::shared_ptr<SCStream> makeStream(const SCContentFilter& filter, const SCStreamConfiguration& configuration,
+    virtual std::shared_ptr<SCStream> makeStream(const SCContentFilter& filter,
+                                                 const SCStreamConfiguration& configuration,
                                                  std::weak_ptr<SCStreamDelegate> delegate) = 0;
 };
 

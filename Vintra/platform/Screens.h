@@ -12,7 +12,7 @@ namespace vintra {
 struct NSScreen {
     uint32_t screenNumber = 0; ///< the id of the display that it is
     std::string localizedName;
-    CGRect frame; ///< points, on the desktop
+    CGRect frame;                  ///< points, on the desktop
     double backingScaleFactor = 1; ///< pixels a point
     bool operator==(const NSScreen&) const = default;
 };
