@@ -1,0 +1,43 @@
+#pragma once
+
+#include "Vintra/platform/DispatchQueue.h"
+#include "Vintra/platform/simulated/SimulatedLane.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace vintra {
+
+/// How late each firing of a timer comes, in nanoseconds, by the queue's label and the number of the firing
+/// from 0.
+using SimulatedTimerLateness = std::function<int64_t(const std::string& label, int64_t firing)>;
+
+/// A serial queue of a simulated machine, or a concurrent one, whose pieces never wait for each other. One
+/// real thread.
+class SimulatedDispatchQueue : public DispatchQueue {
+public:
+    enum class Kind { serial, concurrent };
+
+    SimulatedDispatchQueue(std::shared_ptr<VirtualTime> time, std::string label, Kind kind,
+                           std::shared_ptr<SimulatedTimerLateness> lateness);
+    ~SimulatedDispatchQueue() override;
+
+    const std::string& label() const override { return name; }
+    void async(std::function<void()> work) override;
+    void sync(const std::function<void()>& work) override;
+    std::unique_ptr<DispatchTimer> makeTimer(DispatchTimerSchedule schedule,
+                                             std::function<void()> handler) override;
+    /// Whether the caller runs on this queue.
+    bool isCurrent() const { return lane && lane->isCurrent(); }
+    /// Whether a piece of work runs or sleeps on it.
+    bool isOccupied() const { return lane && lane->isOccupied(); }
+
+private:
+    std::shared_ptr<VirtualTime> time;
+    std::string name;
+    std::shared_ptr<SimulatedLane> lane; ///< null if concurrent
+    std::shared_ptr<SimulatedTimerLateness> lateness;
+};
+
+} // namespace vintra

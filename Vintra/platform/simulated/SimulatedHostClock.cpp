@@ -1,0 +1,24 @@
+#include "Vintra/platform/simulated/SimulatedHostClock.h"
+
+namespace vintra {
+
+SimulatedHostClock::SimulatedHostClock(std::shared_ptr<VirtualTime> aTime,
+                                       std::shared_ptr<SimulatedMainThread> aMainThread)
+    : time(std::move(aTime))
+    , mainThread(std::move(aMainThread)) {}
+
+CMTime SimulatedHostClock::now() const {
+    return hostTimeFromNanoseconds(time->nowNanoseconds());
+}
+
+void SimulatedHostClock::sleep(int64_t microseconds) {
+    if (microseconds <= 0) return;
+    const auto pass = [&] { time->advanceNanoseconds(microseconds * 1000); };
+    if (time->isIdle()) {
+        mainThread->runNow(pass);
+    } else {
+        pass();
+    }
+}
+
+} // namespace vintra

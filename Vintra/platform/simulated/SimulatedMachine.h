@@ -1,0 +1,84 @@
+#pragma once
+
+#include "Vintra/platform/Platform.h"
+#include "Vintra/platform/Task.h"
+#include "Vintra/platform/simulated/SimulatedDispatchQueues.h"
+#include "Vintra/platform/simulated/SimulatedHostClock.h"
+#include "Vintra/platform/simulated/SimulatedLog.h"
+#include "Vintra/platform/simulated/SimulatedMainThread.h"
+#include "Vintra/platform/simulated/SimulatedWallClock.h"
+#include "Vintra/platform/simulated/VirtualTime.h"
+
+#include <exception>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <type_traits>
+#include <utility>
+
+namespace vintra {
+
+/// A deterministic computer on virtual time: one real thread, the same run every time. A test owns it,
+/// scripts its services through their members, hands `platform()` to what it tests, and lets time pass.
+/// Declare it before everything that uses it; when it goes, what was still to happen is dropped.
+class SimulatedMachine {
+public:
+    SimulatedMachine();
+    ~SimulatedMachine();
+    SimulatedMachine(const SimulatedMachine&) = delete;
+    SimulatedMachine& operator=(const SimulatedMachine&) = delete;
+
+    Platform platform() const;
+
+    /// Lets that much time pass.
+    void run(double seconds) { time->advance(seconds); }
+    /// Runs what is due now, without letting time pass.
+    void settle() { time->settle(); }
+    /// Lets time pass until the predicate holds; false if the limit came first.
+    bool runMainUntil(const std::function<bool()>& predicate, double limitSeconds = 60) {
+        return time->runUntil(predicate, limitSeconds);
+    }
+    /// Runs the task on the main thread to its end: its result or its exception. Throws
+    /// `std::runtime_error` if it still waits when the limit is reached.
+    template <typename Result>
+    Result complete(Task<Result> task, double limitSeconds = 60) {
+        TaskScope scope;
+        CompletedTask<Result> outcome;
+        mainThread->runNow([&] { scope.start(keep(std::move(task), outcome)); });
+        if (!runMainUntil([&] { return scope.isIdle(); }, limitSeconds))
+            throw std::runtime_error("the task still waits");
+        if (outcome.failure) std::rethrow_exception(outcome.failure);
+        if constexpr (!std::is_void_v<Result>) return std::move(*outcome.value);
+    }
+    /// Host time now.
+    CMTime now() const { return hostClock->now(); }
+
+    const std::shared_ptr<VirtualTime> time;
+    const std::shared_ptr<SimulatedMainThread> mainThread;
+    const std::shared_ptr<SimulatedHostClock> hostClock;
+    const std::shared_ptr<SimulatedWallClock> wallClock;
+    const std::shared_ptr<SimulatedDispatchQueues> dispatchQueues;
+    const std::shared_ptr<SimulatedLog> log;
+
+private:
+    template <typename Result>
+    struct CompletedTask {
+        std::optional<detail::CompletionValue<Result>> value;
+        std::exception_ptr failure;
+    };
+    template <typename Result>
+    static Task<void> keep(Task<Result> task, CompletedTask<Result>& outcome) {
+        try {
+            if constexpr (std::is_void_v<Result>) {
+                co_await std::move(task);
+            } else {
+                outcome.value.emplace(co_await std::move(task));
+            }
+        } catch (...) {
+            outcome.failure = std::current_exception();
+        }
+    }
+};
+
+} // namespace vintra

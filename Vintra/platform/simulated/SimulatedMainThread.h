@@ -1,0 +1,27 @@
+#pragma once
+
+#include "Vintra/platform/MainThread.h"
+#include "Vintra/platform/simulated/SimulatedLane.h"
+
+#include <memory>
+
+namespace vintra {
+
+/// The main thread of a simulated machine. What a test does outside of all events counts as running on it.
+class SimulatedMainThread : public MainThread {
+public:
+    explicit SimulatedMainThread(std::shared_ptr<VirtualTime> aTime)
+        : time(std::move(aTime))
+        , lane(SimulatedLane::make(time)) {}
+
+    void post(std::function<void()> work) override { lane->post(std::move(work)); }
+    bool isCurrent() const override { return time->isIdle() || lane->isCurrent(); }
+    /// Runs the work as the main thread, with what is posted meanwhile waiting.
+    void runNow(const std::function<void()>& work) { lane->runNow(work); }
+
+private:
+    std::shared_ptr<VirtualTime> time;
+    std::shared_ptr<SimulatedLane> lane;
+};
+
+} // namespace vintra
