@@ -4,6 +4,7 @@
 
 namespace vintra {
 
+class AssetProbing;
 class AssetWriters;
 class AudioHardware;
 class CaptureDevices;
@@ -17,6 +18,7 @@ class ScreenCapture;
 class Screens;
 class UserDefaults;
 class WallClock;
+class Workspace;
 
 /// Every service of the machine, built once by a `main` or a test and handed down. None is null. A test takes
 /// the simulated bundle and replaces one service. Services outlive everything that is handed the bundle.
@@ -34,6 +36,8 @@ struct Platform {
     std::shared_ptr<ScreenCapture> screenCapture;
     std::shared_ptr<Screens> screens;
     std::shared_ptr<AudioHardware> audioHardware;
+    std::shared_ptr<AssetProbing> assetProbing;
+    std::shared_ptr<Workspace> workspace;
 };
 
 } // namespace vintra

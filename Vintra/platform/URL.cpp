@@ -1,5 +1,7 @@
 #include "Vintra/platform/URL.h"
 
+#include <string_view>
+
 namespace vintra {
 
 URL URL::fileURL(std::string path) {
@@ -37,14 +39,15 @@ URL URL::appendingPathComponent(const std::string& name) const {
     return URL(path_.back() == '/' ? path_ + name : path_ + "/" + name);
 }
 
-std::string URL::absoluteString() const {
+std::string URL::percentEncodedPath() const {
     constexpr char hex[] = "0123456789ABCDEF";
-    std::string text = "file://";
+    constexpr std::string_view marks = "!$&'()*+,-./:=@_~";
+    std::string text;
+    text.reserve(path_.size());
     for (const char c : path_) {
         const auto byte = static_cast<unsigned char>(c);
         const bool plain = (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') ||
-                           (byte >= '0' && byte <= '9') || byte == '/' || byte == '-' || byte == '_' ||
-                           byte == '.' || byte == '~';
+                           (byte >= '0' && byte <= '9') || marks.find(c) != std::string_view::npos;
         if (plain) {
             text += c;
         } else {
@@ -54,6 +57,10 @@ std::string URL::absoluteString() const {
         }
     }
     return text;
+}
+
+std::string URL::absoluteString() const {
+    return "file://" + percentEncodedPath();
 }
 
 } // namespace vintra

@@ -25,7 +25,11 @@ public:
     /// The folder that holds this; "." for a bare name, "/" for a child of the root and the root itself.
     URL deletingLastPathComponent() const;
     URL appendingPathComponent(const std::string& name) const;
-    /// "file://" with every byte outside the unreserved set and "/" written as %XX.
+    /// The path with every byte outside the URL-path character set written as %XX. The set is letters, digits
+    /// and
+    /// "!$&'()*+,-./:=@_~".
+    std::string percentEncodedPath() const;
+    /// "file://" and the percent-encoded path.
     std::string absoluteString() const;
 
     auto operator<=>(const URL&) const = default;
