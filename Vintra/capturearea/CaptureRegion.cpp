@@ -1,0 +1,33 @@
+#include "Vintra/capturearea/CaptureRegion.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace vintra {
+namespace {
+
+/// A region comes out of the settings too, so it may be anything.
+int wholePixels(double scale, double points) {
+    const double pixels = std::floor(scale * points);
+    if (!(pixels > 0)) return 0;
+    constexpr int kMost = std::numeric_limits<int>::max();
+    return pixels >= kMost ? kMost : static_cast<int>(pixels);
+}
+
+int evenAtLeastTwo(int pixels) {
+    return std::max(pixels & ~1, 2);
+}
+
+} // namespace
+
+CaptureRegion::PixelSize CaptureRegion::pixelSize(double scale, AspectPreset aspect) const {
+    const int width = wholePixels(scale, rect.size.width);
+    const int height = wholePixels(scale, rect.size.height);
+    const auto units = aspectUnits(aspect);
+    if (!units) return {evenAtLeastTwo(width), evenAtLeastTwo(height)};
+    const int steps = std::max(1, std::min(width / units->width, height / units->height));
+    return {units->width * steps, units->height * steps};
+}
+
+} // namespace vintra
