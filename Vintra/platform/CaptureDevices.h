@@ -58,6 +58,15 @@ public:
                                          std::shared_ptr<DispatchQueue> queue) = 0;
 };
 
+/// Delivers a camera's pictures in its own pixel format, each stamped with the host time of its capture. Held
+/// by the session it is added to.
+class AVCaptureVideoDataOutput : public AVCaptureOutput {
+public:
+    /// Before the session runs. The delegate is held weakly.
+    virtual void setSampleBufferDelegate(std::weak_ptr<AVCaptureDataOutputSampleBufferDelegate> delegate,
+                                         std::shared_ptr<DispatchQueue> queue) = 0;
+};
+
 /// Joins one device input to its outputs. Built on the main thread; started and stopped on the session
 /// control queue.
 class AVCaptureSession {
