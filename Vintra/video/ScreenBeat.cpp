@@ -1,0 +1,236 @@
+#include "Vintra/video/ScreenBeat.h"
+
+#include "Vintra/platform/CheckedMath.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+namespace vintra {
+namespace {
+
+constexpr const char* kLogCategory = "screen-beat";
+/// Long before any slot, and near enough to 0 to be subtracted from one.
+constexpr int64_t kNoLoss = std::numeric_limits<int64_t>::min() / 2;
+/// The fastest rate at which empty slots are filled is one below this.
+constexpr int32_t kFirstRateWithoutCopies = 31;
+/// Copies stay this many slots behind the present, so that a frame still on its way finds its slot free.
+constexpr int64_t kSlotsBehind = 3;
+/// From this length on a gap is jumped instead of filled.
+constexpr int64_t kLongGap = 5;
+constexpr int64_t kTimerLeewayNanoseconds = 2'000'000;
+constexpr int64_t kFinishPollMicroseconds = 2000;
+constexpr CMTime kFinishLimit{1, 1, kCMTimeFlags_Valid};
+
+} // namespace
+
+ScreenBeat::ScreenBeat(std::shared_ptr<HostClock> clock, std::shared_ptr<Log> systemLog)
+    : hostClock(std::move(clock))
+    , log(std::move(systemLog))
+    , lastLossSlot(kNoLoss)
+    , wrote([](CMTime) {})
+    , lost([](CMTime) {})
+    , writerStatus([] { return std::string(); }) {}
+
+void ScreenBeat::begin(CMTime at, int32_t rate, std::shared_ptr<AVAssetWriterInput> into,
+                       std::shared_ptr<DispatchQueue> on, std::function<void(CMTime)> newWrote,
+                       std::function<void(CMTime)> newLost, std::function<std::string()> newWriterStatus) {
+    std::shared_ptr<DispatchTimer> newTimer;
+    {
+        MutexLock guard(lock);
+        cancelTimer();
+        input = std::move(into);
+        grid = SlotGrid::begin(at, rate);
+        fills = grid.rate < kFirstRateWithoutCopies;
+        finishing = false;
+        lastSlot = -1;
+        lastFrame.reset();
+        pending.reset();
+        totals = {};
+        lastLossSlot = kNoLoss;
+        ticks = 0;
+        second = {};
+        wrote = std::move(newWrote);
+        lost = std::move(newLost);
+        writerStatus = std::move(newWriterStatus);
+        newTimer = on->makeTimer({.delayNanoseconds = 0,
+                                  .intervalNanoseconds = 1'000'000'000 / grid.rate,
+                                  .leewayNanoseconds = kTimerLeewayNanoseconds},
+                                 [weak = weak_from_this()] {
+                                     if (const auto beat = weak.lock()) beat->tick();
+                                 });
+        timer = newTimer;
+    }
+    newTimer->resume();
+}
+
+void ScreenBeat::cancelTimer() {
+    if (timer) timer->cancel();
+    timer.reset();
+}
+
+int64_t ScreenBeat::nowSlot() const {
+    return grid.isFixed() ? grid.slotAt(hostClock->now()) : 0;
+}
+
+std::optional<int64_t> ScreenBeat::slot(CMTime pts) {
+    return grid.slot(pts, pending ? std::max(pending->slot, lastSlot) : lastSlot);
+}
+
+void ScreenBeat::frame(const CMSampleBuffer& sample) {
+    MutexLock guard(lock);
+    if (!input) return;
+    second.arrivedThisSecond += 1;
+    if (!input->isReadyForMoreMediaData()) second.notReadyArrivals += 1;
+    const auto place = slot(sample.presentationTimeStamp());
+    if (!place) {
+        totals.leftOut += 1;
+        return;
+    }
+    if (pending) {
+        second.lostThisSecond += 1;
+        lastLossSlot = nowSlot();
+        lost(pending->frame.presentationTimeStamp());
+    }
+    pending = Pending{*place, sample};
+    // Up to the last slot and no further: an arrival writes its frame, and no copy beyond it.
+    pump(lastSlot);
+}
+
+void ScreenBeat::tick() {
+    MutexLock guard(lock);
+    if (!grid.isFixed()) return;
+    const int64_t now = nowSlot();
+    pump(checkedDifference(now, kSlotsBehind));
+    ticks += 1;
+    if (input && !input->isReadyForMoreMediaData()) second.notReadyTicks += 1;
+    if (ticks % grid.rate != 0) return;
+    if (log->isEnabled(LogLevel::standard)) logSecond(now);
+    second = {};
+}
+
+void ScreenBeat::logSecond(int64_t now) {
+    const auto text = [](int64_t number) { return std::to_string(number); };
+    log->write(kLogCategory, LogLevel::standard,
+               "second " + text(ticks / grid.rate) + ": " + text(second.arrivedThisSecond) + " arrived, " +
+                   text(second.writtenThisSecond) + " written, " + text(second.repeatsThisSecond) +
+                   " repeats, " + text(second.skippedThisSecond) + " skipped, " +
+                   text(second.lostThisSecond) + " lost, " + text(second.failedAppends) +
+                   " refused; writer not ready at " + text(second.notReadyArrivals) + " arrivals and " +
+                   text(second.notReadyTicks) + " of " + text(grid.rate) + " ticks; " +
+                   text(checkedDifference(now, lastSlot)) + " slots behind; pending " +
+                   (pending ? "waiting" : "none") + "; " + writerStatus());
+}
+
+void ScreenBeat::pump(int64_t through) {
+    if (!input) return;
+    const bool copiesAllowed = checkedDifference(nowSlot(), lastLossSlot) >= grid.calmSlots();
+    while (input->isReadyForMoreMediaData()) {
+        const bool written =
+            pending ? writeTowardsPending(copiesAllowed) : writeCopyTowards(through, copiesAllowed);
+        if (!written) return;
+    }
+}
+
+bool ScreenBeat::writeTowardsPending(bool copiesAllowed) {
+    const int64_t gap = checkedDifference(checkedDifference(pending->slot, lastSlot), 1);
+    if (fills && gap >= 1) {
+        if (gap < kLongGap && copiesAllowed && lastFrame) {
+            if (!write(*lastFrame, lastSlot + 1)) return false;
+            totals.repeated += 1;
+            second.repeatsThisSecond += 1;
+            return true;
+        }
+        // The empty slots before the very first frame are no gap.
+        if (lastSlot >= 0) countSkipped(gap);
+    }
+    const Pending taken = std::move(*pending);
+    pending.reset();
+    if (!write(taken.frame, taken.slot)) {
+        lost(taken.frame.presentationTimeStamp());
+        return false;
+    }
+    lastFrame = taken.frame;
+    second.writtenThisSecond += 1;
+    return true;
+}
+
+bool ScreenBeat::writeCopyTowards(int64_t target, bool copiesAllowed) {
+    if (!fills && !finishing) return false;
+    if (!lastFrame || lastSlot >= target || !copiesAllowed) return false;
+    int64_t slot = target;
+    if (fills) {
+        const int64_t distance = checkedDifference(target, lastSlot);
+        if (distance < kLongGap) {
+            slot = lastSlot + 1;
+        } else {
+            countSkipped(distance - 1);
+        }
+    }
+    if (!write(*lastFrame, slot)) return false;
+    totals.repeated += 1;
+    second.repeatsThisSecond += 1;
+    return true;
+}
+
+void ScreenBeat::countSkipped(int64_t slots) {
+    totals.skipped = checkedSum(totals.skipped, slots);
+    second.skippedThisSecond = checkedSum(second.skippedThisSecond, slots);
+}
+
+bool ScreenBeat::write(const CMSampleBuffer& frame, int64_t slot) {
+    const CMTime pts = grid.startOf(slot);
+    const CMTime duration = grid.slotDuration();
+    const auto copy = CMSampleBufferCreateCopyWithNewTiming(
+        frame, {.duration = duration, .presentationTimeStamp = pts, .decodeTimeStamp = kCMTimeInvalid});
+    if (!copy || !input->append(*copy)) {
+        second.failedAppends += 1;
+        if (log->isEnabled(LogLevel::error)) {
+            log->write(kLogCategory, LogLevel::error,
+                       "frame for slot " + std::to_string(slot) + " refused; " + writerStatus());
+        }
+        return false;
+    }
+    lastSlot = slot;
+    wrote(pts + duration);
+    return true;
+}
+
+ScreenBeat::Totals ScreenBeat::finish(CMTime at) {
+    MutexLock guard(lock);
+    cancelTimer();
+    const int64_t target = grid.lastSlotBefore(at).value_or(lastSlot);
+    lastLossSlot = kNoLoss;
+    finishing = true;
+    // On the host clock: the clock on the wall may be set while this waits.
+    const CMTime limit = hostClock->now() + kFinishLimit;
+    while (input) {
+        if (hostClock->now() >= limit) break;
+        if (!pending && lastSlot >= target) break;
+        if (input->isReadyForMoreMediaData()) {
+            const int64_t slotBefore = lastSlot;
+            const bool wasPending = pending.has_value();
+            pump(target);
+            if (lastSlot == slotBefore && pending.has_value() == wasPending) break;
+        } else {
+            guard.unlock();
+            hostClock->sleep(kFinishPollMicroseconds);
+            guard.lock();
+        }
+    }
+    if (pending) lost(pending->frame.presentationTimeStamp());
+    input.reset();
+    pending.reset();
+    lastFrame.reset();
+    return totals;
+}
+
+void ScreenBeat::cancel() {
+    MutexLock guard(lock);
+    cancelTimer();
+    input.reset();
+    pending.reset();
+    lastFrame.reset();
+}
+
+} // namespace vintra
