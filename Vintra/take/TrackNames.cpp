@@ -1,0 +1,56 @@
+#include "Vintra/take/TrackNames.h"
+
+#include "Vintra/take/Text.h"
+
+namespace vintra {
+namespace {
+
+constexpr std::string_view videoEnding = "_video";
+
+URL besideVideo(const URL& videoURL, const std::string& ending) {
+    return videoURL.deletingLastPathComponent().appendingPathComponent(takeBaseName(videoURL) + ending);
+}
+
+std::string cleanedSuffix(const std::string& name) {
+    const std::string cleaned = replacingOccurrences(trimmingWhitespaceAndNewlines(name), '/', '-');
+    return cleaned.empty() ? "input" : cleaned;
+}
+
+} // namespace
+
+std::string takeBaseName(const URL& forVideoURL) {
+    std::string base = forVideoURL.stem();
+    if (base.ends_with(videoEnding)) base.resize(base.size() - videoEnding.size());
+    return base;
+}
+
+URL trackURL(const URL& forVideoURL, const std::string& suffix) {
+    return besideVideo(forVideoURL, "_" + suffix + ".wav");
+}
+
+URL webcamURL(const URL& forVideoURL) {
+    return besideVideo(forVideoURL, "_webcam.mov");
+}
+
+URL webcamURL(const URL& forVideoURL, int number) {
+    if (number < 2) return webcamURL(forVideoURL);
+    return besideVideo(forVideoURL, "_webcam-" + std::to_string(number) + ".mov");
+}
+
+std::string micTrackSuffix(const std::string& micTrackName) {
+    return micTrackName.empty() ? "mic" : cleanedSuffix(micTrackName);
+}
+
+std::string extraInputSuffix(const std::string& name, const std::string& deviceName, int channelIndex) {
+    if (!name.empty()) return cleanedSuffix(name);
+    return cleanedSuffix(deviceName) + "_ch" + std::to_string(channelIndex + 1);
+}
+
+std::string reserveTrackName(const std::string& base, std::set<std::string>& reservedTrackNames) {
+    std::string candidate = base;
+    for (int number = 2; !reservedTrackNames.insert(lowercased(candidate)).second; ++number)
+        candidate = base + "-" + std::to_string(number);
+    return candidate;
+}
+
+} // namespace vintra

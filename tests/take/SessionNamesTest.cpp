@@ -1,0 +1,70 @@
+#include "Vintra/take/SessionNames.h"
+
+#include <gtest/gtest.h>
+
+namespace vintra {
+namespace {
+
+class FixedWallClock : public WallClock {
+public:
+    explicit FixedWallClock(LocalTime aTime)
+        : time(aTime) {}
+    Date now() const override { return {}; }
+    LocalTime localTime(Date) const override { return time; }
+
+private:
+    LocalTime time;
+};
+
+const FixedWallClock clockOnTheWall({2026, 3, 7, 9, 5, 1});
+constexpr const char* generated = "session_2026-03-07_090501";
+
+std::string sanitized(const std::string& name) {
+    return sanitizedSessionName(name, clockOnTheWall);
+}
+
+TEST(SessionNamesTest, aGeneratedNameIsTheLocalTimeWithLeadingZeros) {
+    EXPECT_EQ(generateSessionName(clockOnTheWall), generated);
+    EXPECT_EQ(generateSessionName(FixedWallClock({2026, 12, 31, 23, 59, 58})), "session_2026-12-31_235958");
+}
+
+TEST(SessionNamesTest, slashesAndColonsBecomeHyphens) {
+    EXPECT_EQ(sanitized("a/b:c"), "a-b-c");
+    EXPECT_EQ(sanitized("/"), "-");
+}
+
+TEST(SessionNamesTest, leadingDotsGoSoThatNoFileIsHidden) {
+    EXPECT_EQ(sanitized(".hidden"), "hidden");
+    EXPECT_EQ(sanitized("...hidden.too"), "hidden.too");
+    EXPECT_EQ(sanitized("../../etc"), "-..-etc");
+}
+
+TEST(SessionNamesTest, dotsAloneOrBlanksAloneYieldAGeneratedName) {
+    EXPECT_EQ(sanitized(""), generated);
+    EXPECT_EQ(sanitized("..."), generated);
+    EXPECT_EQ(sanitized(" \t\n "), generated);
+    EXPECT_EQ(sanitized(" ... "), generated);
+}
+
+TEST(SessionNamesTest, dotsBehindABlankAreNotLeadingOnes) {
+    EXPECT_EQ(sanitized(". . ."), ". .");
+}
+
+TEST(SessionNamesTest, everyKindOfUnicodeBlankIsTrimmed) {
+    EXPECT_EQ(sanitized("\u00A0\u2028take one\u3000\u2029\r\n"), "take one");
+    EXPECT_EQ(sanitized("\u0085\u1680\u2000\u200A\u202F\u205F"), generated);
+}
+
+TEST(SessionNamesTest, otherCharactersOfSeveralBytesStayWhole) {
+    EXPECT_EQ(sanitized(" \u00E9t\u00E9 \u65E5\u672C\U0001F3A5 "), "\u00E9t\u00E9 \u65E5\u672C\U0001F3A5");
+    EXPECT_EQ(sanitized("\u0120"), "\u0120"); // ends in the byte 0xA0, as the no-break space does
+}
+
+TEST(SessionNamesTest, bytesThatAreNoUTF8AreLeftAlone) {
+    EXPECT_EQ(sanitized("\xFF\xA0"), "\xFF\xA0");
+    EXPECT_EQ(sanitized(" a\xC2"), "a\xC2");
+    EXPECT_EQ(sanitized("\xA0 b"), "\xA0 b");
+}
+
+} // namespace
+} // namespace vintra
