@@ -1,0 +1,14 @@
+#include "Vintra/audio/AudioDeviceListWatcher.h"
+
+namespace vintra {
+
+AudioDeviceListWatcher::AudioDeviceListWatcher(AudioHardware& someHardware)
+    : hardware(someHardware) {}
+
+void AudioDeviceListWatcher::start(std::function<void()> onChange) {
+    if (listener) return;
+    listener =
+        hardware.addPropertyListener(kAudioObjectSystemObject, AudioProperty::devices, std::move(onChange));
+}
+
+} // namespace vintra

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "Vintra/platform/AudioHardware.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace vintra {
+
+/// Tells of changes of one input device's nominal sample rate, until it is destroyed. Owned by the preview it
+/// watches for. Main thread.
+class DeviceSampleRateWatcher {
+public:
+    /// Null if no input device has that uid. The hardware outlives the watcher.
+    static std::unique_ptr<DeviceSampleRateWatcher> make(AudioHardware& hardware,
+                                                         const std::string& deviceUID);
+    /// A second call does nothing.
+    void start(std::function<void()> onChange);
+
+private:
+    DeviceSampleRateWatcher(AudioHardware& hardware, AudioObjectID deviceID);
+
+    AudioHardware& hardware;
+    AudioObjectID deviceID;
+    std::unique_ptr<AudioPropertyListener> listener;
+};
+
+} // namespace vintra
