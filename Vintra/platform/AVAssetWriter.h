@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Vintra/platform/AVMediaType.h"
 #include "Vintra/platform/CMSampleBuffer.h"
 #include "Vintra/platform/SystemError.h"
 #include "Vintra/platform/URL.h"
@@ -13,7 +14,6 @@
 namespace vintra {
 
 enum class AVFileType { quickTimeMovie, wave };
-enum class AVMediaType { video, audio };
 enum class AVVideoCodecType { h264, hevc };
 enum class AVVideoScalingMode { fill, resizeAspect };
 

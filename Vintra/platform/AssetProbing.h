@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Vintra/platform/AVMediaType.h"
 #include "Vintra/platform/CMFormatDescription.h"
 #include "Vintra/platform/CMTime.h"
 #include "Vintra/platform/Geometry.h"
@@ -10,8 +11,6 @@
 #include <vector>
 
 namespace vintra {
-
-enum class AVMediaType { video, audio };
 
 struct CMTimeRange {
     CMTime start = kCMTimeZero;
