@@ -1,0 +1,21 @@
+#pragma once
+
+#include "Vintra/platform/FileManager.h"
+
+#include <optional>
+#include <string>
+
+namespace vintra {
+
+/// $HOME if it is an absolute path, else what the user database says, else the root.
+URL userHomeDirectory();
+
+/// The folder that "user-dirs.dirs" in the configuration folder names for films, or "Videos" at home.
+URL videosDirectory(const FileManager& fileManager);
+
+/// The XDG_VIDEOS_DIR line of such a file's text: an absolute path, or one below $HOME. Nothing if there is
+/// no such line, it is malformed, or it names the home folder itself, which by the file's rules means that
+/// there is none.
+std::optional<URL> videosDirectoryOfText(const std::string& text, const URL& home);
+
+} // namespace vintra
