@@ -103,6 +103,7 @@ void LinuxDispatchQueue::Core::fire(const std::shared_ptr<TimerState>& timer) {
             again = true;
         } else {
             timer->armed = false;
+            timer->handler = nullptr; // `handler` still holds what it captured
             std::erase(timers, timer);
         }
     }
