@@ -12,9 +12,9 @@ size_t alignedRow(size_t bytes) {
 }
 
 std::shared_ptr<uint8_t> alignedMemory(size_t bytes) {
-    constexpr std::align_val_t alignment{kRowAlignment};
+    static constexpr std::align_val_t alignment{kRowAlignment};
     return {static_cast<uint8_t*>(::operator new(bytes == 0 ? 1 : bytes, alignment)),
-            [alignment](uint8_t* memory) { ::operator delete(memory, alignment); }};
+            [](uint8_t* memory) { ::operator delete(memory, alignment); }};
 }
 
 } // namespace
