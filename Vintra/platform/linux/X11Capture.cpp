@@ -1,0 +1,286 @@
+#include "Vintra/platform/linux/X11Capture.h"
+
+#include "Vintra/platform/linux/LinuxHostClock.h"
+
+#include <algorithm>
+#include <csignal>
+#include <poll.h>
+#include <pthread.h>
+
+namespace vintra {
+namespace {
+
+constexpr int32_t kSecond = 1'000'000'000; // nanoseconds
+
+/// Rounded up, so that two stamps so far apart are never nearer than the interval.
+int64_t nanosecondsFrom(CMTime interval) {
+    if (!interval.isNumeric() || interval.value <= 0) return 0;
+    const CMTime nearest = CMTimeConvertScale(interval, kSecond);
+    return nearest < interval ? nearest.value + 1 : nearest.value;
+}
+
+/// Signals are for the main thread; a write to a server that has gone must not end the process either.
+class AllSignalsBlocked {
+public:
+    AllSignalsBlocked() {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &before);
+    }
+    ~AllSignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before, nullptr); }
+    AllSignalsBlocked(const AllSignalsBlocked&) = delete;
+    AllSignalsBlocked& operator=(const AllSignalsBlocked&) = delete;
+
+private:
+    sigset_t before;
+};
+
+} // namespace
+
+std::shared_ptr<X11Capture> X11Capture::make(Settings settings) {
+    return std::shared_ptr<X11Capture>(new X11Capture(std::move(settings)));
+}
+
+X11Capture::X11Capture(Settings someSettings)
+    : settings(std::move(someSettings))
+    , interval(nanosecondsFrom(settings.configuration.minimumFrameInterval)) {}
+
+void X11Capture::start(Completion completion) {
+    const AllSignalsBlocked inheritedByTheThread;
+    thread = std::thread([self = shared_from_this(), started = std::move(completion)] {
+        pthread_setname_np(pthread_self(), "screen capture");
+        self->run(started);
+    });
+}
+
+void X11Capture::stop(Completion completion) {
+    {
+        MutexLock lock(mutex);
+        stopping = true;
+        if (!ended) {
+            if (completion) stopCompletions.push_back(std::move(completion));
+            completion = nullptr;
+        }
+    }
+    wakeUp->set();
+    if (completion) completion(std::nullopt);
+}
+
+void X11Capture::end() {
+    stop({});
+    if (!thread.joinable()) return;
+    if (thread.get_id() == std::this_thread::get_id()) {
+        thread.detach(); // it is about to end, and keeps this alive until then
+    } else {
+        thread.join();
+    }
+}
+
+bool X11Capture::hasEnded() const {
+    MutexLock lock(mutex);
+    return ended;
+}
+
+bool X11Capture::isStopping() const {
+    MutexLock lock(mutex);
+    return stopping;
+}
+
+X11Capture::Counts X11Capture::counts() const {
+    return {wakeUps.load(), frames.load(), leftOut.load()};
+}
+
+void X11Capture::run(const Completion& started) {
+    std::optional<SystemError> failure;
+    bool isOpen = false;
+    try {
+        open();
+        isOpen = true;
+    } catch (const SystemError& error) {
+        failure = error;
+    }
+    if (isOpen) {
+        started(std::nullopt);
+        failure = captureUntilStopped();
+    }
+    close();
+
+    std::vector<Completion> stopped;
+    bool endedByItself = false;
+    {
+        MutexLock lock(mutex);
+        ended = true;
+        endedByItself = failure.has_value() && !stopping;
+        stopped.swap(stopCompletions);
+    }
+    if (!isOpen) started(failure);
+    if (isOpen && endedByItself) settings.onFailure(*failure);
+    for (const Completion& completion : stopped)
+        completion(std::nullopt);
+}
+
+void X11Capture::open() {
+    display = X11Display::open(settings.displayName);
+    damage = std::make_unique<X11DamageWatch>(*display, display->root());
+    source =
+        std::make_unique<X11DisplaySource>(*display, settings.display, settings.configuration.sourceRect);
+    if (settings.configuration.showsCursor) cursor.watch(*display);
+    if (const auto error = adoptDesktop()) throw SystemError(*error);
+}
+
+void X11Capture::close() {
+    if (pool) pool->detach(*display);
+    pool.reset();
+    damage.reset();
+    source.reset();
+    display.reset();
+}
+
+/// A changed size goes into the frames as it is: whoever writes them scales to the size that the movie began
+/// with.
+std::optional<SystemError> X11Capture::adoptDesktop() {
+    const PixelRect before = source->area();
+    if (source->isOutOfDate()) {
+        if (auto error = source->update(*display)) return error;
+    }
+    if (pool && source->area() == before) return std::nullopt;
+    if (pool) pool->detach(*display);
+    const int limit = std::max(settings.configuration.queueDepth, 1);
+    pool = X11PicturePool::make({.width = source->area().width,
+                                 .height = source->area().height,
+                                 .depth = source->depth(),
+                                 .limit = static_cast<size_t>(limit)},
+                                wakeUp);
+    owesFrame = true;
+    return std::nullopt;
+}
+
+std::optional<SystemError> X11Capture::captureUntilStopped() {
+    while (!isStopping()) {
+        handleEvents();
+        if (display->isDead()) return X11Display::serverGone();
+        if (source->isOutOfDate()) {
+            if (auto error = adoptDesktop()) return error;
+        }
+        if (!mayHaveChanged()) {
+            sleep(true, std::nullopt);
+            continue;
+        }
+        const int64_t now = monotonicNanoseconds();
+        if (now < earliestLook) {
+            sleptForLook = true;
+            sleep(false, earliestLook);
+            continue;
+        }
+        if (auto error = look(now)) return error;
+        sleptForLook = false;
+    }
+    return std::nullopt;
+}
+
+std::optional<SystemError> X11Capture::look(int64_t now) {
+    X11PicturePool::Picture* const picture = pool->acquire(*display);
+    if (!picture) {
+        if (pool->isEmpty()) return SystemError("x11", 7, "There is too little memory to record the screen.");
+        ++leftOut;
+        sleep(false, std::nullopt);
+        return std::nullopt;
+    }
+    if (!takeChanges() && !owesFrame) {
+        earliestLook = now + interval; // changes elsewhere on the desktop cost no more than one look a slot
+        return std::nullopt;
+    }
+    const PixelRect& area = source->area();
+    if (!pool->refresh(*display, source->drawable(), area.x, area.y, *picture)) return readingFailed(now);
+    refusedReads = 0;
+    owesFrame = false;
+    // A change that waited for the interval to end shows at that instant, not at the later one at which the
+    // thread woke: else every wake-up's delay would add to the frame's spacing, and the rate would sink below
+    // the one asked for. A wake-up that is very late starts a new rhythm.
+    const bool isInRhythm = sleptForLook && now - earliestLook <= interval / 4;
+    const int64_t stamp = isInRhythm ? earliestLook : now;
+    earliestLook = stamp + interval;
+    deliver(*picture, stamp);
+    return std::nullopt;
+}
+
+/// The desktop may have shrunk a moment ago, which its own event is about to tell.
+std::optional<SystemError> X11Capture::readingFailed(int64_t now) {
+    if (display->isDead()) return X11Display::serverGone();
+    constexpr int kMostRefusals = 20;
+    constexpr int64_t kRetryAfter = kSecond / 20;
+    if (++refusedReads > kMostRefusals) {
+        return SystemError("x11", 8, "The X server no longer lets the screen be read.");
+    }
+    owesFrame = true;
+    earliestLook = now + std::max(interval, kRetryAfter);
+    return adoptDesktop();
+}
+
+/// Marks what has changed as out of date. True if that is anything within the captured area.
+bool X11Capture::takeChanges() {
+    const PixelRect& area = source->area();
+    bool isChanged = false;
+    if (damage->isPending()) {
+        for (const PixelRect& rect : damage->take(*display)) {
+            const PixelRect inside = intersection(rect, area);
+            if (inside.isEmpty()) continue;
+            isChanged = true;
+            pool->markStale({inside.x - area.x, inside.y - area.y, inside.width, inside.height});
+        }
+    }
+    if (settings.configuration.showsCursor) {
+        const bool wasVisible = !intersection(cursor.frame(), area).isEmpty();
+        if (cursor.update(*display)) {
+            isChanged = isChanged || wasVisible || !intersection(cursor.frame(), area).isEmpty();
+        }
+    }
+    return isChanged;
+}
+
+void X11Capture::deliver(X11PicturePool::Picture& picture, int64_t stampNanoseconds) {
+    if (settings.configuration.showsCursor) {
+        const PixelRect& area = source->area();
+        cursor.blend(pool->plane(picture), area);
+        const PixelRect covered = intersection(cursor.frame(), area);
+        picture.stale.add({covered.x - area.x, covered.y - area.y, covered.width, covered.height});
+    }
+    ++frames;
+    const CMSampleTimingInfo timing{kCMTimeInvalid, hostTimeFromNanoseconds(stampNanoseconds),
+                                    kCMTimeInvalid};
+    settings.onFrame(CMSampleBuffer::makeVideo(
+        pool->handOut(picture), timing,
+        {{{SCStreamFrameInfoStatus, static_cast<int64_t>(SCFrameStatus::complete)}}}));
+}
+
+bool X11Capture::mayHaveChanged() const {
+    return owesFrame || damage->isPending() ||
+           (settings.configuration.showsCursor && cursor.mayHaveChanged());
+}
+
+void X11Capture::handleEvents() {
+    while (XPending(display->get()) > 0) {
+        XEvent event;
+        XNextEvent(display->get(), &event);
+        damage->handle(event);
+        cursor.handle(event);
+        source->handle(event);
+    }
+}
+
+void X11Capture::sleep(bool listens, std::optional<int64_t> untilNanoseconds) {
+    timespec rest{};
+    if (untilNanoseconds) {
+        const int64_t nanoseconds = std::max<int64_t>(*untilNanoseconds - monotonicNanoseconds(), 0);
+        rest = {nanoseconds / kSecond, nanoseconds % kSecond};
+    }
+    // A server that goes is heard of even while its events are not.
+    const short wanted = listens ? POLLIN : POLLRDHUP;
+    pollfd descriptors[] = {{ConnectionNumber(display->get()), wanted, 0},
+                            {wakeUp->fileDescriptor(), POLLIN, 0}};
+    ::ppoll(descriptors, 2, untilNanoseconds ? &rest : nullptr, nullptr);
+    if (descriptors[1].revents != 0) wakeUp->clear();
+    ++wakeUps;
+}
+
+} // namespace vintra

@@ -1,0 +1,107 @@
+#pragma once
+
+#include "Vintra/platform/Mutex.h"
+#include "Vintra/platform/ScreenCapture.h"
+#include "Vintra/platform/linux/WakeUp.h"
+#include "Vintra/platform/linux/X11CursorImage.h"
+#include "Vintra/platform/linux/X11DamageWatch.h"
+#include "Vintra/platform/linux/X11Display.h"
+#include "Vintra/platform/linux/X11DisplaySource.h"
+#include "Vintra/platform/linux/X11PicturePool.h"
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace vintra {
+
+/// One run of a screen stream: a thread with a connection of its own, from the start of the capture to its
+/// end.
+///
+/// Goal: a frame soon after every change, and no work at all without one. Method: the thread sleeps until the
+/// server tells of damage, of the pointer or of the desktop. It then takes all the damage there is and reads
+/// just that, the damage first, so that nothing drawn meanwhile goes untold. Until the minimum interval has
+/// gone by it doesn't listen, so what happens in it is one wake-up. If every picture is still out it leaves
+/// the frame out and sleeps until one comes back. Rejected: looking at fixed times, which costs the same for
+/// a still screen as for a busy one.
+///
+/// Made and let go on the main thread; the functions given to it are called on its own.
+class X11Capture : public std::enable_shared_from_this<X11Capture> {
+public:
+    using Completion = std::function<void(std::optional<SystemError>)>;
+
+    struct Settings {
+        std::string displayName;
+        SCDisplay display;
+        SCStreamConfiguration configuration;
+        std::function<void(const CMSampleBuffer&)> onFrame;
+        std::function<void(const SystemError&)> onFailure; ///< at most once, after the last frame
+    };
+    struct Counts {
+        uint64_t wakeUps = 0; ///< times the thread woke from its sleep
+        uint64_t frames = 0;
+        uint64_t leftOut = 0; ///< frames that found every picture still out
+    };
+
+    static std::shared_ptr<X11Capture> make(Settings settings);
+
+    /// Once. The completion comes before the first frame.
+    void start(Completion completion);
+    /// No frame comes after the completion. Any number of times, also before the start has ended.
+    void stop(Completion completion);
+    /// Stops and waits for the thread. The last call; on any thread, its own too.
+    void end();
+    bool hasEnded() const;
+    /// Any thread.
+    Counts counts() const;
+
+private:
+    explicit X11Capture(Settings settings);
+
+    // On the capture's thread.
+    void run(const Completion& started);
+    void open();
+    void close();
+    std::optional<SystemError> captureUntilStopped();
+    std::optional<SystemError> look(int64_t now);
+    std::optional<SystemError> adoptDesktop();
+    std::optional<SystemError> readingFailed(int64_t now);
+    bool takeChanges();
+    void deliver(X11PicturePool::Picture& picture, int64_t stampNanoseconds);
+    void handleEvents();
+    bool mayHaveChanged() const;
+    void sleep(bool listens, std::optional<int64_t> untilNanoseconds);
+    bool isStopping() const;
+
+    const Settings settings;
+    const int64_t interval; ///< nanoseconds
+    const std::shared_ptr<WakeUp> wakeUp = std::make_shared<WakeUp>();
+    std::thread thread; ///< the main thread's
+
+    // The capture's thread alone.
+    std::unique_ptr<X11Display> display;
+    std::unique_ptr<X11DisplaySource> source;
+    std::unique_ptr<X11DamageWatch> damage;
+    X11CursorImage cursor;
+    std::shared_ptr<X11PicturePool> pool;
+    bool owesFrame = true;     ///< whatever changed or not
+    int64_t earliestLook = 0;  ///< nanoseconds of the monotonic clock
+    bool sleptForLook = false; ///< something had changed before `earliestLook`
+    int refusedReads = 0;      ///< in a row
+
+    std::atomic<uint64_t> wakeUps{0};
+    std::atomic<uint64_t> frames{0};
+    std::atomic<uint64_t> leftOut{0};
+
+    mutable Mutex mutex;
+    bool stopping GUARDED_BY(mutex) = false;
+    bool ended GUARDED_BY(mutex) = false;
+    std::vector<Completion> stopCompletions GUARDED_BY(mutex);
+};
+
+} // namespace vintra

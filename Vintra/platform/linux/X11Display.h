@@ -1,0 +1,47 @@
+#pragma once
+
+#include "Vintra/platform/SystemError.h"
+
+#include <X11/Xlib.h>
+
+#include <memory>
+#include <string>
+
+namespace vintra {
+
+/// A connection to an X server. A refused request or a server that has gone never ends the process: the
+/// first is told by `failed`, the second by `isDead`, after which requests do nothing and answers are empty.
+/// Owned by who opened it; one thread at a time.
+class X11Display {
+public:
+    /// An empty name stands for the DISPLAY of the environment. Throws `SystemError` with the domain "x11".
+    static std::unique_ptr<X11Display> open(const std::string& name);
+    ~X11Display();
+    X11Display(const X11Display&) = delete;
+    X11Display& operator=(const X11Display&) = delete;
+
+    ::Display* get() const { return display; }
+    ::Window root() const { return DefaultRootWindow(display); }
+    bool isDead() const { return dead; }
+
+    /// Forgets earlier errors.
+    void clearErrors() { errorCode = 0; }
+    /// Waits until the server has handled everything, then: was a request refused since `clearErrors`?
+    bool failed();
+    /// As `failed`, without waiting: after a request that has an answer.
+    bool hasError() const { return errorCode != 0 || dead; }
+
+    /// What an unreachable, or gone, server is told as.
+    static SystemError serverGone();
+
+private:
+    explicit X11Display(::Display* opened);
+    static int handleError(::Display* display, XErrorEvent* event);
+    static int handleLostServer(::Display* display);
+
+    ::Display* display;
+    int errorCode = 0; ///< of the last refused request; 0 for none
+    bool dead = false;
+};
+
+} // namespace vintra

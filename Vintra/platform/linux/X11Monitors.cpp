@@ -1,0 +1,120 @@
+#include "Vintra/platform/linux/X11Monitors.h"
+
+#include <X11/Xresource.h>
+#include <X11/extensions/Xrandr.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <sstream>
+
+namespace vintra {
+namespace {
+
+/// FNV-1a, folded to 16 bits so that a person can type it.
+uint32_t idFromName(const std::string& name) {
+    uint32_t hash = 2'166'136'261u;
+    for (const char character : name) {
+        hash ^= static_cast<unsigned char>(character);
+        hash *= 16'777'619u;
+    }
+    return ((hash >> 16) ^ (hash & 0xffff)) + 1;
+}
+
+bool hasMonitors(X11Display& display) {
+    int eventBase = 0;
+    int errorBase = 0;
+    int major = 0;
+    int minor = 0;
+    if (!XRRQueryExtension(display.get(), &eventBase, &errorBase)) return false;
+    if (!XRRQueryVersion(display.get(), &major, &minor)) return false;
+    return major > 1 || (major == 1 && minor >= 5);
+}
+
+std::string atomName(X11Display& display, Atom atom) {
+    char* const text = XGetAtomName(display.get(), atom);
+    if (!text) return {};
+    std::string name = text;
+    XFree(text);
+    return name;
+}
+
+/// Not from the screen record of the connection, which is as old as the connection.
+PixelRect rootFrame(X11Display& display) {
+    XWindowAttributes attributes{};
+    if (!XGetWindowAttributes(display.get(), display.root(), &attributes)) return {};
+    return {0, 0, attributes.width, attributes.height};
+}
+
+std::vector<X11Monitor> monitorsOfRandR(X11Display& display) {
+    std::vector<X11Monitor> monitors;
+    int count = 0;
+    XRRMonitorInfo* const infos = XRRGetMonitors(display.get(), display.root(), True, &count);
+    if (!infos) return monitors;
+    for (int i = 0; i < count; ++i) {
+        const XRRMonitorInfo& info = infos[i];
+        monitors.push_back(
+            {0, atomName(display, info.name), {info.x, info.y, info.width, info.height}, info.primary != 0});
+    }
+    XRRFreeMonitors(infos);
+    return monitors;
+}
+
+} // namespace
+
+std::vector<X11Monitor> readMonitors(X11Display& display) {
+    if (display.isDead()) return {};
+    display.clearErrors();
+    const PixelRect root = rootFrame(display);
+    std::vector<X11Monitor> monitors;
+    if (hasMonitors(display)) {
+        monitors = monitorsOfRandR(display);
+    } else {
+        monitors.push_back({0, "screen", root, true});
+    }
+    if (display.isDead()) return {};
+    for (X11Monitor& monitor : monitors)
+        monitor.frame = intersection(monitor.frame, root);
+    std::erase_if(monitors, [](const X11Monitor& monitor) { return monitor.frame.isEmpty(); });
+
+    const auto isTaken = [&monitors](uint32_t id) {
+        return std::any_of(monitors.begin(), monitors.end(),
+                           [id](const X11Monitor& monitor) { return monitor.displayID == id; });
+    };
+    for (X11Monitor& monitor : monitors) {
+        uint32_t id = idFromName(monitor.name);
+        while (isTaken(id))
+            id = id % 65'536 + 1;
+        monitor.displayID = id;
+    }
+    std::stable_partition(monitors.begin(), monitors.end(),
+                          [](const X11Monitor& monitor) { return monitor.isPrimary; });
+    return monitors;
+}
+
+std::optional<X11Monitor> findMonitor(X11Display& display, uint32_t displayID) {
+    for (const X11Monitor& monitor : readMonitors(display)) {
+        if (monitor.displayID == displayID) return monitor;
+    }
+    return std::nullopt;
+}
+
+double readScale(X11Display& display) {
+    const char* const resources = XResourceManagerString(display.get());
+    if (!resources) return 1;
+    const std::string key = "Xft.dpi:";
+    std::istringstream lines(resources);
+    for (std::string line; std::getline(lines, line);) {
+        if (line.compare(0, key.size(), key) != 0) continue;
+        const double dpi = std::strtod(line.c_str() + key.size(), nullptr);
+        if (!(dpi > 0) || dpi > 96 * 16) return 1;
+        return std::max(1.0, std::round(dpi / 96 * 4) / 4);
+    }
+    return 1;
+}
+
+int pointsFromPixels(int pixels, double scale) {
+    return static_cast<int>(std::lround(pixels / scale));
+}
+
+} // namespace vintra

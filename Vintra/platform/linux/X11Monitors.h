@@ -1,0 +1,38 @@
+#pragma once
+
+#include "Vintra/platform/linux/PixelRegion.h"
+#include "Vintra/platform/linux/X11Display.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vintra {
+
+/// A monitor of an X desktop as RandR tells it: an output that shows a part of the root window, or a part
+/// that the user has set apart as a monitor of its own.
+struct X11Monitor {
+    /// From the name alone, so it stays the same when other monitors come and go, and from one session to the
+    /// next; 1 to 65536.
+    uint32_t displayID = 0;
+    std::string name;
+    PixelRect frame; ///< on the root window
+    bool isPrimary = false;
+    bool operator==(const X11Monitor&) const = default;
+};
+
+/// The primary one first, the others in the server's order. A server without RandR has one, of the size of
+/// its root window. Empty if the server has gone.
+std::vector<X11Monitor> readMonitors(X11Display& display);
+
+std::optional<X11Monitor> findMonitor(X11Display& display, uint32_t displayID);
+
+/// Pixels a point, of the whole desktop: the resource Xft.dpi over 96, rounded to quarters and at least 1; 1
+/// where the desktop hasn't set it.
+double readScale(X11Display& display);
+
+/// A length in points: `pixels` over `scale`, rounded to nearest.
+int pointsFromPixels(int pixels, double scale);
+
+} // namespace vintra
