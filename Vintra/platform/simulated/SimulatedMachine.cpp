@@ -8,7 +8,13 @@ SimulatedMachine::SimulatedMachine()
     , hostClock(std::make_shared<SimulatedHostClock>(time, mainThread))
     , wallClock(std::make_shared<SimulatedWallClock>(time))
     , dispatchQueues(std::make_shared<SimulatedDispatchQueues>(time))
-    , log(std::make_shared<SimulatedLog>()) {}
+    , log(std::make_shared<SimulatedLog>())
+    , userDefaults(std::make_shared<SimulatedUserDefaults>())
+    , fileManager(std::make_shared<SimulatedFileManager>())
+    , processInfo(std::make_shared<SimulatedProcessInfo>())
+    , violations(std::make_shared<SimulatedViolations>())
+    , assetWriters(std::make_shared<SimulatedAssetWriters>(
+          SimulatedAssetWriter::Services{time, mainThread, fileManager, violations})) {}
 
 SimulatedMachine::~SimulatedMachine() {
     time->shutDown();
@@ -21,6 +27,10 @@ Platform SimulatedMachine::platform() const {
     bundle.mainThread = mainThread;
     bundle.dispatchQueues = dispatchQueues;
     bundle.log = log;
+    bundle.userDefaults = userDefaults;
+    bundle.fileManager = fileManager;
+    bundle.processInfo = processInfo;
+    bundle.assetWriters = assetWriters;
     return bundle;
 }
 

@@ -2,10 +2,15 @@
 
 #include "Vintra/platform/Platform.h"
 #include "Vintra/platform/Task.h"
+#include "Vintra/platform/simulated/SimulatedAssetWriters.h"
 #include "Vintra/platform/simulated/SimulatedDispatchQueues.h"
+#include "Vintra/platform/simulated/SimulatedFileManager.h"
 #include "Vintra/platform/simulated/SimulatedHostClock.h"
 #include "Vintra/platform/simulated/SimulatedLog.h"
 #include "Vintra/platform/simulated/SimulatedMainThread.h"
+#include "Vintra/platform/simulated/SimulatedProcessInfo.h"
+#include "Vintra/platform/simulated/SimulatedUserDefaults.h"
+#include "Vintra/platform/simulated/SimulatedViolations.h"
 #include "Vintra/platform/simulated/SimulatedWallClock.h"
 #include "Vintra/platform/simulated/VirtualTime.h"
 
@@ -60,6 +65,11 @@ public:
     const std::shared_ptr<SimulatedWallClock> wallClock;
     const std::shared_ptr<SimulatedDispatchQueues> dispatchQueues;
     const std::shared_ptr<SimulatedLog> log;
+    const std::shared_ptr<SimulatedUserDefaults> userDefaults;
+    const std::shared_ptr<SimulatedFileManager> fileManager;
+    const std::shared_ptr<SimulatedProcessInfo> processInfo;
+    const std::shared_ptr<SimulatedViolations> violations;
+    const std::shared_ptr<SimulatedAssetWriters> assetWriters;
 
 private:
     template <typename Result>

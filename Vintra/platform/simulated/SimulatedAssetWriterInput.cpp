@@ -1,0 +1,48 @@
+#include "Vintra/platform/simulated/SimulatedAssetWriterInput.h"
+
+#include "Vintra/platform/simulated/SimulatedAssetWriter.h"
+
+namespace vintra {
+
+SimulatedAssetWriterInput::SimulatedAssetWriterInput(AVOutputSettings someSettings, bool aRealTime)
+    : settings(std::move(someSettings))
+    , isRealTime(aRealTime) {}
+
+AVMediaType SimulatedAssetWriterInput::mediaType() const {
+    return videoSettings() ? AVMediaType::video : AVMediaType::audio;
+}
+
+bool SimulatedAssetWriterInput::isReadyForMoreMediaData() const {
+    const auto owner = writer.lock();
+    return owner && owner->isReady(*this);
+}
+
+bool SimulatedAssetWriterInput::append(const CMSampleBuffer& sample) {
+    const auto owner = writer.lock();
+    if (!owner) return false;
+    appends.push_back({sample, owner->hostTime(), false});
+    const bool isAccepted = owner->take(*this, sample);
+    appends.back().isAccepted = isAccepted;
+    return isAccepted;
+}
+
+void SimulatedAssetWriterInput::markAsFinished() {
+    isFinished = true;
+}
+
+std::vector<CMSampleBuffer> SimulatedAssetWriterInput::accepted() const {
+    std::vector<CMSampleBuffer> samples;
+    for (const Append& each : appends) {
+        if (each.isAccepted) samples.push_back(each.sample);
+    }
+    return samples;
+}
+
+std::vector<CMTime> SimulatedAssetWriterInput::presentationTimes() const {
+    std::vector<CMTime> times;
+    for (const CMSampleBuffer& sample : accepted())
+        times.push_back(sample.presentationTimeStamp());
+    return times;
+}
+
+} // namespace vintra

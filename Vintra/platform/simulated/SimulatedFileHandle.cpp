@@ -1,0 +1,47 @@
+#include "Vintra/platform/simulated/SimulatedFileHandle.h"
+
+#include <algorithm>
+#include <cerrno>
+
+namespace vintra {
+
+SimulatedFileHandle::SimulatedFileHandle(std::shared_ptr<SimulatedDisk> aDisk, SimulatedDisk::Item aFile,
+                                         std::string aPath, Mode aMode)
+    : disk(std::move(aDisk))
+    , file(std::move(aFile))
+    , path(std::move(aPath))
+    , mode(aMode) {}
+
+size_t SimulatedFileHandle::read(uint8_t* bytes, size_t count) {
+    checkOpen(Mode::reading);
+    disk->perform(SimulatedFileOperation::read, path);
+    const uint64_t size = file->bytes.size();
+    const size_t part = offset >= size ? 0 : std::min<uint64_t>(count, size - offset);
+    std::copy_n(file->bytes.begin() + static_cast<ptrdiff_t>(std::min(offset, size)), part, bytes);
+    offset += part;
+    return part;
+}
+
+void SimulatedFileHandle::write(const uint8_t* bytes, size_t count) {
+    checkOpen(Mode::writing);
+    disk->perform(SimulatedFileOperation::write, path);
+    disk->write(*file, offset, bytes, count);
+    offset += count;
+}
+
+void SimulatedFileHandle::seek(uint64_t anOffset) {
+    if (!file) throwDiskError(EBADF, path);
+    offset = anOffset;
+}
+
+void SimulatedFileHandle::close() {
+    if (!file) return;
+    file = nullptr;
+    disk->perform(SimulatedFileOperation::close, path);
+}
+
+void SimulatedFileHandle::checkOpen(Mode needed) const {
+    if (!file || mode != needed) throwDiskError(EBADF, path);
+}
+
+} // namespace vintra

@@ -1,0 +1,88 @@
+#include "Vintra/timeline/Media.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numeric>
+
+namespace vintra::TimelineFile {
+namespace {
+
+__extension__ using Wide = __int128;
+
+Rate rateOf(const AVVideoTrackProperties& video) {
+    constexpr double tolerance = 0.002; // of the rate: the neighbours 29.97 and 30 are 0.001 apart
+    const double fps = video.nominalFrameRate;
+    const Rate nearest = Rate::nearest(fps);
+    const double difference = std::fabs(nearest.framesPerSecond() - fps);
+    const double error = fps > 1.0 ? difference / fps : difference;
+    if (error < tolerance) return nearest;
+    if (video.minFrameDuration.isNumeric()) {
+        const double seconds = CMTimeGetSeconds(video.minFrameDuration);
+        if (seconds > 0) return Rate::nearest(1 / seconds);
+    }
+    return nearest;
+}
+
+bool readPicture(Media& media, AVURLAsset& asset) {
+    const auto tracks = asset.loadTracks(AVMediaType::video);
+    if (!tracks) return false;
+    if (tracks->empty()) return true;
+    const auto& video = tracks->front().video;
+    if (!video) return false;
+    media.width = std::llround(video->naturalSize.width);
+    media.height = std::llround(video->naturalSize.height);
+    const CMTime end = video->timeRange.end();
+    if (end.isNumeric()) media.pictureDuration = end;
+    media.rate = rateOf(*video);
+    return true;
+}
+
+const AudioStreamBasicDescription*
+firstDescription(const std::vector<std::shared_ptr<const CMFormatDescription>>& descriptions) {
+    if (descriptions.empty() || !descriptions.front()) return nullptr;
+    return descriptions.front()->streamBasicDescription();
+}
+
+bool readSound(Media& media, AVURLAsset& asset) {
+    const auto tracks = asset.loadTracks(AVMediaType::audio);
+    if (!tracks) return false;
+    bool rateIsRead = false;
+    for (const AVAssetTrack& track : *tracks) {
+        if (!track.formatDescriptions) return false;
+        const AudioStreamBasicDescription* sound = firstDescription(*track.formatDescriptions);
+        media.soundTracks.push_back(sound ? sound->mChannelsPerFrame : 1);
+        if (!sound || rateIsRead) continue;
+        media.sampleRate = static_cast<int64_t>(sound->mSampleRate);
+        rateIsRead = true;
+    }
+    return true;
+}
+
+} // namespace
+
+int64_t Media::channels() const {
+    return std::accumulate(soundTracks.begin(), soundTracks.end(), int64_t{0});
+}
+
+std::optional<Media> Media::probe(const URL& url, AssetProbing& probing) {
+    const auto asset = probing.asset(url);
+    const auto duration = asset->loadDuration();
+    if (!duration) return std::nullopt;
+    Media media;
+    media.url = url;
+    media.duration = *duration;
+    if (!readPicture(media, *asset) || !readSound(media, *asset)) return std::nullopt;
+    return media;
+}
+
+int64_t wholeFrames(CMTime length, const Rate& rate) {
+    if (!length.isNumeric()) return 0;
+    // A broken file may claim any length: what a frame count is multiplied with later must fit too.
+    constexpr Wide limit = std::numeric_limits<int64_t>::max() / 100'000;
+    const Wide frames =
+        static_cast<Wide>(length.value) * rate.num / (static_cast<Wide>(length.timescale) * rate.den);
+    return static_cast<int64_t>(std::clamp<Wide>(frames, -limit, limit));
+}
+
+} // namespace vintra::TimelineFile
