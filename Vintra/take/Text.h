@@ -11,10 +11,6 @@ namespace vintra {
 /// Without the Unicode white space (line ends, no-break and ideographic blanks included) at both ends.
 std::string trimmingWhitespaceAndNewlines(std::string_view text);
 
-/// Every capital letter of the Latin, Greek, Cyrillic and Armenian alphabets as its small one; letters of
-/// other alphabets keep their case.
-std::string lowercased(std::string_view text);
-
 std::string replacingOccurrences(std::string_view text, char of, char with);
 
 std::string joined(const std::vector<std::string>& items, std::string_view separator);

@@ -1,5 +1,6 @@
 #include "Vintra/take/TrackNames.h"
 
+#include "Vintra/platform/LetterCase.h"
 #include "Vintra/take/Text.h"
 
 namespace vintra {

@@ -31,6 +31,8 @@ Platform SimulatedMachine::platform() const {
     bundle.fileManager = fileManager;
     bundle.processInfo = processInfo;
     bundle.assetWriters = assetWriters;
+    bundle.assetProbing = assetProbing;
+    bundle.workspace = workspace;
     return bundle;
 }
 

@@ -2,6 +2,7 @@
 
 #include "Vintra/platform/Platform.h"
 #include "Vintra/platform/Task.h"
+#include "Vintra/platform/simulated/SimulatedAssetProbing.h"
 #include "Vintra/platform/simulated/SimulatedAssetWriters.h"
 #include "Vintra/platform/simulated/SimulatedDispatchQueues.h"
 #include "Vintra/platform/simulated/SimulatedFileManager.h"
@@ -12,6 +13,7 @@
 #include "Vintra/platform/simulated/SimulatedUserDefaults.h"
 #include "Vintra/platform/simulated/SimulatedViolations.h"
 #include "Vintra/platform/simulated/SimulatedWallClock.h"
+#include "Vintra/platform/simulated/SimulatedWorkspace.h"
 #include "Vintra/platform/simulated/VirtualTime.h"
 
 #include <exception>
@@ -70,6 +72,8 @@ public:
     const std::shared_ptr<SimulatedProcessInfo> processInfo;
     const std::shared_ptr<SimulatedViolations> violations;
     const std::shared_ptr<SimulatedAssetWriters> assetWriters;
+    const std::shared_ptr<SimulatedAssetProbing> assetProbing = std::make_shared<SimulatedAssetProbing>();
+    const std::shared_ptr<SimulatedWorkspace> workspace = std::make_shared<SimulatedWorkspace>();
 
 private:
     template <typename Result>
