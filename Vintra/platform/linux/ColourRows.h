@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace vintra {
+
+/// The Rec. 709 matrix for video range, times 2^15. Luma: 0.2126, 0.7152 and 0.0722 times 219/255. Chroma:
+/// (B − Y)/1.8556 and (R − Y)/1.5748 times 224/255; each row sums to 0, so that greys have no colour.
+struct ColourMatrix {
+    static constexpr int lumaBlue = 2032;
+    static constexpr int lumaGreen = 20127;
+    static constexpr int lumaRed = 5983;
+    static constexpr int cbBlue = 14392;
+    static constexpr int cbGreen = -11094;
+    static constexpr int cbRed = -3298;
+    static constexpr int crBlue = -1319;
+    static constexpr int crGreen = -13073;
+    static constexpr int crRed = 14392;
+    static constexpr int lumaShift = 15;
+    static constexpr int chromaShift = 17; ///< of the sum of four pixels
+    static constexpr int lumaOffset = (16 << lumaShift) + (1 << (lumaShift - 1));
+    static constexpr int chromaOffset = (128 << chromaShift) + (1 << (chromaShift - 1));
+};
+
+/// Two rows of BGRA pixels to two rows of luma and one of interleaved chroma. The width is even.
+void convertColourRowsPortable(const uint8_t* top, const uint8_t* bottom, size_t width, uint8_t* lumaTop,
+                               uint8_t* lumaBottom, uint8_t* chroma);
+/// The same with vector instructions; on a processor of another kind they are the portable one.
+void convertColourRowsSse2(const uint8_t* top, const uint8_t* bottom, size_t width, uint8_t* lumaTop,
+                           uint8_t* lumaBottom, uint8_t* chroma);
+void convertColourRowsAvx2(const uint8_t* top, const uint8_t* bottom, size_t width, uint8_t* lumaTop,
+                           uint8_t* lumaBottom, uint8_t* chroma);
+
+} // namespace vintra

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "Vintra/platform/CMSampleBuffer.h"
+
+namespace vintra {
+
+/// One track of a `MovieFile`: encodes its samples into the movie. Owned by the file, of the same thread.
+/// Failures are thrown as `SystemError`.
+class MovieTrack {
+public:
+    virtual ~MovieTrack() = default;
+    virtual void write(const CMSampleBuffer& sample, CMTime sessionStart) = 0;
+    /// Encodes what is still held; after it the track is described even if it got no sample.
+    virtual void finish() = 0;
+};
+
+} // namespace vintra

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace vintra {
+
+/// The NAL units of an H.264 or HEVC byte stream, without their start codes. They point into the stream.
+std::vector<std::span<const uint8_t>> splitNalUnits(std::span<const uint8_t> stream);
+
+/// The stream with each unit behind its length in four bytes, as movie files hold it.
+std::vector<uint8_t> lengthPrefixedNalUnits(std::span<const uint8_t> stream);
+
+/// The body of an "avcC" atom, from a stream with one sequence and one picture parameter set; empty if one is
+/// missing.
+std::vector<uint8_t> h264DecoderConfiguration(std::span<const uint8_t> parameterSets);
+
+/// The body of an "hvcC" atom for 8-bit 4:2:0 pictures, from a stream of video, sequence and picture
+/// parameter sets; empty if one is missing.
+std::vector<uint8_t> hevcDecoderConfiguration(std::span<const uint8_t> parameterSets);
+
+} // namespace vintra

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "Vintra/platform/SystemError.h"
+#include "Vintra/platform/URL.h"
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace vintra {
+
+/// The one new file that a writer fills. Owned by its writer's file format and used by one thread at a time.
+/// Failures are thrown as `SystemError` of the domain "posix", with a sentence that says what to do.
+class OutputFile {
+public:
+    /// Makes the file. Throws if one of the name exists: that one is never opened.
+    static OutputFile create(const URL& url);
+
+    OutputFile(OutputFile&& other) noexcept;
+    OutputFile& operator=(OutputFile&&) = delete;
+    /// Closes it; what was written stays.
+    ~OutputFile();
+
+    void append(std::span<const uint8_t> bytes);
+    /// Overwrites bytes that are there already.
+    void overwrite(uint64_t offset, std::span<const uint8_t> bytes);
+    /// Bytes appended so far. A failed append counts not at all, though a part of it may be on the disk.
+    uint64_t size() const { return size_; }
+    /// Cuts off what a failed append left behind `size()`; a failure to do so is of no consequence.
+    void dropFailedAppend() noexcept;
+    /// Closes it; throws where the disk tells only now that it could not keep the bytes.
+    void close();
+    const URL& url() const { return url_; }
+
+private:
+    OutputFile(URL url, int descriptor);
+    void write(uint64_t offset, std::span<const uint8_t> bytes);
+    URL url_;
+    int descriptor;
+    uint64_t size_ = 0;
+};
+
+} // namespace vintra
