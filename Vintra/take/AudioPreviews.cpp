@@ -1,5 +1,6 @@
-// One running capture session for each audio device that the user has chosen. The meters hang on these sessions between
-// takes, and a take merely attaches writers to them: it never starts a device cold. During a take they are frozen.
+// One running capture session for each audio device that the user has chosen. The meters hang on these
+// sessions between takes, and a take merely attaches writers to them: it never starts a device cold. During a
+// take they are frozen.
 
 #include "Vintra/platform/MainThread.h"
 #include "Vintra/take/ScreenRecorderManager.h"
@@ -94,9 +95,11 @@ Task<> ScreenRecorderManager::configureMicPreview() {
     const auto device = availableAudioInput(*selectedMicDeviceID);
     if (!device) co_return;
     const bool granted = co_await requestMicPermissionIfNeeded();
-    // The wait may have been long: a take may have begun, the selection moved, another configure built the preview.
+    // The wait may have been long: a take may have begun, the selection moved, another configure built the
+    // preview.
     const std::string uniqueID = device->uniqueID();
-    if (!granted || *isRecording || *selectedMicDeviceID != uniqueID || micPreview.deviceID == uniqueID) co_return;
+    if (!granted || *isRecording || *selectedMicDeviceID != uniqueID || micPreview.deviceID == uniqueID)
+        co_return;
 
     const auto chain = makeCaptureChain(device, channelCount(uniqueID), micOutputQueue);
     if (!chain) co_return;
@@ -120,7 +123,8 @@ Task<> ScreenRecorderManager::configureDawPreview() {
     if (!device) co_return;
     const bool granted = co_await requestMicPermissionIfNeeded();
     const std::string uniqueID = device->uniqueID();
-    if (!granted || *isRecording || dawPreviewTargetDeviceID() != uniqueID || dawPreview.deviceID == uniqueID) co_return;
+    if (!granted || *isRecording || dawPreviewTargetDeviceID() != uniqueID || dawPreview.deviceID == uniqueID)
+        co_return;
 
     const auto chain = makeCaptureChain(device, dawChannelCount(*device), dawOutputQueue);
     if (!chain) co_return;
@@ -159,14 +163,16 @@ Task<> ScreenRecorderManager::configureExtraPreviews() {
     const auto isUnwanted = [&wanted](const ExtraPreview& preview) {
         return std::find(wanted.begin(), wanted.end(), preview.deviceID) == wanted.end();
     };
-    for (auto gone = std::find_if(extraPreviews.begin(), extraPreviews.end(), isUnwanted); gone != extraPreviews.end();
+    for (auto gone = std::find_if(extraPreviews.begin(), extraPreviews.end(), isUnwanted);
+         gone != extraPreviews.end();
          gone = std::find_if(extraPreviews.begin(), extraPreviews.end(), isUnwanted)) {
         const auto session = gone->session;
         co_await stopSession(session);
         std::erase_if(extraPreviews, [&](const ExtraPreview& preview) { return preview.session == session; });
     }
     std::set<UUID> rows;
-    for (const ExtraAudioInputConfig& row : *extraAudioInputs) rows.insert(row.id);
+    for (const ExtraAudioInputConfig& row : *extraAudioInputs)
+        rows.insert(row.id);
     levels->pruneExtraLevels(rows);
     syncRoutingCache();
     if (std::all_of(wanted.begin(), wanted.end(), hasPreview)) co_return;
@@ -177,7 +183,8 @@ Task<> ScreenRecorderManager::configureExtraPreviews() {
         if (*isRecording || !device || hasPreview(deviceID)) continue;
         const auto chain = makeCaptureChain(device, channelCount(deviceID), extraInputOutputQueue);
         if (!chain) continue;
-        extraPreviews.push_back({.deviceID = deviceID, .session = chain->session, .dataOutput = chain->dataOutput});
+        extraPreviews.push_back(
+            {.deviceID = deviceID, .session = chain->session, .dataOutput = chain->dataOutput});
         syncRoutingCache();
         startSession(chain->session);
     }
@@ -188,8 +195,9 @@ bool ScreenRecorderManager::areExtraPreviewsRunning() const {
                        [](const ExtraPreview& preview) { return preview.session->isRunning(); });
 }
 
-std::unique_ptr<DeviceSampleRateWatcher> ScreenRecorderManager::watchSampleRate(const std::string& deviceUID,
-                                                                               void (*onChange)(ScreenRecorderManager&)) {
+std::unique_ptr<DeviceSampleRateWatcher>
+ScreenRecorderManager::watchSampleRate(const std::string& deviceUID,
+                                       void (*onChange)(ScreenRecorderManager&)) {
     auto watcher = DeviceSampleRateWatcher::make(*platform.audioHardware, deviceUID);
     if (!watcher) return nullptr;
     watcher->start([weak = weak_from_this(), onChange] {
@@ -200,7 +208,8 @@ std::unique_ptr<DeviceSampleRateWatcher> ScreenRecorderManager::watchSampleRate(
 
 void ScreenRecorderManager::handleMicDeviceFormatChanged() {
     if (*isRecording) {
-        lastError.set("Mic input's audio format changed unexpectedly mid-recording. That track may have stopped receiving "
+        lastError.set("Mic input's audio format changed unexpectedly mid-recording. That track may have "
+                      "stopped receiving "
                       "data — other tracks are still recording.");
         return;
     }
@@ -210,15 +219,17 @@ void ScreenRecorderManager::handleMicDeviceFormatChanged() {
 
 void ScreenRecorderManager::handleDawDeviceFormatChanged() {
     if (*isRecording) {
-        lastError.set("Virtual input's audio format changed unexpectedly mid-recording. That track may have stopped "
-                      "receiving data — other tracks are still recording.");
+        lastError.set(
+            "Virtual input's audio format changed unexpectedly mid-recording. That track may have stopped "
+            "receiving data — other tracks are still recording.");
         return;
     }
     dawPreview.deviceID = std::nullopt;
     startTask(&ScreenRecorderManager::configureDawPreview);
 }
 
-/// A row's channel, name or gain needs the routing alone; another set of devices or of rows needs the sessions.
+/// A row's channel, name or gain needs the routing alone; another set of devices or of rows needs the
+/// sessions.
 void ScreenRecorderManager::extraAudioInputsChanged(const std::vector<ExtraAudioInputConfig>& old) {
     const auto devices = [](const std::vector<ExtraAudioInputConfig>& rows) {
         std::set<std::string> ids;
@@ -228,7 +239,8 @@ void ScreenRecorderManager::extraAudioInputsChanged(const std::vector<ExtraAudio
         return ids;
     };
     for (const ExtraAudioInputConfig& row : *extraAudioInputs) {
-        const auto before = std::find_if(old.begin(), old.end(), [&](const auto& candidate) { return candidate.id == row.id; });
+        const auto before = std::find_if(old.begin(), old.end(),
+                                         [&](const auto& candidate) { return candidate.id == row.id; });
         if (before == old.end() || before->deviceID != row.deviceID) noteLastUsedAudioDevice(row.deviceID);
     }
     if (devices(old) == devices(*extraAudioInputs) && old.size() == extraAudioInputs->size()) {

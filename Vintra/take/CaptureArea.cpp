@@ -18,11 +18,14 @@ std::string sizeText(CMVideoDimensions size) {
 /// The chosen mode, but for a region on a display that is gone and a window mode without a window.
 CaptureModeChoice ScreenRecorderManager::effectiveCaptureMode() const {
     switch (*screenCaptureMode) {
-    case CaptureModeChoice::fullScreen: break;
+    case CaptureModeChoice::fullScreen:
+        break;
     case CaptureModeChoice::region: {
         const auto& region = *captureRegion;
         const bool present = region && std::any_of(availableDisplays->begin(), availableDisplays->end(),
-                                                   [&](const CaptureDisplay& display) { return display.id == region->displayID; });
+                                                   [&](const CaptureDisplay& display) {
+                                                       return display.id == region->displayID;
+                                                   });
         if (present) return CaptureModeChoice::region;
         break;
     }
@@ -40,7 +43,8 @@ std::string ScreenRecorderManager::captureAreaLabel() const {
     if (effectiveCaptureMode() == CaptureModeChoice::region) {
         const CaptureRegion& region = **captureRegion;
         const auto screen = screenWithNumber(region.displayID);
-        const auto pixels = region.pixelSize(screen ? screen->backingScaleFactor : kScaleWithoutScreen, *aspectPreset);
+        const auto pixels =
+            region.pixelSize(screen ? screen->backingScaleFactor : kScaleWithoutScreen, *aspectPreset);
         const std::string label = "Area · " + sizeText(cappedSize(pixels.width, pixels.height));
         return *aspectPreset == AspectPreset::freeform ? label : label + " · " + barLabel(*aspectPreset);
     }

@@ -13,11 +13,13 @@ void ScreenRecorderManager::refreshAudioDevices() {
     std::unordered_map<std::string, int> channelCounts;
     for (const CoreAudioInputDevice& input : CoreAudioInputDevice::listAll(*platform.audioHardware)) {
         channelCounts[input.uid] = input.channelCount;
-        if (auto device = platform.captureDevices->deviceWithUniqueID(input.uid)) devices.push_back(std::move(device));
+        if (auto device = platform.captureDevices->deviceWithUniqueID(input.uid))
+            devices.push_back(std::move(device));
     }
     const auto lastUsed = stringForKey(*platform.userDefaults, "lastUsedAudioDeviceID");
-    const auto found = std::find_if(devices.begin(), devices.end(),
-                                    [&](const auto& device) { return lastUsed && device->uniqueID() == *lastUsed; });
+    const auto found = std::find_if(devices.begin(), devices.end(), [&](const auto& device) {
+        return lastUsed && device->uniqueID() == *lastUsed;
+    });
     if (found != devices.end()) std::rotate(devices.begin(), found, found + 1);
     availableAudioInputDevices.set(std::move(devices));
     audioDeviceChannelCounts.set(std::move(channelCounts));

@@ -1,5 +1,5 @@
-// The computer's own sound. The relay from the virtual device to the real output isn't built yet: a take that asks for
-// computer audio finds no relay and is refused with the sentence for that.
+// The computer's own sound. The relay from the virtual device to the real output isn't built yet: a take that
+// asks for computer audio finds no relay and is refused with the sentence for that.
 
 #include "Vintra/take/ScreenRecorderManager.h"
 

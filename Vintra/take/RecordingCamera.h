@@ -9,8 +9,8 @@
 
 namespace vintra {
 
-/// A camera of the running take as the monitors and the report see it. The companions belong to the controller or to the
-/// camera's tap, which outlive this view of them. Main thread.
+/// A camera of the running take as the monitors and the report see it. The companions belong to the
+/// controller or to the camera's tap, which outlive this view of them. Main thread.
 struct RecordingCamera {
     std::string label; ///< "webcam (device name)", "webcam 2 (device name)"
     std::string name;

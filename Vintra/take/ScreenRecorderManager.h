@@ -49,19 +49,19 @@
 
 namespace vintra {
 
-/// The one controller: it owns every capture session, every writer and all state of recording that the user sees. Views
-/// read the published state and call the operations; nothing else starts or stops a take.
+/// The one controller: it owns every capture session, every writer and all state of recording that the user
+/// sees. Views read the published state and call the operations; nothing else starts or stops a take.
 ///
-/// A take is one press of record: one movie of the screen, one per camera, one WAV per audio source, all in one folder,
-/// under one name, measured from one instant.
+/// A take is one press of record: one movie of the screen, one per camera, one WAV per audio source, all in
+/// one folder, under one name, measured from one instant.
 ///
 ///        startRecording                      stopRecording
 ///     idle -----> starting (isBusy) -----> recording (isRecording) -----> stopping (isBusy) -----> idle
 ///      ^             | a start that fails undoes itself                                             |
 ///      +-------------+-------------------------------------------------------------------------------+
 ///
-/// Main thread, with the exception of the sample callbacks (`stream(...)`, `captureOutput`): those run on serial
-/// queues and touch only the objects marked as shared below, each of which has a lock of its own.
+/// Main thread, with the exception of the sample callbacks (`stream(...)`, `captureOutput`): those run on
+/// serial queues and touch only the objects marked as shared below, each of which has a lock of its own.
 ///
 /// The header is the map of the controller; each group of operations has a source file of its own.
 class ScreenRecorderManager final : public std::enable_shared_from_this<ScreenRecorderManager>,
@@ -69,15 +69,18 @@ class ScreenRecorderManager final : public std::enable_shared_from_this<ScreenRe
                                     public SCStreamDelegate,
                                     public AVCaptureDataOutputSampleBufferDelegate {
 public:
-    /// Restores the settings, lists the devices and starts the watchers. The services must outlive the result.
+    /// Restores the settings, lists the devices and starts the watchers. The services must outlive the
+    /// result.
     static std::shared_ptr<ScreenRecorderManager> make(Platform platform);
     ~ScreenRecorderManager() override;
 
-    // -- Operations ------------------------------------------------------------------------------------------------
+    // -- Operations
+    // ------------------------------------------------------------------------------------------------
 
-    /// Turns the armed rows into a running take whose screen movie is at `to`; the other files lie beside it. The outcome
-    /// is in the published state: `isRecording`, or `lastError` with the status "Failed to start" and all undone.
-    /// Does nothing while a take runs, starts or stops. Call `generateSessionName` for the next take when it returns.
+    /// Turns the armed rows into a running take whose screen movie is at `to`; the other files lie beside it.
+    /// The outcome is in the published state: `isRecording`, or `lastError` with the status "Failed to start"
+    /// and all undone. Does nothing while a take runs, starts or stops. Call `generateSessionName` for the
+    /// next take when it returns.
     Task<> startRecording(URL to);
     /// Ends the take and finishes every file. The outcome is in `statusMessage` and `lastError`.
     /// Does nothing unless a take runs.
@@ -91,7 +94,8 @@ public:
     Task<> configureExtraPreviews();
     Task<> rebuildDawPreview();
 
-    // -- Computed --------------------------------------------------------------------------------------------------
+    // -- Computed
+    // --------------------------------------------------------------------------------------------------
 
     int armedTrackCount() const;
     int armedCameraCount() const;
@@ -115,7 +119,8 @@ public:
     /// Which editor the takes get a timeline file for.
     TimelineEditorSetting timelineEditor;
 
-    // -- Published: the take ---------------------------------------------------------------------------------------
+    // -- Published: the take
+    // ---------------------------------------------------------------------------------------
 
     Published<bool> isRecording{false};
     Published<bool> isBusy{false}; ///< a start or a stop is in progress; both refuse to run while it is set
@@ -127,7 +132,8 @@ public:
     Published<bool> activeWebcamTrack{false};
     Published<int> markerCount{0};
 
-    // -- Published: audio ------------------------------------------------------------------------------------------
+    // -- Published: audio
+    // ------------------------------------------------------------------------------------------
 
     Published<std::vector<std::shared_ptr<AVCaptureDevice>>> availableAudioInputDevices; ///< last used first
     Published<std::unordered_map<std::string, int>> audioDeviceChannelCounts;            ///< by unique id
@@ -143,12 +149,14 @@ public:
     Published<std::vector<ExtraAudioInputConfig>> extraAudioInputs;
     const std::shared_ptr<LevelsModel> levels; ///< shared with the audio queues
 
-    // -- Published: cameras ----------------------------------------------------------------------------------------
+    // -- Published: cameras
+    // ----------------------------------------------------------------------------------------
 
     Published<std::optional<std::string>> selectedCameraDeviceID;
     Published<std::vector<ExtraCameraConfig>> extraCameras;
 
-    // -- Published: the screen -------------------------------------------------------------------------------------
+    // -- Published: the screen
+    // -------------------------------------------------------------------------------------
 
     Published<bool> screenEnabled{true};
     Published<int> screenFrameRate{60}; ///< 24, 30 or 60
@@ -161,7 +169,8 @@ public:
     Published<std::optional<std::string>> selectedWindowTitle;
     Published<bool> showMouseClicks{false};
 
-    // -- What the take leaves for the diagnostics ------------------------------------------------------------------
+    // -- What the take leaves for the diagnostics
+    // ------------------------------------------------------------------
 
     std::string lastScreenBeatSummary;
     std::optional<std::string> lastScreenDropSummary;
@@ -169,11 +178,14 @@ public:
 
     std::weak_ptr<FeedbackAsk> feedbackAsk;
 
-    // -- Callbacks of the platform: any queue ----------------------------------------------------------------------
+    // -- Callbacks of the platform: any queue
+    // ----------------------------------------------------------------------
 
-    void stream(SCStream& stream, const CMSampleBuffer& didOutputSampleBuffer, SCStreamOutputType of) override;
+    void stream(SCStream& stream, const CMSampleBuffer& didOutputSampleBuffer,
+                SCStreamOutputType of) override;
     void stream(SCStream& stream, const SystemError& didStopWithError) override;
-    void captureOutput(const std::shared_ptr<AVCaptureOutput>& output, const CMSampleBuffer& didOutput) override;
+    void captureOutput(const std::shared_ptr<AVCaptureOutput>& output,
+                       const CMSampleBuffer& didOutput) override;
 
 private:
     explicit ScreenRecorderManager(Platform platform);
@@ -232,7 +244,8 @@ private:
         std::optional<TakeFiles> take;
     };
 
-    // -- Starting (StartTake.cpp) ----------------------------------------------------------------------------------
+    // -- Starting (StartTake.cpp)
+    // ----------------------------------------------------------------------------------
 
     Task<> setUpTake(TakeInProgress& take);
     Task<> prepareAudioSources(TakeInProgress& take);
@@ -250,17 +263,20 @@ private:
     Task<> cleanupAfterFailure(std::vector<std::shared_ptr<AVAssetWriter>> cancelling);
     Task<bool> requestMicPermissionIfNeeded();
 
-    // -- Stopping (StopTake.cpp) -----------------------------------------------------------------------------------
+    // -- Stopping (StopTake.cpp)
+    // -----------------------------------------------------------------------------------
 
     Task<> detachSinks();
     Task<> drain(std::shared_ptr<DispatchQueue> queue);
-    Task<CameraWriteQueue::Result> flush(std::shared_ptr<CameraWriteQueue> queue, std::shared_ptr<AVAssetWriterInput> into);
+    Task<CameraWriteQueue::Result> flush(std::shared_ptr<CameraWriteQueue> queue,
+                                         std::shared_ptr<AVAssetWriterInput> into);
     Task<> flushCameras();
     Task<> finishScreenBeat(CMTime stopTime);
     void markInputsAsFinished();
     Task<> finishWriters(TakeEnding& ending);
     Task<> finish(std::shared_ptr<AVAssetWriter> writer, std::string label, TakeEnding& ending);
-    void recordPadding(const std::shared_ptr<AVAssetWriter>& writer, std::optional<CMTime> firstPTS, TakeEnding& ending) const;
+    void recordPadding(const std::shared_ptr<AVAssetWriter>& writer, std::optional<CMTime> firstPTS,
+                       TakeEnding& ending) const;
     std::optional<TakeFiles> takeFiles() const;
     void resetLossCounters();
     void leaveRecordingState();
@@ -270,7 +286,8 @@ private:
     Task<> writeTimeline(TakeEnding& ending);
     void reportTake(const TakeEnding& ending);
 
-    // -- Report of the take (TakeReport.cpp) -----------------------------------------------------------------------
+    // -- Report of the take (TakeReport.cpp)
+    // -----------------------------------------------------------------------
 
     TakeObservations observeTake(CMTime stopTime);
     void observeSounds(TakeObservations& seen) const;
@@ -280,33 +297,40 @@ private:
     std::string frameLossRemedy();
     std::optional<bool> outputVolumeIsInternal() const;
 
-    // -- Writers (TrackWriters.cpp) --------------------------------------------------------------------------------
+    // -- Writers (TrackWriters.cpp)
+    // --------------------------------------------------------------------------------
 
     static AVAudioSettings capturePCMSettings(int channelCount);
     std::shared_ptr<AVAssetWriterInput> addReferenceAudioInput(AVAssetWriter& to, int channelCount);
     WriterAndInput makeScreenRecordingWriter(const URL& url, const SCStreamConfiguration& configuration);
-    WriterAndInput makeWebcamRecordingWriter(const std::shared_ptr<AVCaptureDevice>& device, const URL& movURL,
+    WriterAndInput makeWebcamRecordingWriter(const std::shared_ptr<AVCaptureDevice>& device,
+                                             const URL& movURL,
                                              std::optional<CMVideoDimensions> deliveredSize);
-    std::shared_ptr<AudioTrack> makeMicTrack(const std::shared_ptr<AVCaptureDevice>& device, int channelIndex,
-                                             const URL& wavURL, AVAssetWriter* videoWriter,
-                                             const std::vector<std::shared_ptr<AVAssetWriter>>& webcamWriters);
-    std::shared_ptr<AudioTrack> makeAudioTrack(const std::shared_ptr<AVCaptureDevice>& device, const URL& wavURL,
-                                               AVAssetWriter* videoWriter, int channelCount);
+    std::shared_ptr<AudioTrack>
+    makeMicTrack(const std::shared_ptr<AVCaptureDevice>& device, int channelIndex, const URL& wavURL,
+                 AVAssetWriter* videoWriter,
+                 const std::vector<std::shared_ptr<AVAssetWriter>>& webcamWriters);
+    std::shared_ptr<AudioTrack> makeAudioTrack(const std::shared_ptr<AVCaptureDevice>& device,
+                                               const URL& wavURL, AVAssetWriter* videoWriter,
+                                               int channelCount);
     std::shared_ptr<AudioTrack> makeSystemAudioTrack(const URL& wavURL, AVAssetWriter* videoWriter);
     std::vector<std::shared_ptr<ExtraInputDeviceGroup>> makeExtraInputGroups(const URL& outputURL,
                                                                              AVAssetWriter* videoWriter);
-    std::shared_ptr<ExtraInputTrack> makeExtraInputTrack(const ExtraAudioInputConfig& row, const ExtraInputDeviceGroup& group,
+    std::shared_ptr<ExtraInputTrack> makeExtraInputTrack(const ExtraAudioInputConfig& row,
+                                                         const ExtraInputDeviceGroup& group,
                                                          const URL& outputURL, AVAssetWriter* videoWriter);
     WriterAndInput makeWavWriter(const URL& wavURL, int channelCount, const std::string& nameForError);
 
-    // -- Names and files of the take (TakePlan.cpp) ----------------------------------------------------------------
+    // -- Names and files of the take (TakePlan.cpp)
+    // ----------------------------------------------------------------
 
     URL planOutput(const URL& url);
     int webcamNumber(const ExtraCameraRig& rig) const;
     /// The grid rate of a camera; of none without a device.
     static int32_t cameraBeat(const AVCaptureDevice* device);
 
-    // -- Audio previews and inventory (AudioPreviews.cpp, DeviceInventory.cpp) --------------------------------------
+    // -- Audio previews and inventory (AudioPreviews.cpp, DeviceInventory.cpp)
+    // --------------------------------------
 
     std::shared_ptr<AVCaptureDevice> availableAudioInput(const std::optional<std::string>& uniqueID) const;
     /// The device's number of input channels, 1 if unknown.
@@ -325,7 +349,8 @@ private:
     void extraAudioInputsChanged(const std::vector<ExtraAudioInputConfig>& old);
     void noteLastUsedAudioDevice(const std::optional<std::string>& uniqueID);
 
-    // -- Sample path (SamplePath.cpp) ------------------------------------------------------------------------------
+    // -- Sample path (SamplePath.cpp)
+    // ------------------------------------------------------------------------------
 
     void syncRoutingCache();
     void captureMic(const AudioRoutingCache::MicRouting& routing, const CMSampleBuffer& sample);
@@ -343,13 +368,14 @@ private:
     static void writeCameraFrame(const CMSampleBuffer& sample, const std::shared_ptr<AVAssetWriterInput>& to,
                                  CameraCompanions camera);
 
-    // -- Screen source (ScreenSource.cpp) --------------------------------------------------------------------------
+    // -- Screen source (ScreenSource.cpp)
+    // --------------------------------------------------------------------------
 
     Task<> setUpScreen(TakeInProgress& take);
     Task<SCShareableContent> shareableContent();
     std::optional<NSScreen> screenWithNumber(uint32_t number) const;
-    SCStreamConfiguration makeStreamConfiguration(const SCDisplay& display, const std::optional<SCWindow>& window,
-                                                  double scale);
+    SCStreamConfiguration makeStreamConfiguration(const SCDisplay& display,
+                                                  const std::optional<SCWindow>& window, double scale);
     CMVideoDimensions cappedSize(int width, int height) const;
     Task<> handleStreamStopped(SystemError error);
     /// Takes effect with the click overlay: the one window of this program that a take shows.
@@ -357,8 +383,9 @@ private:
     /// Where the chosen window is now, in points; nothing until windows can be picked.
     std::optional<CGRect> selectedWindowRegion() const;
 
-    // -- The computer's own sound (OutputRouting.cpp) --------------------------------------------------------------
-    // Not built yet: there is no relay, so a take that asks for computer audio is refused with its sentence.
+    // -- The computer's own sound (OutputRouting.cpp)
+    // -------------------------------------------------------------- Not built yet: there is no relay, so a
+    // take that asks for computer audio is refused with its sentence.
 
     Task<> startSystemAudioRelayIfNeeded();
     void stopSystemAudioRelay();
@@ -368,8 +395,9 @@ private:
     void noteOutputClock();
     void forgetOutputClock();
 
-    // -- Windows that follow the take (TakeWindows.cpp) ------------------------------------------------------------
-    // Empty until the overlays, the preview windows and the marker key are built.
+    // -- Windows that follow the take (TakeWindows.cpp)
+    // ------------------------------------------------------------ Empty until the overlays, the preview
+    // windows and the marker key are built.
 
     void syncRegionGuide();
     void syncClickHighlight();
@@ -377,7 +405,8 @@ private:
     void refreshExtraCameraWindows();
     void releaseMarkerShortcut();
 
-    // -- Settings (Settings.cpp) -----------------------------------------------------------------------------------
+    // -- Settings (Settings.cpp)
+    // -----------------------------------------------------------------------------------
 
     void restoreSettings();
     void restoreScreenSettings();
@@ -395,10 +424,11 @@ private:
 
     const Platform platform;
 
-    // -- The plan of the take --------------------------------------------------------------------------------------
+    // -- The plan of the take
+    // --------------------------------------------------------------------------------------
 
     std::set<std::string> reservedTrackNames; ///< lower-cased suffixes given out in this take
-    std::vector<URL> plannedOutputURLs;       ///< every file that the take will write, in the order of planning
+    std::vector<URL> plannedOutputURLs; ///< every file that the take will write, in the order of planning
     std::optional<URL> takeVideoURL;
     std::optional<CMTime> recordingCommonStartTime; ///< host time that is zero of the take
     std::vector<double> recordingMarkers;           ///< seconds from the start
@@ -406,7 +436,8 @@ private:
     std::optional<URL> lastTimelineURL_;
     std::vector<std::string> lastTakeWarnings_;
 
-    // -- Capture and writing: main thread --------------------------------------------------------------------------
+    // -- Capture and writing: main thread
+    // --------------------------------------------------------------------------
 
     std::shared_ptr<SCStream> stream_;
     std::shared_ptr<AVAssetWriter> videoWriter;
@@ -429,7 +460,8 @@ private:
     bool wasWindowCapture = false;
     std::optional<CGSize> recordingWindowSize; ///< points
 
-    // -- Shared with the sample callbacks, each behind a lock of its own -------------------------------------------
+    // -- Shared with the sample callbacks, each behind a lock of its own
+    // -------------------------------------------
 
     Sink<std::shared_ptr<AVAssetWriterInput>> videoSink;
     Sink<std::shared_ptr<AVAssetWriterInput>> webcamSink;
@@ -451,7 +483,8 @@ private:
     AudioRoutingCache routingCache;
     MonoFormatCache monoFormatCache;
 
-    // -- Serial queues ---------------------------------------------------------------------------------------------
+    // -- Serial queues
+    // ---------------------------------------------------------------------------------------------
 
     const std::shared_ptr<DispatchQueue> videoOutputQueue;
     const std::shared_ptr<DispatchQueue> sessionControlQueue;

@@ -1,5 +1,5 @@
-// The screen's end of a take: what is asked of the capture, which frames are let through to the beat, what happens when
-// the stream dies, and the list of displays.
+// The screen's end of a take: what is asked of the capture, which frames are let through to the beat, what
+// happens when the stream dies, and the list of displays.
 
 #include "Vintra/platform/FileManager.h"
 #include "Vintra/platform/Log.h"
@@ -128,10 +128,11 @@ CMVideoDimensions ScreenRecorderManager::cappedSize(int width, int height) const
     return cappedCaptureSize(width, height, native);
 }
 
-void ScreenRecorderManager::stream(SCStream&, const CMSampleBuffer& didOutputSampleBuffer, SCStreamOutputType of) {
+void ScreenRecorderManager::stream(SCStream&, const CMSampleBuffer& didOutputSampleBuffer,
+                                   SCStreamOutputType of) {
     if (!didOutputSampleBuffer.isValid() || of != SCStreamOutputType::screen) return;
-    // Idle, blank, suspended, started and stopped carry no new picture: a still screen is a silence here, and the beat
-    // fills it.
+    // Idle, blank, suspended, started and stopped carry no new picture: a still screen is a silence here, and
+    // the beat fills it.
     if (frameStatus(didOutputSampleBuffer) != static_cast<int64_t>(SCFrameStatus::complete)) return;
     if (!videoSink.get()) return;
     screenBeat->frame(didOutputSampleBuffer);
@@ -165,14 +166,16 @@ Task<> ScreenRecorderManager::refreshDisplays() {
     for (const SCDisplay& display : content.displays) {
         const auto screen = screenWithNumber(display.displayID);
         const double scale = screen ? screen->backingScaleFactor : kScaleWithoutScreen;
-        displays.push_back({.id = display.displayID,
-                            .name = screen ? screen->localizedName : "Display " + std::to_string(display.displayID),
-                            .width = static_cast<int>(scale * display.width),
-                            .height = static_cast<int>(scale * display.height)});
+        displays.push_back(
+            {.id = display.displayID,
+             .name = screen ? screen->localizedName : "Display " + std::to_string(display.displayID),
+             .width = static_cast<int>(scale * display.width),
+             .height = static_cast<int>(scale * display.height)});
     }
     availableDisplays.set(displays);
-    const bool listed = std::any_of(displays.begin(), displays.end(),
-                                    [&](const CaptureDisplay& display) { return display.id == *selectedDisplayID; });
+    const bool listed = std::any_of(displays.begin(), displays.end(), [&](const CaptureDisplay& display) {
+        return display.id == *selectedDisplayID;
+    });
     if (*selectedDisplayID && !displays.empty() && !listed) selectedDisplayID.set(std::nullopt);
 }
 

@@ -1,4 +1,5 @@
-// Settings that are kept between runs. Device selections aren't: a run begins with nothing armed but the screen.
+// Settings that are kept between runs. Device selections aren't: a run begins with nothing armed but the
+// screen.
 
 #include "Vintra/platform/UserDefaults.h"
 #include "Vintra/take/ScreenRecorderManager.h"
@@ -46,13 +47,16 @@ void ScreenRecorderManager::restoreScreenSettings() {
     if (const auto mode = captureModeChoice(stringForKey(defaults, "screenCaptureMode").value_or(""))) {
         screenCaptureMode.set(*mode);
     }
-    if (const auto aspect = vintra::aspectPreset(stringForKey(defaults, "captureAspectPreset").value_or(""))) {
+    if (const auto aspect =
+            vintra::aspectPreset(stringForKey(defaults, "captureAspectPreset").value_or(""))) {
         aspectPreset.set(*aspect);
     }
     const auto region = doublesForKey(defaults, "captureRegion");
-    if (region && region->size() == 5 && (*region)[0] >= 0 && (*region)[0] <= static_cast<double>(kLargestID)) {
-        captureRegion.set(CaptureRegion{.displayID = static_cast<uint32_t>((*region)[0]),
-                                        .rect = {{(*region)[1], (*region)[2]}, {(*region)[3], (*region)[4]}}});
+    if (region && region->size() == 5 && (*region)[0] >= 0 &&
+        (*region)[0] <= static_cast<double>(kLargestID)) {
+        captureRegion.set(
+            CaptureRegion{.displayID = static_cast<uint32_t>((*region)[0]),
+                          .rect = {{(*region)[1], (*region)[2]}, {(*region)[3], (*region)[4]}}});
     }
 }
 
@@ -65,7 +69,8 @@ void ScreenRecorderManager::persistSettingsOnChange() {
             defaults->remove(key);
         }
     };
-    lowLatencyMonitoring.onChange([this, defaults](bool) { defaults->set("lowLatencyMonitoring", *lowLatencyMonitoring); });
+    lowLatencyMonitoring.onChange(
+        [this, defaults](bool) { defaults->set("lowLatencyMonitoring", *lowLatencyMonitoring); });
     systemAudioMonitorUID.onChange([this, defaults](const auto&) {
         if (*systemAudioMonitorUID) {
             defaults->set("systemAudioMonitorUID", **systemAudioMonitorUID);
@@ -83,8 +88,10 @@ void ScreenRecorderManager::persistSettingsOnChange() {
     });
     screenFrameRate.onChange(
         [this, defaults](int) { defaults->set("screenFrameRate", static_cast<int64_t>(*screenFrameRate)); });
-    selectedDisplayID.onChange([this, persistID](const auto&) { persistID("selectedDisplayID", *selectedDisplayID); });
-    selectedWindowID.onChange([this, persistID](const auto&) { persistID("selectedWindowID", *selectedWindowID); });
+    selectedDisplayID.onChange(
+        [this, persistID](const auto&) { persistID("selectedDisplayID", *selectedDisplayID); });
+    selectedWindowID.onChange(
+        [this, persistID](const auto&) { persistID("selectedWindowID", *selectedWindowID); });
     screenCaptureMode.onChange(
         [this, defaults](auto) { defaults->set("screenCaptureMode", rawValue(*screenCaptureMode)); });
     aspectPreset.onChange(
@@ -99,8 +106,9 @@ void ScreenRecorderManager::persistCaptureRegion() {
     }
     const CaptureRegion& region = **captureRegion;
     platform.userDefaults->set("captureRegion",
-                               std::vector<double>{static_cast<double>(region.displayID), region.rect.origin.x,
-                                                   region.rect.origin.y, region.rect.size.width, region.rect.size.height});
+                               std::vector<double>{static_cast<double>(region.displayID),
+                                                   region.rect.origin.x, region.rect.origin.y,
+                                                   region.rect.size.width, region.rect.size.height});
 }
 
 void ScreenRecorderManager::handleSelectionChanges() {

@@ -1,6 +1,6 @@
-// Starting a take. Every file is measured from one instant, the common start: all writers open at that instant, and
-// nothing reaches a writer before all of them have opened. A start ends with everything running, or undoes everything and
-// leaves the previews as they were.
+// Starting a take. Every file is measured from one instant, the common start: all writers open at that
+// instant, and nothing reaches a writer before all of them have opened. A start ends with everything running,
+// or undoes everything and leaves the previews as they were.
 
 #include "Vintra/platform/FileManager.h"
 #include "Vintra/platform/HostClock.h"
@@ -14,7 +14,8 @@
 namespace vintra {
 namespace {
 
-constexpr double kWarmupSeconds = 0.3; // silent at the head of every audio file: devices click and settle when tapped
+constexpr double kWarmupSeconds =
+    0.3; // silent at the head of every audio file: devices click and settle when tapped
 constexpr int32_t kWarmupTimescale = 600;
 
 /// What the beat's log lines say of the writer.
@@ -76,7 +77,8 @@ Task<> ScreenRecorderManager::setUpTake(TakeInProgress& take) {
         if (error) throw *error;
     }
     // A take that was to hold the computer's sound is refused rather than saved without it.
-    if (*captureSystemAudioForDaw && !usesVirtualAudioDevice()) throw RecordingError::systemAudioUnavailable();
+    if (*captureSystemAudioForDaw && !usesVirtualAudioDevice())
+        throw RecordingError::systemAudioUnavailable();
     publishTake(take);
 }
 
@@ -91,8 +93,8 @@ Task<> ScreenRecorderManager::prepareAudioSources(TakeInProgress& take) {
     if (take.micDevice && take.dawDevice && take.micDevice->uniqueID() == take.dawDevice->uniqueID()) {
         throw RecordingError::duplicateAudioDevice();
     }
-    const bool anyExtra =
-        std::any_of(extraAudioInputs->begin(), extraAudioInputs->end(), [](const auto& row) { return row.deviceID.has_value(); });
+    const bool anyExtra = std::any_of(extraAudioInputs->begin(), extraAudioInputs->end(),
+                                      [](const auto& row) { return row.deviceID.has_value(); });
     if (take.micDevice || take.dawDevice || anyExtra) {
         const bool granted = co_await requestMicPermissionIfNeeded();
         if (!granted) throw RecordingError::microphoneAccessDenied();
@@ -115,7 +117,8 @@ void ScreenRecorderManager::makeWebcamWriters(TakeInProgress& take) {
     for (const ExtraCameraRig& rig : extraCameraRigs) {
         const int number = webcamNumber(rig);
         const URL url = planOutput(webcamURL(take.url, number));
-        const WriterAndInput made = makeWebcamRecordingWriter(rig.device, url, deliveredSize(*rig.tap->frameSize));
+        const WriterAndInput made =
+            makeWebcamRecordingWriter(rig.device, url, deliveredSize(*rig.tap->frameSize));
         const std::string& name = rig.device->localizedName();
         take.extraCameras.push_back({.tap = rig.tap,
                                      .writer = made.writer,
@@ -131,17 +134,19 @@ void ScreenRecorderManager::makeAudioTracks(TakeInProgress& take) {
     if (take.micDevice) {
         std::vector<std::shared_ptr<AVAssetWriter>> webcamWriters;
         if (take.webcam.writer) webcamWriters.push_back(take.webcam.writer);
-        for (const auto& camera : take.extraCameras) webcamWriters.push_back(camera.writer);
+        for (const auto& camera : take.extraCameras)
+            webcamWriters.push_back(camera.writer);
         const std::string suffix = reserveTrackName(micTrackSuffix(*micTrackName), reservedTrackNames);
         const URL url = planOutput(trackURL(take.url, suffix));
         take.micTrack =
             makeMicTrack(take.micDevice, *selectedMicChannelIndex, url, videoWriterOfTake, webcamWriters);
     }
     if (*captureSystemAudioForDaw || take.dawDevice) {
-        const URL url = planOutput(trackURL(take.url, reserveTrackName(kSecondTrackSuffix, reservedTrackNames)));
-        take.dawTrack = *captureSystemAudioForDaw
-                            ? makeSystemAudioTrack(url, videoWriterOfTake)
-                            : makeAudioTrack(take.dawDevice, url, videoWriterOfTake, dawChannelCount(*take.dawDevice));
+        const URL url =
+            planOutput(trackURL(take.url, reserveTrackName(kSecondTrackSuffix, reservedTrackNames)));
+        take.dawTrack = *captureSystemAudioForDaw ? makeSystemAudioTrack(url, videoWriterOfTake)
+                                                  : makeAudioTrack(take.dawDevice, url, videoWriterOfTake,
+                                                                   dawChannelCount(*take.dawDevice));
     }
     take.extraInputGroups = makeExtraInputGroups(take.url, videoWriterOfTake);
 }
@@ -164,8 +169,9 @@ void ScreenRecorderManager::armAtCommonStart(TakeInProgress& take) {
     webcamPicture.begin(commonStart);
     webcamWriteQueue->begin(commonStart, cameraBeat(webcamDevice.get()));
     for (const ExtraCameraRecording& camera : take.extraCameras) {
-        const auto rig = std::find_if(extraCameraRigs.begin(), extraCameraRigs.end(),
-                                      [&](const ExtraCameraRig& candidate) { return candidate.tap == camera.tap; });
+        const auto rig =
+            std::find_if(extraCameraRigs.begin(), extraCameraRigs.end(),
+                         [&](const ExtraCameraRig& candidate) { return candidate.tap == camera.tap; });
         const AVCaptureDevice* const device = rig == extraCameraRigs.end() ? nullptr : rig->device.get();
         camera.tap->picture->begin(commonStart);
         camera.tap->writeQueue->begin(commonStart, cameraBeat(device));
@@ -186,10 +192,12 @@ ScreenRecorderManager::writersInOrder(const TakeInProgress& take) const {
                            take.dawTrack->writer});
     }
     if (take.webcam.writer) writers.push_back({"the webcam recording", take.webcam.writer});
-    for (const auto& camera : take.extraCameras) writers.push_back({camera.label, camera.writer});
+    for (const auto& camera : take.extraCameras)
+        writers.push_back({camera.label, camera.writer});
     for (const auto& group : take.extraInputGroups) {
         for (const auto& track : group->tracks) {
-            writers.push_back({"extra input " + track->writer->outputURL().lastPathComponent(), track->writer});
+            writers.push_back(
+                {"extra input " + track->writer->outputURL().lastPathComponent(), track->writer});
         }
     }
     return writers;
@@ -211,7 +219,8 @@ void ScreenRecorderManager::storeTake(const TakeInProgress& take) {
     if (take.micTrack) take.micTrack->warmupCutoff = warmupCutoff;
     if (take.dawTrack) take.dawTrack->warmupCutoff = warmupCutoff;
     for (const auto& group : take.extraInputGroups) {
-        for (const auto& track : group->tracks) track->warmupCutoff = warmupCutoff;
+        for (const auto& track : group->tracks)
+            track->warmupCutoff = warmupCutoff;
     }
     videoWriter = take.screen.writer;
     videoInput = take.screen.input;
@@ -233,8 +242,8 @@ void ScreenRecorderManager::beginScreenBeat() {
         timeline->record(captured);
     };
     auto writerStatus = [writer = std::weak_ptr(videoWriter)] { return writerStatusText(writer); };
-    screenBeat->begin(*recordingCommonStartTime, *screenFrameRate, videoInput, videoOutputQueue, std::move(wrote),
-                      std::move(lost), std::move(writerStatus));
+    screenBeat->begin(*recordingCommonStartTime, *screenFrameRate, videoInput, videoOutputQueue,
+                      std::move(wrote), std::move(lost), std::move(writerStatus));
 }
 
 /// Samples are thrown away up to here, so nothing reaches a writer before its session has begun.
@@ -278,11 +287,13 @@ std::string ScreenRecorderManager::recordingStatus() const {
     if (webcams == 1) names.push_back("webcam");
     if (webcams > 1) names.push_back(std::to_string(webcams) + " webcams");
     size_t extras = 0;
-    for (const auto& group : extraInputGroups) extras += group->tracks.size();
+    for (const auto& group : extraInputGroups)
+        extras += group->tracks.size();
     if (extras > 0) names.push_back(std::to_string(extras) + " extra input" + (extras == 1 ? "" : "s"));
 
     std::string text = "Recording ";
-    for (size_t i = 0; i < names.size(); ++i) text += (i == 0 ? "" : " + ") + names[i];
+    for (size_t i = 0; i < names.size(); ++i)
+        text += (i == 0 ? "" : " + ") + names[i];
     return text + "…";
 }
 
@@ -295,7 +306,8 @@ Task<> ScreenRecorderManager::cleanupAfterFailure(std::vector<std::shared_ptr<AV
     screenBeat->cancel();
     takeVideoURL = std::nullopt;
     releaseMarkerShortcut();
-    for (const ExtraCameraRig& rig : extraCameraRigs) rig.tap->writeQueue->clear();
+    for (const ExtraCameraRig& rig : extraCameraRigs)
+        rig.tap->writeQueue->clear();
     for (const auto& writer : cancelling) {
         if (writer->status() == AVAssetWriterStatus::writing) writer->cancelWriting();
     }
@@ -316,12 +328,17 @@ Task<> ScreenRecorderManager::cleanupAfterFailure(std::vector<std::shared_ptr<AV
 
 Task<bool> ScreenRecorderManager::requestMicPermissionIfNeeded() {
     switch (platform.captureDevices->authorizationStatus(AVMediaType::audio)) {
-    case AVAuthorizationStatus::authorized: co_return true;
+    case AVAuthorizationStatus::authorized:
+        co_return true;
     case AVAuthorizationStatus::denied:
-    case AVAuthorizationStatus::restricted: co_return false;
-    case AVAuthorizationStatus::notDetermined: break;
+    case AVAuthorizationStatus::restricted:
+        co_return false;
+    case AVAuthorizationStatus::notDetermined:
+        break;
     }
-    const auto ask = [devices = platform.captureDevices](auto done) { devices->requestAccess(AVMediaType::audio, done); };
+    const auto ask = [devices = platform.captureDevices](auto done) {
+        devices->requestAccess(AVMediaType::audio, done);
+    };
     co_return co_await awaitCompletion<bool>(*platform.mainThread, ask);
 }
 

@@ -1,5 +1,6 @@
-// Stopping a take. The sources stop, all in flight reaches the writers, every file is finished, each WAV is given its
-// leading silence, and the outcome is told. Every failure stays local: a writer that fails loses its own file alone.
+// Stopping a take. The sources stop, all in flight reaches the writers, every file is finished, each WAV is
+// given its leading silence, and the outcome is told. Every failure stays local: a writer that fails loses
+// its own file alone.
 
 #include "Vintra/platform/FileManager.h"
 #include "Vintra/platform/HostClock.h"
@@ -61,7 +62,8 @@ Task<> ScreenRecorderManager::stopRecording() {
     }
     co_await writeTimeline(ending);
     reportTake(ending);
-    if (const auto feedback = feedbackAsk.lock()) feedback->takeFinished(ending.seconds, lastError->has_value());
+    if (const auto feedback = feedbackAsk.lock())
+        feedback->takeFinished(ending.seconds, lastError->has_value());
     isBusy.set(false);
 }
 
@@ -71,12 +73,15 @@ Task<> ScreenRecorderManager::detachSinks() {
     micSink.empty();
     dawSink.empty();
     extraSink.empty();
-    for (const ExtraCameraRig& rig : extraCameraRigs) rig.tap->setInput(nullptr);
+    for (const ExtraCameraRig& rig : extraCameraRigs)
+        rig.tap->setInput(nullptr);
 
     std::vector<std::shared_ptr<DispatchQueue>> queues{videoOutputQueue, webcamOutputQueue};
-    for (const ExtraCameraRig& rig : extraCameraRigs) queues.push_back(rig.queue);
+    for (const ExtraCameraRig& rig : extraCameraRigs)
+        queues.push_back(rig.queue);
     queues.insert(queues.end(), {micOutputQueue, dawOutputQueue, extraInputOutputQueue, systemAudioQueue});
-    for (const auto& queue : queues) co_await drain(queue);
+    for (const auto& queue : queues)
+        co_await drain(queue);
 }
 
 /// Resumes from a block run on the queue, so all work queued earlier has ended.
@@ -125,14 +130,16 @@ void ScreenRecorderManager::markInputsAsFinished() {
     if (micTrack) {
         markAsFinished(micTrack->input);
         markAsFinished(micTrack->referenceInput);
-        for (const auto& input : micTrack->webcamReferenceInputs) markAsFinished(input);
+        for (const auto& input : micTrack->webcamReferenceInputs)
+            markAsFinished(input);
     }
     if (dawTrack) {
         markAsFinished(dawTrack->input);
         markAsFinished(dawTrack->referenceInput);
     }
     markAsFinished(webcamInput);
-    for (const auto& camera : extraCameraRecordings) markAsFinished(camera.input);
+    for (const auto& camera : extraCameraRecordings)
+        markAsFinished(camera.input);
     for (const auto& group : extraInputGroups) {
         for (const auto& track : group->tracks) {
             markAsFinished(track->input);
@@ -155,7 +162,8 @@ Task<> ScreenRecorderManager::finishWriters(TakeEnding& ending) {
     }
     if (webcamWriter) co_await finish(webcamWriter, "webcam recording", ending);
     const auto cameras = extraCameraRecordings;
-    for (const auto& camera : cameras) co_await finish(camera.writer, camera.label, ending);
+    for (const auto& camera : cameras)
+        co_await finish(camera.writer, camera.label, ending);
     const auto groups = extraInputGroups;
     for (const auto& group : groups) {
         for (const auto& track : group->tracks) {
@@ -165,7 +173,8 @@ Task<> ScreenRecorderManager::finishWriters(TakeEnding& ending) {
     }
 }
 
-Task<> ScreenRecorderManager::finish(std::shared_ptr<AVAssetWriter> writer, std::string label, TakeEnding& ending) {
+Task<> ScreenRecorderManager::finish(std::shared_ptr<AVAssetWriter> writer, std::string label,
+                                     TakeEnding& ending) {
     const auto begin = [writer](auto done) { writer->finishWriting(done); };
     co_await awaitCompletion<void>(*platform.mainThread, begin);
     if (writer->status() != AVAssetWriterStatus::failed) co_return;
@@ -173,8 +182,8 @@ Task<> ScreenRecorderManager::finish(std::shared_ptr<AVAssetWriter> writer, std:
     ending.failures.push_back(label + " (" + (error ? error->localizedDescription() : "unknown error") + ")");
 }
 
-void ScreenRecorderManager::recordPadding(const std::shared_ptr<AVAssetWriter>& writer, std::optional<CMTime> firstPTS,
-                                          TakeEnding& ending) const {
+void ScreenRecorderManager::recordPadding(const std::shared_ptr<AVAssetWriter>& writer,
+                                          std::optional<CMTime> firstPTS, TakeEnding& ending) const {
     if (!writer || !recordingCommonStartTime || !firstPTS) return;
     ending.paddings.push_back({writer->outputURL(), CMTimeGetSeconds(*firstPTS - *recordingCommonStartTime)});
 }
@@ -187,13 +196,16 @@ std::optional<TakeFiles> ScreenRecorderManager::takeFiles() const {
     files.folder = takeVideoURL->deletingLastPathComponent();
     if (videoWriter) files.screen = videoWriter->outputURL();
     if (webcamWriter) files.cameras.push_back(webcamWriter->outputURL());
-    for (const auto& camera : extraCameraRecordings) files.cameras.push_back(camera.writer->outputURL());
+    for (const auto& camera : extraCameraRecordings)
+        files.cameras.push_back(camera.writer->outputURL());
     if (micTrack) files.sounds.push_back(micTrack->writer->outputURL());
     if (dawTrack) files.sounds.push_back(dawTrack->writer->outputURL());
     for (const auto& group : extraInputGroups) {
-        for (const auto& track : group->tracks) files.sounds.push_back(track->writer->outputURL());
+        for (const auto& track : group->tracks)
+            files.sounds.push_back(track->writer->outputURL());
     }
-    if (micTrack && !micTrack->webcamReferenceInputs.empty()) files.cameraSound = micTrack->writer->outputURL();
+    if (micTrack && !micTrack->webcamReferenceInputs.empty())
+        files.cameraSound = micTrack->writer->outputURL();
     files.markers = recordingMarkers;
     return files;
 }
@@ -234,7 +246,8 @@ void ScreenRecorderManager::releaseTake() {
 
 Task<> ScreenRecorderManager::padWavFiles(std::vector<Padding> paddings) {
     const auto background = platform.dispatchQueues->globalQueue(QualityOfService::userInitiated);
-    const auto begin = [background, paddings, files = platform.fileManager, process = platform.processInfo](auto done) {
+    const auto begin = [background, paddings, files = platform.fileManager,
+                        process = platform.processInfo](auto done) {
         background->async([paddings, files, process, done] {
             for (const Padding& padding : paddings) {
                 padWavFileWithLeadingSilence(*files, *process, padding.url, padding.gap);

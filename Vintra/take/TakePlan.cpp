@@ -14,16 +14,17 @@ int ScreenRecorderManager::armedCameraCount() const {
 }
 
 int ScreenRecorderManager::armedTrackCount() const {
-    const auto extras = std::count_if(extraAudioInputs->begin(), extraAudioInputs->end(),
-                                      [](const ExtraAudioInputConfig& row) { return row.deviceID.has_value(); });
-    return armedCameraCount() + (*screenEnabled ? 1 : 0) + (*selectedMicDeviceID ? 1 : 0) + static_cast<int>(extras) +
-           (*captureSystemAudioForDaw || *selectedDawDeviceID ? 1 : 0);
+    const auto extras =
+        std::count_if(extraAudioInputs->begin(), extraAudioInputs->end(),
+                      [](const ExtraAudioInputConfig& row) { return row.deviceID.has_value(); });
+    return armedCameraCount() + (*screenEnabled ? 1 : 0) + (*selectedMicDeviceID ? 1 : 0) +
+           static_cast<int>(extras) + (*captureSystemAudioForDaw || *selectedDawDeviceID ? 1 : 0);
 }
 
 URL ScreenRecorderManager::defaultOutputFolder() const {
     const std::vector<URL> movies = platform.fileManager->moviesDirectories();
-    const URL parent =
-        movies.empty() ? platform.fileManager->homeDirectory().appendingPathComponent("Movies") : movies.front();
+    const URL parent = movies.empty() ? platform.fileManager->homeDirectory().appendingPathComponent("Movies")
+                                      : movies.front();
     return parent.appendingPathComponent("Vintra");
 }
 
@@ -42,15 +43,17 @@ URL ScreenRecorderManager::planOutput(const URL& url) {
     return url;
 }
 
-/// The number in a further camera's file name: its row's place in the list; a rig whose row has gone counts on behind.
+/// The number in a further camera's file name: its row's place in the list; a rig whose row has gone counts
+/// on behind.
 int ScreenRecorderManager::webcamNumber(const ExtraCameraRig& rig) const {
     const auto& rows = *extraCameras;
-    const auto row =
-        std::find_if(rows.begin(), rows.end(), [&](const ExtraCameraConfig& candidate) { return candidate.id == rig.configID; });
-    if (row != rows.end()) return static_cast<int>(row - rows.begin()) + 2;
-    const auto position = std::find_if(extraCameraRigs.begin(), extraCameraRigs.end(), [&](const ExtraCameraRig& candidate) {
-        return candidate.configID == rig.configID;
+    const auto row = std::find_if(rows.begin(), rows.end(), [&](const ExtraCameraConfig& candidate) {
+        return candidate.id == rig.configID;
     });
+    if (row != rows.end()) return static_cast<int>(row - rows.begin()) + 2;
+    const auto position =
+        std::find_if(extraCameraRigs.begin(), extraCameraRigs.end(),
+                     [&](const ExtraCameraRig& candidate) { return candidate.configID == rig.configID; });
     return static_cast<int>(rows.size()) + static_cast<int>(position - extraCameraRigs.begin()) + 2;
 }
 

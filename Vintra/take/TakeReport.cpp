@@ -35,13 +35,13 @@ std::vector<RecordingCamera> ScreenRecorderManager::recordingCameras() {
     std::vector<RecordingCamera> cameras;
     if (*activeWebcamTrack && webcamDevice) {
         const std::string& name = webcamDevice->localizedName();
-        cameras.push_back({"webcam (" + name + ")", name, webcamDevice->uniqueID(), webcamFrameSize, webcamPicture,
-                           webcamFrames, webcamDrops, *webcamWriteQueue});
+        cameras.push_back({"webcam (" + name + ")", name, webcamDevice->uniqueID(), webcamFrameSize,
+                           webcamPicture, webcamFrames, webcamDrops, *webcamWriteQueue});
     }
     for (const ExtraCameraRecording& camera : extraCameraRecordings) {
         ExtraCameraTap& tap = *camera.tap;
-        cameras.push_back({camera.label, camera.name, camera.deviceID, *tap.frameSize, *tap.picture, *tap.frames,
-                           *tap.drops, *tap.writeQueue});
+        cameras.push_back({camera.label, camera.name, camera.deviceID, *tap.frameSize, *tap.picture,
+                           *tap.frames, *tap.drops, *tap.writeQueue});
     }
     return cameras;
 }
@@ -63,7 +63,8 @@ TakeObservations ScreenRecorderManager::observeTake(CMTime stopTime) {
 void ScreenRecorderManager::observeSounds(TakeObservations& seen) const {
     if (*activeMicTrack && micTrack) seen.sounds.push_back(observed("microphone", *micTrack));
     if (*activeDawTrack && dawTrack) {
-        seen.sounds.push_back(observed(*captureSystemAudioForDaw ? "computer audio" : "virtual input", *dawTrack));
+        seen.sounds.push_back(
+            observed(*captureSystemAudioForDaw ? "computer audio" : "virtual input", *dawTrack));
     }
     if (micTrack) seen.droppedAudioBuffers += micTrack->droppedBufferCount;
     if (dawTrack) seen.droppedAudioBuffers += dawTrack->droppedBufferCount;
@@ -116,11 +117,13 @@ std::string ScreenRecorderManager::frameLossRemedy() {
     for (const RecordingCamera& camera : cameras) {
         const CMVideoDimensions size = camera.frameSize.read();
         const bool known = size.width > 0 && size.height > 0;
-        if (known && static_cast<int64_t>(size.width) * size.height > kLargeCameraPixels) big.push_back(camera.name);
+        if (known && static_cast<int64_t>(size.width) * size.height > kLargeCameraPixels)
+            big.push_back(camera.name);
     }
     std::vector<std::string> items;
     if (!big.empty()) items.push_back("switch " + naturalList(big, "and") + " to 1080p");
-    const auto* const screen = videoInput ? std::get_if<AVVideoSettings>(&videoInput->outputSettings()) : nullptr;
+    const auto* const screen =
+        videoInput ? std::get_if<AVVideoSettings>(&videoInput->outputSettings()) : nullptr;
     if (screen && static_cast<int64_t>(screen->width) * screen->height > kLargeScreenPixels) {
         items.push_back("capture a smaller part of the screen");
     }

@@ -1,5 +1,5 @@
-// What on the screen follows a take: the region guide, the click highlight, the floating previews of the cameras, the
-// marker key. None of them is built yet.
+// What on the screen follows a take: the region guide, the click highlight, the floating previews of the
+// cameras, the marker key. None of them is built yet.
 
 #include "Vintra/take/ScreenRecorderManager.h"
 

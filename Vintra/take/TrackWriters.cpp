@@ -1,5 +1,6 @@
-// The writers of a take: one QuickTime movie for the screen, one per camera, one WAV per audio source. Besides its own
-// file an audio track feeds a compressed copy of itself into the movies, so that a movie played on its own has sound.
+// The writers of a take: one QuickTime movie for the screen, one per camera, one WAV per audio source.
+// Besides its own file an audio track feeds a compressed copy of itself into the movies, so that a movie
+// played on its own has sound.
 
 #include "Vintra/take/RecordingError.h"
 #include "Vintra/take/ScreenRecorderManager.h"
@@ -19,7 +20,8 @@ constexpr int64_t kMonoReferenceBitRate = 128'000;
 constexpr int64_t kStereoReferenceBitRate = 192'000;
 
 int64_t screenBitRate(int32_t width, int32_t height, int frameRate) {
-    return static_cast<int64_t>(width * static_cast<double>(height) * kBitsPerPixel * std::sqrt(frameRate / 30.0));
+    return static_cast<int64_t>(width * static_cast<double>(height) * kBitsPerPixel *
+                                std::sqrt(frameRate / 30.0));
 }
 
 int64_t webcamBitRate(int32_t width, int32_t height) {
@@ -38,14 +40,17 @@ AVAudioSettings ScreenRecorderManager::capturePCMSettings(int channelCount) {
             .linearPCMIsNonInterleaved = false};
 }
 
-std::shared_ptr<AVAssetWriterInput> ScreenRecorderManager::addReferenceAudioInput(AVAssetWriter& to, int channelCount) {
+std::shared_ptr<AVAssetWriterInput> ScreenRecorderManager::addReferenceAudioInput(AVAssetWriter& to,
+                                                                                  int channelCount) {
     const AVAudioSettings settings{.formatID = kAudioFormatMPEG4AAC,
                                    .sampleRate = kTakeSampleRate,
                                    .numberOfChannels = static_cast<uint32_t>(channelCount),
-                                   .encoderBitRate = channelCount == 1 ? kMonoReferenceBitRate : kStereoReferenceBitRate};
+                                   .encoderBitRate =
+                                       channelCount == 1 ? kMonoReferenceBitRate : kStereoReferenceBitRate};
     auto input = platform.assetWriters->makeInput(settings, true);
     if (!to.canAdd(*input)) {
-        throw RecordingError::cannotConfigureWriter("the reference audio inside " + to.outputURL().lastPathComponent());
+        throw RecordingError::cannotConfigureWriter("the reference audio inside " +
+                                                    to.outputURL().lastPathComponent());
     }
     to.add(input);
     return input;
@@ -62,13 +67,15 @@ ScreenRecorderManager::makeScreenRecordingWriter(const URL& url, const SCStreamC
         .height = configuration.height,
         .averageBitRate = screenBitRate(configuration.width, configuration.height, *screenFrameRate)};
     made.input = platform.assetWriters->makeInput(settings, true);
-    if (!made.writer->canAdd(*made.input)) throw RecordingError::cannotConfigureWriter("the screen recording file");
+    if (!made.writer->canAdd(*made.input))
+        throw RecordingError::cannotConfigureWriter("the screen recording file");
     made.writer->add(made.input);
     return made;
 }
 
 ScreenRecorderManager::WriterAndInput
-ScreenRecorderManager::makeWebcamRecordingWriter(const std::shared_ptr<AVCaptureDevice>& device, const URL& movURL,
+ScreenRecorderManager::makeWebcamRecordingWriter(const std::shared_ptr<AVCaptureDevice>& device,
+                                                 const URL& movURL,
                                                  std::optional<CMVideoDimensions> deliveredSize) {
     const CMVideoDimensions size =
         deliveredSize.value_or(device->activeVideoDimensions().value_or(CMVideoDimensions{}));
@@ -83,14 +90,16 @@ ScreenRecorderManager::makeWebcamRecordingWriter(const std::shared_ptr<AVCapture
                                    .averageBitRate = webcamBitRate(size.width, size.height)};
     made.input = platform.assetWriters->makeInput(settings, true);
     if (!made.writer->canAdd(*made.input)) {
-        throw RecordingError::cannotConfigureWriter("the camera file for " + device->localizedName() + " at " +
-                                                    std::to_string(size.width) + "×" + std::to_string(size.height));
+        throw RecordingError::cannotConfigureWriter("the camera file for " + device->localizedName() +
+                                                    " at " + std::to_string(size.width) + "×" +
+                                                    std::to_string(size.height));
     }
     made.writer->add(made.input);
     return made;
 }
 
-ScreenRecorderManager::WriterAndInput ScreenRecorderManager::makeWavWriter(const URL& wavURL, int channelCountOfTrack,
+ScreenRecorderManager::WriterAndInput ScreenRecorderManager::makeWavWriter(const URL& wavURL,
+                                                                           int channelCountOfTrack,
                                                                            const std::string& nameForError) {
     WriterAndInput made;
     made.writer = platform.assetWriters->makeWriter(wavURL, AVFileType::wave);
@@ -105,8 +114,8 @@ ScreenRecorderManager::makeMicTrack(const std::shared_ptr<AVCaptureDevice>& devi
                                     AVAssetWriter* videoWriterOfTake,
                                     const std::vector<std::shared_ptr<AVAssetWriter>>& webcamWriters) {
     if (!micPreview.session || !micPreview.dataOutput || micPreview.deviceID != device->uniqueID()) {
-        throw RecordingError::cannotConfigureWriter("the microphone track, because " + device->localizedName() +
-                                                    " isn't running. Select it again");
+        throw RecordingError::cannotConfigureWriter(
+            "the microphone track, because " + device->localizedName() + " isn't running. Select it again");
     }
     const WriterAndInput made = makeWavWriter(wavURL, 1, "the microphone track file");
     auto track = std::make_shared<AudioTrack>();
@@ -115,15 +124,17 @@ ScreenRecorderManager::makeMicTrack(const std::shared_ptr<AVCaptureDevice>& devi
     track->writer = made.writer;
     track->input = made.input;
     if (videoWriterOfTake) track->referenceInput = addReferenceAudioInput(*videoWriterOfTake, 1);
-    for (const auto& writer : webcamWriters) track->webcamReferenceInputs.push_back(addReferenceAudioInput(*writer, 1));
+    for (const auto& writer : webcamWriters)
+        track->webcamReferenceInputs.push_back(addReferenceAudioInput(*writer, 1));
     return track;
 }
 
-std::shared_ptr<AudioTrack> ScreenRecorderManager::makeAudioTrack(const std::shared_ptr<AVCaptureDevice>& device,
-                                                                  const URL& wavURL, AVAssetWriter* videoWriterOfTake,
-                                                                  int channelCountOfTrack) {
+std::shared_ptr<AudioTrack>
+ScreenRecorderManager::makeAudioTrack(const std::shared_ptr<AVCaptureDevice>& device, const URL& wavURL,
+                                      AVAssetWriter* videoWriterOfTake, int channelCountOfTrack) {
     if (!dawPreview.session || !dawPreview.dataOutput || dawPreview.deviceID != device->uniqueID()) {
-        throw RecordingError::cannotConfigureWriter("the virtual input track, because " + device->localizedName() +
+        throw RecordingError::cannotConfigureWriter("the virtual input track, because " +
+                                                    device->localizedName() +
                                                     " isn't running. Select it again");
     }
     const WriterAndInput made = makeWavWriter(wavURL, channelCountOfTrack, "the virtual input track file");
@@ -132,7 +143,8 @@ std::shared_ptr<AudioTrack> ScreenRecorderManager::makeAudioTrack(const std::sha
     track->device = device;
     track->writer = made.writer;
     track->input = made.input;
-    if (videoWriterOfTake) track->referenceInput = addReferenceAudioInput(*videoWriterOfTake, channelCountOfTrack);
+    if (videoWriterOfTake)
+        track->referenceInput = addReferenceAudioInput(*videoWriterOfTake, channelCountOfTrack);
     return track;
 }
 
@@ -158,8 +170,9 @@ ScreenRecorderManager::makeExtraInputGroups(const URL& outputURL, AVAssetWriter*
     for (const std::string& deviceID : deviceIDs) {
         const auto device = availableAudioInput(deviceID);
         if (!device) continue;
-        const auto preview = std::find_if(extraPreviews.begin(), extraPreviews.end(),
-                                          [&](const ExtraPreview& candidate) { return candidate.deviceID == deviceID; });
+        const auto preview =
+            std::find_if(extraPreviews.begin(), extraPreviews.end(),
+                         [&](const ExtraPreview& candidate) { return candidate.deviceID == deviceID; });
         if (preview == extraPreviews.end()) {
             throw RecordingError::cannotConfigureWriter("the extra microphone " + device->localizedName() +
                                                         ", because it isn't running. Select it again");
@@ -177,13 +190,14 @@ ScreenRecorderManager::makeExtraInputGroups(const URL& outputURL, AVAssetWriter*
     return groups;
 }
 
-std::shared_ptr<ExtraInputTrack> ScreenRecorderManager::makeExtraInputTrack(const ExtraAudioInputConfig& row,
-                                                                            const ExtraInputDeviceGroup& group,
-                                                                            const URL& outputURL,
-                                                                            AVAssetWriter* videoWriterOfTake) {
+std::shared_ptr<ExtraInputTrack>
+ScreenRecorderManager::makeExtraInputTrack(const ExtraAudioInputConfig& row,
+                                           const ExtraInputDeviceGroup& group, const URL& outputURL,
+                                           AVAssetWriter* videoWriterOfTake) {
     const std::string& deviceName = group.device->localizedName();
     const int channel = std::clamp(row.channelIndex, 0, group.totalChannels - 1);
-    const std::string suffix = reserveTrackName(extraInputSuffix(row.name, deviceName, channel), reservedTrackNames);
+    const std::string suffix =
+        reserveTrackName(extraInputSuffix(row.name, deviceName, channel), reservedTrackNames);
     const URL url = planOutput(trackURL(outputURL, suffix));
     const WriterAndInput made = makeWavWriter(url, 1, "the file for the extra microphone " + deviceName);
     auto track = std::make_shared<ExtraInputTrack>();
