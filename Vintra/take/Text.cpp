@@ -2,13 +2,12 @@
 
 #include "Vintra/platform/UTF8.h"
 
-#include <cstdint>
-
 namespace vintra {
 namespace {
 
-bool isWhitespaceOrNewline(uint32_t scalar) {
-    switch (scalar) {
+bool isWhitespaceOrNewline(const UTF8Scalar& scalar) {
+    if (!scalar.isValid) return false;
+    switch (scalar.value) {
     case 0x20:
     case 0x85:
     case 0xA0:
@@ -20,41 +19,25 @@ bool isWhitespaceOrNewline(uint32_t scalar) {
     case 0x3000:
         return true;
     default:
-        return (scalar >= 0x09 && scalar <= 0x0D) || (scalar >= 0x2000 && scalar <= 0x200A);
+        return (scalar.value >= 0x09 && scalar.value <= 0x0D) ||
+               (scalar.value >= 0x2000 && scalar.value <= 0x200A);
     }
-}
-
-/// Bytes of white space at the front.
-size_t leadingWhitespace(std::string_view text) {
-    size_t at = 0;
-    while (at < text.size()) {
-        const UTF8Scalar character = scalarAt(text, at);
-        if (!character.isValid || !isWhitespaceOrNewline(character.value)) break;
-        at += character.length;
-    }
-    return at;
-}
-
-/// Bytes of the text without the white space at its end.
-size_t lengthWithoutTrailingWhitespace(std::string_view text) {
-    size_t end = text.size();
-    while (end > 0) {
-        size_t start = end - 1;
-        while (start > 0 && end - start < 4 && (static_cast<unsigned char>(text[start]) & 0xC0) == 0x80)
-            --start;
-        const UTF8Scalar character = scalarAt(text.substr(0, end), start);
-        if (!character.isValid || character.length != end - start || !isWhitespaceOrNewline(character.value))
-            break;
-        end = start;
-    }
-    return end;
 }
 
 } // namespace
 
 std::string trimmingWhitespaceAndNewlines(std::string_view text) {
-    text.remove_prefix(leadingWhitespace(text));
-    return std::string(text.substr(0, lengthWithoutTrailingWhitespace(text)));
+    size_t begin = text.size(); // of what stays, from the first to the last character that isn't blank
+    size_t end = 0;
+    for (size_t offset = 0; offset < text.size();) {
+        const UTF8Scalar scalar = scalarAt(text, offset);
+        if (!isWhitespaceOrNewline(scalar)) {
+            if (end == 0) begin = offset;
+            end = offset + scalar.length;
+        }
+        offset += scalar.length;
+    }
+    return end == 0 ? std::string() : std::string(text.substr(begin, end - begin));
 }
 
 std::string replacingOccurrences(std::string_view text, char of, char with) {
