@@ -160,7 +160,12 @@ std::optional<SystemError> X11Capture::captureUntilStopped() {
         handleEvents();
         if (display->isDead()) return X11Display::serverGone();
         if (source->isOutOfDate()) {
-            if (auto error = adoptDesktop()) return error;
+            if (auto error = adoptDesktop()) {
+                if (hasBeenGone()) return error;
+                sleep(true, goneUntil);
+                continue;
+            }
+            goneUntil.reset();
         }
         if (!mayHaveChanged()) {
             sleep(true, std::nullopt);
@@ -176,6 +181,15 @@ std::optional<SystemError> X11Capture::captureUntilStopped() {
         sleptForLook = false;
     }
     return std::nullopt;
+}
+
+/// A display is off for a moment while it changes its mode: true once that has lasted too long for it.
+bool X11Capture::hasBeenGone() {
+    constexpr int64_t kLongestChange = kSecond;
+    const int64_t now = monotonicNanoseconds();
+    if (display->isDead()) return true;
+    if (!goneUntil) goneUntil = now + kLongestChange;
+    return now >= *goneUntil;
 }
 
 std::optional<SystemError> X11Capture::look(int64_t now) {
@@ -214,7 +228,7 @@ std::optional<SystemError> X11Capture::readingFailed(int64_t now) {
     }
     owesFrame = true;
     earliestLook = now + std::max(interval, kRetryAfter);
-    return adoptDesktop();
+    return std::nullopt;
 }
 
 /// Marks what has changed as out of date. True if that is anything within the captured area.

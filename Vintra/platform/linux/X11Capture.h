@@ -70,6 +70,7 @@ private:
     std::optional<SystemError> captureUntilStopped();
     std::optional<SystemError> look(int64_t now);
     std::optional<SystemError> adoptDesktop();
+    bool hasBeenGone();
     std::optional<SystemError> readingFailed(int64_t now);
     bool takeChanges();
     void deliver(X11PicturePool::Picture& picture, int64_t stampNanoseconds);
@@ -89,10 +90,11 @@ private:
     std::unique_ptr<X11DamageWatch> damage;
     X11CursorImage cursor;
     std::shared_ptr<X11PicturePool> pool;
-    bool owesFrame = true;     ///< whatever changed or not
-    int64_t earliestLook = 0;  ///< nanoseconds of the monotonic clock
-    bool sleptForLook = false; ///< something had changed before `earliestLook`
-    int refusedReads = 0;      ///< in a row
+    bool owesFrame = true;            ///< whatever changed or not
+    int64_t earliestLook = 0;         ///< nanoseconds of the monotonic clock
+    bool sleptForLook = false;        ///< something had changed before `earliestLook`
+    int refusedReads = 0;             ///< in a row
+    std::optional<int64_t> goneUntil; ///< set while the display isn't there: when to give up
 
     std::atomic<uint64_t> wakeUps{0};
     std::atomic<uint64_t> frames{0};

@@ -68,7 +68,7 @@ void X11DisplaySource::handle(XEvent& event) {
 }
 
 std::optional<SystemError> X11DisplaySource::update(X11Display& display) {
-    outOfDate = false;
+    outOfDate = true;
     const auto monitor = findMonitor(display, displayID);
     if (display.isDead()) return X11Display::serverGone();
     if (!monitor) {
@@ -78,6 +78,7 @@ std::optional<SystemError> X11DisplaySource::update(X11Display& display) {
     if (area_.isEmpty()) {
         return SystemError("x11", 6, "The area to record lies outside of its display.");
     }
+    outOfDate = false;
     return std::nullopt;
 }
 

@@ -24,7 +24,7 @@ public:
     /// Takes down what an event says of the desktop; other events are passed over.
     void handle(XEvent& event);
     bool isOutOfDate() const { return outOfDate; }
-    /// Reads the desktop again. Nothing is left to take if the display has gone.
+    /// Reads the desktop again. With an error there is nothing to take, and it stays out of date.
     std::optional<SystemError> update(X11Display& display);
 
 private:

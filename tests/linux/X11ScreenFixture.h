@@ -1,0 +1,68 @@
+#pragma once
+
+#include "../platform/ScreenStreamConformance.h"
+
+#include "Vintra/platform/linux/LinuxDispatchQueues.h"
+#include "Vintra/platform/linux/LinuxHostClock.h"
+#include "Vintra/platform/linux/X11ScreenCapture.h"
+#include "Vintra/platform/linux/X11ScreenStream.h"
+#include "X11Painter.h"
+#include "XvfbServer.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vintra {
+
+/// The colours of a whole picture, 0xRRGGBB, as a test expects or finds them.
+struct ScreenPicture {
+    int width = 0;
+    int height = 0;
+    std::vector<uint32_t> pixels;
+
+    ScreenPicture(int aWidth, int aHeight);
+    explicit ScreenPicture(const CVPixelBuffer& buffer);
+    uint32_t at(int x, int y) const { return pixels[static_cast<size_t>(y * width + x)]; }
+    void fill(int x, int y, int fillWidth, int fillHeight, uint32_t colour);
+    bool operator==(const ScreenPicture&) const = default;
+};
+
+/// A desktop of its own with streams of its first display at 30 frames a second, and what they delivered.
+class X11ScreenFixture : public ::testing::Test {
+protected:
+    explicit X11ScreenFixture(const std::string& screen = "640x480x24",
+                              std::vector<std::string> options = {});
+
+    ScreenCapture::Content content();
+    std::shared_ptr<X11ScreenStream> makeStream(const SCDisplay& display);
+    /// A running stream of the display after its first frame.
+    std::shared_ptr<X11ScreenStream> run(const SCDisplay& display);
+    std::shared_ptr<X11ScreenStream> run() { return run(content().content.displays.at(0)); }
+    std::optional<SystemError> start(X11ScreenStream& stream);
+    void stop(X11ScreenStream& stream);
+
+    bool waitUntil(const std::function<bool()>& condition);
+    bool waitForFrames(size_t count) {
+        return waitUntil([this, count] { return collector->samples().size() >= count; });
+    }
+    /// Until the newest picture is this one.
+    bool waitForPicture(const ScreenPicture& expected);
+    bool waitForColour(int x, int y, uint32_t colour);
+    std::optional<ScreenPicture> newestPicture() const;
+
+    XvfbServer server;
+    X11Painter painter;
+    X11ScreenCapture capture;
+    SCStreamConfiguration configuration;
+    LinuxDispatchQueues queues;
+    LinuxHostClock clock;
+    std::shared_ptr<DispatchQueue> queue = queues.makeSerialQueue("samples");
+    std::shared_ptr<ScreenSampleCollector> collector = std::make_shared<ScreenSampleCollector>();
+    std::shared_ptr<ScreenStopListener> listener = std::make_shared<ScreenStopListener>();
+};
+
+} // namespace vintra
