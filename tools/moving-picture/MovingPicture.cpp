@@ -1,0 +1,104 @@
+#include "tools/moving-picture/MovingPicture.h"
+
+#include <array>
+#include <string>
+
+namespace vintra {
+namespace {
+
+/// Of a digit's seven bars, from the top down: top, upper left, upper right, middle, lower left, lower right,
+/// bottom; the highest bit is the top one.
+constexpr std::array<unsigned, 10> kBarsOfDigits = {0b1110111, 0b0010010, 0b1011101, 0b1011011, 0b0111010,
+                                                    0b1101011, 0b1101111, 0b1010010, 0b1111111, 0b1111011};
+constexpr int64_t kMillisecondsAcross = 3000; // the square's way from one side to the other
+
+} // namespace
+
+MovingPicture::MovingPicture(Display* aDisplay)
+    : display(aDisplay)
+    , width(DisplayWidth(display, DefaultScreen(display)))
+    , height(DisplayHeight(display, DefaultScreen(display)))
+    , ground(colour("#1D2B3A"))
+    , square(colour("#E8A33D"))
+    , lit(colour("#F2F2F2")) {
+    XSetWindowAttributes attributes{};
+    attributes.background_pixel = ground;
+    attributes.override_redirect = True;
+    window = XCreateWindow(display, DefaultRootWindow(display), 0, 0, static_cast<unsigned>(width),
+                           static_cast<unsigned>(height), 0, CopyFromParent, InputOutput, CopyFromParent,
+                           CWBackPixel | CWOverrideRedirect, &attributes);
+    canvas = XCreatePixmap(display, window, static_cast<unsigned>(width), static_cast<unsigned>(height),
+                           static_cast<unsigned>(DefaultDepth(display, DefaultScreen(display))));
+    context = XCreateGC(display, canvas, 0, nullptr);
+    XSetGraphicsExposures(display, context, False);
+    XMapRaised(display, window);
+}
+
+MovingPicture::~MovingPicture() {
+    XFreeGC(display, context);
+    XFreePixmap(display, canvas);
+    XDestroyWindow(display, window);
+}
+
+void MovingPicture::paint(int64_t milliseconds) {
+    fill(ground, {0, 0, width, height});
+    paintSquare(milliseconds);
+    paintTime(milliseconds);
+    XCopyArea(display, canvas, window, context, 0, 0, static_cast<unsigned>(width),
+              static_cast<unsigned>(height), 0, 0);
+    XSync(display, False);
+}
+
+unsigned long MovingPicture::colour(const char* name) const {
+    XColor shown{};
+    XColor exact{};
+    const Colormap map = DefaultColormap(display, DefaultScreen(display));
+    return XAllocNamedColor(display, map, name, &shown, &exact) ? shown.pixel : 0;
+}
+
+void MovingPicture::fill(unsigned long pixel, Box box) {
+    XSetForeground(display, context, pixel);
+    XFillRectangle(display, canvas, context, box.x, box.y, static_cast<unsigned>(box.width),
+                   static_cast<unsigned>(box.height));
+}
+
+void MovingPicture::paintSquare(int64_t milliseconds) {
+    const int side = height / 6;
+    const int64_t way = milliseconds % (2 * kMillisecondsAcross);
+    const int64_t place = way < kMillisecondsAcross ? way : 2 * kMillisecondsAcross - way;
+    const int x = static_cast<int>(place * (width - side) / kMillisecondsAcross);
+    fill(square, {x, height * 2 / 3, side, side});
+}
+
+/// Seconds and hundredths, right-aligned in seven places.
+void MovingPicture::paintTime(int64_t milliseconds) {
+    std::string text = std::to_string(milliseconds / 1000) + "." + std::to_string(milliseconds % 1000 / 100) +
+                       std::to_string(milliseconds % 100 / 10);
+    const int step = width / 9;
+    int x = width - step;
+    for (auto place = text.rbegin(); place != text.rend() && x >= step; ++place, x -= step) {
+        const Box box{x - step, height / 6, step * 3 / 4, height / 3};
+        if (*place == '.')
+            fill(lit, {box.x + box.width / 2, box.y + box.height - 12, 12, 12});
+        else
+            paintDigit(*place - '0', box);
+    }
+}
+
+void MovingPicture::paintDigit(int digit, Box box) {
+    const int thick = box.width / 6;
+    const int half = box.height / 2;
+    const int right = box.x + box.width - thick;
+    const std::array<Box, 7> bars = {{{box.x, box.y, box.width, thick},
+                                      {box.x, box.y, thick, half},
+                                      {right, box.y, thick, half},
+                                      {box.x, box.y + half - thick / 2, box.width, thick},
+                                      {box.x, box.y + half, thick, half},
+                                      {right, box.y + half, thick, half},
+                                      {box.x, box.y + box.height - thick, box.width, thick}}};
+    for (size_t bar = 0; bar < bars.size(); ++bar) {
+        if (kBarsOfDigits[static_cast<size_t>(digit)] & (1u << (6 - bar))) fill(lit, bars[bar]);
+    }
+}
+
+} // namespace vintra
