@@ -147,16 +147,6 @@ TEST_F(LinuxFileManagerTest, foldersAreMadeWithAllThatIsMissingOnTheWay) {
     expectError(ENAMETOOLONG, [&] { files.createDirectory(folder.file(std::string(300, 'x'))); });
 }
 
-TEST_F(LinuxFileManagerTest, aFolderWithSomethingInItIsNeverRemoved) {
-    files.createDirectory(folder.file("a"));
-    folder.write("a/film.mov", "film");
-    expectError(ENOTEMPTY, [&] { files.removeItem(folder.file("a")); });
-    files.removeItem(folder.file("a/film.mov"));
-    files.removeItem(folder.file("a"));
-    EXPECT_FALSE(files.fileExists(folder.file("a")));
-    expectError(ENOENT, [&] { files.removeItem(folder.file("a")); });
-}
-
 TEST_F(LinuxFileManagerTest, writingIntoAnExistingFileKeepsTheRest) {
     const URL file = folder.write("wav", "0123456789");
     const auto handle = files.openForWriting(file);

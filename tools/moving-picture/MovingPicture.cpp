@@ -44,8 +44,8 @@ void MovingPicture::paint(int64_t milliseconds) {
     fill(ground, {0, 0, width, height});
     paintSquare(milliseconds);
     paintTime(milliseconds);
-    XCopyArea(display, canvas, window, context, 0, 0, static_cast<unsigned>(width),
-              static_cast<unsigned>(height), 0, 0);
+    show({0, height / 6, width, height / 3});
+    show({0, height * 2 / 3, width, height / 6});
     XSync(display, False);
 }
 
@@ -60,6 +60,11 @@ void MovingPicture::fill(unsigned long pixel, Box box) {
     XSetForeground(display, context, pixel);
     XFillRectangle(display, canvas, context, box.x, box.y, static_cast<unsigned>(box.width),
                    static_cast<unsigned>(box.height));
+}
+
+void MovingPicture::show(Box box) {
+    XCopyArea(display, canvas, window, context, box.x, box.y, static_cast<unsigned>(box.width),
+              static_cast<unsigned>(box.height), box.x, box.y);
 }
 
 void MovingPicture::paintSquare(int64_t milliseconds) {

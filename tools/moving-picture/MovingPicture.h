@@ -28,6 +28,7 @@ private:
 
     unsigned long colour(const char* name) const;
     void fill(unsigned long pixel, Box box);
+    void show(Box box);
     void paintSquare(int64_t milliseconds);
     void paintTime(int64_t milliseconds);
     void paintDigit(int digit, Box box);

@@ -6,7 +6,7 @@
 namespace vintra {
 namespace {
 
-constexpr int kThreadsOfGlobalQueue = 2;
+constexpr int kThreadsOfGlobalQueue = 4;
 /// Detached utility work gives way to capturing and encoding.
 constexpr int kNicenessOfUtility = 5;
 

@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <dirent.h>
 #include <fcntl.h>
+#include <filesystem>
 #include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -121,13 +122,10 @@ void LinuxFileManager::createFile(const URL& at) {
 }
 
 void LinuxFileManager::removeItem(const URL& at) {
-    if (unlink(at.path().c_str()) == 0) return;
-    int code = errno;
-    if (code == EISDIR) {
-        if (rmdir(at.path().c_str()) == 0) return;
-        code = errno;
-    }
-    throw posixError(code, "“%s” can't be removed", at);
+    std::error_code error;
+    const bool removed = std::filesystem::remove_all(at.path(), error) > 0;
+    if (error) throw posixError(error.value(), "“%s” can't be removed", at);
+    if (!removed) throw posixError(ENOENT, "“%s” can't be removed", at);
 }
 
 void LinuxFileManager::replaceItem(const URL& at, const URL& withItemAt) {

@@ -12,7 +12,7 @@ public:
     uint64_t sizeOfFile(const URL& at) const override;
     void createDirectory(const URL& at) override;
     void createFile(const URL& at) override;
-    /// A folder only if it is empty.
+    /// A folder with all that is in it; of a symbolic link the link alone.
     void removeItem(const URL& at) override;
     /// The new file takes over the permission bits of the original. Both lie on one file system.
     void replaceItem(const URL& at, const URL& withItemAt) override;
