@@ -89,9 +89,9 @@ TEST_F(LinuxDispatchQueuesTest, theLabelIsKeptWhole) {
 
 TEST_F(LinuxDispatchQueuesTest, workStillQueuedWhenTheLastReferenceGoesIsRunFirst) {
     int done = 0;
+    std::promise<void> gate;
     {
         const auto queue = queues->makeSerialQueue("leaving");
-        std::promise<void> gate;
         queue->async([&] { gate.get_future().wait(); });
         for (int i = 0; i < 100; ++i)
             queue->async([&] { ++done; });
@@ -153,6 +153,7 @@ TEST_F(LinuxDispatchQueuesTest, aTimerIsMadeSuspended) {
         queue->makeTimer({.delayNanoseconds = 20 * kMillisecond}, [&] { passed.set_value(); });
     witness->resume();
     passed.get_future().wait();
+    queue->sync([] {});
     EXPECT_EQ(firings, 0);
 }
 
@@ -262,7 +263,7 @@ TEST_F(LinuxDispatchQueuesTest, aTimerKeepsItsQueueAlive) {
 }
 
 TEST_F(LinuxDispatchQueuesTest, aGlobalQueueRunsPiecesSideBySide) {
-    const auto queue = queues->globalQueue(QualityOfService::userInitiated);
+    auto queue = queues->globalQueue(QualityOfService::userInitiated);
     // Each waits for the other: a serial queue would never end.
     std::promise<void> first;
     std::promise<void> second;
@@ -279,6 +280,8 @@ TEST_F(LinuxDispatchQueuesTest, aGlobalQueueRunsPiecesSideBySide) {
     both.get_future().wait();
     EXPECT_EQ(queue, queues->globalQueue(QualityOfService::userInitiated));
     EXPECT_NE(queue, queues->globalQueue(QualityOfService::utility));
+    queue.reset();
+    queues.reset(); // waits for what still ends, which uses the promises
 }
 
 TEST_F(LinuxDispatchQueuesTest, whatTheGlobalQueuesHoldIsRunBeforeTheirEnd) {
