@@ -222,7 +222,8 @@ TYPED_TEST_P(CaptureSessionConformance, samplesAreInterleavedFloatsInTheRateAndC
     this->stop(*session);
     const AudioStreamBasicDescription expected =
         floatPCMDescription(48'000, this->backend.microphoneChannels());
-    for (const auto& [sample, output, time, onQueue] : this->collector->arrivals()) {
+    for (const auto& arrival : this->collector->arrivals()) {
+        const CMSampleBuffer& sample = arrival.sample;
         ASSERT_TRUE(sample.isValid());
         ASSERT_NE(sample.formatDescription(), nullptr);
         ASSERT_NE(sample.formatDescription()->streamBasicDescription(), nullptr);

@@ -28,6 +28,11 @@ void SimulatedAssetProbing::remove(const URL& url) {
     assets.erase(url);
 }
 
+void SimulatedAssetProbing::setFallback(std::function<SimulatedAsset(const URL&)> newFallback) {
+    const MutexLock lock(mutex);
+    fallback = std::move(newFallback);
+}
+
 std::vector<URL> SimulatedAssetProbing::asked() const {
     const MutexLock lock(mutex);
     return history;
@@ -37,6 +42,7 @@ std::unique_ptr<AVURLAsset> SimulatedAssetProbing::asset(const URL& url) {
     const MutexLock lock(mutex);
     history.push_back(url);
     const auto found = assets.find(url);
+    if (found == assets.end() && fallback) return std::make_unique<Asset>(fallback(url));
     if (found == assets.end())
         return std::make_unique<Asset>(
             SimulatedAsset{.duration = {}, .videoTracks = std::nullopt, .audioTracks = std::nullopt});

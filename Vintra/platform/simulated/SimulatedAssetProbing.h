@@ -3,6 +3,7 @@
 #include "Vintra/platform/AssetProbing.h"
 #include "Vintra/platform/Mutex.h"
 
+#include <functional>
 #include <map>
 
 namespace vintra {
@@ -14,11 +15,13 @@ struct SimulatedAsset {
     std::optional<std::vector<AVAssetTrack>> audioTracks = std::vector<AVAssetTrack>{};
 };
 
-/// Probing of files that exist only here. A file that was never set is missing: its loads fail. Any thread.
+/// Probing of files that exist only here. A file that was never set is missing, its loads fail; unless a
+/// fallback is given, which then answers. Any thread.
 class SimulatedAssetProbing : public AssetProbing {
 public:
     void set(const URL& url, SimulatedAsset asset) EXCLUDES(mutex);
     void remove(const URL& url) EXCLUDES(mutex);
+    void setFallback(std::function<SimulatedAsset(const URL&)> newFallback) EXCLUDES(mutex);
     /// Every URL that was asked for, in order.
     std::vector<URL> asked() const EXCLUDES(mutex);
 
@@ -28,6 +31,7 @@ private:
     mutable Mutex mutex;
     std::map<URL, SimulatedAsset> assets GUARDED_BY(mutex);
     std::vector<URL> history GUARDED_BY(mutex);
+    std::function<SimulatedAsset(const URL&)> fallback GUARDED_BY(mutex);
 };
 
 /// A movie's one video track that begins at zero.

@@ -1,5 +1,7 @@
 #include "Vintra/platform/simulated/SimulatedMachine.h"
 
+#include "Vintra/platform/simulated/SimulatedFileProbe.h"
+
 namespace vintra {
 
 SimulatedMachine::SimulatedMachine()
@@ -14,7 +16,19 @@ SimulatedMachine::SimulatedMachine()
     , processInfo(std::make_shared<SimulatedProcessInfo>())
     , violations(std::make_shared<SimulatedViolations>())
     , assetWriters(std::make_shared<SimulatedAssetWriters>(
-          SimulatedAssetWriter::Services{time, mainThread, fileManager, violations})) {}
+          SimulatedAssetWriter::Services{time, mainThread, fileManager, violations}))
+    , assetProbing(std::make_shared<SimulatedAssetProbing>())
+    , audioHardware(std::make_shared<SimulatedAudioHardware>(mainThread))
+    , captureDevices(std::make_shared<SimulatedCaptureDevices>(
+          SimulatedCaptureSession::Services{time, hostClock, violations}, audioHardware))
+    , screenCapture(
+          std::make_shared<SimulatedScreenCapture>(time, violations, processInfo->processIdentifier()))
+    , screens(std::make_shared<SimulatedScreens>())
+    , workspace(std::make_shared<SimulatedWorkspace>()) {
+    assetProbing->setFallback([files = fileManager, writers = assetWriters](const URL& url) {
+        return probeSimulatedFile(*files, *writers, url);
+    });
+}
 
 SimulatedMachine::~SimulatedMachine() {
     time->shutDown();
@@ -32,6 +46,10 @@ Platform SimulatedMachine::platform() const {
     bundle.processInfo = processInfo;
     bundle.assetWriters = assetWriters;
     bundle.assetProbing = assetProbing;
+    bundle.audioHardware = audioHardware;
+    bundle.captureDevices = captureDevices;
+    bundle.screenCapture = screenCapture;
+    bundle.screens = screens;
     bundle.workspace = workspace;
     return bundle;
 }

@@ -4,12 +4,16 @@
 #include "Vintra/platform/Task.h"
 #include "Vintra/platform/simulated/SimulatedAssetProbing.h"
 #include "Vintra/platform/simulated/SimulatedAssetWriters.h"
+#include "Vintra/platform/simulated/SimulatedAudioHardware.h"
+#include "Vintra/platform/simulated/SimulatedCaptureDevices.h"
 #include "Vintra/platform/simulated/SimulatedDispatchQueues.h"
 #include "Vintra/platform/simulated/SimulatedFileManager.h"
 #include "Vintra/platform/simulated/SimulatedHostClock.h"
 #include "Vintra/platform/simulated/SimulatedLog.h"
 #include "Vintra/platform/simulated/SimulatedMainThread.h"
 #include "Vintra/platform/simulated/SimulatedProcessInfo.h"
+#include "Vintra/platform/simulated/SimulatedScreenCapture.h"
+#include "Vintra/platform/simulated/SimulatedScreens.h"
 #include "Vintra/platform/simulated/SimulatedUserDefaults.h"
 #include "Vintra/platform/simulated/SimulatedViolations.h"
 #include "Vintra/platform/simulated/SimulatedWallClock.h"
@@ -72,8 +76,12 @@ public:
     const std::shared_ptr<SimulatedProcessInfo> processInfo;
     const std::shared_ptr<SimulatedViolations> violations;
     const std::shared_ptr<SimulatedAssetWriters> assetWriters;
-    const std::shared_ptr<SimulatedAssetProbing> assetProbing = std::make_shared<SimulatedAssetProbing>();
-    const std::shared_ptr<SimulatedWorkspace> workspace = std::make_shared<SimulatedWorkspace>();
+    const std::shared_ptr<SimulatedAssetProbing> assetProbing;
+    const std::shared_ptr<SimulatedAudioHardware> audioHardware;
+    const std::shared_ptr<SimulatedCaptureDevices> captureDevices;
+    const std::shared_ptr<SimulatedScreenCapture> screenCapture;
+    const std::shared_ptr<SimulatedScreens> screens;
+    const std::shared_ptr<SimulatedWorkspace> workspace;
 
 private:
     template <typename Result>

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "Vintra/platform/AudioHardware.h"
+#include "Vintra/platform/CMSampleBuffer.h"
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vintra {
+
+/// A sound device of a simulated machine: what it says of itself, what can be heard on it, and how it fails.
+/// Every member may be changed at any time; changes that listeners hear of go through
+/// `SimulatedAudioHardware`.
+struct SimulatedAudioDevice {
+    std::string uid;
+    std::string name;
+    std::vector<uint32_t> inputStreamChannels{1}; ///< channels of each input stream; empty for an output
+    double nominalSampleRate = 48'000;            ///< hertz
+    AudioObjectID id = 0;                         ///< given by the hardware when plugged in
+
+    bool hasUnreadableStreams = false;
+    bool hasUnreadableUID = false;
+    bool hasUnreadableName = false;
+    bool hasUnreadableRate = false;
+    bool hasUnreadableFormat = false; ///< the capture device has no active format
+
+    bool isCapturable = true;   ///< false: the hardware lists it, but it is no capture device
+    bool failsToOpen = false;   ///< `makeDeviceInput` throws
+    bool refusesInput = false;  ///< a session can't add it
+    bool refusesOutput = false; ///< a session with it can't add an output
+    bool failsToStart = false;  ///< the session doesn't run
+    bool isSilent = false;      ///< runs, but delivers no buffer, for as long as this holds
+
+    double startSeconds = 0.02;      ///< how long `startRunning` blocks
+    double firstFrameSeconds = 0.03; ///< from then to the first frame's host time
+    int64_t framesPerBuffer = 512;   ///< at the rate that is delivered
+    size_t piecesPerBuffer = 1;      ///< pieces that a buffer's data lies in
+    double clockRatio = 1;           ///< frames it makes in the time of one, by the host clock
+    /// How late a buffer is handed over after its last frame, in seconds; in time if not set.
+    std::function<double(int64_t buffer)> lateness = nullptr;
+    /// What a channel sounds like at a frame counted from the start; if not set, a 1 kHz tone at a quarter of
+    /// full scale.
+    std::function<float(uint32_t channel, int64_t frame, CMTime hostTime)> signal = nullptr;
+    /// Changes a buffer before it is handed over, or drops it.
+    std::function<std::optional<CMSampleBuffer>(CMSampleBuffer)> alter = nullptr;
+
+    uint32_t inputChannels() const {
+        uint32_t sum = 0;
+        for (const uint32_t channels : inputStreamChannels)
+            sum += channels;
+        return sum;
+    }
+};
+
+} // namespace vintra

@@ -1,0 +1,129 @@
+#include "Vintra/platform/simulated/SimulatedAudioHardware.h"
+
+#include <algorithm>
+
+namespace vintra {
+
+struct SimulatedAudioHardware::Listener {
+    AudioObjectID object;
+    AudioProperty property;
+    std::function<void()> block;
+};
+
+namespace {
+class SimulatedAudioPropertyListener : public AudioPropertyListener {
+public:
+    explicit SimulatedAudioPropertyListener(std::shared_ptr<void> listener)
+        : kept(std::move(listener)) {}
+
+private:
+    std::shared_ptr<void> kept;
+};
+} // namespace
+
+SimulatedAudioHardware::SimulatedAudioHardware(std::shared_ptr<MainThread> aMainThread)
+    : mainThread(std::move(aMainThread)) {}
+
+std::vector<AudioObjectID> SimulatedAudioHardware::devices() const {
+    std::vector<AudioObjectID> ids;
+    if (hasUnreadableDevices) return ids;
+    for (const auto& each : list)
+        ids.push_back(each->id);
+    return ids;
+}
+
+std::optional<std::vector<uint32_t>> SimulatedAudioHardware::inputStreamChannels(AudioObjectID id) const {
+    const auto found = device(id);
+    if (!found || found->hasUnreadableStreams) return std::nullopt;
+    return found->inputStreamChannels;
+}
+
+std::optional<std::string> SimulatedAudioHardware::deviceUID(AudioObjectID id) const {
+    const auto found = device(id);
+    if (!found || found->hasUnreadableUID) return std::nullopt;
+    return found->uid;
+}
+
+std::optional<std::string> SimulatedAudioHardware::deviceName(AudioObjectID id) const {
+    const auto found = device(id);
+    if (!found || found->hasUnreadableName) return std::nullopt;
+    return found->name;
+}
+
+std::optional<double> SimulatedAudioHardware::nominalSampleRate(AudioObjectID id) const {
+    const auto found = device(id);
+    if (!found || found->hasUnreadableRate) return std::nullopt;
+    return found->nominalSampleRate;
+}
+
+std::unique_ptr<AudioPropertyListener>
+SimulatedAudioHardware::addPropertyListener(AudioObjectID object, AudioProperty property,
+                                            std::function<void()> block) {
+    if (object != kAudioObjectSystemObject && !device(object)) return nullptr;
+    auto listener = std::make_shared<Listener>(Listener{object, property, std::move(block)});
+    listeners.push_back(listener);
+    return std::make_unique<SimulatedAudioPropertyListener>(std::move(listener));
+}
+
+std::shared_ptr<SimulatedAudioDevice> SimulatedAudioHardware::plug(SimulatedAudioDevice device) {
+    auto made = std::make_shared<SimulatedAudioDevice>(std::move(device));
+    plugAgain(made);
+    return made;
+}
+
+std::shared_ptr<SimulatedAudioDevice>
+SimulatedAudioHardware::plug(const std::string& uid, const std::string& name, uint32_t channels) {
+    SimulatedAudioDevice device;
+    device.uid = uid;
+    device.name = name;
+    device.inputStreamChannels = {channels};
+    return plug(std::move(device));
+}
+
+void SimulatedAudioHardware::plugAgain(const std::shared_ptr<SimulatedAudioDevice>& device) {
+    device->id = nextID++;
+    list.push_back(device);
+    notify(kAudioObjectSystemObject, AudioProperty::devices);
+}
+
+void SimulatedAudioHardware::unplug(const std::string& uid) {
+    std::erase_if(list, [&](const auto& each) { return each->uid == uid; });
+    notify(kAudioObjectSystemObject, AudioProperty::devices);
+}
+
+void SimulatedAudioHardware::setNominalSampleRate(const std::string& uid, double rate) {
+    const auto found = device(uid);
+    if (!found) return;
+    found->nominalSampleRate = rate;
+    notify(found->id, AudioProperty::nominalSampleRate);
+}
+
+void SimulatedAudioHardware::notify(AudioObjectID object, AudioProperty property) {
+    for (const auto& weak : listeners) {
+        const auto listener = weak.lock();
+        if (!listener || listener->object != object || listener->property != property) continue;
+        mainThread->post([weak] {
+            if (const auto living = weak.lock()) living->block();
+        });
+    }
+    std::erase_if(listeners, [](const auto& weak) { return weak.expired(); });
+}
+
+std::shared_ptr<SimulatedAudioDevice> SimulatedAudioHardware::device(const std::string& uid) const {
+    const auto found =
+        std::find_if(list.begin(), list.end(), [&](const auto& each) { return each->uid == uid; });
+    return found == list.end() ? nullptr : *found;
+}
+
+std::shared_ptr<SimulatedAudioDevice> SimulatedAudioHardware::device(AudioObjectID id) const {
+    const auto found =
+        std::find_if(list.begin(), list.end(), [&](const auto& each) { return each->id == id; });
+    return found == list.end() ? nullptr : *found;
+}
+
+size_t SimulatedAudioHardware::listenerCount() const {
+    return static_cast<size_t>(
+        std::count_if(listeners.begin(), listeners.end(), [](const auto& weak) { return !weak.expired(); }));
+}
+
+} // namespace vintra

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "Vintra/platform/AudioHardware.h"
+#include "Vintra/platform/MainThread.h"
+#include "Vintra/platform/simulated/SimulatedAudioDevice.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace vintra {
+
+/// The sound devices of a simulated machine; none at the start. One real thread.
+class SimulatedAudioHardware : public AudioHardware {
+public:
+    explicit SimulatedAudioHardware(std::shared_ptr<MainThread> mainThread);
+
+    std::vector<AudioObjectID> devices() const override;
+    std::optional<std::vector<uint32_t>> inputStreamChannels(AudioObjectID device) const override;
+    std::optional<std::string> deviceUID(AudioObjectID device) const override;
+    std::optional<std::string> deviceName(AudioObjectID device) const override;
+    std::optional<double> nominalSampleRate(AudioObjectID device) const override;
+    std::unique_ptr<AudioPropertyListener> addPropertyListener(AudioObjectID object, AudioProperty property,
+                                                               std::function<void()> block) override;
+
+    /// Adds the device at the end of the list and tells the listeners. It can be scripted through the result.
+    std::shared_ptr<SimulatedAudioDevice> plug(SimulatedAudioDevice device);
+    /// A device with that many input channels in one stream.
+    std::shared_ptr<SimulatedAudioDevice> plug(const std::string& uid, const std::string& name,
+                                               uint32_t channels = 1);
+    /// Puts a device that was unplugged back, under a new id.
+    void plugAgain(const std::shared_ptr<SimulatedAudioDevice>& device);
+    /// Takes the device away; what captures it hears no more.
+    void unplug(const std::string& uid);
+    void setNominalSampleRate(const std::string& uid, double rate);
+    /// Tells the listeners as if the property had changed.
+    void notify(AudioObjectID object, AudioProperty property);
+    /// The plugged-in device; null if there is none.
+    std::shared_ptr<SimulatedAudioDevice> device(const std::string& uid) const;
+    size_t listenerCount() const;
+
+    bool hasUnreadableDevices = false; ///< the device list can't be read
+
+private:
+    struct Listener;
+    std::shared_ptr<SimulatedAudioDevice> device(AudioObjectID id) const;
+
+    std::shared_ptr<MainThread> mainThread;
+    std::vector<std::shared_ptr<SimulatedAudioDevice>> list;
+    std::vector<std::weak_ptr<Listener>> listeners;
+    AudioObjectID nextID = 40;
+};
+
+} // namespace vintra

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "Vintra/platform/CaptureDevices.h"
+#include "Vintra/platform/simulated/SimulatedAudioHardware.h"
+
+#include <memory>
+#include <string>
+
+namespace vintra {
+
+/// A simulated sound device as something to capture from.
+class SimulatedCaptureDevice : public AVCaptureDevice {
+public:
+    SimulatedCaptureDevice(std::shared_ptr<SimulatedAudioHardware> hardware,
+                           std::shared_ptr<SimulatedAudioDevice> device);
+
+    const std::string& uniqueID() const override { return device->uid; }
+    const std::string& localizedName() const override { return device->name; }
+    bool isConnected() const override { return hardware->device(device->uid) == device; }
+    std::optional<AudioStreamBasicDescription> activeAudioFormat() const override;
+    std::optional<CMVideoDimensions> activeVideoDimensions() const override { return std::nullopt; }
+    CMTime activeVideoMinFrameDuration() const override { return kCMTimeInvalid; }
+
+    const SimulatedAudioDevice& script() const { return *device; }
+
+private:
+    std::shared_ptr<SimulatedAudioHardware> hardware;
+    std::shared_ptr<SimulatedAudioDevice> device;
+};
+
+} // namespace vintra

@@ -1,0 +1,69 @@
+#include "Vintra/platform/simulated/SimulatedCaptureDevices.h"
+
+namespace vintra {
+
+SimulatedCaptureDevices::SimulatedCaptureDevices(SimulatedCaptureSession::Services someServices,
+                                                 std::shared_ptr<SimulatedAudioHardware> someHardware)
+    : services(std::move(someServices))
+    , hardware(std::move(someHardware)) {}
+
+std::shared_ptr<AVCaptureDevice> SimulatedCaptureDevices::deviceWithUniqueID(const std::string& uniqueID) {
+    const auto found = hardware->device(uniqueID);
+    if (!found || !found->isCapturable || found->inputChannels() == 0) return nullptr;
+    auto& device = devices[uniqueID];
+    if (!device || &device->script() != found.get())
+        device = std::make_shared<SimulatedCaptureDevice>(hardware, found);
+    return device;
+}
+
+AVAuthorizationStatus SimulatedCaptureDevices::authorizationStatus(AVMediaType mediaType) const {
+    const auto found = authorization.find(mediaType);
+    return found == authorization.end() ? AVAuthorizationStatus::authorized : found->second;
+}
+
+void SimulatedCaptureDevices::requestAccess(AVMediaType mediaType,
+                                            std::function<void(bool granted)> completion) {
+    accessRequests.push_back(mediaType);
+    const AVAuthorizationStatus status = authorizationStatus(mediaType);
+    if (status != AVAuthorizationStatus::notDetermined) {
+        services.time->after(
+            0, [completion, status] { completion(status == AVAuthorizationStatus::authorized); });
+        return;
+    }
+    services.time->afterSeconds(answerSeconds, [this, mediaType, completion] {
+        authorization[mediaType] =
+            userGrantsAccess ? AVAuthorizationStatus::authorized : AVAuthorizationStatus::denied;
+        completion(userGrantsAccess);
+    });
+}
+
+std::shared_ptr<AVCaptureDeviceInput>
+SimulatedCaptureDevices::makeDeviceInput(const std::shared_ptr<AVCaptureDevice>& device) {
+    auto own = std::dynamic_pointer_cast<SimulatedCaptureDevice>(device);
+    if (!own || own->script().failsToOpen || !own->isConnected())
+        throw SystemError("simulated", 10, "The device can't be opened.");
+    return std::make_shared<SimulatedCaptureDeviceInput>(std::move(own));
+}
+
+std::shared_ptr<AVCaptureAudioDataOutput>
+SimulatedCaptureDevices::makeAudioDataOutput(const AVAudioSettings& audioSettings) {
+    return std::make_shared<SimulatedCaptureAudioDataOutput>(audioSettings);
+}
+
+std::shared_ptr<AVCaptureSession> SimulatedCaptureDevices::makeSession() {
+    auto made = std::make_shared<SimulatedCaptureSession>(services);
+    sessions.push_back(made);
+    ++sessionsMade;
+    return made;
+}
+
+std::shared_ptr<SimulatedCaptureSession>
+SimulatedCaptureDevices::session(const std::string& deviceUID) const {
+    for (auto candidate = sessions.rbegin(); candidate != sessions.rend(); ++candidate) {
+        auto living = candidate->lock();
+        if (living && living->deviceUID() == deviceUID) return living;
+    }
+    return nullptr;
+}
+
+} // namespace vintra

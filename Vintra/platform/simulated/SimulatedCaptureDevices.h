@@ -1,0 +1,45 @@
+#pragma once
+
+#include "Vintra/platform/CaptureDevices.h"
+#include "Vintra/platform/simulated/SimulatedCaptureSession.h"
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace vintra {
+
+/// Captures from the devices of a `SimulatedAudioHardware`, if the user lets it. One real thread.
+class SimulatedCaptureDevices : public CaptureDevices {
+public:
+    SimulatedCaptureDevices(SimulatedCaptureSession::Services services,
+                            std::shared_ptr<SimulatedAudioHardware> hardware);
+
+    std::shared_ptr<AVCaptureDevice> deviceWithUniqueID(const std::string& uniqueID) override;
+    AVAuthorizationStatus authorizationStatus(AVMediaType mediaType) const override;
+    void requestAccess(AVMediaType mediaType, std::function<void(bool granted)> completion) override;
+    std::shared_ptr<AVCaptureDeviceInput>
+    makeDeviceInput(const std::shared_ptr<AVCaptureDevice>& device) override;
+    std::shared_ptr<AVCaptureAudioDataOutput>
+    makeAudioDataOutput(const AVAudioSettings& audioSettings) override;
+    std::shared_ptr<AVCaptureSession> makeSession() override;
+
+    /// The session made last whose input is that device and that still exists; null if there is none.
+    std::shared_ptr<SimulatedCaptureSession> session(const std::string& deviceUID) const;
+
+    /// What the user has decided; authorized where nothing is set.
+    std::map<AVMediaType, AVAuthorizationStatus> authorization;
+    bool userGrantsAccess = true;            ///< the answer of a user who is asked
+    double answerSeconds = 1;                ///< how long the user thinks about it
+    std::vector<AVMediaType> accessRequests; ///< every question that was put
+    int64_t sessionsMade = 0;
+
+private:
+    SimulatedCaptureSession::Services services;
+    std::shared_ptr<SimulatedAudioHardware> hardware;
+    std::map<std::string, std::shared_ptr<SimulatedCaptureDevice>> devices; ///< one object a device
+    std::vector<std::weak_ptr<SimulatedCaptureSession>> sessions;
+};
+
+} // namespace vintra

@@ -1,0 +1,159 @@
+#include "Vintra/platform/simulated/SimulatedCaptureSession.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+namespace vintra {
+
+namespace {
+
+constexpr double kToneHertz = 1000;
+constexpr double kToneAmplitude = 0.25;
+constexpr double kTwoPi = 6.283185307179586;
+
+float tone(int64_t frame, double rate) {
+    return static_cast<float>(kToneAmplitude *
+                              std::sin(kTwoPi * kToneHertz * static_cast<double>(frame) / rate));
+}
+
+/// One second of the tone: it repeats.
+std::vector<float> secondOfTone(double rate) {
+    std::vector<float> values;
+    for (int64_t frame = 0; static_cast<double>(frame) < rate; ++frame)
+        values.push_back(tone(frame, rate));
+    return values;
+}
+
+std::shared_ptr<CMBlockBuffer> makeData(const std::vector<float>& values, size_t pieceCount) {
+    const size_t length = values.size() * sizeof(float);
+    const auto whole = CMBlockBuffer::make(length);
+    std::memcpy(whole->contiguousBytes(), values.data(), length);
+    if (pieceCount < 2) return whole;
+    std::vector<CMBlockBuffer::Piece> pieces;
+    for (size_t i = 0; i < pieceCount; ++i) {
+        const size_t start = length * i / pieceCount;
+        pieces.push_back({whole->contiguousBytes() + start, length * (i + 1) / pieceCount - start});
+    }
+    return CMBlockBuffer::make(std::move(pieces), whole);
+}
+
+} // namespace
+
+SimulatedCaptureSession::SimulatedCaptureSession(Services someServices)
+    : services(std::move(someServices)) {}
+
+SimulatedCaptureSession::~SimulatedCaptureSession() {
+    if (event) services.time->cancel(*event);
+}
+
+bool SimulatedCaptureSession::canAddInput(const AVCaptureDeviceInput& input) const {
+    const auto* own = dynamic_cast<const SimulatedCaptureDeviceInput*>(&input);
+    return own && !source && !own->device->script().refusesInput;
+}
+
+void SimulatedCaptureSession::addInput(std::shared_ptr<AVCaptureDeviceInput> input) {
+    if (!canAddInput(*input)) {
+        services.violations->add("capture session: added an input that can't be added");
+        return;
+    }
+    source = std::static_pointer_cast<SimulatedCaptureDeviceInput>(std::move(input));
+}
+
+bool SimulatedCaptureSession::canAddOutput(const AVCaptureOutput& output) const {
+    const auto* own = dynamic_cast<const SimulatedCaptureAudioDataOutput*>(&output);
+    return own && !sink && !(source && source->device->script().refusesOutput);
+}
+
+void SimulatedCaptureSession::addOutput(std::shared_ptr<AVCaptureOutput> output) {
+    if (!canAddOutput(*output)) {
+        services.violations->add("capture session: added an output that can't be added");
+        return;
+    }
+    sink = std::static_pointer_cast<SimulatedCaptureAudioDataOutput>(std::move(output));
+}
+
+void SimulatedCaptureSession::startRunning() {
+    if (isOn || !source) return;
+    const auto self = shared_from_this();
+    const SimulatedAudioDevice& device = source->device->script();
+    services.hostClock->sleep(static_cast<int64_t>(device.startSeconds * 1e6));
+    if (device.failsToStart || !source->device->isConnected()) return;
+    isOn = true;
+    firstFrameNanoseconds =
+        services.time->nowNanoseconds() + nanosecondsFromSeconds(device.firstFrameSeconds);
+    nextFrame = 0;
+    nextBuffer = 0;
+    if (sink) toneSecond = secondOfTone(sink->settings.sampleRate);
+    if (sink) scheduleBuffer();
+}
+
+void SimulatedCaptureSession::stopRunning() {
+    isOn = false;
+    if (event) services.time->cancel(*event);
+    event.reset();
+}
+
+int64_t SimulatedCaptureSession::dueNanoseconds(int64_t frame) const {
+    const double seconds =
+        static_cast<double>(frame) / (sink->settings.sampleRate * source->device->script().clockRatio);
+    return firstFrameNanoseconds + nanosecondsFromSeconds(seconds);
+}
+
+void SimulatedCaptureSession::scheduleBuffer() {
+    const SimulatedAudioDevice& device = source->device->script();
+    const int64_t late =
+        device.lateness ? std::max<int64_t>(0, nanosecondsFromSeconds(device.lateness(nextBuffer))) : 0;
+    event = services.time->at(dueNanoseconds(nextFrame + device.framesPerBuffer) + late,
+                              [weak = weak_from_this()] {
+                                  if (const auto self = weak.lock()) self->deliverBuffer();
+                              });
+}
+
+void SimulatedCaptureSession::deliverBuffer() {
+    event.reset();
+    if (!isOn) return;
+    const SimulatedAudioDevice& device = source->device->script();
+    if (!device.isSilent && source->device->isConnected() && sink->queue) {
+        std::optional<CMSampleBuffer> buffer = makeBuffer();
+        if (device.alter) buffer = device.alter(std::move(*buffer));
+        if (buffer) {
+            ++deliveredBuffers;
+            sink->queue->async([sink = sink, buffer = std::move(*buffer)] {
+                if (const auto delegate = sink->delegate.lock()) delegate->captureOutput(sink, buffer);
+            });
+        }
+    }
+    nextFrame += device.framesPerBuffer;
+    ++nextBuffer;
+    scheduleBuffer();
+}
+
+CMSampleBuffer SimulatedCaptureSession::makeBuffer() const {
+    const SimulatedAudioDevice& device = source->device->script();
+    const double rate = sink->settings.sampleRate;
+    const uint32_t channels = std::max(1u, sink->settings.numberOfChannels);
+    std::vector<float> values;
+    values.reserve(static_cast<size_t>(device.framesPerBuffer) * channels);
+    for (int64_t frame = nextFrame; frame < nextFrame + device.framesPerBuffer; ++frame) {
+        if (!device.signal) {
+            values.insert(values.end(), channels, toneSecond[static_cast<size_t>(frame) % toneSecond.size()]);
+            continue;
+        }
+        const CMTime at = hostTimeFromNanoseconds(dueNanoseconds(frame));
+        // What is asked for beyond the device's own channels repeats its last one.
+        const uint32_t last = std::max(1u, device.inputChannels()) - 1;
+        for (uint32_t channel = 0; channel < channels; ++channel)
+            values.push_back(device.signal(std::min(channel, last), frame, at));
+    }
+    const CMSampleTimingInfo timing{
+        .duration = CMTimeMake(1, static_cast<int32_t>(rate)),
+        .presentationTimeStamp = hostTimeFromNanoseconds(dueNanoseconds(nextFrame)),
+        .decodeTimeStamp = kCMTimeInvalid,
+    };
+    return CMSampleBuffer::makeAudio(makeData(values, device.piecesPerBuffer),
+                                     CMAudioFormatDescriptionCreate(floatPCMDescription(rate, channels)),
+                                     device.framesPerBuffer, timing);
+}
+
+} // namespace vintra

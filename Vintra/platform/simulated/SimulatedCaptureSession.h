@@ -1,0 +1,83 @@
+#pragma once
+
+#include "Vintra/platform/CaptureDevices.h"
+#include "Vintra/platform/simulated/SimulatedCaptureDevice.h"
+#include "Vintra/platform/simulated/SimulatedHostClock.h"
+#include "Vintra/platform/simulated/SimulatedViolations.h"
+#include "Vintra/platform/simulated/VirtualTime.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vintra {
+
+class SimulatedCaptureDeviceInput : public AVCaptureDeviceInput {
+public:
+    explicit SimulatedCaptureDeviceInput(std::shared_ptr<SimulatedCaptureDevice> aDevice)
+        : device(std::move(aDevice)) {}
+    const std::shared_ptr<SimulatedCaptureDevice> device;
+};
+
+class SimulatedCaptureAudioDataOutput : public AVCaptureAudioDataOutput {
+public:
+    explicit SimulatedCaptureAudioDataOutput(AVAudioSettings someSettings)
+        : settings(someSettings) {}
+    void setSampleBufferDelegate(std::weak_ptr<AVCaptureDataOutputSampleBufferDelegate> aDelegate,
+                                 std::shared_ptr<DispatchQueue> aQueue) override {
+        delegate = std::move(aDelegate);
+        queue = std::move(aQueue);
+    }
+
+    const AVAudioSettings settings;
+    std::weak_ptr<AVCaptureDataOutputSampleBufferDelegate> delegate;
+    std::shared_ptr<DispatchQueue> queue;
+};
+
+/// Delivers what a simulated sound device hears: 32-bit float samples at the rate and channel count of the
+/// output, stamped with the host time of their first frame, each buffer handed over after its last frame. One
+/// real thread.
+class SimulatedCaptureSession : public AVCaptureSession,
+                                public std::enable_shared_from_this<SimulatedCaptureSession> {
+public:
+    struct Services {
+        std::shared_ptr<VirtualTime> time;
+        std::shared_ptr<SimulatedHostClock> hostClock;
+        std::shared_ptr<SimulatedViolations> violations;
+    };
+    explicit SimulatedCaptureSession(Services services);
+    ~SimulatedCaptureSession() override;
+
+    bool canAddInput(const AVCaptureDeviceInput& input) const override;
+    void addInput(std::shared_ptr<AVCaptureDeviceInput> input) override;
+    bool canAddOutput(const AVCaptureOutput& output) const override;
+    void addOutput(std::shared_ptr<AVCaptureOutput> output) override;
+    void startRunning() override;
+    void stopRunning() override;
+    bool isRunning() const override { return isOn; }
+
+    /// The unique id of its device; empty without an input.
+    std::string deviceUID() const { return source ? source->device->uniqueID() : ""; }
+    std::shared_ptr<SimulatedCaptureAudioDataOutput> output() const { return sink; }
+    int64_t deliveredBuffers = 0; ///< since the session was made
+
+private:
+    int64_t dueNanoseconds(int64_t frame) const;
+    void scheduleBuffer();
+    void deliverBuffer();
+    CMSampleBuffer makeBuffer() const;
+
+    Services services;
+    std::shared_ptr<SimulatedCaptureDeviceInput> source;
+    std::shared_ptr<SimulatedCaptureAudioDataOutput> sink;
+    bool isOn = false;
+    int64_t firstFrameNanoseconds = 0;
+    int64_t nextFrame = 0;
+    int64_t nextBuffer = 0;
+    std::optional<VirtualTime::EventID> event;
+    std::vector<float> toneSecond; ///< what a device without a signal sounds like
+};
+
+} // namespace vintra

@@ -1,0 +1,55 @@
+#include "Vintra/platform/simulated/SimulatedScreenCapture.h"
+
+#include <algorithm>
+
+namespace vintra {
+
+SimulatedScreenCapture::SimulatedScreenCapture(std::shared_ptr<VirtualTime> aTime,
+                                               std::shared_ptr<SimulatedViolations> someViolations,
+                                               int32_t processIdentifier)
+    : content{{{1, 1440, 900}}, {}, {{processIdentifier, "Vintra"}}}
+    , time(std::move(aTime))
+    , violations(std::move(someViolations)) {}
+
+void SimulatedScreenCapture::getShareableContent(bool, bool, std::function<void(Content)> completion) {
+    ++contentQueries;
+    time->afterSeconds(contentSeconds, [this, completion = std::move(completion)] {
+        if (contentError) {
+            completion({{}, contentError});
+        } else {
+            completion({content, std::nullopt});
+        }
+    });
+}
+
+std::shared_ptr<SCStream> SimulatedScreenCapture::makeStream(const SCContentFilter& filter,
+                                                             const SCStreamConfiguration& configuration,
+                                                             std::weak_ptr<SCStreamDelegate> delegate) {
+    if (makeStreamError) throw *makeStreamError;
+    if (!isThere(filter)) throw SystemError("simulated", 23, "What was chosen can't be captured.");
+    auto made =
+        std::make_shared<SimulatedScreenStream>(SimulatedScreenStream::Services{time, violations, pictures},
+                                                filter, configuration, std::move(delegate), script);
+    lastStream = made;
+    lastFilter = filter;
+    lastConfiguration = configuration;
+    ++streamsMade;
+    return made;
+}
+
+void SimulatedScreenCapture::changePicture() {
+    if (const auto living = lastStream.lock()) living->changePicture();
+}
+
+bool SimulatedScreenCapture::isThere(const SCContentFilter& filter) const {
+    if (const auto* display = std::get_if<SCContentFilter::Display>(&filter.content)) {
+        return std::any_of(content.displays.begin(), content.displays.end(), [&](const SCDisplay& each) {
+            return each.displayID == display->display.displayID;
+        });
+    }
+    const auto& window = std::get<SCContentFilter::DesktopIndependentWindow>(filter.content).window;
+    return std::any_of(content.windows.begin(), content.windows.end(),
+                       [&](const SCWindow& each) { return each.windowID == window.windowID; });
+}
+
+} // namespace vintra

@@ -1,0 +1,78 @@
+#pragma once
+
+#include "Vintra/platform/ScreenCapture.h"
+#include "Vintra/platform/simulated/SimulatedFrame.h"
+#include "Vintra/platform/simulated/SimulatedPictures.h"
+#include "Vintra/platform/simulated/SimulatedViolations.h"
+#include "Vintra/platform/simulated/VirtualTime.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+namespace vintra {
+
+/// How a simulated stream behaves. As it stands: everything works, and the picture always changes.
+struct SimulatedStreamScript {
+    std::optional<SystemError> addOutputError;
+    std::optional<SystemError> startError;
+    std::optional<SystemError> stopError; ///< it stops all the same
+    double startSeconds = 0.05;
+    double stopSeconds = 0.02;
+    SimulatedFrames frames = nullptr; ///< if not set, one a minimum frame interval
+};
+
+/// A screen stream of a simulated machine. One real thread.
+class SimulatedScreenStream : public SCStream, public std::enable_shared_from_this<SimulatedScreenStream> {
+public:
+    struct Services {
+        std::shared_ptr<VirtualTime> time;
+        std::shared_ptr<SimulatedViolations> violations;
+        std::shared_ptr<SimulatedPictures> pictures;
+    };
+    SimulatedScreenStream(Services services, SCContentFilter filter, SCStreamConfiguration configuration,
+                          std::weak_ptr<SCStreamDelegate> delegate, SimulatedStreamScript script);
+
+    void addStreamOutput(std::weak_ptr<SCStreamOutput> output, SCStreamOutputType type,
+                         std::shared_ptr<DispatchQueue> sampleHandlerQueue) override;
+    void startCapture(std::function<void(std::optional<SystemError>)> completion) override;
+    void stopCapture(std::function<void(std::optional<SystemError>)> completion) override;
+
+    /// Shows something new: a frame now, or when the minimum frame interval is over. For streams whose
+    /// scripted frames end.
+    void changePicture();
+    /// Ends the running stream by itself and tells its delegate.
+    void die(const SystemError& error);
+    bool isRunning() const { return state == State::running; }
+    /// Invalid before the capture runs.
+    CMTime captureStart() const { return firstTime; }
+
+    const SCContentFilter filter;
+    const SCStreamConfiguration configuration;
+    int64_t deliveredFrames = 0;
+    int64_t leftOutFrames = 0; ///< because the output was behind by the queue depth
+
+private:
+    enum class State { made, starting, running, stopped };
+    using Completion = std::function<void(std::optional<SystemError>)>;
+
+    void begin(const Completion& completion);
+    void scheduleFrame();
+    void deliver(const SimulatedFrame& frame);
+    CMSampleBuffer makeSample(const SimulatedFrame& frame) const;
+
+    Services services;
+    std::weak_ptr<SCStreamDelegate> delegate;
+    SimulatedStreamScript script;
+    std::weak_ptr<SCStreamOutput> output;
+    std::shared_ptr<DispatchQueue> queue;
+    State state = State::made;
+    int64_t startNanoseconds = 0;
+    CMTime firstTime;
+    int64_t nextIndex = 0;
+    int64_t latestFrame = 0; ///< when the last frame was due, in nanoseconds
+    uint8_t latestShade = 0;
+    int underway = 0; ///< frames queued and not yet taken
+};
+
+} // namespace vintra
