@@ -1,0 +1,102 @@
+#pragma once
+
+#include "Vintra/platform/simulated/SimulatedMachine.h"
+#include "Vintra/take/ScreenRecorderManager.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace vintra {
+
+/// A recorder on a simulated machine with one display, and what every test of a take does with it.
+class RecorderFixture : public ::testing::Test {
+protected:
+    static constexpr const char* kFolder = "/home/user/Videos/Vintra";
+
+    void SetUp() override {
+        machine.fileManager->createDirectory(URL::fileURL(kFolder));
+        machine.userDefaults->values["screenFrameRate"] = int64_t{30};
+        machine.userDefaults->values["timelineEditor"] = std::string("none");
+        machine.audioHardware->plug("mic.one", "Desk Microphone", 1);
+        machine.audioHardware->plug("daw.two", "Workstation", 2);
+        machine.audioHardware->plug("multi.eight", "Stage Box", 8);
+        makeRecorder();
+    }
+    /// Every test ends with the contract of the writers, sessions and streams kept.
+    void TearDown() override {
+        EXPECT_EQ(machine.violations->list, std::vector<std::string>{});
+        recorder.reset();
+    }
+
+    void makeRecorder() {
+        recorder = ScreenRecorderManager::make(machine.platform());
+        machine.run(0.5);
+    }
+    void selectMic(const std::string& uid = "mic.one") {
+        recorder->selectedMicDeviceID.set(uid);
+        machine.run(0.2);
+    }
+    void addExtraInput(const std::string& uid, int channel, const std::string& name = "", double gainDB = 0) {
+        const UUID id = machine.processInfo->makeUUID();
+        recorder->extraAudioInputs.update([&](auto& rows) {
+            rows.push_back(
+                {.id = id, .deviceID = uid, .channelIndex = channel, .name = name, .gainDB = gainDB});
+        });
+        machine.run(0.2);
+    }
+
+    URL videoURL() const { return URL::fileURL(std::string(kFolder) + "/take_video.mov"); }
+    static std::string path(const std::string& name) { return std::string(kFolder) + "/" + name; }
+    void start() { machine.complete(recorder->startRecording(videoURL())); }
+    void stop() { machine.complete(recorder->stopRecording()); }
+    void recordFor(double seconds) {
+        start();
+        ASSERT_TRUE(*recorder->isRecording) << recorder->lastError->value_or("no error");
+        machine.run(seconds);
+        stop();
+    }
+
+    std::shared_ptr<SimulatedAssetWriter> writer(const std::string& name) const {
+        return machine.assetWriters->writer(name);
+    }
+    std::shared_ptr<SimulatedAssetWriterInput> videoTrack() const {
+        return writer("take_video.mov")->input(AVMediaType::video);
+    }
+    std::shared_ptr<SimulatedAssetWriterInput> soundTrack(const std::string& name) const {
+        return writer(name)->input(AVMediaType::audio);
+    }
+    std::string lastError() const { return recorder->lastError->value_or(""); }
+    /// The last components of every file in the take's folder.
+    std::vector<std::string> files() const {
+        return machine.fileManager->contentsOfDirectory(URL::fileURL(kFolder));
+    }
+    /// What a failed start must leave behind: nothing recording, nothing open, the previews as they were.
+    void expectUndone(const std::string& error) {
+        EXPECT_EQ(lastError(), error);
+        EXPECT_EQ(*recorder->statusMessage, "Failed to start");
+        EXPECT_FALSE(*recorder->isRecording);
+        EXPECT_FALSE(*recorder->isBusy);
+        EXPECT_FALSE(*recorder->activeMicTrack);
+        EXPECT_FALSE(recorder->recordingStartDate->has_value());
+        for (const auto& made : machine.assetWriters->writers) {
+            EXPECT_NE(made->status(), AVAssetWriterStatus::writing) << made->outputURL().path();
+            const size_t before = appendCount(*made);
+            machine.run(0.5);
+            EXPECT_EQ(appendCount(*made), before) << "a sink was left filled: " << made->outputURL().path();
+        }
+    }
+    static size_t appendCount(const SimulatedAssetWriter& of) {
+        size_t count = 0;
+        for (const auto& input : of.inputs())
+            count += input->appends.size();
+        return count;
+    }
+
+    SimulatedMachine machine;
+    std::shared_ptr<ScreenRecorderManager> recorder;
+};
+
+} // namespace vintra
