@@ -14,75 +14,55 @@ constexpr int64_t kMillisecondsAcross = 3000; // the square's way from one side 
 
 } // namespace
 
-MovingPicture::MovingPicture(Display* aDisplay)
-    : display(aDisplay)
-    , width(DisplayWidth(display, DefaultScreen(display)))
-    , height(DisplayHeight(display, DefaultScreen(display)))
-    , ground(colour("#1D2B3A"))
-    , square(colour("#E8A33D"))
-    , lit(colour("#F2F2F2")) {
-    XSetWindowAttributes attributes{};
-    attributes.background_pixel = ground;
-    attributes.override_redirect = True;
-    window = XCreateWindow(display, DefaultRootWindow(display), 0, 0, static_cast<unsigned>(width),
-                           static_cast<unsigned>(height), 0, CopyFromParent, InputOutput, CopyFromParent,
-                           CWBackPixel | CWOverrideRedirect, &attributes);
-    canvas = XCreatePixmap(display, window, static_cast<unsigned>(width), static_cast<unsigned>(height),
-                           static_cast<unsigned>(DefaultDepth(display, DefaultScreen(display))));
-    context = XCreateGC(display, canvas, 0, nullptr);
-    XSetGraphicsExposures(display, context, False);
-    XMapRaised(display, window);
-}
+MovingPicture::MovingPicture(Display* display)
+    : screen(display, FullScreenWindow::colour(display, "#1D2B3A"))
+    , ground(FullScreenWindow::colour(display, "#1D2B3A"))
+    , square(FullScreenWindow::colour(display, "#E8A33D"))
+    , lit(FullScreenWindow::colour(display, "#F2F2F2"))
+    , canvas(XCreatePixmap(display, screen.window, static_cast<unsigned>(screen.width),
+                           static_cast<unsigned>(screen.height),
+                           static_cast<unsigned>(DefaultDepth(display, DefaultScreen(display))))) {}
 
 MovingPicture::~MovingPicture() {
-    XFreeGC(display, context);
-    XFreePixmap(display, canvas);
-    XDestroyWindow(display, window);
+    XFreePixmap(screen.display, canvas);
 }
 
 void MovingPicture::paint(int64_t milliseconds) {
-    fill(ground, {0, 0, width, height});
+    fill(ground, {0, 0, screen.width, screen.height});
     paintSquare(milliseconds);
     paintTime(milliseconds);
-    show({0, height / 6, width, height / 3});
-    show({0, height * 2 / 3, width, height / 6});
-    XSync(display, False);
-}
-
-unsigned long MovingPicture::colour(const char* name) const {
-    XColor shown{};
-    XColor exact{};
-    const Colormap map = DefaultColormap(display, DefaultScreen(display));
-    return XAllocNamedColor(display, map, name, &shown, &exact) ? shown.pixel : 0;
+    show({0, screen.height / 6, screen.width, screen.height / 3});
+    show({0, screen.height * 2 / 3, screen.width, screen.height / 6});
+    XSync(screen.display, False);
 }
 
 void MovingPicture::fill(unsigned long pixel, Box box) {
-    XSetForeground(display, context, pixel);
-    XFillRectangle(display, canvas, context, box.x, box.y, static_cast<unsigned>(box.width),
+    XSetForeground(screen.display, screen.context, pixel);
+    XFillRectangle(screen.display, canvas, screen.context, box.x, box.y, static_cast<unsigned>(box.width),
                    static_cast<unsigned>(box.height));
 }
 
 void MovingPicture::show(Box box) {
-    XCopyArea(display, canvas, window, context, box.x, box.y, static_cast<unsigned>(box.width),
-              static_cast<unsigned>(box.height), box.x, box.y);
+    XCopyArea(screen.display, canvas, screen.window, screen.context, box.x, box.y,
+              static_cast<unsigned>(box.width), static_cast<unsigned>(box.height), box.x, box.y);
 }
 
 void MovingPicture::paintSquare(int64_t milliseconds) {
-    const int side = height / 6;
+    const int side = screen.height / 6;
     const int64_t way = milliseconds % (2 * kMillisecondsAcross);
     const int64_t place = way < kMillisecondsAcross ? way : 2 * kMillisecondsAcross - way;
-    const int x = static_cast<int>(place * (width - side) / kMillisecondsAcross);
-    fill(square, {x, height * 2 / 3, side, side});
+    const int x = static_cast<int>(place * (screen.width - side) / kMillisecondsAcross);
+    fill(square, {x, screen.height * 2 / 3, side, side});
 }
 
 /// Seconds and hundredths, right-aligned in seven places.
 void MovingPicture::paintTime(int64_t milliseconds) {
     std::string text = std::to_string(milliseconds / 1000) + "." + std::to_string(milliseconds % 1000 / 100) +
                        std::to_string(milliseconds % 100 / 10);
-    const int step = width / 9;
-    int x = width - step;
+    const int step = screen.width / 9;
+    int x = screen.width - step;
     for (auto place = text.rbegin(); place != text.rend() && x >= step; ++place, x -= step) {
-        const Box box{x - step, height / 6, step * 3 / 4, height / 3};
+        const Box box{x - step, screen.height / 6, step * 3 / 4, screen.height / 3};
         if (*place == '.')
             fill(lit, {box.x + box.width / 2, box.y + box.height - 12, 12, 12});
         else

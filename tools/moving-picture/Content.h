@@ -1,0 +1,15 @@
+#pragma once
+
+#include <cstdint>
+
+namespace vintra {
+
+/// Something to film. Owned by `main`; one thread.
+class Content {
+public:
+    virtual ~Content() = default;
+    /// Paints what belongs to the time since the start, and waits until the server has done so.
+    virtual void paint(int64_t milliseconds) = 0;
+};
+
+} // namespace vintra

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "tools/moving-picture/Content.h"
+#include "tools/moving-picture/FullScreenWindow.h"
+
+#include <vector>
+
+namespace vintra {
+
+/// A film of 1280 × 720 pixels and 30 pictures a second in the middle of an empty screen: soft shapes that
+/// drift, with grain. A second of it is painted beforehand and kept by the server, so that showing it costs
+/// next to nothing.
+class VideoContent : public Content {
+public:
+    explicit VideoContent(Display* display);
+    ~VideoContent() override;
+    void paint(int64_t milliseconds) override;
+
+private:
+    Pixmap makePicture(int number) const;
+
+    FullScreenWindow screen;
+    std::vector<Pixmap> pictures;
+};
+
+} // namespace vintra
