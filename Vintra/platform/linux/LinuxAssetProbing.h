@@ -1,0 +1,17 @@
+#pragma once
+
+#include "Vintra/platform/AssetProbing.h"
+
+namespace vintra {
+
+/// Reads a media file's facts through libavformat, from its header where the header tells them all. Formats
+/// are those that an editor takes in: QuickTime and MPEG-4, WAVE, AIFF, CAF, FLAC, MP3. A file that holds
+/// less than its header promises counts as cut short. Any thread.
+class LinuxAssetProbing : public AssetProbing {
+public:
+    /// Quietens libav, for a file that can't be read is told by its loads.
+    LinuxAssetProbing();
+    std::unique_ptr<AVURLAsset> asset(const URL& url) override;
+};
+
+} // namespace vintra
