@@ -23,6 +23,12 @@ namespace vintra {
 // A task does nothing until it is awaited or started in a `TaskScope`. The awaiting coroutine owns it, so
 // letting go of the outermost one ends the whole chain at its suspension point. Everything here belongs to
 // the main thread; only the function that `awaitCompletion` hands out may be called on any.
+//
+// GCC 12 destroys a temporary twice if it is written inside a `co_await` expression, is a closure or is
+// initialised with braces, and has a destructor that does something. Give such a value a name first:
+//
+//     auto begin = [device](auto done) { device->open(done); };
+//     co_await awaitCompletion<void>(mainThread, begin);
 
 template <typename Result>
 class Task;
@@ -216,11 +222,13 @@ private:
 
 /// Awaits a call that ends by a completion function. `begin` is handed that function and makes the call; the
 /// function may be called on any thread, even at once, and the coroutine goes on later on the main thread. A
-/// second call of it does nothing.
+/// second call of it does nothing. A `begin` whose captures have destructors must be a named value (see
+/// above).
 template <typename Value, typename Begin>
-detail::CompletionAwaiter<Value> awaitCompletion(MainThread& mainThread, Begin begin) {
-    return {mainThread,
-            std::function<void(typename detail::CompletionAwaiter<Value>::Function)>(std::move(begin))};
+requires(std::is_lvalue_reference_v<Begin> || std::is_trivially_destructible_v<Begin>)
+    detail::CompletionAwaiter<Value> awaitCompletion(MainThread& mainThread, Begin&& begin) {
+    return {mainThread, std::function<void(typename detail::CompletionAwaiter<Value>::Function)>(
+                            std::forward<Begin>(begin))};
 }
 
 } // namespace vintra
