@@ -107,6 +107,16 @@ public:
     URL defaultOutputFolder() const;
     /// The folder, made if it is missing. Throws `SystemError`.
     URL prepareOutputFolder(const std::string& forStoredPath);
+    /// The silence that a stop puts before a sound file, so that the file begins at the common start.
+    struct Padding {
+        URL url;
+        double gap = 0; ///< seconds; up to 0.01 the file is left as it is
+    };
+    /// Host time that is zero of the running or last take; nothing before the first.
+    const std::optional<CMTime>& commonStartTime() const { return recordingCommonStartTime; }
+    /// Frames of the running take's screen that were lost so far.
+    int64_t lostScreenFrames() const { return videoDrops->read(); }
+    const std::vector<Padding>& lastTakePaddings() const { return lastTakePaddings_; }
     /// The tracks of the running or last take, as told to the timeline; nothing before the first.
     const std::optional<TakeFiles>& lastTakeFiles() const { return lastTakeFiles_; }
     const std::optional<URL>& lastTimelineURL() const { return lastTimelineURL_; }
@@ -229,10 +239,6 @@ private:
         std::shared_ptr<AudioTrack> dawTrack;
         std::vector<std::shared_ptr<ExtraInputDeviceGroup>> extraInputGroups;
         std::vector<std::shared_ptr<AVAssetWriter>> startedWriters;
-    };
-    struct Padding {
-        URL url;
-        double gap = 0; ///< seconds
     };
     /// What one stop has learnt so far.
     struct TakeEnding {
@@ -434,6 +440,7 @@ private:
     std::vector<double> recordingMarkers;           ///< seconds from the start
     std::optional<TakeFiles> lastTakeFiles_;
     std::optional<URL> lastTimelineURL_;
+    std::vector<Padding> lastTakePaddings_;
     std::vector<std::string> lastTakeWarnings_;
 
     // -- Capture and writing: main thread

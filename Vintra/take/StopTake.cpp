@@ -260,6 +260,7 @@ Task<> ScreenRecorderManager::padWavFiles(std::vector<Padding> paddings) {
 
 Task<> ScreenRecorderManager::writeTimeline(TakeEnding& ending) {
     lastTakeFiles_ = ending.take;
+    lastTakePaddings_ = ending.paddings;
     lastTimelineURL_ = std::nullopt;
     const TimelineEditor editor = timelineEditor.current();
     if (!ending.failures.empty() || editor == TimelineEditor::none || !ending.take) co_return;

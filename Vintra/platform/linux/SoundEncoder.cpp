@@ -21,18 +21,6 @@ constexpr std::array kRates = {96'000, 88'200, 64'000, 48'000, 44'100, 32'000, 2
 
 } // namespace
 
-void SoundEncoder::Free::operator()(AVCodecContext* context) const {
-    avcodec_free_context(&context);
-}
-
-void SoundEncoder::Free::operator()(AVFrame* frame) const {
-    av_frame_free(&frame);
-}
-
-void SoundEncoder::Free::operator()(AVPacket* packet) const {
-    av_packet_free(&packet);
-}
-
 bool SoundEncoder::canEncode(const AVAudioSettings& settings) {
     return settings.formatID == kAudioFormatMPEG4AAC && settings.numberOfChannels >= 1 &&
            settings.numberOfChannels <= 6 &&

@@ -1,16 +1,13 @@
 #pragma once
 
 #include "Vintra/platform/AVAssetWriter.h"
+#include "Vintra/platform/linux/LibavPointers.h"
 
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <span>
 #include <vector>
-
-struct AVCodecContext;
-struct AVFrame;
-struct AVPacket;
 
 namespace vintra {
 
@@ -40,19 +37,14 @@ public:
     void finish();
 
 private:
-    struct Free {
-        void operator()(AVCodecContext* context) const;
-        void operator()(AVFrame* frame) const;
-        void operator()(AVPacket* packet) const;
-    };
     void encodePacket();
     void receive();
 
     const AVAudioSettings settings;
     const Output output;
-    std::unique_ptr<AVCodecContext, Free> context;
-    std::unique_ptr<AVFrame, Free> frame;
-    std::unique_ptr<AVPacket, Free> packet;
+    CodecContextPointer context;
+    FramePointer frame;
+    PacketPointer packet;
     std::vector<float> pending; ///< interleaved, less than a packet
     int64_t taken = 0;
     int64_t sent = 0;

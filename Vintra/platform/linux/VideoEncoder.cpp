@@ -28,18 +28,6 @@ void copyPlane(const CVPixelBuffer::Plane& from, size_t rowBytes, uint8_t* to, s
 
 } // namespace
 
-void VideoEncoder::Free::operator()(AVCodecContext* context) const {
-    avcodec_free_context(&context);
-}
-
-void VideoEncoder::Free::operator()(AVFrame* frame) const {
-    av_frame_free(&frame);
-}
-
-void VideoEncoder::Free::operator()(AVPacket* packet) const {
-    av_packet_free(&packet);
-}
-
 VideoEncoder::VideoEncoder(const AVVideoSettings& someSettings, int32_t aTimescale, int64_t aSlotDuration,
                            Output anOutput)
     : settings(someSettings)

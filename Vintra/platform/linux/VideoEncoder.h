@@ -2,15 +2,12 @@
 
 #include "Vintra/platform/AVAssetWriter.h"
 #include "Vintra/platform/linux/ColourConverter.h"
+#include "Vintra/platform/linux/LibavPointers.h"
 #include "Vintra/platform/linux/PictureScaler.h"
 #include "Vintra/platform/linux/QuickTimeTrack.h"
 
 #include <functional>
 #include <memory>
-
-struct AVCodecContext;
-struct AVFrame;
-struct AVPacket;
 
 namespace vintra {
 
@@ -33,11 +30,6 @@ public:
     void finish();
 
 private:
-    struct Free {
-        void operator()(AVCodecContext* context) const;
-        void operator()(AVFrame* frame) const;
-        void operator()(AVPacket* packet) const;
-    };
     void open();
     void setUpH264();
     void setUpHevc();
@@ -54,9 +46,9 @@ private:
     const Output output;
     const ColourConverter converter;
     PictureScaler scaler;
-    std::unique_ptr<AVCodecContext, Free> context;
-    std::unique_ptr<AVFrame, Free> frame;
-    std::unique_ptr<AVPacket, Free> packet;
+    CodecContextPointer context;
+    FramePointer frame;
+    PacketPointer packet;
     /// What `frame` shows; held, so that no other picture can take its address.
     std::shared_ptr<CVPixelBuffer> lastImage;
     std::vector<uint8_t> interleavedChroma; ///< on its way to the two planes that libx265 wants

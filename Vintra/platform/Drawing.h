@@ -1,0 +1,51 @@
+#pragma once
+
+#include "Vintra/platform/Geometry.h"
+
+#include <string>
+
+namespace vintra {
+
+/// A colour in sRGB, each part 0 to 1.
+struct NSColor {
+    double red = 0;
+    double green = 0;
+    double blue = 0;
+    double alpha = 1;
+    bool operator==(const NSColor&) const = default;
+
+    static NSColor black(double alpha = 1) { return {0, 0, 0, alpha}; }
+    static NSColor white(double alpha = 1) { return {1, 1, 1, alpha}; }
+};
+
+enum class NSFontWeight { regular, medium, semibold, bold };
+
+/// The system's font in a size and weight.
+struct NSFont {
+    double size = 12; ///< points
+    NSFontWeight weight = NSFontWeight::regular;
+    bool operator==(const NSFont&) const = default;
+};
+
+/// How large text is. Main thread.
+class TextMeasure {
+public:
+    virtual ~TextMeasure() = default;
+    /// The size in points of one line of UTF-8 text.
+    virtual CGSize textSize(const std::string& text, const NSFont& font) const = 0;
+};
+
+/// Where an overlay draws itself: in points, the origin at the bottom left of the overlay and y growing
+/// upwards. What is drawn later lies over what was drawn before. Main thread, within one drawing pass.
+class Drawing : public TextMeasure {
+public:
+    /// A radius of 0 gives square corners.
+    virtual void fillRect(const CGRect& rect, double cornerRadius, const NSColor& color) = 0;
+    virtual void fillEllipse(const CGRect& in, const NSColor& color) = 0;
+    /// The line lies half inside and half outside.
+    virtual void strokeEllipse(const CGRect& in, double lineWidth, const NSColor& color) = 0;
+    /// One line of UTF-8 text, the bottom left of its measured size at the point.
+    virtual void drawText(const std::string& text, CGPoint at, const NSFont& font, const NSColor& color) = 0;
+};
+
+} // namespace vintra

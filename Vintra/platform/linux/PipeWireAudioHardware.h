@@ -1,0 +1,34 @@
+#pragma once
+
+#include "Vintra/platform/AudioHardware.h"
+#include "Vintra/platform/MainThread.h"
+
+#include <memory>
+#include <string>
+
+namespace vintra {
+
+class PipeWireConnection;
+
+/// PipeWire's sources and sinks as sound devices: the number of one is its name's in the connection, its UID
+/// is node.name, its name node.description. A source is an input; of the sinks only the virtual device is one
+/// too, through its monitor. Reads are for any thread, listeners for the main thread.
+class PipeWireAudioHardware : public AudioHardware {
+public:
+    PipeWireAudioHardware(std::shared_ptr<PipeWireConnection> connection,
+                          std::shared_ptr<MainThread> mainThread);
+
+    std::vector<AudioObjectID> devices() const override;
+    std::optional<std::vector<uint32_t>> inputStreamChannels(AudioObjectID device) const override;
+    std::optional<std::string> deviceUID(AudioObjectID device) const override;
+    std::optional<std::string> deviceName(AudioObjectID device) const override;
+    std::optional<double> nominalSampleRate(AudioObjectID device) const override;
+    std::unique_ptr<AudioPropertyListener> addPropertyListener(AudioObjectID object, AudioProperty property,
+                                                               std::function<void()> block) override;
+
+private:
+    const std::shared_ptr<PipeWireConnection> connection;
+    const std::shared_ptr<MainThread> mainThread;
+};
+
+} // namespace vintra

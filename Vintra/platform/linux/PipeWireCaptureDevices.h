@@ -1,0 +1,35 @@
+#pragma once
+
+#include "Vintra/platform/CaptureDevices.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace vintra {
+
+class PipeWireConnection;
+
+/// PipeWire's sources as microphones, and the virtual device through its monitor. Main thread.
+class PipeWireCaptureDevices : public CaptureDevices {
+public:
+    explicit PipeWireCaptureDevices(std::shared_ptr<PipeWireConnection> connection);
+
+    std::shared_ptr<AVCaptureDevice> deviceWithUniqueID(const std::string& uniqueID) override;
+    /// PipeWire lets every program of the user record: nobody is asked.
+    AVAuthorizationStatus authorizationStatus(AVMediaType mediaType) const override;
+    void requestAccess(AVMediaType mediaType, std::function<void(bool granted)> completion) override;
+    std::shared_ptr<AVCaptureDeviceInput>
+    makeDeviceInput(const std::shared_ptr<AVCaptureDevice>& device) override;
+    std::shared_ptr<AVCaptureAudioDataOutput>
+    makeAudioDataOutput(const AVAudioSettings& audioSettings) override;
+    std::shared_ptr<AVCaptureSession> makeSession() override;
+
+    /// Why there are no devices, as a sentence for the user; nothing while a server answers.
+    std::optional<std::string> problem() const;
+
+private:
+    const std::shared_ptr<PipeWireConnection> connection;
+};
+
+} // namespace vintra

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "Vintra/platform/CaptureDevices.h"
+#include "Vintra/platform/Mutex.h"
+
+#include <memory>
+#include <string>
+#include <utility>
+
+namespace vintra {
+
+class PipeWireCaptureStream;
+class PipeWireConnection;
+
+/// Names the device that a session is to open. Immutable.
+class PipeWireDeviceInput : public AVCaptureDeviceInput {
+public:
+    explicit PipeWireDeviceInput(std::string name)
+        : deviceName(std::move(name)) {}
+    const std::string deviceName;
+};
+
+/// What a session is to deliver and to whom. Set up on the main thread before the session runs, then read by
+/// PipeWire's thread.
+class PipeWireAudioDataOutput : public AVCaptureAudioDataOutput {
+public:
+    explicit PipeWireAudioDataOutput(const AVAudioSettings& settings);
+
+    void setSampleBufferDelegate(std::weak_ptr<AVCaptureDataOutputSampleBufferDelegate> delegate,
+                                 std::shared_ptr<DispatchQueue> queue) override;
+    /// The layout that the settings ask for.
+    const AudioStreamBasicDescription& format() const { return format_; }
+    /// False for settings that no sound input delivers.
+    bool isUsable() const;
+
+private:
+    friend class PipeWireCaptureSession;
+    const AVAudioSettings settings;
+    const AudioStreamBasicDescription format_;
+    mutable Mutex mutex;
+    std::weak_ptr<AVCaptureDataOutputSampleBufferDelegate> delegate GUARDED_BY(mutex);
+    std::shared_ptr<DispatchQueue> queue GUARDED_BY(mutex);
+};
+
+/// A stream from one device to one output. Starting and stopping are for one thread at a time, `isRunning`
+/// for any; the last reference must not go on PipeWire's own thread.
+///
+/// It never runs on another device than its own: when that one goes, the session is no longer running and
+/// stays so until it is started again.
+class PipeWireCaptureSession : public AVCaptureSession {
+public:
+    explicit PipeWireCaptureSession(std::shared_ptr<PipeWireConnection> connection);
+    ~PipeWireCaptureSession() override;
+
+    bool canAddInput(const AVCaptureDeviceInput& input) const override;
+    void addInput(std::shared_ptr<AVCaptureDeviceInput> input) override;
+    bool canAddOutput(const AVCaptureOutput& output) const override;
+    void addOutput(std::shared_ptr<AVCaptureOutput> output) override;
+    /// A device that does not deliver within 3 s has refused.
+    void startRunning() override;
+    void stopRunning() override;
+    bool isRunning() const override;
+
+private:
+    const std::shared_ptr<PipeWireConnection> connection;
+    std::shared_ptr<PipeWireDeviceInput> input;
+    std::shared_ptr<PipeWireAudioDataOutput> output;
+    std::unique_ptr<PipeWireCaptureStream> stream; ///< under the connection's loop lock
+};
+
+} // namespace vintra

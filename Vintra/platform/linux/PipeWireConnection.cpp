@@ -1,0 +1,242 @@
+#include "Vintra/platform/linux/PipeWireConnection.h"
+
+#include "Vintra/platform/linux/PipeWireNodeBinding.h"
+
+#include <pipewire/pipewire.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <string_view>
+#include <utility>
+
+namespace vintra {
+
+struct PipeWireConnection::Events {
+    static PipeWireConnection& self(void* data) { return *static_cast<PipeWireConnection*>(data); }
+
+    static void info(void* data, const pw_core_info* info) {
+        self(data).loop_.assertHeld();
+        self(data).coreInfo(info);
+    }
+    static void done(void* data, uint32_t id, int sequence) {
+        self(data).loop_.assertHeld();
+        if (id == PW_ID_CORE) self(data).syncDone(sequence);
+    }
+    static void error(void* data, uint32_t id, int, int result, const char*) {
+        self(data).loop_.assertHeld();
+        if (id == PW_ID_CORE && result == -EPIPE) {
+            self(data).lost("The PipeWire server has stopped, so there is no sound input until Vintra is "
+                            "started again.");
+        }
+    }
+    static void global(void* data, uint32_t id, uint32_t, const char* type, uint32_t,
+                       const spa_dict* properties) {
+        self(data).loop_.assertHeld();
+        self(data).globalAppeared(id, type, properties);
+    }
+    static void globalRemove(void* data, uint32_t id) {
+        self(data).loop_.assertHeld();
+        self(data).globalRemoved(id);
+    }
+    static constexpr pw_core_events core = [] {
+        pw_core_events events{};
+        events.version = PW_VERSION_CORE_EVENTS;
+        events.info = info;
+        events.done = done;
+        events.error = error;
+        return events;
+    }();
+    static constexpr pw_registry_events registry = [] {
+        pw_registry_events events{};
+        events.version = PW_VERSION_REGISTRY_EVENTS;
+        events.global = global;
+        events.global_remove = globalRemove;
+        return events;
+    }();
+};
+
+PipeWireConnection::PipeWireConnection() {
+    PipeWireLock lock(loop_);
+    if (loop_.isUsable() && connect()) {
+        awaitDevices();
+    } else {
+        MutexLock values(mutex);
+        problem_ = "No PipeWire server answers, so there is no sound input.";
+    }
+}
+
+PipeWireConnection::~PipeWireConnection() {
+    PipeWireLock lock(loop_);
+    bindings.clear();
+    if (registry != nullptr) {
+        spa_hook_remove(registryHook.get());
+        pw_proxy_destroy(reinterpret_cast<pw_proxy*>(registry));
+    }
+    if (core_ != nullptr) {
+        spa_hook_remove(coreHook.get());
+        pw_core_disconnect(core_);
+    }
+    if (context != nullptr) pw_context_destroy(context);
+}
+
+bool PipeWireConnection::connect() {
+    context = pw_context_new(loop_.loop(), nullptr, 0);
+    if (context == nullptr) return false;
+    core_ = pw_context_connect(context, nullptr, 0);
+    if (core_ == nullptr) return false;
+    coreHook = std::make_unique<spa_hook>();
+    pw_core_add_listener(core_, coreHook.get(), &Events::core, this);
+    registry = pw_core_get_registry(core_, PW_VERSION_REGISTRY, 0);
+    if (registry == nullptr) return false;
+    registryHook = std::make_unique<spa_hook>();
+    pw_registry_add_listener(registry, registryHook.get(), &Events::registry, this);
+    return true;
+}
+
+void PipeWireConnection::awaitDevices() {
+    // The first answer comes after all objects were named, the second after each one taken hold of has told
+    // about itself; each of those then asks for its formats.
+    syncsToCome = 2;
+    awaitedSync = requestSync();
+    const int64_t deadline = PipeWireLoop::deadlineIn(2.0);
+    while (!isComplete()) {
+        if (!loop_.waitUntil(deadline)) break;
+    }
+}
+
+bool PipeWireConnection::isComplete() const {
+    if (core_ == nullptr) return true;
+    if (syncsToCome > 0) return false;
+    for (const auto& [id, binding] : bindings) {
+        if (binding->isPending()) return false;
+    }
+    return true;
+}
+
+int PipeWireConnection::requestSync() {
+    return pw_core_sync(core_, PW_ID_CORE, 0);
+}
+
+void PipeWireConnection::coreInfo(const pw_core_info* info) {
+    if (info->props == nullptr) return;
+    const char* rate = spa_dict_lookup(info->props, "default.clock.rate");
+    const int hertz = rate != nullptr ? std::atoi(rate) : 0;
+    if (hertz > 0) graphRate = static_cast<uint32_t>(hertz);
+}
+
+void PipeWireConnection::globalAppeared(uint32_t id, const char* type, const spa_dict* properties) {
+    if (std::string_view(type) != PW_TYPE_INTERFACE_Node || properties == nullptr) return;
+    const auto kind = pipeWireNodeKind(spa_dict_lookup(properties, PW_KEY_MEDIA_CLASS));
+    if (!kind) return;
+    auto* proxy = static_cast<pw_proxy*>(pw_registry_bind(registry, id, type, PW_VERSION_NODE, 0));
+    if (proxy == nullptr) return;
+    bindings[id] = std::make_unique<PipeWireNodeBinding>(*this, proxy, id, *kind);
+}
+
+void PipeWireConnection::globalRemoved(uint32_t id) {
+    if (bindings.erase(id) == 0) return;
+    bool hasGone = false;
+    {
+        MutexLock values(mutex);
+        hasGone = std::erase_if(devices, [id](const auto& entry) { return entry.second.globalID == id; }) > 0;
+    }
+    if (hasGone) notify({.devices = true, .rateOfDevice = std::nullopt});
+    loop_.signal();
+}
+
+void PipeWireConnection::syncDone(int sequence) {
+    if (syncsToCome > 0 && sequence == awaitedSync) {
+        --syncsToCome;
+        if (syncsToCome > 0) awaitedSync = requestSync();
+    }
+    for (const auto& [id, binding] : bindings) {
+        if (auto node = binding->syncDone(sequence, graphRate)) publish(*std::move(node));
+    }
+    loop_.signal();
+}
+
+void PipeWireConnection::lost(const std::string& reason) {
+    // The objects of a server that has gone are only taken down with the connection: callers may be in the
+    // middle of using them.
+    bindings.clear();
+    syncsToCome = 0;
+    {
+        MutexLock values(mutex);
+        problem_ = reason;
+        devices.clear();
+    }
+    notify({.devices = true, .rateOfDevice = std::nullopt});
+    loop_.signal();
+}
+
+void PipeWireConnection::publish(PipeWireNode node) {
+    PipeWireChange change;
+    {
+        MutexLock values(mutex);
+        const auto [entry, isNew] = numbers.try_emplace(node.name, 0);
+        // Number 1 is the system's own.
+        if (isNew) entry->second = static_cast<uint32_t>(numbers.size()) + 1;
+        const uint32_t number = entry->second;
+        const auto known = devices.find(number);
+        const uint32_t rateBefore =
+            known != devices.end() ? known->second.format.sampleRate : lastRates[number];
+        if (known == devices.end() || known->second.description != node.description ||
+            known->second.format.channels != node.format.channels || known->second.kind != node.kind) {
+            change.devices = true;
+        }
+        if (rateBefore != 0 && rateBefore != node.format.sampleRate) change.rateOfDevice = number;
+        lastRates[number] = node.format.sampleRate;
+        devices[number] = std::move(node);
+    }
+    if (change.devices || change.rateOfDevice) notify(change);
+}
+
+void PipeWireConnection::notify(const PipeWireChange& change) {
+    std::vector<std::shared_ptr<Block>> blocks;
+    {
+        MutexLock values(mutex);
+        std::erase_if(observers, [](const auto& observer) { return observer.expired(); });
+        for (const auto& observer : observers) {
+            if (auto block = observer.lock()) blocks.push_back(std::move(block));
+        }
+    }
+    for (const auto& block : blocks)
+        (*block)(change);
+}
+
+std::shared_ptr<void> PipeWireConnection::observe(Block block) {
+    auto kept = std::make_shared<Block>(std::move(block));
+    MutexLock values(mutex);
+    observers.push_back(kept);
+    return kept;
+}
+
+std::optional<std::string> PipeWireConnection::problem() const {
+    MutexLock values(mutex);
+    return problem_;
+}
+
+std::vector<uint32_t> PipeWireConnection::deviceNumbers() const {
+    MutexLock values(mutex);
+    std::vector<uint32_t> result;
+    for (const auto& [number, node] : devices)
+        result.push_back(number);
+    return result;
+}
+
+std::optional<PipeWireNode> PipeWireConnection::device(uint32_t number) const {
+    MutexLock values(mutex);
+    const auto found = devices.find(number);
+    return found != devices.end() ? std::optional(found->second) : std::nullopt;
+}
+
+std::optional<PipeWireNode> PipeWireConnection::deviceNamed(const std::string& name) const {
+    MutexLock values(mutex);
+    const auto number = numbers.find(name);
+    if (number == numbers.end()) return std::nullopt;
+    const auto found = devices.find(number->second);
+    return found != devices.end() ? std::optional(found->second) : std::nullopt;
+}
+
+} // namespace vintra

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+struct spa_dict;
+struct spa_pod;
+
+namespace vintra {
+
+/// The node.name of the virtual device: a sink that the computer's sound is sent to and that is recorded
+/// from.
+inline constexpr const char* kVirtualAudioDeviceName = "VintraAudioDevice";
+
+enum class PipeWireNodeKind { source, sink };
+
+/// The sound format that a node runs at or offers first.
+struct PipeWireAudioFormat {
+    uint32_t sampleRate = 0;         ///< hertz; 0: not said
+    uint32_t channels = 0;           ///< 0: not said
+    std::vector<uint32_t> positions; ///< an spa_audio_channel each; empty: not said
+    bool operator==(const PipeWireAudioFormat&) const = default;
+};
+
+/// A sound device as PipeWire shows it: a node that is a source or a sink. A value.
+struct PipeWireNode {
+    uint32_t globalID = 0;   ///< of the object in the server, given again to another one after it has gone
+    std::string name;        ///< node.name: what the device is known by from one run to the next
+    std::string description; ///< as the user knows it
+    PipeWireNodeKind kind = PipeWireNodeKind::source;
+    PipeWireAudioFormat format;
+    bool operator==(const PipeWireNode&) const = default;
+
+    /// Sources are inputs, and the virtual device is one through its monitor: what is played to it is
+    /// recorded from it. Other sinks' monitors are not listed.
+    bool isInput() const { return kind == PipeWireNodeKind::source || name == kVirtualAudioDeviceName; }
+    bool isOutput() const { return kind == PipeWireNodeKind::sink; }
+    /// Recorded from its monitor.
+    bool isMonitored() const { return kind == PipeWireNodeKind::sink; }
+};
+
+/// What a media.class stands for; nothing for classes that are no sound device.
+std::optional<PipeWireNodeKind> pipeWireNodeKind(const char* mediaClass);
+
+/// Of an EnumFormat or Format parameter; nothing if it isn't raw sound. Where it leaves a choice, the
+/// default.
+std::optional<PipeWireAudioFormat> pipeWireAudioFormat(const spa_pod* parameter);
+
+/// What a node's properties say of its format.
+PipeWireAudioFormat pipeWireAudioFormat(const spa_dict* properties);
+
+/// The first, with what it doesn't say taken from the second.
+PipeWireAudioFormat completed(PipeWireAudioFormat format, const PipeWireAudioFormat& by);
+
+} // namespace vintra
