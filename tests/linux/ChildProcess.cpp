@@ -55,6 +55,24 @@ std::string ChildProcess::readLine() {
     return line;
 }
 
+bool ChildProcess::awaitLineWith(const std::string& text) {
+    for (std::string line = readLine(); !line.empty(); line = readLine()) {
+        if (line.find(text) != std::string::npos) return true;
+    }
+    return false;
+}
+
+void ChildProcess::signal(int number) {
+    if (process > 0) ::kill(process, number);
+}
+
+int ChildProcess::wait() {
+    int status = 0;
+    if (process <= 0 || ::waitpid(process, &status, 0) != process) return -1;
+    process = -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
 void ChildProcess::stop() {
     end(SIGTERM);
 }
@@ -63,11 +81,9 @@ void ChildProcess::kill() {
     end(SIGKILL);
 }
 
-void ChildProcess::end(int signal) {
-    if (process <= 0) return;
-    ::kill(process, signal);
-    ::waitpid(process, nullptr, 0);
-    process = -1;
+void ChildProcess::end(int number) {
+    signal(number);
+    wait();
 }
 
 } // namespace vintra

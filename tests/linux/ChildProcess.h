@@ -19,12 +19,17 @@ public:
     bool hasStarted() const { return process > 0; }
     /// The next line of its output without the line break; empty once there is none.
     std::string readLine();
+    /// Returns once a line of its output contains the text; false if the output ended before.
+    bool awaitLineWith(const std::string& text);
+    void signal(int number);
+    /// Its exit code once it has ended; 128 + the signal that ended it.
+    int wait();
     void stop();
     /// At once, as in a crash.
     void kill();
 
 private:
-    void end(int signal);
+    void end(int number);
     pid_t process = -1;
     int output = -1;
 };

@@ -56,9 +56,9 @@ struct PipeWireConnection::Events {
     }();
 };
 
-PipeWireConnection::PipeWireConnection() {
+PipeWireConnection::PipeWireConnection(const std::string& serverName) {
     PipeWireLock lock(loop_);
-    if (loop_.isUsable() && connect()) {
+    if (loop_.isUsable() && connect(serverName)) {
         awaitDevices();
     } else {
         MutexLock values(mutex);
@@ -80,10 +80,12 @@ PipeWireConnection::~PipeWireConnection() {
     if (context != nullptr) pw_context_destroy(context);
 }
 
-bool PipeWireConnection::connect() {
+bool PipeWireConnection::connect(const std::string& serverName) {
     context = pw_context_new(loop_.loop(), nullptr, 0);
     if (context == nullptr) return false;
-    core_ = pw_context_connect(context, nullptr, 0);
+    pw_properties* properties = nullptr;
+    if (!serverName.empty()) properties = pw_properties_new(PW_KEY_REMOTE_NAME, serverName.c_str(), nullptr);
+    core_ = pw_context_connect(context, properties, 0);
     if (core_ == nullptr) return false;
     coreHook = std::make_unique<spa_hook>();
     pw_core_add_listener(core_, coreHook.get(), &Events::core, this);

@@ -37,8 +37,9 @@ struct PipeWireChange {
 /// number it had.
 class PipeWireConnection {
 public:
-    /// Blocks until the list is complete, for 2 s at most. Without a server the list is empty and stays so.
-    PipeWireConnection();
+    /// Blocks until the list is complete, for 2 s at most. Without a server the list is empty and stays so. An
+    /// empty name stands for the user's own server; PIPEWIRE_REMOTE, where it is set, outranks the name.
+    explicit PipeWireConnection(const std::string& serverName = {});
     ~PipeWireConnection();
     PipeWireConnection(const PipeWireConnection&) = delete;
     PipeWireConnection& operator=(const PipeWireConnection&) = delete;
@@ -65,7 +66,7 @@ private:
     friend class PipeWireNodeBinding;
     using Block = std::function<void(const PipeWireChange&)>;
 
-    bool connect() REQUIRES(loop_);
+    bool connect(const std::string& serverName) REQUIRES(loop_);
     void awaitDevices() REQUIRES(loop_);
     bool isComplete() const REQUIRES(loop_);
     /// The number of a request that the server answers after all that was asked before.
