@@ -36,7 +36,9 @@ std::optional<uint64_t> firstCount(const CMSampleBuffer& sample, uint32_t channe
 
 /// The most buffers in a row that are the counter's to the bit, each going on where the one before ended both
 /// in frames and, to two ticks, in time. A busy machine may lose a cycle in between.
-size_t longestExactRun(const Arrivals& arrivals, uint32_t channels) {
+/// Only the latest 32 buffers are looked at.
+size_t longestExactRun(const Arrivals& all, uint32_t channels) {
+    const Arrivals arrivals(all.end() - static_cast<ptrdiff_t>(std::min<size_t>(all.size(), 32)), all.end());
     const CMTime tolerance = CMTimeMake(2, kHostTimescale);
     size_t longest = 0;
     size_t run = 0;
