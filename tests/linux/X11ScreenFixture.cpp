@@ -84,12 +84,12 @@ std::optional<ScreenPicture> X11ScreenFixture::newestPicture() const {
 }
 
 bool X11ScreenFixture::waitForPicture(const ScreenPicture& expected) {
-    size_t seen = 0;
+    std::shared_ptr<CVPixelBuffer> seen;
     return waitUntil([&] {
         const auto samples = collector->samples();
-        if (samples.size() == seen) return false;
-        seen = samples.size();
-        return ScreenPicture(*samples.back().imageBuffer()) == expected;
+        if (samples.empty() || samples.back().imageBuffer() == seen) return false;
+        seen = samples.back().imageBuffer();
+        return ScreenPicture(*seen) == expected;
     });
 }
 

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -34,7 +35,15 @@ class ScreenSampleCollector : public SCStreamOutput {
 public:
     void stream(SCStream&, const CMSampleBuffer& sample, SCStreamOutputType type) override {
         MutexLock lock(mutex);
-        if (type == SCStreamOutputType::screen) samples_.push_back(sample);
+        if (type != SCStreamOutputType::screen) return;
+        samples_.push_back(sample);
+        dropOld();
+    }
+    /// From now on only the newest samples are held, so that a stream never lacks buffers.
+    void keepOnly(size_t newest) {
+        MutexLock lock(mutex);
+        kept = newest;
+        dropOld();
     }
     std::vector<CMSampleBuffer> samples() const {
         MutexLock lock(mutex);
@@ -63,7 +72,13 @@ public:
     }
 
 private:
+    void dropOld() REQUIRES(mutex) {
+        if (samples_.size() <= kept) return;
+        samples_.erase(samples_.begin(), samples_.end() - static_cast<ptrdiff_t>(kept));
+    }
+
     mutable Mutex mutex;
+    size_t kept GUARDED_BY(mutex) = 1000;
     std::vector<CMSampleBuffer> samples_ GUARDED_BY(mutex);
 };
 
