@@ -13,7 +13,8 @@ constexpr uint32_t kBitsPerValue = 8 * kBytesPerValue;
 constexpr uint32_t kMostChannels = 32;
 
 void put(std::vector<uint8_t>& bytes, const char (&id)[5]) {
-    bytes.insert(bytes.end(), id, id + 4);
+    for (int i = 0; i < 4; ++i)
+        bytes.push_back(static_cast<uint8_t>(id[i]));
 }
 
 void put(std::vector<uint8_t>& bytes, uint64_t value, int count) {

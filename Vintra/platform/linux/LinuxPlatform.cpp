@@ -1,0 +1,56 @@
+#include "Vintra/platform/linux/LinuxPlatform.h"
+
+#include "Vintra/platform/linux/LinuxAssetProbing.h"
+#include "Vintra/platform/linux/LinuxAssetWriters.h"
+#include "Vintra/platform/linux/LinuxDispatchQueues.h"
+#include "Vintra/platform/linux/LinuxFileManager.h"
+#include "Vintra/platform/linux/LinuxHostClock.h"
+#include "Vintra/platform/linux/LinuxLog.h"
+#include "Vintra/platform/linux/LinuxMainThread.h"
+#include "Vintra/platform/linux/LinuxProcessInfo.h"
+#include "Vintra/platform/linux/LinuxUserDefaults.h"
+#include "Vintra/platform/linux/LinuxWallClock.h"
+#include "Vintra/platform/linux/LinuxWorkspace.h"
+#include "Vintra/platform/linux/MemoryUserDefaults.h"
+#include "Vintra/platform/linux/PipeWireAudioHardware.h"
+#include "Vintra/platform/linux/PipeWireCaptureDevices.h"
+#include "Vintra/platform/linux/PipeWireConnection.h"
+#include "Vintra/platform/linux/X11ScreenCapture.h"
+#include "Vintra/platform/linux/X11Screens.h"
+
+namespace vintra {
+
+LinuxPlatform LinuxPlatform::make(Settings settings) {
+    LinuxPlatform machine;
+    machine.mainThread = std::make_shared<LinuxMainThread>();
+    const auto connection = std::make_shared<PipeWireConnection>();
+    machine.captureDevices = std::make_shared<PipeWireCaptureDevices>(connection);
+
+    Platform& services = machine.services;
+    services.hostClock = std::make_shared<LinuxHostClock>();
+    services.wallClock = std::make_shared<LinuxWallClock>();
+    services.mainThread = machine.mainThread;
+    services.dispatchQueues = std::make_shared<LinuxDispatchQueues>();
+    services.log = std::make_shared<LinuxLog>(settings.logLevel);
+    services.fileManager = std::make_shared<LinuxFileManager>();
+    services.processInfo = std::make_shared<LinuxProcessInfo>();
+    services.assetWriters = std::make_shared<LinuxAssetWriters>();
+    services.captureDevices = machine.captureDevices;
+    services.screenCapture = std::make_shared<X11ScreenCapture>();
+    services.screens = std::make_shared<X11Screens>();
+    services.audioHardware = std::make_shared<PipeWireAudioHardware>(connection, machine.mainThread);
+    services.assetProbing = std::make_shared<LinuxAssetProbing>();
+    services.workspace = std::make_shared<LinuxWorkspace>();
+    if (settings.keepsSettingsInMemory) {
+        services.userDefaults = std::make_shared<MemoryUserDefaults>();
+    } else {
+        services.userDefaults = std::make_shared<LinuxUserDefaults>(
+            LinuxUserDefaults::standardFile(*services.fileManager),
+            LinuxUserDefaults::Services{.fileManager = services.fileManager,
+                                        .dispatchQueues = services.dispatchQueues,
+                                        .log = services.log});
+    }
+    return machine;
+}
+
+} // namespace vintra

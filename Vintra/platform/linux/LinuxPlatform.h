@@ -1,0 +1,33 @@
+#pragma once
+
+#include "Vintra/platform/Log.h"
+#include "Vintra/platform/Platform.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace vintra {
+
+class LinuxMainThread;
+class PipeWireCaptureDevices;
+
+/// The services of the real machine, and what only a `main` needs of them. Made on the main thread, once.
+struct LinuxPlatform {
+    struct Settings {
+        LogLevel logLevel = LogLevel::error;
+        /// In memory: the program's own settings are neither read nor written.
+        bool keepsSettingsInMemory = false;
+    };
+
+    /// Throws `SystemError` if the machine has run out of descriptors; a missing X server or PipeWire server
+    /// shows as empty lists.
+    static LinuxPlatform make(Settings settings);
+
+    Platform services;
+    std::shared_ptr<LinuxMainThread> mainThread;
+    std::shared_ptr<PipeWireCaptureDevices> captureDevices;
+};
+
+} // namespace vintra

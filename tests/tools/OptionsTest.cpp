@@ -1,0 +1,143 @@
+#include "tools/vintra-take/Options.h"
+
+#include <gtest/gtest.h>
+
+namespace vintra {
+namespace {
+
+Options accepted(const std::vector<std::string>& arguments) {
+    auto result = parseOptions(arguments);
+    if (const auto* error = std::get_if<UsageError>(&result)) {
+        ADD_FAILURE() << error->sentence;
+        return {};
+    }
+    return std::get<Options>(result);
+}
+
+std::string refused(const std::vector<std::string>& arguments) {
+    const auto result = parseOptions(arguments);
+    const auto* error = std::get_if<UsageError>(&result);
+    if (!error) {
+        ADD_FAILURE() << "accepted";
+        return "";
+    }
+    EXPECT_EQ(error->sentence.back(), '.') << error->sentence;
+    return error->sentence;
+}
+
+TEST(OptionsTest, nothingAsksForTheScreenUntilASignal) {
+    const Options options = accepted({});
+    EXPECT_EQ(options.command, Options::Command::take);
+    EXPECT_FALSE(options.seconds);
+    EXPECT_TRUE(options.screen);
+    EXPECT_FALSE(options.mic);
+    EXPECT_FALSE(options.json);
+    EXPECT_FALSE(options.fps);
+    EXPECT_FALSE(options.timeline);
+}
+
+TEST(OptionsTest, everyOptionOfATakeIsRead) {
+    const Options options =
+        accepted({"--seconds", "2.5",        "--folder",   "/films",     "--name",   "My take", "--json",
+                  "--display", "4294967295", "--fps",      "24",         "--codec",  "hevc",    "--mic",
+                  "alsa:2",    "--mic-name", "Voice",      "--mic-gain", "-3.5",     "--input", "usb:1",
+                  "--input",   "usb:2:B:6",  "--timeline", "finalCut",   "--verbose"});
+    EXPECT_EQ(options.seconds, 2.5);
+    EXPECT_EQ(options.folder, "/films");
+    EXPECT_EQ(options.name, "My take");
+    EXPECT_TRUE(options.json);
+    EXPECT_TRUE(options.verbose);
+    EXPECT_EQ(options.display, 4294967295u);
+    EXPECT_EQ(options.fps, 24);
+    EXPECT_EQ(options.codec, ScreenCodec::hevc);
+    EXPECT_EQ(options.mic, "alsa:2");
+    EXPECT_EQ(options.micName, "Voice");
+    EXPECT_EQ(options.micGainDB, -3.5);
+    EXPECT_EQ(options.inputs, (std::vector<std::string>{"usb:1", "usb:2:B:6"}));
+    EXPECT_EQ(options.timeline, TimelineEditor::finalCut);
+}
+
+TEST(OptionsTest, aValueMayStandBehindAnEqualsSign) {
+    const Options options = accepted({"--seconds=10", "--name=a=b", "--mic=x"});
+    EXPECT_EQ(options.seconds, 10);
+    EXPECT_EQ(options.name, "a=b");
+    EXPECT_EQ(options.mic, "x");
+}
+
+TEST(OptionsTest, theLastOfTwoCountsButInputsAddUp) {
+    EXPECT_EQ(accepted({"--fps", "24", "--fps", "60"}).fps, 60);
+    EXPECT_EQ(accepted({"--input", "a", "--input", "a"}).inputs.size(), 2u);
+}
+
+TEST(OptionsTest, secondsAreANumberAboveNothing) {
+    for (const char* text : {"0", "-1", "", "ten", "1e", "nan", "inf", "1e9", "3s", " 3", "0x10"})
+        EXPECT_NE(refused({"--seconds", text}).find("--seconds"), std::string::npos) << text;
+    EXPECT_EQ(accepted({"--seconds", "0.001"}).seconds, 0.001);
+    EXPECT_EQ(accepted({"--seconds", "1e2"}).seconds, 100);
+}
+
+TEST(OptionsTest, valuesOutsideTheirListsAreRefusedWithTheList) {
+    EXPECT_EQ(refused({"--fps", "25"}), "--fps takes 24, 30 or 60, not “25”.");
+    EXPECT_EQ(refused({"--codec", "H264"}), "--codec takes h264 or hevc, not “H264”.");
+    EXPECT_EQ(refused({"--timeline", "final"}),
+              "--timeline takes finalCut, resolve, premiere or none, not “final”.");
+    EXPECT_EQ(refused({"--mic", "a", "--mic-gain", "61"}),
+              "--mic-gain takes a number from -60 to 60, not “61”.");
+    for (const char* text : {"-1", "4294967296", "1.5", "one", ""})
+        EXPECT_NE(refused({"--display", text}).find("--list"), std::string::npos) << text;
+}
+
+TEST(OptionsTest, anOptionWithoutItsValueIsRefused) {
+    for (const char* option : {"--seconds", "--folder", "--name", "--display", "--fps", "--codec", "--mic",
+                               "--mic-name", "--mic-gain", "--input", "--timeline"})
+        EXPECT_EQ(refused({option}), std::string(option) + " takes something after it.");
+    EXPECT_EQ(refused({"--json=yes"}), "--json takes nothing after it.");
+    EXPECT_NE(refused({"--folder", ""}).find("--folder"), std::string::npos);
+}
+
+TEST(OptionsTest, whatIsNotBuiltYetIsRefusedByName) {
+    for (const char* option :
+         {"--region", "--window", "--aspect", "--computer-audio", "--monitor", "--low-latency",
+          "--virtual-input", "--camera", "--camera-1080p", "--region=0,0,8,8"}) {
+        const std::string name = std::string(option).substr(0, std::string(option).find('='));
+        const std::string sentence = refused({option, "1"});
+        EXPECT_TRUE(sentence.starts_with(name + " can't be used yet: ")) << sentence;
+    }
+}
+
+TEST(OptionsTest, whatBelongsToNothingIsRefused) {
+    EXPECT_EQ(refused({"--secnds", "3"}), "There is no option “--secnds”.");
+    EXPECT_EQ(refused({"-x"}), "There is no option “-x”.");
+    EXPECT_EQ(refused({"film.mov"}), "“film.mov” belongs to no option.");
+    EXPECT_EQ(refused({""}), "“” belongs to no option.");
+}
+
+TEST(OptionsTest, optionsThatContradictEachOtherAreRefused) {
+    EXPECT_NE(refused({"--no-screen"}).find("nothing to record"), std::string::npos);
+    EXPECT_EQ(refused({"--no-screen", "--mic", "a", "--fps", "30"}),
+              "--fps has no place beside --no-screen.");
+    EXPECT_EQ(refused({"--mic-name", "Voice"}), "--mic-name needs a --mic.");
+    EXPECT_EQ(refused({"--mic-gain", "3"}), "--mic-gain needs a --mic.");
+    EXPECT_EQ(refused({"--list", "--seconds", "3"}), "--seconds has no place beside --list.");
+    EXPECT_EQ(refused({"--no-screen", "--list"}), "--no-screen has no place beside --list.");
+    EXPECT_FALSE(accepted({"--no-screen", "--mic", "a"}).screen);
+    EXPECT_FALSE(accepted({"--input", "a", "--no-screen"}).screen);
+}
+
+TEST(OptionsTest, aListMayBeInJSON) {
+    const Options options = accepted({"--list", "--json"});
+    EXPECT_EQ(options.command, Options::Command::list);
+    EXPECT_TRUE(options.json);
+}
+
+TEST(OptionsTest, helpIsGivenWhateverElseIsThere) {
+    EXPECT_EQ(accepted({"--no-screen", "--help"}).command, Options::Command::help);
+    EXPECT_EQ(accepted({"-h"}).command, Options::Command::help);
+    for (const char* option :
+         {"--list", "--seconds", "--folder", "--name", "--no-screen", "--display", "--fps", "--codec",
+          "--mic ", "--mic-name", "--mic-gain", "--input", "--timeline", "--json", "--verbose"})
+        EXPECT_NE(usageText().find(option), std::string::npos) << option;
+}
+
+} // namespace
+} // namespace vintra

@@ -1,0 +1,245 @@
+#include "tools/vintra-take/Options.h"
+
+#include "tools/vintra-take/Numbers.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+
+namespace vintra {
+namespace {
+
+/// Thrown and caught within this file.
+struct Wrong {
+    std::string sentence;
+};
+
+/// The options that will be, each with what it stands for.
+struct NotBuilt {
+    const char* option;
+    const char* what;
+};
+constexpr std::array kNotBuilt = {
+    NotBuilt{"--region", "recording a part of the screen"},
+    NotBuilt{"--window", "recording one window"},
+    NotBuilt{"--aspect", "choosing the shape of a part of the screen"},
+    NotBuilt{"--computer-audio", "recording the computer's own sound"},
+    NotBuilt{"--monitor", "listening to the computer's own sound while it is recorded"},
+    NotBuilt{"--low-latency", "listening to the computer's own sound while it is recorded"},
+    NotBuilt{"--virtual-input", "recording a virtual input"},
+    NotBuilt{"--camera", "recording a camera"},
+    NotBuilt{"--camera-1080p", "recording a camera"},
+};
+
+constexpr double kLongestTake = 7 * 24 * 3600.0; // seconds
+constexpr double kLargestGain = 60;              // dB, up or down
+
+double number(const std::string& option, const std::string& text, double least, double most) {
+    const auto value = wholeTextAsNumber(text);
+    if (!value || !(*value >= least && *value <= most)) {
+        throw Wrong{option + " takes a number from " + plainNumber(least) + " to " + plainNumber(most) +
+                    ", not “" + text + "”."};
+    }
+    return *value;
+}
+
+double secondsOf(const std::string& text) {
+    const auto value = wholeTextAsNumber(text);
+    if (!value || !(*value > 0 && *value <= kLongestTake))
+        throw Wrong{"--seconds takes a number above 0 and up to " + plainNumber(kLongestTake) + ", not “" +
+                    text + "”."};
+    return *value;
+}
+
+uint32_t displayOf(const std::string& text) {
+    const auto value = wholeTextAsWholeNumber(text);
+    if (!value || *value < 0 || *value > std::numeric_limits<uint32_t>::max())
+        throw Wrong{"--display takes the number of a display as --list shows it, not “" + text + "”."};
+    return static_cast<uint32_t>(*value);
+}
+
+int fpsOf(const std::string& text) {
+    for (const int rate : {24, 30, 60}) {
+        if (text == std::to_string(rate)) return rate;
+    }
+    throw Wrong{"--fps takes 24, 30 or 60, not “" + text + "”."};
+}
+
+ScreenCodec codecOf(const std::string& text) {
+    if (text == "h264") return ScreenCodec::h264;
+    if (text == "hevc") return ScreenCodec::hevc;
+    throw Wrong{"--codec takes h264 or hevc, not “" + text + "”."};
+}
+
+TimelineEditor timelineOf(const std::string& text) {
+    if (const auto editor = timelineEditorWithRawValue(text)) return *editor;
+    throw Wrong{"--timeline takes finalCut, resolve, premiere or none, not “" + text + "”."};
+}
+
+std::string filled(const std::string& option, const std::string& text) {
+    if (text.empty()) throw Wrong{option + " takes something after it, and there is nothing."};
+    return text;
+}
+
+/// Reads one command line.
+class Reader {
+public:
+    explicit Reader(const std::vector<std::string>& someArguments)
+        : arguments(someArguments) {}
+
+    Options read() {
+        while (position < arguments.size())
+            readOption();
+        checkTogether();
+        return options;
+    }
+
+private:
+    void readOption() {
+        std::string option = arguments[position++];
+        inlineValue.reset();
+        if (option.starts_with("--")) {
+            if (const size_t equals = option.find('='); equals != std::string::npos) {
+                inlineValue = option.substr(equals + 1);
+                option.resize(equals);
+            }
+        }
+        if (!readFlag(option) && !readValue(option)) refuse(option);
+    }
+
+    bool readFlag(const std::string& option) {
+        if (option == "--help" || option == "-h")
+            options.command = Options::Command::help;
+        else if (option == "--list")
+            options.command = Options::Command::list;
+        else if (option == "--json")
+            options.json = true;
+        else if (option == "--verbose")
+            options.verbose = true;
+        else if (option == "--no-screen")
+            options.screen = false;
+        else
+            return false;
+        if (inlineValue) throw Wrong{option + " takes nothing after it."};
+        if (option != "--list" && option != "--json" && option != "--verbose") takeOption = option;
+        return true;
+    }
+
+    bool readValue(const std::string& option) {
+        if (option == "--seconds")
+            options.seconds = secondsOf(value(option));
+        else if (option == "--folder")
+            options.folder = filled(option, value(option));
+        else if (option == "--name")
+            options.name = value(option);
+        else if (option == "--display")
+            options.display = displayOf(value(option));
+        else if (option == "--fps")
+            options.fps = fpsOf(value(option));
+        else if (option == "--codec")
+            options.codec = codecOf(value(option));
+        else if (option == "--mic")
+            options.mic = filled(option, value(option));
+        else if (option == "--mic-name")
+            options.micName = value(option);
+        else if (option == "--mic-gain")
+            options.micGainDB = number(option, value(option), -kLargestGain, kLargestGain);
+        else if (option == "--input")
+            options.inputs.push_back(filled(option, value(option)));
+        else if (option == "--timeline")
+            options.timeline = timelineOf(value(option));
+        else
+            return false;
+        takeOption = option;
+        given.push_back(option);
+        return true;
+    }
+
+    std::string value(const std::string& option) {
+        if (inlineValue) return *inlineValue;
+        if (position == arguments.size()) throw Wrong{option + " takes something after it."};
+        return arguments[position++];
+    }
+
+    [[noreturn]] static void refuse(const std::string& option) {
+        const auto later = std::find_if(kNotBuilt.begin(), kNotBuilt.end(),
+                                        [&](const NotBuilt& entry) { return option == entry.option; });
+        if (later != kNotBuilt.end()) {
+            throw Wrong{option + " can't be used yet: " + later->what +
+                        " isn't built. Leave it out to record without it."};
+        }
+        if (option.starts_with("-")) throw Wrong{"There is no option “" + option + "”."};
+        throw Wrong{"“" + option + "” belongs to no option."};
+    }
+
+    bool has(const char* option) const {
+        return std::find(given.begin(), given.end(), option) != given.end();
+    }
+
+    void checkTogether() const {
+        if (options.command == Options::Command::help) return;
+        if (options.command == Options::Command::list) {
+            if (!takeOption.empty()) throw Wrong{takeOption + " has no place beside --list."};
+            return;
+        }
+        if (!options.screen) {
+            for (const char* option : {"--display", "--fps", "--codec"}) {
+                if (has(option)) throw Wrong{std::string(option) + " has no place beside --no-screen."};
+            }
+            if (!options.mic && options.inputs.empty()) {
+                throw Wrong{"There is nothing to record: with --no-screen give a --mic or an --input."};
+            }
+        }
+        if (!options.mic) {
+            for (const char* option : {"--mic-name", "--mic-gain"}) {
+                if (has(option)) throw Wrong{std::string(option) + " needs a --mic."};
+            }
+        }
+    }
+
+    const std::vector<std::string>& arguments;
+    size_t position = 0;
+    std::optional<std::string> inlineValue; ///< of the option being read, if written --option=value
+    std::string takeOption;                 ///< the last one that a list has no use for
+    std::vector<std::string> given;
+    Options options;
+};
+
+} // namespace
+
+std::variant<Options, UsageError> parseOptions(const std::vector<std::string>& arguments) {
+    try {
+        return Reader(arguments).read();
+    } catch (const Wrong& wrong) {
+        return UsageError{wrong.sentence};
+    }
+}
+
+std::string usageText() {
+    return R"(vintra-take records a take: one movie of the screen and one WAV per microphone, all on one clock.
+
+    vintra-take --list [--json]      shows the displays and the sound inputs
+    vintra-take [options]            records until --seconds are over, or until SIGINT (Ctrl-C) or SIGTERM
+
+  --seconds S                        stop after S seconds
+  --folder DIR                       where the files go; made if missing (default: Vintra in the films folder)
+  --name NAME                        the front part of the files' names (default: session_DATE_TIME)
+  --no-screen                        record no screen
+  --display ID                       which display (default: the first)
+  --fps 24|30|60                     frames a second of the screen movie (default: 60)
+  --codec h264|hevc                  its codec (default: h264)
+  --mic ID[:CHANNEL]                 record this microphone; channels count from 1
+  --mic-name NAME                    the end of its file's name (default: mic)
+  --mic-gain DB                      louder or softer by so much
+  --input ID[:CHANNEL[:NAME[:DB]]]   a further sound input; may be given several times
+  --timeline finalCut|resolve|premiere|none
+                                     write a timeline file for this editor (default: one that is installed)
+  --json                             print one JSON object at the end instead of the table
+  --verbose                          show the log
+
+Exit code: 0 saved, with or without warnings; 1 failed; 2 wrong usage.
+)";
+}
+
+} // namespace vintra

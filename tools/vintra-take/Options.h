@@ -1,0 +1,47 @@
+#pragma once
+
+#include "Vintra/timeline/TimelineEditor.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace vintra {
+
+enum class ScreenCodec { h264, hevc };
+
+/// What the command line asks for. A value.
+struct Options {
+    enum class Command { take, list, help };
+
+    Command command = Command::take;
+    bool json = false;
+    bool verbose = false;
+    std::optional<double> seconds; ///< nothing: until a signal
+    std::string folder;            ///< empty: the program's own
+    std::string name;              ///< empty: a generated one
+    bool screen = true;
+    std::optional<uint32_t> display; ///< nothing: the first
+    std::optional<int> fps;          ///< 24, 30 or 60
+    std::optional<ScreenCodec> codec;
+    std::optional<std::string> mic; ///< ID[:CHANNEL], to be read against the devices there are
+    std::string micName;
+    double micGainDB = 0;
+    std::vector<std::string> inputs; ///< ID[:CHANNEL[:NAME[:DB]]] each, likewise
+    std::optional<TimelineEditor> timeline;
+};
+
+/// A sentence that says what is wrong with the command line.
+struct UsageError {
+    std::string sentence;
+};
+
+/// Reads the words behind the program's name. Of an option given twice the last counts, but for --input.
+std::variant<Options, UsageError> parseOptions(const std::vector<std::string>& arguments);
+
+/// The text of --help.
+std::string usageText();
+
+} // namespace vintra

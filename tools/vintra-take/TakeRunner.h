@@ -1,0 +1,63 @@
+#pragma once
+
+#include "Vintra/platform/Task.h"
+#include "Vintra/platform/linux/LinuxPlatform.h"
+#include "Vintra/take/ScreenRecorderManager.h"
+#include "tools/vintra-take/MachineList.h"
+#include "tools/vintra-take/Options.h"
+#include "tools/vintra-take/TakeSummary.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+
+namespace vintra {
+
+/// Carries out one command line with a controller of its own: chooses the devices, starts the take, waits for
+/// its end and stops it. Main thread.
+class TakeRunner {
+public:
+    struct Outlets {
+        std::function<void(const std::string&)> note;   ///< something to know, a sentence
+        std::function<void(const std::string&)> status; ///< the status line; empty where nobody watches
+    };
+
+    TakeRunner(LinuxPlatform& machine, Options options, Outlets outlets);
+
+    /// What can be recorded.
+    MachineList list();
+    /// The take from beginning to end, or why the command line asks for what can't be.
+    std::variant<TakeSummary, UsageError> run();
+    /// Ends the take as soon as it can be: at once if it runs, right after its start if it starts. Only from
+    /// the main thread's own work.
+    void interrupt() { interrupted = true; }
+
+private:
+    void await(Task<> task);
+    std::vector<KnownInput> knownInputs() const;
+    std::optional<InputProblem> choose();
+    std::optional<InputProblem> chooseDisplay();
+    std::optional<InputProblem> chooseMicrophone();
+    std::optional<InputProblem> chooseInputs();
+    void configurePreviews();
+    bool previewsRun() const;
+    URL movieURL(const URL& folder);
+    void recordUntilTheEnd();
+    void showStatus();
+    TakeSummary failed(const std::string& sentence);
+    TakeSummary summary();
+    TakeFile fileOf(const URL& url, FileKind kind) const;
+    std::optional<std::string> screenProblem();
+
+    LinuxPlatform& machine;
+    const Options options;
+    const Outlets outlets;
+    const std::shared_ptr<ScreenRecorderManager> manager;
+    bool interrupted = false;
+    std::string folder;
+    TaskScope tasks;
+};
+
+} // namespace vintra

@@ -1,0 +1,95 @@
+#include "tools/vintra-take/TakeSummary.h"
+
+#include "Vintra/platform/URL.h"
+#include "tools/vintra-take/Numbers.h"
+#include "tools/vintra-take/TextTable.h"
+
+#include <cmath>
+#include <nlohmann/json.hpp>
+
+namespace vintra {
+namespace {
+
+const char* nameOf(FileKind kind) {
+    switch (kind) {
+    case FileKind::screen:
+        return "screen";
+    case FileKind::camera:
+        return "camera";
+    case FileKind::sound:
+        return "sound";
+    }
+    return "";
+}
+
+std::string unitsOf(const TakeFile& file) {
+    return std::to_string(file.units) + (file.kind == FileKind::sound ? " samples" : " frames");
+}
+
+std::string rateOf(const TakeFile& file) {
+    return plainNumber(file.rate) + (file.kind == FileKind::sound ? " Hz" : " fps");
+}
+
+std::vector<std::string> rowOf(const TakeFile& file) {
+    const std::string name = URL::fileURL(file.path).lastPathComponent();
+    if (file.problem) return {name, nameOf(file.kind), *file.problem, "", "", ""};
+    return {name,          nameOf(file.kind), fixedNumber(file.seconds, 3) + " s",
+            unitsOf(file), rateOf(file),      file.padding ? fixedNumber(*file.padding, 3) + " s" : "-"};
+}
+
+nlohmann::ordered_json jsonOf(const TakeFile& file) {
+    nlohmann::ordered_json object;
+    object["path"] = file.path;
+    object["kind"] = nameOf(file.kind);
+    if (file.problem) {
+        object["problem"] = *file.problem;
+        return object;
+    }
+    object["seconds"] = file.seconds;
+    object[file.kind == FileKind::sound ? "samples" : "frames"] = file.units;
+    object["rate"] = file.rate;
+    object["padding"] = file.padding ? nlohmann::ordered_json(*file.padding) : nlohmann::ordered_json();
+    return object;
+}
+
+} // namespace
+
+int TakeSummary::exitCode() const {
+    return status == "Saved" || status == "Saved with warnings" ? 0 : 1;
+}
+
+std::string tableOf(const TakeSummary& summary) {
+    std::string text = summary.status + ".\n";
+    if (!summary.warnings.empty()) {
+        for (const std::string& warning : summary.warnings)
+            text += "  " + warning + "\n";
+    } else if (summary.lastError) {
+        text += "  " + *summary.lastError + "\n";
+    }
+    if (!summary.files.empty()) {
+        TextTable table({"file", "kind", "length", "frames", "rate", "leading silence"});
+        for (const TakeFile& file : summary.files)
+            table.addRow(rowOf(file));
+        text += "\n" + table.text();
+    }
+    if (summary.timeline) text += "\nTimeline: " + *summary.timeline + "\n";
+    if (!summary.files.empty()) text += "\nThe files are in " + summary.folder + "\n";
+    return text;
+}
+
+std::string jsonOf(const TakeSummary& summary) {
+    nlohmann::ordered_json object;
+    object["status"] = summary.status;
+    object["lastError"] =
+        summary.lastError ? nlohmann::ordered_json(*summary.lastError) : nlohmann::ordered_json();
+    object["folder"] = summary.folder;
+    object["files"] = nlohmann::ordered_json::array();
+    for (const TakeFile& file : summary.files)
+        object["files"].push_back(jsonOf(file));
+    object["timeline"] =
+        summary.timeline ? nlohmann::ordered_json(*summary.timeline) : nlohmann::ordered_json();
+    object["warnings"] = summary.warnings;
+    return object.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+}
+
+} // namespace vintra

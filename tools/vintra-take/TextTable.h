@@ -1,0 +1,20 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace vintra {
+
+/// Columns of text, each as wide as its widest cell, the first two to the left and the others to the right.
+class TextTable {
+public:
+    explicit TextTable(std::vector<std::string> heads);
+    /// As many cells as there are heads.
+    void addRow(std::vector<std::string> cells);
+    std::string text() const;
+
+private:
+    std::vector<std::vector<std::string>> rows;
+};
+
+} // namespace vintra

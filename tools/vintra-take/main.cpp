@@ -1,0 +1,82 @@
+// vintra-take: a take from the command line. It drives the controller that the program's windows drive.
+
+#include "Vintra/platform/SystemError.h"
+#include "Vintra/platform/linux/LinuxMainThread.h"
+#include "Vintra/platform/linux/SignalWatcher.h"
+#include "tools/vintra-take/TakeRunner.h"
+
+#include <csignal>
+#include <cstdio>
+#include <unistd.h>
+
+namespace {
+
+using namespace vintra;
+
+constexpr int kFailed = 1;
+constexpr int kWrongUsage = 2;
+
+void say(const std::string& sentence) {
+    std::fprintf(stderr, "vintra-take: %s\n", sentence.c_str());
+}
+
+void print(const std::string& text) {
+    std::fwrite(text.data(), 1, text.size(), stdout);
+    std::fflush(stdout);
+}
+
+int refuse(const UsageError& error) {
+    say(error.sentence + " --help shows how it is used.");
+    return kWrongUsage;
+}
+
+int carryOut(const Options& options) {
+    const bool isWatched = isatty(STDOUT_FILENO) == 1;
+    LinuxPlatform machine = LinuxPlatform::make(
+        {.logLevel = options.verbose ? LogLevel::info : LogLevel::error, .keepsSettingsInMemory = true});
+    TakeRunner::Outlets outlets{.note = say, .status = {}};
+    if (isWatched) outlets.status = [](const std::string& line) { print("\r" + line + "\x1b[K"); };
+
+    TakeRunner* running = nullptr;
+    bool early = false; // a signal before there is anything to interrupt
+    const SignalWatcher signals(*machine.mainThread, {SIGINT, SIGTERM, SIGHUP}, [&](int) {
+        if (running)
+            running->interrupt();
+        else
+            early = true;
+    });
+    TakeRunner runner(machine, options, outlets);
+    running = &runner;
+    if (early) runner.interrupt();
+
+    if (options.command == Options::Command::list) {
+        const MachineList list = runner.list();
+        print(options.json ? jsonOf(list) : textOf(list));
+        return 0;
+    }
+    const auto outcome = runner.run();
+    if (const auto* error = std::get_if<UsageError>(&outcome)) return refuse(*error);
+    const auto& summary = std::get<TakeSummary>(outcome);
+    if (isWatched) print("\r\x1b[K");
+    print(options.json ? jsonOf(summary) : tableOf(summary));
+    return summary.exitCode();
+}
+
+} // namespace
+
+int main(int argumentCount, char** arguments) {
+    std::signal(SIGPIPE, SIG_IGN);
+    const auto parsed = parseOptions({arguments + 1, arguments + argumentCount});
+    if (const auto* error = std::get_if<UsageError>(&parsed)) return refuse(*error);
+    const auto& options = std::get<Options>(parsed);
+    if (options.command == Options::Command::help) {
+        print(usageText());
+        return 0;
+    }
+    try {
+        return carryOut(options);
+    } catch (const SystemError& error) {
+        say(error.localizedDescription());
+        return kFailed;
+    }
+}
