@@ -14,6 +14,9 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(vintra_options INTERFACE -Wno-missing-field-initializers)
   # GCC 12 reports uninitialised members of coroutine frames that it has itself laid out.
   target_compile_options(vintra_options INTERFACE -Wno-maybe-uninitialized)
+elseif(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+  # PipeWire's calls are macros around statement expressions.
+  target_compile_options(vintra_options INTERFACE -Wno-gnu-statement-expression-from-macro-expansion)
 endif()
 if(VINTRA_SANITIZE)
   target_compile_options(vintra_options INTERFACE -fsanitize=${VINTRA_SANITIZE} -fno-omit-frame-pointer

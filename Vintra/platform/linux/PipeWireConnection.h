@@ -57,7 +57,7 @@ public:
     [[nodiscard]] std::shared_ptr<void> observe(std::function<void(const PipeWireChange&)> block)
         EXCLUDES(mutex);
 
-    PipeWireLoop& loop() { return loop_; }
+    PipeWireLoop& loop() VINTRA_THREAD_ANNOTATION(lock_returned(loop_)) { return loop_; }
     /// Null without a server.
     pw_core* core() REQUIRES(loop_) { return core_; }
 
