@@ -254,6 +254,7 @@ private:
     }
 
     void addMarkers(Node& sequence) const {
+        sequence.children.reserve(sequence.children.size() + take.files.markers.size());
         int64_t number = 0;
         for (const int64_t frame : take.markerFrames()) {
             Node marker("marker");
