@@ -65,6 +65,7 @@ std::vector<uint8_t> WaveFile::header(uint64_t size) const {
     const bool extensible = channels > 2;
     const uint64_t formatSize = extensible ? 40 : 16;
     std::vector<uint8_t> bytes;
+    bytes.reserve(68);
     put(bytes, "RIFF");
     putSize(bytes, 4 + 8 + formatSize + 8 + size + size % 2);
     put(bytes, "WAVE");
