@@ -25,13 +25,13 @@ constexpr int kPictures = 300;
 
 enum class Content { still, scrolling, noisy };
 
-/// Rows of dark marks on white, like a page of text, far longer than the screen.
+/// A column of dark marks on white, like a page of text in the middle of a screen, and far longer than it.
 std::vector<uint32_t> page() {
     constexpr size_t height = kHeight * 4;
     std::vector<uint32_t> pixels(kWidth * height, 0xFFFFFFFF);
     std::mt19937 random(1);
-    for (size_t line = 0; line + 20 < height; line += 20)
-        for (size_t letter = 40; letter + 60 < kWidth; letter += 10)
+    for (size_t line = 0; line + 20 < height; line += line % 60 == 20 ? 40 : 20)
+        for (size_t letter = 560; letter < 1360; letter += 10)
             if (random() % 6 != 0)
                 for (size_t stroke = 0; stroke < 4; ++stroke) {
                     const size_t x = letter + random() % 8;

@@ -65,27 +65,32 @@ void VideoEncoder::open() {
     context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     context->max_b_frames = 0;
     context->gop_size = static_cast<int>((timescale + slotDuration - 1) / slotDuration);
-    context->bit_rate = settings.averageBitRate;
+    // No picture gets more bits than a constant quality needs, and any second no more than the bit rate.
+    context->bit_rate = 0;
     context->rc_max_rate = settings.averageBitRate;
-    context->rc_buffer_size = static_cast<int>(settings.averageBitRate); // a second
+    context->rc_buffer_size = static_cast<int>(settings.averageBitRate);
+    context->rc_initial_buffer_occupancy = context->rc_buffer_size * 3 / 10;
     isHevc() ? setUpHevc() : setUpH264();
     throwIfLibavFailed(avcodec_open2(context.get(), codec, nullptr), "The video encoder couldn't be started");
 }
 
 void VideoEncoder::setUpH264() {
-    context->thread_count = 1;
+    context->thread_count = 2;
     av_opt_set(context->priv_data, "preset", "superfast", 0);
+    av_opt_set_double(context->priv_data, "crf", 18, 0);
     av_opt_set_int(context->priv_data, "forced-idr", 1, 0);
     av_opt_set_int(context->priv_data, "rc-lookahead", 0, 0);
+    av_opt_set(context->priv_data, "weightp", "none", 0);
     av_opt_set(context->priv_data, "x264-params", "sync-lookahead=0:force-cfr=1:scenecut=0", 0);
 }
 
 void VideoEncoder::setUpHevc() {
     av_opt_set(context->priv_data, "preset", "ultrafast", 0);
+    av_opt_set_double(context->priv_data, "crf", 22, 0);
     av_opt_set_int(context->priv_data, "forced-idr", 1, 0);
     av_opt_set(context->priv_data, "x265-params",
                "log-level=error:bframes=0:rc-lookahead=0:scenecut=0:repeat-headers=0:info=0:pools=2:"
-               "frame-threads=1:open-gop=0",
+               "frame-threads=1:open-gop=0:vbv-init=0.3",
                0);
 }
 
