@@ -252,8 +252,9 @@ TEST_F(LinuxMovieWriterTest, busyPicturesStayWithinTheBitRate) {
             appendWhenReady(*open.inputs[0], *open.writer, picture(image, start + CMTimeMake(i, 30), 30)));
     }
     ASSERT_EQ(finish(*open.writer), AVAssetWriterStatus::completed);
+    const MediaProbe probe(folder.file("a.mov"));
     int64_t bits = 0;
-    for (const auto& packet : MediaProbe(folder.file("a.mov")).track(0).packets)
+    for (const auto& packet : probe.track(0).packets)
         bits += 8 * static_cast<int64_t>(packet.size);
     // A second of buffer beside the five seconds of pictures.
     EXPECT_LE(bits, bitRate * 6);
