@@ -14,6 +14,8 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(vintra_options INTERFACE -Wno-missing-field-initializers)
   # GCC 12 reports uninitialised members of coroutine frames that it has itself laid out.
   target_compile_options(vintra_options INTERFACE -Wno-maybe-uninitialized)
+  # Optimised, GCC 12 takes the parts of a concatenated std::string for overlapping memory.
+  target_compile_options(vintra_options INTERFACE -Wno-restrict)
 elseif(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
   # PipeWire's calls are macros around statement expressions.
   target_compile_options(vintra_options INTERFACE -Wno-gnu-statement-expression-from-macro-expansion)
