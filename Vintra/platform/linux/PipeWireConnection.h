@@ -37,8 +37,8 @@ struct PipeWireChange {
 /// number it had.
 class PipeWireConnection {
 public:
-    /// Blocks until the list is complete, for 2 s at most. Without a server the list is empty and stays so. An
-    /// empty name stands for the user's own server; PIPEWIRE_REMOTE, where it is set, outranks the name.
+    /// Blocks until the list is complete, for 2 s at most. Without a server the list is empty and stays so.
+    /// An empty name stands for the user's own server; PIPEWIRE_REMOTE, where it is set, outranks the name.
     explicit PipeWireConnection(const std::string& serverName = {});
     ~PipeWireConnection();
     PipeWireConnection(const PipeWireConnection&) = delete;
