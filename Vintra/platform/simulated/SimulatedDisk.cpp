@@ -26,7 +26,7 @@ std::vector<std::string> partsOf(const std::string& path) {
 }
 
 std::string joined(const std::string& folder, const std::string& name) {
-    return folder == "/" ? "/" + name : folder + "/" + name;
+    return (folder == "/" ? folder : folder + "/") + name;
 }
 } // namespace
 
