@@ -84,7 +84,7 @@ std::string SimulatedDisk::followed(const std::string& path, bool lastPartToo) c
         const std::string whole = normalised(target.front() == '/' ? target : joined(result, target));
         std::vector<std::string> parts = partsOf(whole);
         rest.insert(rest.end(), parts.rbegin(), parts.rend());
-        result = "/";
+        result.assign(1, '/');
     }
     return result;
 }
