@@ -1,0 +1,132 @@
+// What one cycle of each side costs the two real-time threads of the relay, in buffers of 512 stereo frames:
+// a `consume` and a `produce`, alone and with both threads in each other's way. Next to them a plain memcpy
+// of the same bytes into and out of a buffer.
+//
+//     build/release/bin/RelayRingBenchmark
+
+#include "Vintra/audio/RelayRing.h"
+
+#include <algorithm>
+#include <atomic>
+#include <benchmark/benchmark.h>
+#include <chrono>
+#include <cstring>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using namespace vintra;
+
+constexpr int64_t cycleFrames = 512;
+constexpr size_t cycleSamples = cycleFrames * 2;
+
+struct Cycle {
+    std::vector<float> samples = std::vector<float>(cycleSamples, 0.25f);
+    AudioBuffer buffer{2, cycleSamples * sizeof(float), samples.data()};
+    AudioBufferList list() const { return {&buffer, 1}; }
+};
+
+void copyInAndOut(benchmark::State& state) {
+    const Cycle in;
+    Cycle out;
+    std::vector<float> between(cycleSamples);
+    for (auto _ : state) {
+        std::memcpy(between.data(), in.samples.data(), cycleSamples * sizeof(float));
+        benchmark::ClobberMemory();
+        std::memcpy(out.samples.data(), between.data(), cycleSamples * sizeof(float));
+        benchmark::ClobberMemory();
+    }
+}
+BENCHMARK(copyInAndOut);
+
+void consumeAndProduce(benchmark::State& state) {
+    RelayRing ring({2 * cycleFrames, false});
+    const Cycle in;
+    const Cycle out;
+    ring.consume(in.list());
+    for (auto _ : state) {
+        ring.consume(in.list());
+        ring.produce(out.list());
+    }
+    const auto counters = ring.counters();
+    if (counters.underruns + counters.overruns + counters.skips + counters.repeats > 0)
+        state.SkipWithError("the relay lost its balance");
+}
+BENCHMARK(consumeAndProduce);
+
+/// Two threads that follow each other closely, as fast as they can: neither gets more than two cycles ahead,
+/// so the ring stays in its band and every cycle is copied whole.
+class FollowingThreads {
+public:
+    static constexpr int64_t calls = 200'000;
+
+    void run() {
+        ring.consume(cycle.list());
+        std::thread output([this] { produceAll(); });
+        consumeAll();
+        output.join();
+        std::sort(consumed.begin(), consumed.end());
+        std::sort(produced.begin(), produced.end());
+    }
+    /// Microseconds of a pair: the sum of both sides.
+    double percentile(double part) const {
+        const auto index = static_cast<size_t>(part * static_cast<double>(calls - 1));
+        return consumed[index] + produced[index];
+    }
+    bool lostItsBalance() const {
+        const auto counters = ring.counters();
+        return counters.underruns + counters.overruns + counters.skips + counters.repeats > 0;
+    }
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    template <typename Call>
+    static double microseconds(const Call& call) {
+        const auto begin = Clock::now();
+        call();
+        return std::chrono::duration<double, std::micro>(Clock::now() - begin).count();
+    }
+    void consumeAll() {
+        for (double& duration : consumed) {
+            while (cyclesIn - cyclesOut >= 2)
+                std::this_thread::yield();
+            duration = microseconds([this] { ring.consume(cycle.list()); });
+            ++cyclesIn;
+        }
+    }
+    void produceAll() {
+        const Cycle out;
+        for (double& duration : produced) {
+            while (cyclesIn - cyclesOut < 1)
+                std::this_thread::yield();
+            duration = microseconds([&] { ring.produce(out.list()); });
+            ++cyclesOut;
+        }
+    }
+
+    RelayRing ring{{2 * cycleFrames, false}};
+    const Cycle cycle;
+    std::atomic<int64_t> cyclesIn{0};
+    std::atomic<int64_t> cyclesOut{0};
+    std::vector<double> consumed = std::vector<double>(calls);
+    std::vector<double> produced = std::vector<double>(calls);
+};
+
+/// Each call timed by itself; the time of a reading of the clock is in it.
+void consumeAndProduceByTwoThreads(benchmark::State& state) {
+    for (auto _ : state) {
+        FollowingThreads threads;
+        threads.run();
+        if (threads.lostItsBalance()) state.SkipWithError("the relay lost its balance");
+        state.counters["median_us"] = threads.percentile(0.5);
+        state.counters["p99.9_us"] = threads.percentile(0.999);
+        state.counters["max_us"] = threads.percentile(1);
+    }
+}
+BENCHMARK(consumeAndProduceByTwoThreads)->Iterations(3)->UseRealTime()->Unit(benchmark::kMillisecond);
+
+} // namespace
+
+BENCHMARK_MAIN();
