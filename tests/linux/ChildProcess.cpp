@@ -62,6 +62,14 @@ bool ChildProcess::awaitLineWith(const std::string& text) {
     return false;
 }
 
+std::string ChildProcess::restOfOutput() {
+    std::string text;
+    char bytes[4096];
+    for (ssize_t count; (count = ::read(output, bytes, sizeof bytes)) > 0;)
+        text.append(bytes, static_cast<size_t>(count));
+    return text;
+}
+
 void ChildProcess::signal(int number) {
     if (process > 0) ::kill(process, number);
 }

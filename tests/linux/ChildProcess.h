@@ -21,6 +21,8 @@ public:
     std::string readLine();
     /// Returns once a line of its output contains the text; false if the output ended before.
     bool awaitLineWith(const std::string& text);
+    /// All of its output that hasn't been read, up to its end.
+    std::string restOfOutput();
     void signal(int number);
     /// Its exit code once it has ended; 128 + the signal that ended it.
     int wait();

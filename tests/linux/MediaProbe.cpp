@@ -134,6 +134,22 @@ std::array<double, 3> MediaProbe::meanColour(const URL& url, int picture, Area a
     return {y + 1.5748 * cr, y - (0.2126 * 1.5748 * cr + 0.0722 * 1.8556 * cb) / 0.7152, y + 1.8556 * cb};
 }
 
+std::vector<double> MediaProbe::meanLuma(const URL& url) {
+    Reader reader(url);
+    reader.decode(findStream(*reader.format, AVMEDIA_TYPE_VIDEO, 0));
+    std::vector<double> means;
+    while (reader.nextFrame()) {
+        const AVFrame& frame = *reader.frame;
+        double sum = 0;
+        for (int row = 0; row < frame.height; ++row) {
+            for (int column = 0; column < frame.width; ++column)
+                sum += frame.data[0][row * frame.linesize[0] + column];
+        }
+        means.push_back(sum / (static_cast<double>(frame.width) * frame.height));
+    }
+    return means;
+}
+
 MediaProbe::Sound MediaProbe::sound(const URL& url, size_t track) {
     Reader reader(url);
     const unsigned stream = findStream(*reader.format, AVMEDIA_TYPE_AUDIO, track);
