@@ -32,19 +32,20 @@ int refuse(const UsageError& error) {
 
 int carryOut(const Options& options) {
     const bool isWatched = isatty(STDOUT_FILENO) == 1;
-    LinuxPlatform machine = LinuxPlatform::make(
-        {.logLevel = options.verbose ? LogLevel::info : LogLevel::error, .keepsSettingsInMemory = true});
-    TakeRunner::Outlets outlets{.note = say, .status = {}};
-    if (isWatched) outlets.status = [](const std::string& line) { print("\r" + line + "\x1b[K"); };
-
+    const auto mainThread = std::make_shared<LinuxMainThread>();
     TakeRunner* running = nullptr;
     bool early = false; // a signal before there is anything to interrupt
-    const SignalWatcher signals(*machine.mainThread, {SIGINT, SIGTERM, SIGHUP}, [&](int) {
+    const SignalWatcher signals(*mainThread, {SIGINT, SIGTERM, SIGHUP}, [&](int) {
         if (running)
             running->interrupt();
         else
             early = true;
     });
+    LinuxPlatform machine =
+        LinuxPlatform::make(mainThread, {.logLevel = options.verbose ? LogLevel::info : LogLevel::error,
+                                         .keepsSettingsInMemory = true});
+    TakeRunner::Outlets outlets{.note = say, .status = {}};
+    if (isWatched) outlets.status = [](const std::string& line) { print("\r" + line + "\x1b[K"); };
     TakeRunner runner(machine, options, outlets);
     running = &runner;
     if (early) runner.interrupt();

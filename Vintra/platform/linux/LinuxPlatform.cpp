@@ -20,9 +20,9 @@
 
 namespace vintra {
 
-LinuxPlatform LinuxPlatform::make(Settings settings) {
+LinuxPlatform LinuxPlatform::make(std::shared_ptr<LinuxMainThread> mainThread, Settings settings) {
     LinuxPlatform machine;
-    machine.mainThread = std::make_shared<LinuxMainThread>();
+    machine.mainThread = std::move(mainThread);
     const auto connection = std::make_shared<PipeWireConnection>();
     machine.captureDevices = std::make_shared<PipeWireCaptureDevices>(connection);
 

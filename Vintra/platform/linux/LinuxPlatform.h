@@ -21,9 +21,9 @@ struct LinuxPlatform {
         bool keepsSettingsInMemory = false;
     };
 
-    /// Throws `SystemError` if the machine has run out of descriptors; a missing X server or PipeWire server
-    /// shows as empty lists.
-    static LinuxPlatform make(Settings settings);
+    /// A missing X server or PipeWire server shows as empty lists. Connecting takes its time, so the event
+    /// loop is made before and may already watch for signals.
+    static LinuxPlatform make(std::shared_ptr<LinuxMainThread> mainThread, Settings settings);
 
     Platform services;
     std::shared_ptr<LinuxMainThread> mainThread;
