@@ -40,6 +40,7 @@ public:
         decoder = avcodec_alloc_context3(codec);
         check(avcodec_parameters_to_context(decoder, source.codecpar), "no parameters");
         decoder->pkt_timebase = source.time_base;
+        decoder->err_recognition = AV_EF_EXPLODE | AV_EF_BITSTREAM | AV_EF_BUFFER | AV_EF_COMPLIANT;
         check(avcodec_open2(decoder, codec, nullptr), "the decoder can't be opened");
     }
     /// False at the end.
@@ -148,6 +149,24 @@ std::vector<double> MediaProbe::meanLuma(const URL& url) {
         means.push_back(sum / (static_cast<double>(frame.width) * frame.height));
     }
     return means;
+}
+
+std::vector<std::vector<uint8_t>> MediaProbe::luma(const URL& url) {
+    Reader reader(url);
+    reader.decode(findStream(*reader.format, AVMEDIA_TYPE_VIDEO, 0));
+    std::vector<std::vector<uint8_t>> pictures;
+    while (reader.nextFrame()) {
+        const AVFrame& frame = *reader.frame;
+        if (frame.decode_error_flags != 0 || (frame.flags & AV_FRAME_FLAG_CORRUPT) != 0)
+            throw std::runtime_error("a picture is damaged");
+        std::vector<uint8_t> values;
+        for (int row = 0; row < frame.height; ++row) {
+            const uint8_t* const start = frame.data[0] + row * frame.linesize[0];
+            values.insert(values.end(), start, start + frame.width);
+        }
+        pictures.push_back(std::move(values));
+    }
+    return pictures;
 }
 
 MediaProbe::Sound MediaProbe::sound(const URL& url, size_t track) {

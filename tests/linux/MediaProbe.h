@@ -49,6 +49,9 @@ public:
     static std::array<double, 3> meanColour(const URL& url, int picture, Area area);
     /// The mean of the luma plane, 16 to 235, of every picture of the first picture track.
     static std::vector<double> meanLuma(const URL& url);
+    /// The luma of every picture of the first picture track, rows without padding. Throws at the least error
+    /// in the stream.
+    static std::vector<std::vector<uint8_t>> luma(const URL& url);
     /// A sound track's decoded first channel, and the time of its first frame in seconds.
     struct Sound {
         double start = 0;

@@ -22,17 +22,6 @@ size_t nextStartCode(std::span<const uint8_t> stream, size_t from) {
     return stream.size();
 }
 
-/// A unit's content without the bytes that keep it from looking like a start code.
-std::vector<uint8_t> unescaped(std::span<const uint8_t> unit) {
-    std::vector<uint8_t> bytes;
-    for (const uint8_t byte : unit) {
-        const size_t n = bytes.size();
-        const bool escape = byte == 3 && n >= 2 && bytes[n - 1] == 0 && bytes[n - 2] == 0;
-        if (!escape) bytes.push_back(byte);
-    }
-    return bytes;
-}
-
 void appendWithLength(AtomWriter& out, std::span<const uint8_t> unit) {
     out.u16(unit.size());
     out.append(unit);
@@ -72,7 +61,35 @@ std::vector<uint8_t> lengthPrefixedNalUnits(std::span<const uint8_t> stream) {
     return bytes;
 }
 
-std::vector<uint8_t> h264DecoderConfiguration(std::span<const uint8_t> parameterSets) {
+std::vector<uint8_t> unescapedNalUnit(std::span<const uint8_t> unit) {
+    std::vector<uint8_t> bytes;
+    bytes.reserve(unit.size());
+    size_t zeros = 0;
+    for (const uint8_t byte : unit) {
+        const bool escape = byte == 3 && zeros >= 2;
+        if (!escape) bytes.push_back(byte);
+        zeros = byte == 0 ? zeros + 1 : 0;
+    }
+    return bytes;
+}
+
+std::vector<uint8_t> escapedNalUnit(std::span<const uint8_t> unit) {
+    std::vector<uint8_t> bytes;
+    bytes.reserve(unit.size() + unit.size() / 64 + 8);
+    size_t zeros = 0;
+    for (const uint8_t byte : unit) {
+        if (zeros >= 2 && byte <= 3) {
+            bytes.push_back(3);
+            zeros = 0;
+        }
+        bytes.push_back(byte);
+        zeros = byte == 0 ? zeros + 1 : 0;
+    }
+    return bytes;
+}
+
+std::vector<uint8_t> h264DecoderConfiguration(std::span<const uint8_t> parameterSets,
+                                              std::span<const uint8_t> secondPictureParameterSet) {
     std::span<const uint8_t> sequence;
     std::span<const uint8_t> picture;
     for (const auto unit : splitNalUnits(parameterSets)) {
@@ -87,8 +104,9 @@ std::vector<uint8_t> h264DecoderConfiguration(std::span<const uint8_t> parameter
     out.u8(0xFF); // lengths of four bytes
     out.u8(0xE1); // one sequence parameter set
     appendWithLength(out, sequence);
-    out.u8(1);
+    out.u8(secondPictureParameterSet.empty() ? 1 : 2);
     appendWithLength(out, picture);
+    if (!secondPictureParameterSet.empty()) appendWithLength(out, secondPictureParameterSet);
     if (sequence[1] >= 100) { // High and above say how the samples are laid out
         out.u8(0xFC | 1);     // 4:2:0
         out.u8(0xF8);         // 8 bits of luma
@@ -107,7 +125,7 @@ std::vector<uint8_t> hevcDecoderConfiguration(std::span<const uint8_t> parameter
         if (found != types.end()) units[static_cast<size_t>(found - types.begin())] = unit;
     }
     if (units[0].empty() || units[2].empty()) return {};
-    const std::vector<uint8_t> sequence = unescaped(units[1]);
+    const std::vector<uint8_t> sequence = unescapedNalUnit(units[1]);
     constexpr size_t profileStart = 3; // after the unit's header and a byte about layers
     constexpr size_t profileSize = 12;
     if (sequence.size() < profileStart + profileSize) return {};

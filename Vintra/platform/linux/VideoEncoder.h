@@ -2,10 +2,12 @@
 
 #include "Vintra/platform/AVAssetWriter.h"
 #include "Vintra/platform/linux/ColourConverter.h"
+#include "Vintra/platform/linux/H264Repeats.h"
 #include "Vintra/platform/linux/LibavPointers.h"
 #include "Vintra/platform/linux/PictureScaler.h"
 #include "Vintra/platform/linux/QuickTimeTrack.h"
 
+#include <deque>
 #include <functional>
 #include <memory>
 
@@ -19,12 +21,14 @@ namespace vintra {
 /// - a key picture at least every second, no reordered pictures, nothing looked at ahead;
 /// - constant quality (crf 18; HEVC 22) under a ceiling: what a second of pictures takes is at most the bit
 ///   rate asked for. An average bit rate alone would spend it on a still screen too, picture after picture;
-/// - H.264: preset superfast in two threads. Processor time of a 1080p picture with its conversion, on a
+/// - H.264: preset superfast in two threads, motion in whole pixels. Processor time of a 1080p picture with
+/// its conversion, on a
 ///   2.6 GHz EPYC: 6 ms still, 9 ms scrolling text, 17 ms film with grain. One thread is 2 to 5 % cheaper but
 ///   can't keep up with grain at 60 pictures a second. Preset veryfast takes 30 to 40 % more; ultrafast takes
 ///   a third less and half as much again in bits, without the entropy coding and filter of the others;
 /// - HEVC: preset ultrafast, 26 ms still to 56 ms grain over both cores: enough for 30 pictures a second;
-/// - an image that comes again is not converted again.
+/// - an image that comes again is not converted again, and in H.264 not encoded either (`H264Repeats`), but
+///   for two early repeats, which make it sharper where it came in a hurry, and the key pictures.
 class VideoEncoder {
 public:
     using Output = std::function<void(QuickTimeSample)>;
@@ -50,6 +54,13 @@ private:
     void useDirectly(const std::shared_ptr<CVPixelBuffer>& picture);
     void makeFrame();
     void receive();
+    bool mayRepeat(bool isSameImage);
+    /// A picture that is due: the encoder's next, or the one before once more.
+    struct Due {
+        int64_t time = 0;
+        bool isRepeat = false;
+    };
+    void giveRepeats();
     bool isHevc() const { return settings.codec == AVVideoCodecType::hevc; }
 
     const AVVideoSettings settings;
@@ -64,6 +75,9 @@ private:
     /// What `frame` shows; held, so that no other picture can take its address.
     std::shared_ptr<CVPixelBuffer> lastImage;
     std::vector<uint8_t> interleavedChroma; ///< on its way to the two planes that libx265 wants
+    std::optional<H264Repeats> repeats;     ///< nothing where the encoder makes every picture
+    int repeatsInARow = 0;
+    std::deque<Due> due; ///< in the order of their times; begins with one of the encoder's
     std::optional<int64_t> lastKeyTime;
     int64_t lastDuration = 1;
 };
