@@ -1,0 +1,101 @@
+#include "Vintra/audio/SystemAudioRelay.h"
+
+#include "Vintra/audio/BufferFrameSize.h"
+
+namespace vintra {
+namespace {
+
+constexpr uint32_t lowLatencyBufferFrames = 64;
+
+std::string wholeHertz(double rate) {
+    return std::to_string(static_cast<int64_t>(rate)) + "Hz";
+}
+
+void stopAndDestroy(std::unique_ptr<AudioIOProc>& proc) {
+    if (proc) proc->stop();
+    proc.reset();
+}
+
+} // namespace
+
+SystemAudioRelay::SystemAudioRelay(Services someServices, AudioObjectID aSourceDevice,
+                                   AudioObjectID anOutputDevice, bool isLowLatency)
+    : services(someServices)
+    , sourceDevice(aSourceDevice)
+    , outputDevice(anOutputDevice)
+    , lowLatency(isLowLatency) {
+    if (lowLatency) {
+        restoreSourceBufferFrames = services.io.bufferFrameSize(sourceDevice).value_or(0);
+        requestBufferFrameSize(services.io, lowLatencyBufferFrames, sourceDevice);
+    }
+    sourceBufferFrames = services.io.bufferFrameSize(sourceDevice).value_or(0);
+    outputBufferFrames = services.io.bufferFrameSize(outputDevice).value_or(0);
+    ring = std::make_unique<RelayRing>(initialTarget());
+}
+
+SystemAudioRelay::~SystemAudioRelay() {
+    stop();
+}
+
+bool SystemAudioRelay::start() {
+    if (rateMismatch()) return false;
+    // The blocks may use the ring without keeping it: no call is under way once a proc has been stopped.
+    sourceProc = services.io.createIOProc(
+        sourceDevice, [to = ring.get()](AudioBufferList input, AudioBufferList) { to->consume(input); });
+    if (!sourceProc) return false;
+    outputProc =
+        services.io.createIOProc(outputDevice, [from = ring.get()](AudioBufferList, AudioBufferList output) {
+            from->produce(output);
+        });
+    if (!outputProc) return false;
+    if (!outputProc->start() || !sourceProc->start()) return false;
+    startedAt = services.wallClock.now();
+    return true;
+}
+
+void SystemAudioRelay::stop() {
+    ring->unprime();
+    if (lowLatency && restoreSourceBufferFrames != 0) {
+        requestBufferFrameSize(services.io, restoreSourceBufferFrames, sourceDevice);
+        restoreSourceBufferFrames = 0;
+    }
+    stopAndDestroy(sourceProc);
+    stopAndDestroy(outputProc);
+}
+
+std::optional<std::string> SystemAudioRelay::rateMismatch() const {
+    const double sourceRate = services.hardware.nominalSampleRate(sourceDevice).value_or(0);
+    const double outputRate = services.hardware.nominalSampleRate(outputDevice).value_or(0);
+    if (!(sourceRate > 0) || !(outputRate > 0) || sourceRate == outputRate) return std::nullopt;
+    return "Vintra Audio is running at " + wholeHertz(sourceRate) + " but your output device is at " +
+           wholeHertz(outputRate) + ".";
+}
+
+SystemAudioRelay::Telemetry SystemAudioRelay::telemetry() const {
+    Telemetry telemetry;
+    telemetry.setCounters(ring->counters());
+    telemetry.destination =
+        services.hardware.deviceName(outputDevice).value_or("device " + std::to_string(outputDevice));
+    telemetry.lowLatency = lowLatency;
+    telemetry.sourceBufferFrames = sourceBufferFrames;
+    telemetry.outputBufferFrames = outputBufferFrames;
+    telemetry.startedAt = startedAt;
+    if (startedAt)
+        telemetry.seconds = services.wallClock.now().secondsSince1970 - startedAt->secondsSince1970;
+    telemetry.sampleRate = services.hardware.nominalSampleRate(sourceDevice).value_or(0);
+    const auto range = bufferFrameSizeRange(services.io, sourceDevice);
+    telemetry.sourceRange = range ? std::to_string(range->min) + "-" + std::to_string(range->max) : "unknown";
+    return telemetry;
+}
+
+SystemAudioRelay::IOCounts SystemAudioRelay::ioCounts() const {
+    const auto counters = ring->counters();
+    return {counters.sourceIOCount, counters.outputIOCount};
+}
+
+RelayTarget SystemAudioRelay::initialTarget() const {
+    return RelayTarget::initial(sourceBufferFrames, outputBufferFrames,
+                                integerForKey(services.userDefaults, "RelayTargetFrames").value_or(0));
+}
+
+} // namespace vintra
