@@ -29,6 +29,9 @@ constexpr const char* kMicrophone = "vintra.test.end-to-end";
 /// Luma between black and white.
 constexpr double kGrey = 128;
 
+/// Seconds: a frame, or what a sanitizer's slowness adds to it.
+constexpr double kFlashTolerance = VINTRA_FLASH_TAKES == 10 ? 1.0 / 30 : 0.25;
+
 /// How a run of vintra-take ended.
 struct Outcome {
     int code = 0;
@@ -125,7 +128,8 @@ TEST_F(TakeEndToEndTest, aTakeIsSavedAndToldOf) {
     // The microphone plays from before the take on; the first 0.3 s are silent whatever it plays.
     const auto heard = firstSound(sound("one"), 0.01);
     ASSERT_TRUE(heard.has_value());
-    EXPECT_GE(*heard, 0.29);
+    EXPECT_GE(*heard,
+              0.27); // a gap of up to 10 ms before the first sample stays, and a busy server may lose a cycle
     EXPECT_LE(*heard, 0.6);
 }
 
@@ -177,7 +181,7 @@ TEST_F(TakeEndToEndTest, aFlashAndAClickMadeAtOneInstantLieWithinAFrame) {
             if (!flash || std::fabs(at - *click) < std::fabs(*flash - *click)) flash = at;
         }
         ASSERT_TRUE(flash.has_value()) << "take " << number;
-        EXPECT_NEAR(*click, *flash, 1.0 / 30) << "take " << number;
+        EXPECT_NEAR(*click, *flash, kFlashTolerance) << "take " << number;
         std::printf("take %2d: the click lies %+.1f ms from the flash\n", number, (*click - *flash) * 1000);
     }
 }
@@ -198,8 +202,12 @@ TEST_F(TakeEndToEndTest, anInterruptAtAnyMomentFinishesTheFiles) {
             EXPECT_FALSE(hasMovie);
             continue;
         }
+        if (!hasMovie) {
+            EXPECT_EQ(outcome.code, 1);
+            EXPECT_EQ(outcome.json.value("status", ""), "Interrupted");
+            continue;
+        }
         EXPECT_EQ(outcome.code, 0);
-        if (!hasMovie) continue;
         EXPECT_NO_THROW(MediaProbe{movie(name)});
         EXPECT_TRUE(outcome.json.value("status", "").starts_with("Saved"));
     }

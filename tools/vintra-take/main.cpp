@@ -67,6 +67,7 @@ int carryOut(const Options& options) {
 
 int main(int argumentCount, char** arguments) {
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN); // a file that may grow no further is an error of its writer, not the end
     const auto parsed = parseOptions({arguments + 1, arguments + argumentCount});
     if (const auto* error = std::get_if<UsageError>(&parsed)) return refuse(*error);
     const auto& options = std::get<Options>(parsed);
