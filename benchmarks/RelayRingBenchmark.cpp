@@ -55,14 +55,45 @@ void consumeAndProduce(benchmark::State& state) {
 }
 BENCHMARK(consumeAndProduce);
 
+/// The relay's ring, as the threads below use it.
+class Relay {
+public:
+    void in(const Cycle& cycle, int64_t) { ring.consume(cycle.list()); }
+    void out(const Cycle& cycle, int64_t) { ring.produce(cycle.list()); }
+    bool lostItsBalance() const {
+        const auto counters = ring.counters();
+        return counters.underruns + counters.overruns + counters.skips + counters.repeats > 0;
+    }
+
+private:
+    RelayRing ring{{2 * cycleFrames, false}};
+};
+
+/// The measure: the same bytes copied into and out of memory of the same size, with no lock and no account.
+class PlainCopy {
+public:
+    void in(const Cycle& cycle, int64_t number) {
+        std::memcpy(place(number), cycle.samples.data(), cycleSamples * sizeof(float));
+    }
+    void out(Cycle& cycle, int64_t number) {
+        std::memcpy(cycle.samples.data(), place(number), cycleSamples * sizeof(float));
+    }
+    bool lostItsBalance() const { return false; }
+
+private:
+    float* place(int64_t number) { return between.data() + static_cast<size_t>(number % 32) * cycleSamples; }
+    std::vector<float> between = std::vector<float>(32 * cycleSamples);
+};
+
 /// Two threads that follow each other closely, as fast as they can: neither gets more than two cycles ahead,
 /// so the ring stays in its band and every cycle is copied whole.
+template <typename Between>
 class FollowingThreads {
 public:
     static constexpr int64_t calls = 200'000;
 
     void run() {
-        ring.consume(cycle.list());
+        between.in(cycle, 0);
         std::thread output([this] { produceAll(); });
         consumeAll();
         output.join();
@@ -74,10 +105,7 @@ public:
         const auto index = static_cast<size_t>(part * static_cast<double>(calls - 1));
         return consumed[index] + produced[index];
     }
-    bool lostItsBalance() const {
-        const auto counters = ring.counters();
-        return counters.underruns + counters.overruns + counters.skips + counters.repeats > 0;
-    }
+    bool lostItsBalance() const { return between.lostItsBalance(); }
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -92,21 +120,21 @@ private:
         for (double& duration : consumed) {
             while (cyclesIn - cyclesOut >= 2)
                 std::this_thread::yield();
-            duration = microseconds([this] { ring.consume(cycle.list()); });
+            duration = microseconds([this] { between.in(cycle, cyclesIn + 1); });
             ++cyclesIn;
         }
     }
     void produceAll() {
-        const Cycle out;
+        Cycle out;
         for (double& duration : produced) {
             while (cyclesIn - cyclesOut < 1)
                 std::this_thread::yield();
-            duration = microseconds([&] { ring.produce(out.list()); });
+            duration = microseconds([&] { between.out(out, cyclesOut); });
             ++cyclesOut;
         }
     }
 
-    RelayRing ring{{2 * cycleFrames, false}};
+    Between between;
     const Cycle cycle;
     std::atomic<int64_t> cyclesIn{0};
     std::atomic<int64_t> cyclesOut{0};
@@ -115,9 +143,10 @@ private:
 };
 
 /// Each call timed by itself; the time of a reading of the clock is in it.
-void consumeAndProduceByTwoThreads(benchmark::State& state) {
+template <typename Between>
+void byTwoThreads(benchmark::State& state) {
     for (auto _ : state) {
-        FollowingThreads threads;
+        FollowingThreads<Between> threads;
         threads.run();
         if (threads.lostItsBalance()) state.SkipWithError("the relay lost its balance");
         state.counters["median_us"] = threads.percentile(0.5);
@@ -125,7 +154,8 @@ void consumeAndProduceByTwoThreads(benchmark::State& state) {
         state.counters["max_us"] = threads.percentile(1);
     }
 }
-BENCHMARK(consumeAndProduceByTwoThreads)->Iterations(3)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(byTwoThreads<PlainCopy>)->Iterations(3)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(byTwoThreads<Relay>)->Iterations(3)->UseRealTime()->Unit(benchmark::kMillisecond);
 
 } // namespace
 

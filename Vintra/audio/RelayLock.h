@@ -2,7 +2,8 @@
 
 #include "Vintra/platform/Mutex.h"
 
-#include <mutex>
+#include <atomic>
+#include <cstdint>
 
 namespace vintra {
 
@@ -16,16 +17,25 @@ public:
     RelayLock& operator=(const RelayLock&) = delete;
 
     void lock() ACQUIRE() NO_THREAD_SAFETY_ANALYSIS {
-        constexpr int attempts = 1000;
+        constexpr int attempts = 2000;
         for (int attempt = 0; attempt < attempts; ++attempt) {
-            if (mutex.try_lock()) return;
+            if (state.load(std::memory_order_relaxed) == free && tryLock()) return;
         }
-        mutex.lock();
+        while (state.exchange(awaited, std::memory_order_acquire) != free)
+            state.wait(awaited, std::memory_order_relaxed);
     }
-    void unlock() RELEASE() NO_THREAD_SAFETY_ANALYSIS { mutex.unlock(); }
+    void unlock() RELEASE() NO_THREAD_SAFETY_ANALYSIS {
+        if (state.exchange(free, std::memory_order_release) == awaited) state.notify_one();
+    }
 
 private:
-    std::mutex mutex;
+    enum State : uint32_t { free, held, awaited };
+    bool tryLock() {
+        State expected = free;
+        return state.compare_exchange_weak(expected, held, std::memory_order_acquire,
+                                           std::memory_order_relaxed);
+    }
+    alignas(64) std::atomic<State> state{free};
 };
 
 /// Holds a `RelayLock` for a scope.
