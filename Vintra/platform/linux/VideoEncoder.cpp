@@ -82,7 +82,7 @@ void VideoEncoder::setUpH264() {
     av_opt_set_int(context->priv_data, "forced-idr", 1, 0);
     av_opt_set_int(context->priv_data, "rc-lookahead", 0, 0);
     av_opt_set(context->priv_data, "weightp", "none", 0);
-    av_opt_set(context->priv_data, "x264-params", "sync-lookahead=0:scenecut=0:subme=0", 0);
+    av_opt_set(context->priv_data, "x264-params", "sync-lookahead=0:scenecut=0:subme=0:partitions=none", 0);
 }
 
 void VideoEncoder::setUpHevc() {
