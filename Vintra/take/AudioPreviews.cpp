@@ -86,6 +86,10 @@ Task<> ScreenRecorderManager::takeDown(AudioPreview& preview) {
     preview = {};
 }
 
+bool ScreenRecorderManager::isDelivering(const AudioPreview& preview, const ActivityStamp& activity) {
+    return preview.session && preview.session->isRunning() && activity.last() > preview.configuredAt;
+}
+
 Task<> ScreenRecorderManager::configureMicPreview() {
     if (micPreview.deviceID == *selectedMicDeviceID) co_return;
     co_await takeDown(micPreview);
@@ -106,7 +110,8 @@ Task<> ScreenRecorderManager::configureMicPreview() {
     micPreview.session = chain->session;
     micPreview.dataOutput = chain->dataOutput;
     micPreview.deviceID = uniqueID;
-    micActivity.stamp(hostSeconds()); // gives the new session its time
+    micPreview.configuredAt = hostSeconds();
+    micActivity.stamp(micPreview.configuredAt); // gives the new session its time
     syncRoutingCache();
     startSession(chain->session);
     micPreview.sampleRateWatcher =
@@ -131,7 +136,8 @@ Task<> ScreenRecorderManager::configureDawPreview() {
     dawPreview.session = chain->session;
     dawPreview.dataOutput = chain->dataOutput;
     dawPreview.deviceID = uniqueID;
-    dawActivity.stamp(hostSeconds());
+    dawPreview.configuredAt = hostSeconds();
+    dawActivity.stamp(dawPreview.configuredAt);
     syncRoutingCache();
     startSession(chain->session);
     dawPreview.sampleRateWatcher =

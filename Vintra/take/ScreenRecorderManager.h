@@ -122,8 +122,8 @@ public:
     const std::optional<URL>& lastTimelineURL() const { return lastTimelineURL_; }
     const std::vector<std::string>& lastTakeWarnings() const { return lastTakeWarnings_; }
     /// Where a device's preview stands: whether its session delivers.
-    bool isMicPreviewRunning() const { return micPreview.session && micPreview.session->isRunning(); }
-    bool isDawPreviewRunning() const { return dawPreview.session && dawPreview.session->isRunning(); }
+    bool isMicPreviewRunning() const { return isDelivering(micPreview, micActivity); }
+    bool isDawPreviewRunning() const { return isDelivering(dawPreview, dawActivity); }
     bool areExtraPreviewsRunning() const;
 
     /// Which editor the takes get a timeline file for.
@@ -206,6 +206,7 @@ private:
         std::shared_ptr<AVCaptureAudioDataOutput> dataOutput;
         std::optional<std::string> deviceID; ///< nothing forces a rebuild at the next configure
         std::unique_ptr<DeviceSampleRateWatcher> sampleRateWatcher;
+        double configuredAt = 0; ///< host seconds
     };
     struct ExtraPreview {
         std::string deviceID;
@@ -346,6 +347,8 @@ private:
     std::optional<CaptureChain> makeCaptureChain(const std::shared_ptr<AVCaptureDevice>& device, int channels,
                                                  const std::shared_ptr<DispatchQueue>& queue);
     Task<> takeDown(AudioPreview& preview);
+    /// Whether the session runs and a buffer of it has come.
+    static bool isDelivering(const AudioPreview& preview, const ActivityStamp& activity);
     Task<> stopSession(std::shared_ptr<AVCaptureSession> session);
     void startSession(std::shared_ptr<AVCaptureSession> session);
     std::unique_ptr<DeviceSampleRateWatcher> watchSampleRate(const std::string& deviceUID,

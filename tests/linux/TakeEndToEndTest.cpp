@@ -4,12 +4,14 @@
 #include "ChildProcess.h"
 #include "MediaProbe.h"
 #include "PublishedMicrophone.h"
+#include "StallWatch.h"
 #include "TemporaryFolder.h"
 #include "X11Painter.h"
 
 #include "Vintra/platform/linux/LinuxFileManager.h"
 #include "Vintra/take/WavFile.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <csignal>
@@ -18,6 +20,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <sstream>
 #include <thread>
 
 namespace vintra {
@@ -31,6 +34,9 @@ constexpr double kGrey = 128;
 
 /// Seconds: a frame, or what a sanitizer's slowness adds to it.
 constexpr double kFlashTolerance = VINTRA_FLASH_TAKES == 10 ? 1.0 / 30 : 0.25;
+
+/// Seconds by which a machine may let its threads oversleep before a flash can't be told to a frame.
+constexpr double kLongestStall = VINTRA_FLASH_TAKES == 10 ? 0.01 : 0.2;
 
 /// How a run of vintra-take ended.
 struct Outcome {
@@ -66,6 +72,15 @@ std::optional<double> firstSound(const URL& url, double threshold) {
     return std::nullopt;
 }
 
+/// Seconds that the slowest flash of a finished flash-and-click took from its instant until it was drawn.
+double slowestFlash(ChildProcess& signal) {
+    std::istringstream lines(signal.restOfOutput());
+    double slowest = 0;
+    for (int64_t instant = 0, late = 0; lines >> instant >> late;)
+        slowest = std::max(slowest, static_cast<double>(late) * 1e-9);
+    return slowest;
+}
+
 class TakeEndToEndTest : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -85,6 +100,7 @@ protected:
         EXPECT_EQ(outcome.code, 0) << outcome.text;
         return outcome.json;
     }
+    std::optional<double> clickAfterFlash(const std::string& name) const;
     URL movie(const std::string& name) const { return folder.file(name + "_video.mov"); }
     URL sound(const std::string& name) const { return folder.file(name + "_mic.wav"); }
 
@@ -161,28 +177,41 @@ TEST_F(TakeEndToEndTest, aColourOnTheScreenIsThatColourInTheMovie) {
     }
 }
 
-TEST_F(TakeEndToEndTest, aFlashAndAClickMadeAtOneInstantLieWithinAFrame) {
-    for (int number = 1; number <= VINTRA_FLASH_TAKES; ++number) {
-        ChildProcess signal({VINTRA_BIN_DIR "/flash-and-click", "--first", "1", "--interval", "1.5"});
-        ASSERT_FALSE(signal.readLine().empty())
-            << "the microphone is there once the first instant has passed";
-        const std::string name = "flash" + std::to_string(number);
-        take({"--seconds", "2.6", "--name", name, "--fps", "30", "--mic", "vintra.headless.flash-and-click"});
-        const auto click = firstSound(sound(name), 0.1);
-        ASSERT_TRUE(click.has_value()) << "take " << number;
+/// Seconds from the flash to the click that were made at one instant, as a take shows them; nothing if the
+/// machine stalled meanwhile for longer than the measurement bears.
+std::optional<double> TakeEndToEndTest::clickAfterFlash(const std::string& name) const {
+    const StallWatch stalls;
+    ChildProcess signal(
+        {VINTRA_BIN_DIR "/flash-and-click", "--first", "1", "--interval", "1.5", "--count", "3"});
+    EXPECT_EQ(signal.readLine(), "ready");
+    take({"--seconds", "2.6", "--name", name, "--fps", "30", "--mic", "vintra.headless.flash-and-click"});
+    const double drawn = slowestFlash(signal);
+    if (std::max(drawn, stalls.longest()) > kLongestStall) return std::nullopt;
 
-        const MediaProbe probe(movie(name));
-        const auto luma = MediaProbe::meanLuma(movie(name));
-        ASSERT_EQ(luma.size(), probe.track(0).packets.size());
-        std::optional<double> flash; // the one nearest to the click
-        for (size_t i = 1; i < luma.size(); ++i) {
-            if (luma[i] <= kGrey || luma[i - 1] > kGrey) continue;
-            const double at = CMTimeGetSeconds(probe.track(0).packets[i].time);
-            if (!flash || std::fabs(at - *click) < std::fabs(*flash - *click)) flash = at;
-        }
-        ASSERT_TRUE(flash.has_value()) << "take " << number;
-        EXPECT_NEAR(*click, *flash, kFlashTolerance) << "take " << number;
-        std::printf("take %2d: the click lies %+.1f ms from the flash\n", number, (*click - *flash) * 1000);
+    const auto click = firstSound(sound(name), 0.1);
+    EXPECT_TRUE(click.has_value());
+    const MediaProbe probe(movie(name));
+    const auto luma = MediaProbe::meanLuma(movie(name));
+    EXPECT_EQ(luma.size(), probe.track(0).packets.size());
+    std::optional<double> flash; // the one nearest to the click
+    for (size_t i = 1; i < luma.size() && click; ++i) {
+        if (luma[i] <= kGrey || luma[i - 1] > kGrey) continue;
+        const double at = CMTimeGetSeconds(probe.track(0).packets[i].time);
+        if (!flash || std::fabs(at - *click) < std::fabs(*flash - *click)) flash = at;
+    }
+    EXPECT_TRUE(flash.has_value());
+    return *click - *flash;
+}
+
+TEST_F(TakeEndToEndTest, aFlashAndAClickMadeAtOneInstantLieWithinAFrame) {
+    int told = 0;
+    for (int attempt = 1; told < VINTRA_FLASH_TAKES; ++attempt) {
+        ASSERT_LE(attempt, 2 * VINTRA_FLASH_TAKES) << "too busy a machine to tell anything";
+        const auto offset = clickAfterFlash("flash" + std::to_string(attempt));
+        if (!offset) continue;
+        told += 1;
+        EXPECT_NEAR(*offset, 0, kFlashTolerance) << "take " << told;
+        std::printf("take %2d: the click lies %+.1f ms from the flash\n", told, *offset * 1000);
     }
 }
 

@@ -1,7 +1,7 @@
 // At instants known beforehand, flashes a white window and clicks in a published microphone. Prints each
 // instant T, in nanoseconds of CLOCK_MONOTONIC, when it has passed. The click's first sample other than zero
 // is the first that stands at or after T in the graph's time; the window is asked to be white at T and has
-// been drawn when the line is printed.
+// been drawn when the line is printed. Behind T stands how long after it that was, in nanoseconds.
 
 #include "tools/testsignals/PublishedSource.h"
 
@@ -176,7 +176,7 @@ int main(int argc, char** argv) {
         const int64_t instant = schedule.instant(index);
         sleepUntil(instant);
         window.fill(true);
-        std::printf("%lld\n", static_cast<long long>(instant));
+        std::printf("%lld %lld\n", static_cast<long long>(instant), static_cast<long long>(now() - instant));
         std::fflush(stdout);
         sleepUntil(instant + nanoseconds(options.flash));
         window.fill(false);
