@@ -21,6 +21,7 @@
 #include "Vintra/platform/Task.h"
 #include "Vintra/platform/WallClock.h"
 #include "Vintra/take/AudioTrack.h"
+#include "Vintra/take/CameraResolution.h"
 #include "Vintra/take/CaptureDisplay.h"
 #include "Vintra/take/ExtraAudioInputConfig.h"
 #include "Vintra/take/ExtraCameraConfig.h"
@@ -28,7 +29,9 @@
 #include "Vintra/take/ExtraInputDeviceGroup.h"
 #include "Vintra/take/FeedbackAsk.h"
 #include "Vintra/take/RecordingCamera.h"
+#include "Vintra/take/SystemOutputStatus.h"
 #include "Vintra/take/TakeWarnings.h"
+#include "Vintra/take/WebcamPreviewSize.h"
 #include "Vintra/timeline/TakeFiles.h"
 #include "Vintra/timeline/TimelineEditorSetting.h"
 #include "Vintra/video/CameraWriteQueue.h"
@@ -141,6 +144,9 @@ public:
     Published<bool> activeDawTrack{false};
     Published<bool> activeWebcamTrack{false};
     Published<int> markerCount{0};
+    Published<bool> markerJustAdded{false};                   ///< for the marker's flash
+    Published<std::optional<std::string>> pendingCrashReport; ///< of the run before
+    Published<bool> crashReportCopied{false};
 
     // -- Published: audio
     // ------------------------------------------------------------------------------------------
@@ -156,14 +162,26 @@ public:
     Published<bool> captureSystemAudioForDaw{false};
     Published<bool> lowLatencyMonitoring{false};
     Published<std::optional<std::string>> systemAudioMonitorUID;
+    Published<bool> isHoldingAudioRouting{false};
+    Published<bool> systemAudioDriverInstalled{false};
+    Published<std::optional<SystemOutputStatus>> systemOutputStatus;
     Published<std::vector<ExtraAudioInputConfig>> extraAudioInputs;
     const std::shared_ptr<LevelsModel> levels; ///< shared with the audio queues
 
     // -- Published: cameras
     // ----------------------------------------------------------------------------------------
 
+    Published<std::vector<std::shared_ptr<AVCaptureDevice>>> availableCameraDevices;
     Published<std::optional<std::string>> selectedCameraDeviceID;
+    Published<std::shared_ptr<AVCaptureSession>> webcamPreviewSession; ///< of the first camera, while it runs
+    Published<bool> webcamPreviewVisible{false};
+    Published<WebcamPreviewSize> webcamPreviewSize{WebcamPreviewSize::small};
     Published<std::vector<ExtraCameraConfig>> extraCameras;
+    Published<std::set<UUID>> hiddenExtraCameraPreviews;
+    Published<std::unordered_map<std::string, CameraResolution>>
+        cameraResolutions; ///< by unique id; absent: uhd
+    Published<std::optional<int>>
+        multiCameraScreenRateNote; ///< frames a second that several cameras replaced
 
     // -- Published: the screen
     // -------------------------------------------------------------------------------------
@@ -175,9 +193,11 @@ public:
     Published<CaptureModeChoice> screenCaptureMode{CaptureModeChoice::fullScreen};
     Published<std::optional<CaptureRegion>> captureRegion;
     Published<AspectPreset> aspectPreset{AspectPreset::freeform};
+    Published<bool> regionGuideVisible{false};
     Published<std::optional<uint32_t>> selectedWindowID;
     Published<std::optional<std::string>> selectedWindowTitle;
     Published<bool> showMouseClicks{false};
+    Published<uint32_t> clickRippleColor{0xffcc00}; ///< 0xRRGGBB
 
     // -- What the take leaves for the diagnostics
     // ------------------------------------------------------------------

@@ -47,6 +47,29 @@ TEST_F(TakePlanTest, aRunBeginsWithNothingArmedButTheScreen) {
     EXPECT_TRUE(recorder->extraAudioInputs->empty());
 }
 
+TEST_F(TakePlanTest, thePublishedStateBeginsAtItsInitialValues) {
+    EXPECT_FALSE(*recorder->isRecording);
+    EXPECT_FALSE(*recorder->isBusy);
+    EXPECT_FALSE(recorder->lastError->has_value());
+    EXPECT_FALSE(*recorder->markerJustAdded);
+    EXPECT_EQ(*recorder->markerCount, 0);
+    EXPECT_FALSE(recorder->pendingCrashReport->has_value());
+    EXPECT_FALSE(*recorder->crashReportCopied);
+    EXPECT_FALSE(*recorder->captureSystemAudioForDaw);
+    EXPECT_FALSE(*recorder->isHoldingAudioRouting);
+    EXPECT_FALSE(*recorder->systemAudioDriverInstalled);
+    EXPECT_FALSE(recorder->systemOutputStatus->has_value());
+    EXPECT_TRUE(recorder->availableCameraDevices->empty());
+    EXPECT_FALSE(*recorder->webcamPreviewVisible);
+    EXPECT_TRUE(recorder->hiddenExtraCameraPreviews->empty());
+    EXPECT_FALSE(recorder->multiCameraScreenRateNote->has_value());
+    EXPECT_EQ(*recorder->screenCaptureMode, CaptureModeChoice::fullScreen);
+    EXPECT_EQ(*recorder->aspectPreset, AspectPreset::freeform);
+    EXPECT_FALSE(*recorder->regionGuideVisible);
+    EXPECT_FALSE(*recorder->showMouseClicks);
+    EXPECT_EQ(*recorder->clickRippleColor, 0xffcc00u);
+}
+
 TEST_F(TakePlanTest, theFrameRateIsRestoredOrSixty) {
     const auto restored = [this](DefaultsValue stored) {
         machine.userDefaults->values["screenFrameRate"] = std::move(stored);
