@@ -425,7 +425,7 @@ TEST_F(StopTakeTest, anHourAt30EndsOnTheGridWithoutDrift) {
     machine.screenCapture->script.frames = [](int64_t index) -> std::optional<SimulatedFrame> {
         // A slide every ten seconds: all else are copies.
         return SimulatedFrame{.seconds = static_cast<double>(index) * 10,
-                              .shade = static_cast<uint8_t>(index)};
+                              .shade = static_cast<uint8_t>(index % 2)};
     };
     recordFor(3600);
     const CMTime begun = writer("take_video.mov")->sessionStart();
