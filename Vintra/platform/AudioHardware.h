@@ -14,9 +14,13 @@ using AudioObjectID = uint32_t;
 inline constexpr AudioObjectID kAudioObjectSystemObject = 1;
 
 enum class AudioProperty {
-    devices,           ///< of the system object
-    nominalSampleRate, ///< of a device
+    devices,                   ///< of the system object
+    defaultSystemOutputDevice, ///< of the system object
+    nominalSampleRate,         ///< of a device
 };
+
+/// How a device is joined to the computer.
+enum class AudioTransportType { unknown, builtIn, other };
 
 /// Ends the listening when it goes. Main thread.
 class AudioPropertyListener {
@@ -25,7 +29,11 @@ public:
 };
 
 /// The machine's sound devices and their properties. A failed read gives an empty optional or an empty list.
-/// Main thread.
+/// Reading and setting: any thread. Listening: main thread.
+///
+/// Two devices are the system's choice. The default output is where programs play to, which the user chooses
+/// and a program may change. The default system output is where the machine's own alerts go: the real device,
+/// also while the default output is the virtual one.
 class AudioHardware {
 public:
     virtual ~AudioHardware() = default;
@@ -33,10 +41,18 @@ public:
     virtual std::vector<AudioObjectID> devices() const = 0;
     /// Channels of each of the device's input streams.
     virtual std::optional<std::vector<uint32_t>> inputStreamChannels(AudioObjectID device) const = 0;
+    virtual std::optional<std::vector<uint32_t>> outputStreamChannels(AudioObjectID device) const = 0;
+    virtual std::optional<AudioTransportType> transportType(AudioObjectID device) const = 0;
     virtual std::optional<std::string> deviceUID(AudioObjectID device) const = 0;
     virtual std::optional<std::string> deviceName(AudioObjectID device) const = 0;
     /// Hertz.
     virtual std::optional<double> nominalSampleRate(AudioObjectID device) const = 0;
+    /// 0 if there is none.
+    virtual std::optional<AudioObjectID> defaultOutputDevice() const = 0;
+    virtual std::optional<AudioObjectID> defaultSystemOutputDevice() const = 0;
+    /// False if the system refuses. When it returns true the choice can be read back.
+    virtual bool setDefaultOutputDevice(AudioObjectID device) = 0;
+    virtual bool setDefaultSystemOutputDevice(AudioObjectID device) = 0;
     /// Calls the block on the main thread after each change of the property. Null if the object is unknown.
     virtual std::unique_ptr<AudioPropertyListener>
     addPropertyListener(AudioObjectID object, AudioProperty property, std::function<void()> block) = 0;

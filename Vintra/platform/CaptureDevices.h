@@ -3,6 +3,8 @@
 #include "Vintra/platform/AVAssetWriter.h"
 #include "Vintra/platform/CMSampleBuffer.h"
 #include "Vintra/platform/DispatchQueue.h"
+#include "Vintra/platform/Observation.h"
+#include "Vintra/platform/SystemError.h"
 
 #include <functional>
 #include <memory>
@@ -83,6 +85,14 @@ public:
     virtual bool isRunning() const = 0;
 };
 
+/// What an observer of capture devices is told, on the main thread. None is empty.
+struct CaptureDeviceNotifications {
+    std::function<void(const std::shared_ptr<AVCaptureDevice>&)> deviceWasConnected;
+    std::function<void(const std::shared_ptr<AVCaptureDevice>&)> deviceWasDisconnected;
+    /// A running session has ended by itself, for another reason than its device's going.
+    std::function<void(const std::shared_ptr<AVCaptureSession>&, const SystemError&)> sessionRuntimeError;
+};
+
 /// Finds and opens capture devices. Main thread.
 class CaptureDevices {
 public:
@@ -98,6 +108,8 @@ public:
     virtual std::shared_ptr<AVCaptureAudioDataOutput>
     makeAudioDataOutput(const AVAudioSettings& audioSettings) = 0;
     virtual std::shared_ptr<AVCaptureSession> makeSession() = 0;
+    /// Tells for as long as the result is kept.
+    virtual Observation observe(CaptureDeviceNotifications notifications) = 0;
 };
 
 } // namespace vintra

@@ -6,6 +6,7 @@ namespace vintra {
 
 class AssetProbing;
 class AssetWriters;
+class AudioDeviceIO;
 class AudioHardware;
 class CaptureDevices;
 class DispatchQueues;
@@ -18,6 +19,7 @@ class ScreenCapture;
 class Screens;
 class UserDefaults;
 class WallClock;
+class WindowList;
 class Workspace;
 
 /// Every service of the machine, built once by a `main` or a test and handed down. None is null. A test takes
@@ -35,7 +37,9 @@ struct Platform {
     std::shared_ptr<CaptureDevices> captureDevices;
     std::shared_ptr<ScreenCapture> screenCapture;
     std::shared_ptr<Screens> screens;
+    std::shared_ptr<WindowList> windowList;
     std::shared_ptr<AudioHardware> audioHardware;
+    std::shared_ptr<AudioDeviceIO> audioDeviceIO;
     std::shared_ptr<AssetProbing> assetProbing;
     std::shared_ptr<Workspace> workspace;
 };

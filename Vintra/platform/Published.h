@@ -1,14 +1,13 @@
 #pragma once
 
+#include "Vintra/platform/Observation.h"
+
 #include <functional>
 #include <memory>
 #include <utility>
 #include <vector>
 
 namespace vintra {
-
-/// Keeps an observer of a `Published` value in place; letting go of it ends the observation.
-using Observation = std::shared_ptr<void>;
 
 /// A value that its observers are told about. Main thread.
 template <typename Value>

@@ -1,8 +1,11 @@
 #pragma once
 
 #include "Vintra/platform/Geometry.h"
+#include "Vintra/platform/Observation.h"
 
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -23,6 +26,9 @@ public:
     virtual ~Screens() = default;
     /// The main one first; empty without a desktop.
     virtual std::vector<NSScreen> screens() const = 0;
+    /// Calls the block on the main thread after screens have come, gone or changed, for as long as the result
+    /// is kept. Null where the machine doesn't tell.
+    virtual Observation observeChanges(std::function<void()> block) = 0;
 };
 
 } // namespace vintra

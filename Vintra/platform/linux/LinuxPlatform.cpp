@@ -12,9 +12,11 @@
 #include "Vintra/platform/linux/LinuxWallClock.h"
 #include "Vintra/platform/linux/LinuxWorkspace.h"
 #include "Vintra/platform/linux/MemoryUserDefaults.h"
+#include "Vintra/platform/linux/NoWindowList.h"
 #include "Vintra/platform/linux/PipeWireAudioHardware.h"
 #include "Vintra/platform/linux/PipeWireCaptureDevices.h"
 #include "Vintra/platform/linux/PipeWireConnection.h"
+#include "Vintra/platform/linux/PipeWireDeviceIO.h"
 #include "Vintra/platform/linux/X11ScreenCapture.h"
 #include "Vintra/platform/linux/X11Screens.h"
 
@@ -38,6 +40,8 @@ LinuxPlatform LinuxPlatform::make(std::shared_ptr<LinuxMainThread> mainThread, S
     services.captureDevices = machine.captureDevices;
     services.screenCapture = std::make_shared<X11ScreenCapture>();
     services.screens = std::make_shared<X11Screens>();
+    services.windowList = std::make_shared<NoWindowList>();
+    services.audioDeviceIO = std::make_shared<PipeWireDeviceIO>(connection);
     services.audioHardware = std::make_shared<PipeWireAudioHardware>(connection, machine.mainThread);
     services.assetProbing = std::make_shared<LinuxAssetProbing>();
     services.workspace = std::make_shared<LinuxWorkspace>();

@@ -19,6 +19,8 @@ bool concerns(const PipeWireChange& change, AudioObjectID object, AudioProperty 
     switch (property) {
     case AudioProperty::devices:
         return change.devices;
+    case AudioProperty::defaultSystemOutputDevice:
+        return false;
     case AudioProperty::nominalSampleRate:
         return change.rateOfDevice == object;
     }
@@ -42,6 +44,34 @@ std::optional<std::vector<uint32_t>> PipeWireAudioHardware::inputStreamChannels(
     std::vector<uint32_t> channels;
     if (node->isInput() && node->format.channels > 0) channels.push_back(node->format.channels);
     return channels;
+}
+
+std::optional<std::vector<uint32_t>> PipeWireAudioHardware::outputStreamChannels(AudioObjectID device) const {
+    const auto node = connection->device(device);
+    if (!node) return std::nullopt;
+    std::vector<uint32_t> channels;
+    if (node->isOutput() && node->format.channels > 0) channels.push_back(node->format.channels);
+    return channels;
+}
+
+std::optional<AudioTransportType> PipeWireAudioHardware::transportType(AudioObjectID) const {
+    return std::nullopt;
+}
+
+std::optional<AudioObjectID> PipeWireAudioHardware::defaultOutputDevice() const {
+    return std::nullopt;
+}
+
+std::optional<AudioObjectID> PipeWireAudioHardware::defaultSystemOutputDevice() const {
+    return std::nullopt;
+}
+
+bool PipeWireAudioHardware::setDefaultOutputDevice(AudioObjectID) {
+    return false;
+}
+
+bool PipeWireAudioHardware::setDefaultSystemOutputDevice(AudioObjectID) {
+    return false;
 }
 
 std::optional<std::string> PipeWireAudioHardware::deviceUID(AudioObjectID device) const {

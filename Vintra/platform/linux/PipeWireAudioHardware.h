@@ -20,9 +20,15 @@ public:
 
     std::vector<AudioObjectID> devices() const override;
     std::optional<std::vector<uint32_t>> inputStreamChannels(AudioObjectID device) const override;
+    std::optional<std::vector<uint32_t>> outputStreamChannels(AudioObjectID device) const override;
+    std::optional<AudioTransportType> transportType(AudioObjectID device) const override;
     std::optional<std::string> deviceUID(AudioObjectID device) const override;
     std::optional<std::string> deviceName(AudioObjectID device) const override;
     std::optional<double> nominalSampleRate(AudioObjectID device) const override;
+    std::optional<AudioObjectID> defaultOutputDevice() const override;
+    std::optional<AudioObjectID> defaultSystemOutputDevice() const override;
+    bool setDefaultOutputDevice(AudioObjectID device) override;
+    bool setDefaultSystemOutputDevice(AudioObjectID device) override;
     std::unique_ptr<AudioPropertyListener> addPropertyListener(AudioObjectID object, AudioProperty property,
                                                                std::function<void()> block) override;
 

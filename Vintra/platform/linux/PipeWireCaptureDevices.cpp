@@ -44,6 +44,10 @@ std::shared_ptr<AVCaptureSession> PipeWireCaptureDevices::makeSession() {
     return std::make_shared<PipeWireCaptureSession>(connection);
 }
 
+Observation PipeWireCaptureDevices::observe(CaptureDeviceNotifications) {
+    return nullptr;
+}
+
 std::optional<std::string> PipeWireCaptureDevices::problem() const {
     return connection->problem();
 }

@@ -24,6 +24,7 @@ public:
     std::shared_ptr<AVCaptureAudioDataOutput>
     makeAudioDataOutput(const AVAudioSettings& audioSettings) override;
     std::shared_ptr<AVCaptureSession> makeSession() override;
+    Observation observe(CaptureDeviceNotifications notifications) override;
 
     /// Why there are no devices, as a sentence for the user; nothing while a server answers.
     std::optional<std::string> problem() const;

@@ -23,4 +23,8 @@ std::vector<NSScreen> X11Screens::screens() const {
     return screens;
 }
 
+Observation X11Screens::observeChanges(std::function<void()>) {
+    return nullptr;
+}
+
 } // namespace vintra

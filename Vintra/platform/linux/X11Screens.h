@@ -13,6 +13,7 @@ public:
     /// An empty name stands for the DISPLAY of the environment.
     explicit X11Screens(std::string displayName = {});
     std::vector<NSScreen> screens() const override;
+    Observation observeChanges(std::function<void()> block) override;
 
 private:
     std::string displayName;

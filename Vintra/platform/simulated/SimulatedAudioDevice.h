@@ -18,9 +18,12 @@ struct SimulatedAudioDevice {
     std::string uid;
     std::string name;
     std::vector<uint32_t> inputStreamChannels{1}; ///< channels of each input stream; empty for an output
-    double nominalSampleRate = 48'000;            ///< hertz
-    AudioObjectID id = 0;                         ///< given by the hardware when plugged in
+    std::vector<uint32_t> outputStreamChannels;   ///< channels of each output stream; empty for an input
+    AudioTransportType transportType = AudioTransportType::other;
+    double nominalSampleRate = 48'000; ///< hertz
+    AudioObjectID id = 0;              ///< given by the hardware when plugged in
 
+    bool refusesToBeDefault = false; ///< setting it as a default output fails
     bool hasUnreadableStreams = false;
     bool hasUnreadableUID = false;
     bool hasUnreadableName = false;

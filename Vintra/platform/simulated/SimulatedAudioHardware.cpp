@@ -38,6 +38,42 @@ std::optional<std::vector<uint32_t>> SimulatedAudioHardware::inputStreamChannels
     return found->inputStreamChannels;
 }
 
+std::optional<std::vector<uint32_t>> SimulatedAudioHardware::outputStreamChannels(AudioObjectID id) const {
+    const auto found = device(id);
+    if (!found || found->hasUnreadableStreams) return std::nullopt;
+    return found->outputStreamChannels;
+}
+
+std::optional<AudioTransportType> SimulatedAudioHardware::transportType(AudioObjectID id) const {
+    const auto found = device(id);
+    if (!found) return std::nullopt;
+    return found->transportType;
+}
+
+std::optional<AudioObjectID> SimulatedAudioHardware::defaultOutputDevice() const {
+    return defaultOutput;
+}
+
+std::optional<AudioObjectID> SimulatedAudioHardware::defaultSystemOutputDevice() const {
+    return defaultSystemOutput;
+}
+
+bool SimulatedAudioHardware::setDefaultOutputDevice(AudioObjectID id) {
+    const auto found = device(id);
+    if (!found || found->refusesToBeDefault) return false;
+    defaultOutput = id;
+    return true;
+}
+
+bool SimulatedAudioHardware::setDefaultSystemOutputDevice(AudioObjectID id) {
+    const auto found = device(id);
+    if (!found || found->refusesToBeDefault) return false;
+    const bool isNew = defaultSystemOutput != id;
+    defaultSystemOutput = id;
+    if (isNew) notify(kAudioObjectSystemObject, AudioProperty::defaultSystemOutputDevice);
+    return true;
+}
+
 std::optional<std::string> SimulatedAudioHardware::deviceUID(AudioObjectID id) const {
     const auto found = device(id);
     if (!found || found->hasUnreadableUID) return std::nullopt;

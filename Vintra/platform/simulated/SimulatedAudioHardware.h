@@ -18,9 +18,15 @@ public:
 
     std::vector<AudioObjectID> devices() const override;
     std::optional<std::vector<uint32_t>> inputStreamChannels(AudioObjectID device) const override;
+    std::optional<std::vector<uint32_t>> outputStreamChannels(AudioObjectID device) const override;
+    std::optional<AudioTransportType> transportType(AudioObjectID device) const override;
     std::optional<std::string> deviceUID(AudioObjectID device) const override;
     std::optional<std::string> deviceName(AudioObjectID device) const override;
     std::optional<double> nominalSampleRate(AudioObjectID device) const override;
+    std::optional<AudioObjectID> defaultOutputDevice() const override;
+    std::optional<AudioObjectID> defaultSystemOutputDevice() const override;
+    bool setDefaultOutputDevice(AudioObjectID device) override;
+    bool setDefaultSystemOutputDevice(AudioObjectID device) override;
     std::unique_ptr<AudioPropertyListener> addPropertyListener(AudioObjectID object, AudioProperty property,
                                                                std::function<void()> block) override;
 
@@ -41,6 +47,9 @@ public:
     size_t listenerCount() const;
 
     bool hasUnreadableDevices = false; ///< the device list can't be read
+    /// Nothing: the choice can't be read. 0: there is none. A device that goes stays the choice.
+    std::optional<AudioObjectID> defaultOutput = 0;
+    std::optional<AudioObjectID> defaultSystemOutput = 0;
 
 private:
     struct Listener;

@@ -1,5 +1,7 @@
 #include "Vintra/platform/simulated/SimulatedCaptureDevices.h"
 
+#include <utility>
+
 namespace vintra {
 
 SimulatedCaptureDevices::SimulatedCaptureDevices(SimulatedCaptureSession::Services someServices,
@@ -64,6 +66,38 @@ SimulatedCaptureDevices::session(const std::string& deviceUID) const {
         if (living && living->deviceUID() == deviceUID) return living;
     }
     return nullptr;
+}
+
+Observation SimulatedCaptureDevices::observe(CaptureDeviceNotifications notifications) {
+    auto kept = std::make_shared<CaptureDeviceNotifications>(std::move(notifications));
+    observers.push_back(kept);
+    return kept;
+}
+
+void SimulatedCaptureDevices::notifyConnected(const std::string& deviceUID) {
+    if (auto device = deviceWithUniqueID(deviceUID)) {
+        tell([device](const CaptureDeviceNotifications& told) { told.deviceWasConnected(device); });
+    }
+}
+
+void SimulatedCaptureDevices::notifyDisconnected(const std::shared_ptr<AVCaptureDevice>& device) {
+    tell([device](const CaptureDeviceNotifications& told) { told.deviceWasDisconnected(device); });
+}
+
+void SimulatedCaptureDevices::notifyRuntimeError(const std::shared_ptr<AVCaptureSession>& session,
+                                                 const SystemError& error) {
+    tell([session, error](const CaptureDeviceNotifications& told) {
+        told.sessionRuntimeError(session, error);
+    });
+}
+
+void SimulatedCaptureDevices::tell(std::function<void(const CaptureDeviceNotifications&)> what) {
+    for (const auto& weak : observers) {
+        services.mainThread->post([weak, what] {
+            if (const auto told = weak.lock()) what(*told);
+        });
+    }
+    std::erase_if(observers, [](const auto& weak) { return weak.expired(); });
 }
 
 } // namespace vintra

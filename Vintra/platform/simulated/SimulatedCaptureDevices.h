@@ -24,6 +24,12 @@ public:
     std::shared_ptr<AVCaptureAudioDataOutput>
     makeAudioDataOutput(const AVAudioSettings& audioSettings) override;
     std::shared_ptr<AVCaptureSession> makeSession() override;
+    Observation observe(CaptureDeviceNotifications notifications) override;
+
+    /// Tell the observers, as the machine would.
+    void notifyConnected(const std::string& deviceUID);
+    void notifyDisconnected(const std::shared_ptr<AVCaptureDevice>& device);
+    void notifyRuntimeError(const std::shared_ptr<AVCaptureSession>& session, const SystemError& error);
 
     /// The session made last whose input is that device and that still exists; null if there is none.
     std::shared_ptr<SimulatedCaptureSession> session(const std::string& deviceUID) const;
@@ -36,10 +42,13 @@ public:
     int64_t sessionsMade = 0;
 
 private:
+    void tell(std::function<void(const CaptureDeviceNotifications&)> what);
+
     SimulatedCaptureSession::Services services;
     std::shared_ptr<SimulatedAudioHardware> hardware;
     std::map<std::string, std::shared_ptr<SimulatedCaptureDevice>> devices; ///< one object a device
     std::vector<std::weak_ptr<SimulatedCaptureSession>> sessions;
+    std::vector<std::weak_ptr<CaptureDeviceNotifications>> observers;
 };
 
 } // namespace vintra

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Vintra/platform/CaptureDevices.h"
+#include "Vintra/platform/MainThread.h"
 #include "Vintra/platform/simulated/SimulatedCaptureDevice.h"
 #include "Vintra/platform/simulated/SimulatedHostClock.h"
 #include "Vintra/platform/simulated/SimulatedViolations.h"
@@ -44,6 +45,7 @@ class SimulatedCaptureSession : public AVCaptureSession,
 public:
     struct Services {
         std::shared_ptr<VirtualTime> time;
+        std::shared_ptr<MainThread> mainThread;
         std::shared_ptr<SimulatedHostClock> hostClock;
         std::shared_ptr<SimulatedViolations> violations;
     };

@@ -20,10 +20,11 @@ SimulatedMachine::SimulatedMachine()
     , assetProbing(std::make_shared<SimulatedAssetProbing>())
     , audioHardware(std::make_shared<SimulatedAudioHardware>(mainThread))
     , captureDevices(std::make_shared<SimulatedCaptureDevices>(
-          SimulatedCaptureSession::Services{time, hostClock, violations}, audioHardware))
+          SimulatedCaptureSession::Services{time, mainThread, hostClock, violations}, audioHardware))
     , screenCapture(
           std::make_shared<SimulatedScreenCapture>(time, violations, processInfo->processIdentifier()))
-    , screens(std::make_shared<SimulatedScreens>())
+    , screens(std::make_shared<SimulatedScreens>(mainThread))
+    , windowList(std::make_shared<SimulatedWindowList>())
     , workspace(std::make_shared<SimulatedWorkspace>()) {
     assetProbing->setFallback([files = fileManager, writers = assetWriters](const URL& url) {
         return probeSimulatedFile(*files, *writers, url);
@@ -50,6 +51,7 @@ Platform SimulatedMachine::platform() const {
     bundle.captureDevices = captureDevices;
     bundle.screenCapture = screenCapture;
     bundle.screens = screens;
+    bundle.windowList = windowList;
     bundle.workspace = workspace;
     return bundle;
 }

@@ -17,6 +17,7 @@
 #include "Vintra/platform/simulated/SimulatedUserDefaults.h"
 #include "Vintra/platform/simulated/SimulatedViolations.h"
 #include "Vintra/platform/simulated/SimulatedWallClock.h"
+#include "Vintra/platform/simulated/SimulatedWindowList.h"
 #include "Vintra/platform/simulated/SimulatedWorkspace.h"
 #include "Vintra/platform/simulated/VirtualTime.h"
 
@@ -81,6 +82,7 @@ public:
     const std::shared_ptr<SimulatedCaptureDevices> captureDevices;
     const std::shared_ptr<SimulatedScreenCapture> screenCapture;
     const std::shared_ptr<SimulatedScreens> screens;
+    const std::shared_ptr<SimulatedWindowList> windowList;
     const std::shared_ptr<SimulatedWorkspace> workspace;
 
 private:
