@@ -1,5 +1,9 @@
 #include "X11ScreenFixture.h"
 
+#include "ChildProcess.h"
+
+#include <cstdio>
+
 namespace vintra {
 
 ScreenPicture::ScreenPicture(int aWidth, int aHeight)
@@ -27,6 +31,16 @@ void ScreenPicture::fill(int x, int y, int fillWidth, int fillHeight, uint32_t c
     }
 }
 
+ScreenPicture ScreenPicture::part(int x, int y, int partWidth, int partHeight) const {
+    ScreenPicture result(partWidth, partHeight);
+    for (int row = 0; row < partHeight; ++row) {
+        for (int column = 0; column < partWidth; ++column) {
+            result.pixels[static_cast<size_t>(row * partWidth + column)] = at(x + column, y + row);
+        }
+    }
+    return result;
+}
+
 X11ScreenFixture::X11ScreenFixture(const std::string& screen, std::vector<std::string> options)
     : server(screen, std::move(options))
     , painter(server.displayName())
@@ -41,14 +55,14 @@ ScreenCapture::Content X11ScreenFixture::content() {
     return result;
 }
 
-std::shared_ptr<X11ScreenStream> X11ScreenFixture::makeStream(const SCDisplay& display) {
-    auto stream = capture.makeStream({SCContentFilter::Display{display, {}, {}}}, configuration, listener);
+std::shared_ptr<X11ScreenStream> X11ScreenFixture::makeStream(const SCContentFilter& filter) {
+    auto stream = capture.makeStream(filter, configuration, listener);
     stream->addStreamOutput(collector, SCStreamOutputType::screen, queue);
     return std::dynamic_pointer_cast<X11ScreenStream>(stream);
 }
 
-std::shared_ptr<X11ScreenStream> X11ScreenFixture::run(const SCDisplay& display) {
-    auto stream = makeStream(display);
+std::shared_ptr<X11ScreenStream> X11ScreenFixture::run(const SCContentFilter& filter) {
+    auto stream = makeStream(filter);
     const size_t before = collector->samples().size();
     EXPECT_EQ(start(*stream), std::nullopt);
     EXPECT_TRUE(waitForFrames(before + 1));
@@ -81,6 +95,27 @@ std::optional<ScreenPicture> X11ScreenFixture::newestPicture() const {
     const auto samples = collector->samples();
     if (samples.empty()) return std::nullopt;
     return ScreenPicture(*samples.back().imageBuffer());
+}
+
+ScreenPicture X11ScreenFixture::screenshot(const std::string& window) const {
+    ChildProcess import({"import", "-silent", "-window", window, "-depth", "8", "ppm:-"},
+                        {"DISPLAY=" + server.displayName()});
+    const std::string file = import.restOfOutput();
+    int width = 0;
+    int height = 0;
+    int start = 0; // of the pixels, after the one blank that ends the header
+    if (std::sscanf(file.c_str(), "P6 %d %d 255%n", &width, &height, &start) != 2 ||
+        file.size() != static_cast<size_t>(start + 1 + width * height * 3)) {
+        ADD_FAILURE() << "import gave no picture of " << window;
+        return {0, 0};
+    }
+    ScreenPicture picture(width, height);
+    const auto* byte = reinterpret_cast<const unsigned char*>(file.data()) + start + 1;
+    for (uint32_t& pixel : picture.pixels) {
+        pixel = static_cast<uint32_t>(byte[0]) << 16 | static_cast<uint32_t>(byte[1]) << 8 | byte[2];
+        byte += 3;
+    }
+    return picture;
 }
 
 bool X11ScreenFixture::waitForPicture(const ScreenPicture& expected) {

@@ -28,6 +28,7 @@ struct ScreenPicture {
     explicit ScreenPicture(const CVPixelBuffer& buffer);
     uint32_t at(int x, int y) const { return pixels[static_cast<size_t>(y * width + x)]; }
     void fill(int x, int y, int fillWidth, int fillHeight, uint32_t colour);
+    ScreenPicture part(int x, int y, int partWidth, int partHeight) const;
     bool operator==(const ScreenPicture&) const = default;
 };
 
@@ -38,9 +39,15 @@ protected:
                               std::vector<std::string> options = {});
 
     ScreenCapture::Content content();
-    std::shared_ptr<X11ScreenStream> makeStream(const SCDisplay& display);
-    /// A running stream of the display after its first frame.
-    std::shared_ptr<X11ScreenStream> run(const SCDisplay& display);
+    std::shared_ptr<X11ScreenStream> makeStream(const SCContentFilter& filter);
+    std::shared_ptr<X11ScreenStream> makeStream(const SCDisplay& display) {
+        return makeStream({SCContentFilter::Display{display, {}, {}}});
+    }
+    /// A running stream after its first frame.
+    std::shared_ptr<X11ScreenStream> run(const SCContentFilter& filter);
+    std::shared_ptr<X11ScreenStream> run(const SCDisplay& display) {
+        return run({SCContentFilter::Display{display, {}, {}}});
+    }
     std::shared_ptr<X11ScreenStream> run() { return run(content().content.displays.at(0)); }
     std::optional<SystemError> start(X11ScreenStream& stream);
     void stop(X11ScreenStream& stream);
@@ -53,6 +60,8 @@ protected:
     bool waitForPicture(const ScreenPicture& expected);
     bool waitForColour(int x, int y, uint32_t colour);
     std::optional<ScreenPicture> newestPicture() const;
+    /// What another program sees of the root window, or of the window with that id: ImageMagick's import.
+    ScreenPicture screenshot(const std::string& window = "root") const;
 
     XvfbServer server;
     X11Painter painter;

@@ -203,17 +203,6 @@ TEST_F(X11ScreenStreamTest, aStoppedStreamCanStartAgain) {
     stop(*stream);
 }
 
-TEST_F(X11ScreenStreamTest, aWindowByItselfIsRefusedInASentence) {
-    const SCContentFilter filter{SCContentFilter::DesktopIndependentWindow{}};
-    try {
-        capture.makeStream(filter, configuration, listener);
-        FAIL() << "not refused";
-    } catch (const SystemError& error) {
-        EXPECT_EQ(error.localizedDescription(), "A single window can't be recorded on this desktop. Record "
-                                                "the display, or a region of it.");
-    }
-}
-
 TEST_F(X11ScreenStreamTest, anotherPixelFormatIsRefused) {
     configuration.pixelFormat = kCVPixelFormatType_420YpCbCr8BiPlanarVideoRange;
     EXPECT_THROW(makeStream(content().content.displays.at(0)), SystemError);

@@ -121,11 +121,10 @@ void X11Capture::run(const Completion& started) {
 
 void X11Capture::open() {
     display = X11Display::open(settings.displayName);
-    damage = std::make_unique<X11DamageWatch>(*display, display->root());
-    source =
-        std::make_unique<X11DisplaySource>(*display, settings.display, settings.configuration.sourceRect);
+    source = makePictureSource(*display, settings.subject, settings.configuration.sourceRect);
+    damage = std::make_unique<X11DamageWatch>(*display, source->watched());
     if (settings.configuration.showsCursor) cursor.watch(*display);
-    if (const auto error = adoptDesktop()) throw SystemError(*error);
+    makePool();
 }
 
 void X11Capture::close() {
@@ -139,20 +138,31 @@ void X11Capture::close() {
 /// A changed size goes into the frames as it is: whoever writes them scales to the size that the movie began
 /// with.
 std::optional<SystemError> X11Capture::adoptDesktop() {
-    const PixelRect before = source->area();
-    if (source->isOutOfDate()) {
-        if (auto error = source->update(*display)) return error;
+    const PixelRect before = source->place().watched;
+    const auto outcome = source->update(*display);
+    if (const auto* error = std::get_if<SystemError>(&outcome)) return *error;
+    cursor.expectMove();
+    if (std::get<X11PictureSource::Update>(outcome) == X11PictureSource::Update::moved) return std::nullopt;
+    const PixelRect now = source->place().watched;
+    if (now.width != before.width || now.height != before.height) {
+        makePool();
+    } else {
+        pool->markStale({0, 0, now.width, now.height});
+        owesFrame = true;
     }
-    if (pool && source->area() == before) return std::nullopt;
+    return std::nullopt;
+}
+
+void X11Capture::makePool() {
     if (pool) pool->detach(*display);
+    const X11PicturePlace& place = source->place();
     const int limit = std::max(settings.configuration.queueDepth, 1);
-    pool = X11PicturePool::make({.width = source->area().width,
-                                 .height = source->area().height,
-                                 .depth = source->depth(),
+    pool = X11PicturePool::make({.width = place.watched.width,
+                                 .height = place.watched.height,
+                                 .depth = place.depth,
                                  .limit = static_cast<size_t>(limit)},
                                 wakeUp);
     owesFrame = true;
-    return std::nullopt;
 }
 
 std::optional<SystemError> X11Capture::captureUntilStopped() {
@@ -183,12 +193,11 @@ std::optional<SystemError> X11Capture::captureUntilStopped() {
     return std::nullopt;
 }
 
-/// A display is off for a moment while it changes its mode: true once that has lasted too long for it.
+/// True once what is recorded has been gone for too long to come back.
 bool X11Capture::hasBeenGone() {
-    constexpr int64_t kLongestChange = kSecond;
     const int64_t now = monotonicNanoseconds();
     if (display->isDead()) return true;
-    if (!goneUntil) goneUntil = now + kLongestChange;
+    if (!goneUntil) goneUntil = now + source->longestAbsence();
     return now >= *goneUntil;
 }
 
@@ -200,12 +209,13 @@ std::optional<SystemError> X11Capture::look(int64_t now) {
         sleep(false, std::nullopt);
         return std::nullopt;
     }
-    if (!takeChanges() && !owesFrame) {
+    const bool isChanged = takeChanges();
+    if (!source->isShown() || (!isChanged && !owesFrame)) {
         earliestLook = now + interval; // changes elsewhere on the desktop cost no more than one look a slot
         return std::nullopt;
     }
-    const PixelRect& area = source->area();
-    if (!pool->refresh(*display, source->drawable(), area.x, area.y, *picture)) return readingFailed(now);
+    const X11PicturePlace& place = source->place();
+    if (!pool->refresh(*display, place.drawable, place.x, place.y, *picture)) return readingFailed(now);
     refusedReads = 0;
     owesFrame = false;
     // A change that waited for the interval to end shows at that instant, not at the later one at which the
@@ -233,7 +243,7 @@ std::optional<SystemError> X11Capture::readingFailed(int64_t now) {
 
 /// Marks what has changed as out of date. True if that is anything within the captured area.
 bool X11Capture::takeChanges() {
-    const PixelRect& area = source->area();
+    const PixelRect& area = source->place().watched;
     bool isChanged = false;
     if (damage->isPending()) {
         for (const PixelRect& rect : damage->take(*display)) {
@@ -243,21 +253,27 @@ bool X11Capture::takeChanges() {
             pool->markStale({inside.x - area.x, inside.y - area.y, inside.width, inside.height});
         }
     }
-    if (settings.configuration.showsCursor) {
-        const bool wasVisible = !intersection(cursor.frame(), area).isEmpty();
-        if (cursor.update(*display)) {
-            isChanged = isChanged || wasVisible || !intersection(cursor.frame(), area).isEmpty();
-        }
-    }
+    if (settings.configuration.showsCursor && pointerHasChanged()) isChanged = true;
     return isChanged;
 }
 
+bool X11Capture::pointerHasChanged() {
+    const PixelRect before = pointer;
+    const bool isOther = cursor.update(*display);
+    const PixelRect& area = source->place().onRoot;
+    const PixelRect frame = cursor.frame();
+    const bool isOnPicture =
+        !intersection(frame, area).isEmpty() && source->isPointedAt(cursor.windowBelow());
+    pointer =
+        isOnPicture ? PixelRect{frame.x - area.x, frame.y - area.y, frame.width, frame.height} : PixelRect{};
+    return !(pointer == before) || (isOther && isOnPicture);
+}
+
 void X11Capture::deliver(X11PicturePool::Picture& picture, int64_t stampNanoseconds) {
-    if (settings.configuration.showsCursor) {
-        const PixelRect& area = source->area();
+    if (!pointer.isEmpty()) {
+        const PixelRect& area = source->place().onRoot;
         cursor.blend(pool->plane(picture), area);
-        const PixelRect covered = intersection(cursor.frame(), area);
-        picture.stale.add({covered.x - area.x, covered.y - area.y, covered.width, covered.height});
+        picture.stale.add(intersection(pointer, {0, 0, area.width, area.height}));
     }
     ++frames;
     const CMSampleTimingInfo timing{kCMTimeInvalid, hostTimeFromNanoseconds(stampNanoseconds),
@@ -268,7 +284,7 @@ void X11Capture::deliver(X11PicturePool::Picture& picture, int64_t stampNanoseco
 }
 
 bool X11Capture::mayHaveChanged() const {
-    return owesFrame || damage->isPending() ||
+    return (owesFrame && source->isShown()) || damage->isPending() ||
            (settings.configuration.showsCursor && cursor.mayHaveChanged());
 }
 

@@ -6,8 +6,8 @@
 #include "Vintra/platform/linux/X11CursorImage.h"
 #include "Vintra/platform/linux/X11DamageWatch.h"
 #include "Vintra/platform/linux/X11Display.h"
-#include "Vintra/platform/linux/X11DisplaySource.h"
 #include "Vintra/platform/linux/X11PicturePool.h"
+#include "Vintra/platform/linux/X11PictureSource.h"
 
 #include <atomic>
 #include <cstdint>
@@ -37,7 +37,7 @@ public:
 
     struct Settings {
         std::string displayName;
-        SCDisplay display;
+        X11PictureSubject subject;
         SCStreamConfiguration configuration;
         std::function<void(const CMSampleBuffer&)> onFrame;
         std::function<void(const SystemError&)> onFailure; ///< at most once, after the last frame
@@ -70,9 +70,11 @@ private:
     std::optional<SystemError> captureUntilStopped();
     std::optional<SystemError> look(int64_t now);
     std::optional<SystemError> adoptDesktop();
+    void makePool();
     bool hasBeenGone();
     std::optional<SystemError> readingFailed(int64_t now);
     bool takeChanges();
+    bool pointerHasChanged();
     void deliver(X11PicturePool::Picture& picture, int64_t stampNanoseconds);
     void handleEvents();
     bool mayHaveChanged() const;
@@ -86,15 +88,16 @@ private:
 
     // The capture's thread alone.
     std::unique_ptr<X11Display> display;
-    std::unique_ptr<X11DisplaySource> source;
+    std::unique_ptr<X11PictureSource> source;
     std::unique_ptr<X11DamageWatch> damage;
     X11CursorImage cursor;
+    PixelRect pointer; ///< what its picture covers of the captured one, and beyond; empty if it isn't on it
     std::shared_ptr<X11PicturePool> pool;
     bool owesFrame = true;            ///< whatever changed or not
     int64_t earliestLook = 0;         ///< nanoseconds of the monotonic clock
     bool sleptForLook = false;        ///< something had changed before `earliestLook`
     int refusedReads = 0;             ///< in a row
-    std::optional<int64_t> goneUntil; ///< set while the display isn't there: when to give up
+    std::optional<int64_t> goneUntil; ///< set while the subject isn't there: when to give up
 
     std::atomic<uint64_t> wakeUps{0};
     std::atomic<uint64_t> frames{0};

@@ -86,14 +86,16 @@ bool X11CursorImage::update(X11Display& display) {
     hasMoved = false;
     const bool isOther = !isCurrent && fetchImage(display);
     ::Window rootUnderPointer = 0;
-    ::Window child = 0;
     int windowX = 0;
     int windowY = 0;
     unsigned buttons = 0;
     // False when the pointer is on another X screen, which this capture doesn't show.
     const bool isHere = XQueryPointer(display.get(), display.root(), &rootUnderPointer, &child, &pointerX,
                                       &pointerY, &windowX, &windowY, &buttons) != 0;
-    if (!isHere) pointerX = pointerY = -65'536;
+    if (!isHere) {
+        pointerX = pointerY = -65'536;
+        child = 0;
+    }
     return isOther || !(frame() == before);
 }
 

@@ -26,6 +26,10 @@ public:
     bool update(X11Display& display);
     /// What the picture covers of the root window; empty while there is none.
     PixelRect frame() const;
+    /// The child of the root window that the pointer is over, as of the last `update`; 0 for none.
+    ::Window windowBelow() const { return child; }
+    /// Something other than the pointer asks for an `update`.
+    void expectMove() { hasMoved = true; }
     /// Draws the picture over `plane`, which shows the part `shown` of the root window.
     void blend(const CVPixelBuffer::Plane& plane, const PixelRect& shown) const;
 
@@ -35,6 +39,7 @@ private:
     std::vector<uint32_t> pixels; ///< ARGB, premultiplied, without row padding
     PixelRect image;              ///< its origin relative to the pointer
     unsigned long serial = 0;     ///< of the picture; the server never gives 0
+    ::Window child = 0;
     int pointerX = 0;
     int pointerY = 0;
     bool isCurrent = false; ///< the picture

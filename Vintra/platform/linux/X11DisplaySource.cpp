@@ -2,40 +2,33 @@
 
 #include "Vintra/platform/linux/X11Monitors.h"
 
-#include <X11/Xutil.h>
 #include <X11/extensions/Xrandr.h>
 
-#include <cmath>
+#include <algorithm>
 
 namespace vintra {
 namespace {
 
-void requireReadablePixels(::Display* connection) {
-    const Visual* const visual = DefaultVisual(connection, DefaultScreen(connection));
-    const int depth = DefaultDepth(connection, DefaultScreen(connection));
-    int bitsPerPixel = 0;
-    int count = 0;
-    if (XPixmapFormatValues* const formats = XListPixmapFormats(connection, &count)) {
-        for (int i = 0; i < count; ++i) {
-            if (formats[i].depth == depth) bitsPerPixel = formats[i].bits_per_pixel;
-        }
-        XFree(formats);
-    }
-    const bool isReadable = visual->c_class == TrueColor && visual->red_mask == 0xff0000 &&
-                            visual->green_mask == 0xff00 && visual->blue_mask == 0xff && bitsPerPixel == 32 &&
-                            ImageByteOrder(connection) == LSBFirst;
-    if (isReadable) return;
+void requireReadablePixels(X11Display& display) {
+    const int screen = DefaultScreen(display.get());
+    const int depth = DefaultDepth(display.get(), screen);
+    if (hasReadablePixels(display, *DefaultVisual(display.get(), screen), depth)) return;
     throw SystemError("x11", 4,
                       "This X display can't be recorded: its pixels have " + std::to_string(depth) +
                           " bits. Set the display to 24-bit colour.");
 }
 
-/// The pixels of `part`, in points of a display that has `frame` on the root window.
+/// The pixels of `part`, in points of a display that has `frame` on the root window. What rounding, or a
+/// display that has become smaller, pushes over an edge is moved back, so that the size stays.
 PixelRect pixelsOf(const CGRect& part, const PixelRect& frame, double scale) {
-    const auto pixels = [scale](double points) { return static_cast<int>(std::lround(points * scale)); };
-    return intersection({frame.x + pixels(part.origin.x), frame.y + pixels(part.origin.y),
-                         pixels(part.size.width), pixels(part.size.height)},
-                        frame);
+    const int width = nearestPixel(part.size.width, scale);
+    const int height = nearestPixel(part.size.height, scale);
+    const int x = nearestPixel(part.origin.x, scale);
+    const int y = nearestPixel(part.origin.y, scale);
+    if (intersection({x, y, width, height}, {0, 0, frame.width, frame.height}).isEmpty()) return {};
+    const int left = std::max(std::min(x, frame.width - width), 0);
+    const int top = std::max(std::min(y, frame.height - height), 0);
+    return intersection({frame.x + left, frame.y + top, width, height}, frame);
 }
 
 } // namespace
@@ -44,9 +37,8 @@ X11DisplaySource::X11DisplaySource(X11Display& display, const SCDisplay& capture
                                    std::optional<CGRect> aSourceRect)
     : displayID(captured.displayID)
     , sourceRect(aSourceRect)
-    , root(display.root())
-    , depth_(DefaultDepth(display.get(), DefaultScreen(display.get()))) {
-    requireReadablePixels(display.get());
+    , root(display.root()) {
+    requireReadablePixels(display);
     int errorBase = 0;
     if (XRRQueryExtension(display.get(), &randrEvents, &errorBase)) {
         XRRSelectInput(display.get(), root,
@@ -55,7 +47,10 @@ X11DisplaySource::X11DisplaySource(X11Display& display, const SCDisplay& capture
         randrEvents = -1;
     }
     XSelectInput(display.get(), root, StructureNotifyMask);
-    if (const auto error = update(display)) throw SystemError(*error);
+    place_.drawable = root;
+    place_.depth = DefaultDepth(display.get(), DefaultScreen(display.get()));
+    const auto outcome = update(display);
+    if (const auto* error = std::get_if<SystemError>(&outcome)) throw SystemError(*error);
 }
 
 void X11DisplaySource::handle(XEvent& event) {
@@ -67,19 +62,22 @@ void X11DisplaySource::handle(XEvent& event) {
     outOfDate = true;
 }
 
-std::optional<SystemError> X11DisplaySource::update(X11Display& display) {
+std::variant<X11PictureSource::Update, SystemError> X11DisplaySource::update(X11Display& display) {
     outOfDate = true;
     const auto monitor = findMonitor(display, displayID);
     if (display.isDead()) return X11Display::serverGone();
     if (!monitor) {
         return SystemError("x11", 5, "The display to record isn't there: it was unplugged or switched off.");
     }
-    area_ = sourceRect ? pixelsOf(*sourceRect, monitor->frame, readScale(display)) : monitor->frame;
-    if (area_.isEmpty()) {
-        return SystemError("x11", 6, "The area to record lies outside of its display.");
-    }
+    const PixelRect before = place_.onRoot;
+    const PixelRect area =
+        evenSized(sourceRect ? pixelsOf(*sourceRect, monitor->frame, readScale(display)) : monitor->frame);
+    if (area.isEmpty()) return SystemError("x11", 6, "The area to record lies outside of its display.");
+    place_.x = area.x;
+    place_.y = area.y;
+    place_.watched = place_.onRoot = area;
     outOfDate = false;
-    return std::nullopt;
+    return area == before ? Update::moved : Update::renewed;
 }
 
 } // namespace vintra

@@ -113,8 +113,19 @@ double readScale(X11Display& display) {
     return 1;
 }
 
-int pointsFromPixels(int pixels, double scale) {
-    return static_cast<int>(std::lround(pixels / scale));
+int wholePointsCovering(int pixels, double scale) {
+    return static_cast<int>(std::ceil(pixels / scale));
+}
+
+double pointsCovering(int pixels, double scale) {
+    double points = pixels / scale;
+    while (points * scale < pixels)
+        points = std::nextafter(points, HUGE_VAL);
+    return points;
+}
+
+int nearestPixel(double points, double scale) {
+    return static_cast<int>(std::lround(points * scale));
 }
 
 } // namespace vintra

@@ -32,7 +32,12 @@ std::optional<X11Monitor> findMonitor(X11Display& display, uint32_t displayID);
 /// where the desktop hasn't set it.
 double readScale(X11Display& display);
 
-/// A length in points: `pixels` over `scale`, rounded to nearest.
-int pointsFromPixels(int pixels, double scale);
+/// The fewest whole points that cover so many pixels.
+int wholePointsCovering(int pixels, double scale);
+/// `pixels` over `scale`, so that `scale` times it is never less than `pixels`: a product that was rounded
+/// down would lose a pixel.
+double pointsCovering(int pixels, double scale);
+/// The pixel nearest to a length in points.
+int nearestPixel(double points, double scale);
 
 } // namespace vintra

@@ -17,8 +17,8 @@ void X11ScreenCapture::getShareableContent(bool excludingDesktopWindows, bool on
         const double scale = readScale(*display);
         for (const X11Monitor& monitor : readMonitors(*display)) {
             result.content.displays.push_back({monitor.displayID,
-                                               pointsFromPixels(monitor.frame.width, scale),
-                                               pointsFromPixels(monitor.frame.height, scale)});
+                                               wholePointsCovering(monitor.frame.width, scale),
+                                               wholePointsCovering(monitor.frame.height, scale)});
         }
         const X11WindowList list = readWindowList(
             *display, scale,
@@ -38,15 +38,13 @@ std::shared_ptr<SCStream> X11ScreenCapture::makeStream(const SCContentFilter& fi
     if (configuration.pixelFormat != kCVPixelFormatType_32BGRA) {
         throw SystemError("x11", 11, "The screen can be recorded in the pixel format BGRA alone.");
     }
-    const auto* const display = std::get_if<SCContentFilter::Display>(&filter.content);
-    if (!display) {
-        throw SystemError(
-            "x11", 12,
-            "A single window can't be recorded on this desktop. Record the display, or a region "
-            "of it.");
+    X11PictureSubject subject;
+    if (const auto* window = std::get_if<SCContentFilter::DesktopIndependentWindow>(&filter.content)) {
+        subject = window->window;
+    } else {
+        subject = std::get<SCContentFilter::Display>(filter.content).display;
     }
-    return std::make_shared<X11ScreenStream>(displayName, display->display, configuration,
-                                             std::move(delegate));
+    return std::make_shared<X11ScreenStream>(displayName, subject, configuration, std::move(delegate));
 }
 
 } // namespace vintra

@@ -6,8 +6,8 @@
 
 namespace vintra {
 
-/// What can be captured of an X desktop: the displays that RandR tells, whole or a part. A window by itself
-/// is refused. The windows of excluded applications are recorded where they show, since the server hands out
+/// What can be captured of an X desktop: the displays that RandR tells, whole or a part, and single windows.
+/// The windows of excluded applications are recorded where they show, since the server hands out
 /// a display only as a whole. Main thread; completions are called at once.
 class X11ScreenCapture : public ScreenCapture {
 public:

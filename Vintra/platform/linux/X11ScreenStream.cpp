@@ -6,11 +6,11 @@
 
 namespace vintra {
 
-X11ScreenStream::X11ScreenStream(std::string aDisplayName, SCDisplay aDisplay,
+X11ScreenStream::X11ScreenStream(std::string aDisplayName, X11PictureSubject aSubject,
                                  SCStreamConfiguration aConfiguration,
                                  std::weak_ptr<SCStreamDelegate> aDelegate)
     : displayName(std::move(aDisplayName))
-    , display(aDisplay)
+    , subject(std::move(aSubject))
     , configuration(aConfiguration)
     , delegate(std::move(aDelegate)) {}
 
@@ -34,7 +34,7 @@ void X11ScreenStream::startCapture(std::function<void(std::optional<SystemError>
     }
     if (capture) capture->end();
     const std::weak_ptr<X11ScreenStream> weakStream = weak_from_this();
-    X11Capture::Settings settings{displayName, display, configuration, {}, {}};
+    X11Capture::Settings settings{displayName, subject, configuration, {}, {}};
     settings.onFrame = [weakStream, to = outputs](const CMSampleBuffer& sample) {
         for (const Output& each : to) {
             each.queue->async([weakStream, output = each.output, sample] {

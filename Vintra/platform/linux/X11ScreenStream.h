@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Vintra/platform/ScreenCapture.h"
+#include "Vintra/platform/linux/X11PictureSource.h"
 
 #include <memory>
 #include <string>
@@ -10,12 +11,13 @@ namespace vintra {
 
 class X11Capture;
 
-/// A stream of a display of an X desktop. The alpha bytes of its pictures mean nothing. A picture has the
-/// size that its display, or the part of it, has on the screen, whatever size the configuration gives: who
-/// writes it scales. Made by `X11ScreenCapture`. Main thread.
+/// A stream of a display of an X desktop, or of one window. The alpha bytes of its pictures mean nothing: a
+/// window's own translucency shows as if it lay on black. A picture has the size that its subject has on the
+/// screen, less an odd row or column, whatever size the configuration gives: who writes it scales. Made by
+/// `X11ScreenCapture`. Main thread.
 class X11ScreenStream : public SCStream, public std::enable_shared_from_this<X11ScreenStream> {
 public:
-    X11ScreenStream(std::string displayName, SCDisplay display, SCStreamConfiguration configuration,
+    X11ScreenStream(std::string displayName, X11PictureSubject subject, SCStreamConfiguration configuration,
                     std::weak_ptr<SCStreamDelegate> delegate);
     ~X11ScreenStream() override;
 
@@ -36,7 +38,7 @@ private:
     };
 
     const std::string displayName;
-    const SCDisplay display;
+    const X11PictureSubject subject;
     const SCStreamConfiguration configuration;
     const std::weak_ptr<SCStreamDelegate> delegate;
     std::vector<Output> outputs;

@@ -1,6 +1,7 @@
 #include "Vintra/platform/linux/X11WindowList.h"
 
 #include "Vintra/platform/linux/PixelRegion.h"
+#include "Vintra/platform/linux/X11Monitors.h"
 
 #include <X11/Xatom.h>
 #include <X11/Xutil.h>
@@ -141,10 +142,10 @@ X11WindowList readWindowList(X11Display& display, double scale, X11WindowChoice 
         addApplication(display, window, list.applications);
         if (choice.excludesDesktopWindows && isDesktopWindow(display, window)) continue;
         const PixelRect& frame = place->frame;
-        list.windows.push_back(
-            {static_cast<uint32_t>(window),
-             {{frame.x / scale, frame.y / scale}, {frame.width / scale, frame.height / scale}},
-             readTitle(display, window)});
+        list.windows.push_back({static_cast<uint32_t>(window),
+                                {{frame.x / scale, frame.y / scale},
+                                 {pointsCovering(frame.width, scale), pointsCovering(frame.height, scale)}},
+                                readTitle(display, window)});
     }
     return list;
 }
