@@ -17,10 +17,43 @@
 #include "Vintra/platform/linux/PipeWireCaptureDevices.h"
 #include "Vintra/platform/linux/PipeWireConnection.h"
 #include "Vintra/platform/linux/PipeWireDeviceIO.h"
+#include "Vintra/platform/linux/WaylandOutputs.h"
+#include "Vintra/platform/linux/WaylandScreenCapture.h"
+#include "Vintra/platform/linux/WaylandScreens.h"
 #include "Vintra/platform/linux/X11ScreenCapture.h"
 #include "Vintra/platform/linux/X11Screens.h"
 
+#include <cstdlib>
+#include <string_view>
+
 namespace vintra {
+namespace {
+
+std::string_view environment(const char* name) {
+    const char* const value = std::getenv(name);
+    return value ? value : "";
+}
+
+/// WAYLAND_DISPLAY, or XDG_SESSION_TYPE where a service doesn't inherit the former, says that there is a
+/// Wayland desktop; it must also answer, so that a stale variable doesn't hide an X server. An X server
+/// beside it serves the desktop's X programs and shows their windows alone.
+bool isWaylandSession() {
+    const bool isSaid =
+        !environment("WAYLAND_DISPLAY").empty() || environment("XDG_SESSION_TYPE") == "wayland";
+    return isSaid && isWaylandReachable();
+}
+
+void addScreenServices(Platform& services) {
+    if (isWaylandSession()) {
+        services.screenCapture = std::make_shared<WaylandScreenCapture>();
+        services.screens = std::make_shared<WaylandScreens>();
+    } else {
+        services.screenCapture = std::make_shared<X11ScreenCapture>();
+        services.screens = std::make_shared<X11Screens>();
+    }
+}
+
+} // namespace
 
 LinuxPlatform LinuxPlatform::make(std::shared_ptr<LinuxMainThread> mainThread, Settings settings) {
     LinuxPlatform machine;
@@ -38,10 +71,9 @@ LinuxPlatform LinuxPlatform::make(std::shared_ptr<LinuxMainThread> mainThread, S
     services.processInfo = std::make_shared<LinuxProcessInfo>();
     services.assetWriters = std::make_shared<LinuxAssetWriters>();
     services.captureDevices = machine.captureDevices;
-    services.screenCapture = std::make_shared<X11ScreenCapture>();
-    services.screens = std::make_shared<X11Screens>();
     services.windowList = std::make_shared<NoWindowList>();
     services.audioDeviceIO = std::make_shared<PipeWireDeviceIO>(connection);
+    addScreenServices(services);
     services.audioHardware = std::make_shared<PipeWireAudioHardware>(connection, machine.mainThread);
     services.assetProbing = std::make_shared<LinuxAssetProbing>();
     services.workspace = std::make_shared<LinuxWorkspace>();

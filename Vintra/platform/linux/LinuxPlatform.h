@@ -21,7 +21,8 @@ struct LinuxPlatform {
         bool keepsSettingsInMemory = false;
     };
 
-    /// A missing X server or PipeWire server shows as empty lists. Connecting takes its time, so the event
+    /// The screen is that of the Wayland desktop if the session has one that answers, else of the X server. A
+    /// missing desktop or PipeWire server shows as empty lists. Connecting takes its time, so the event
     /// loop is made before and may already watch for signals.
     static LinuxPlatform make(std::shared_ptr<LinuxMainThread> mainThread, Settings settings);
 

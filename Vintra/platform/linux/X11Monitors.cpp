@@ -1,5 +1,7 @@
 #include "Vintra/platform/linux/X11Monitors.h"
 
+#include "Vintra/platform/linux/DisplayID.h"
+
 #include <X11/Xresource.h>
 #include <X11/extensions/Xrandr.h>
 
@@ -10,16 +12,6 @@
 
 namespace vintra {
 namespace {
-
-/// FNV-1a, folded to 16 bits so that a person can type it.
-uint32_t idFromName(const std::string& name) {
-    uint32_t hash = 2'166'136'261u;
-    for (const char character : name) {
-        hash ^= static_cast<unsigned char>(character);
-        hash *= 16'777'619u;
-    }
-    return ((hash >> 16) ^ (hash & 0xffff)) + 1;
-}
 
 bool hasMonitors(X11Display& display) {
     int eventBase = 0;
@@ -82,7 +74,7 @@ std::vector<X11Monitor> readMonitors(X11Display& display) {
                            [id](const X11Monitor& monitor) { return monitor.displayID == id; });
     };
     for (X11Monitor& monitor : monitors) {
-        uint32_t id = idFromName(monitor.name);
+        uint32_t id = displayIDFromName(monitor.name);
         while (isTaken(id))
             id = id % 65'536 + 1;
         monitor.displayID = id;

@@ -1,0 +1,288 @@
+#include "Vintra/platform/linux/WaylandCapture.h"
+
+#include "Vintra/platform/linux/LinuxHostClock.h"
+#include "Vintra/platform/linux/PortalGrant.h"
+#include "Vintra/platform/linux/PortalRestoreTokens.h"
+#include "Vintra/platform/linux/WaylandOutputs.h"
+
+#include <algorithm>
+#include <csignal>
+#include <poll.h>
+#include <pthread.h>
+
+namespace vintra {
+namespace {
+
+constexpr int32_t kSecond = 1'000'000'000; // nanoseconds
+/// From the user's answer to a stream that runs.
+constexpr int64_t kPatience = 10LL * kSecond;
+
+/// Rounded up, so that two stamps so far apart are never nearer than the interval.
+int64_t nanosecondsFrom(CMTime interval) {
+    if (!interval.isNumeric() || interval.value <= 0) return 0;
+    const CMTime nearest = CMTimeConvertScale(interval, kSecond);
+    return nearest < interval ? nearest.value + 1 : nearest.value;
+}
+
+/// Signals are for the main thread; a write to a bus that has gone must not end the process either.
+class AllSignalsBlocked {
+public:
+    AllSignalsBlocked() {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &before);
+    }
+    ~AllSignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before, nullptr); }
+    AllSignalsBlocked(const AllSignalsBlocked&) = delete;
+    AllSignalsBlocked& operator=(const AllSignalsBlocked&) = delete;
+
+private:
+    sigset_t before;
+};
+
+} // namespace
+
+std::shared_ptr<WaylandCapture> WaylandCapture::make(Settings settings) {
+    return std::shared_ptr<WaylandCapture>(new WaylandCapture(std::move(settings)));
+}
+
+WaylandCapture::WaylandCapture(Settings someSettings)
+    : settings(std::move(someSettings))
+    , interval(nanosecondsFrom(settings.configuration.minimumFrameInterval)) {}
+
+void WaylandCapture::start(Completion completion) {
+    const AllSignalsBlocked inheritedByTheThread;
+    thread = std::thread([self = shared_from_this(), started = std::move(completion)] {
+        pthread_setname_np(pthread_self(), "screen capture");
+        self->run(started);
+    });
+}
+
+void WaylandCapture::stop(Completion completion) {
+    {
+        MutexLock lock(mutex);
+        stopping = true;
+        if (!ended) {
+            if (completion) stopCompletions.push_back(std::move(completion));
+            completion = nullptr;
+        }
+    }
+    wakeUp->set();
+    if (completion) completion(std::nullopt);
+}
+
+void WaylandCapture::end() {
+    stop({});
+    if (!thread.joinable()) return;
+    if (thread.get_id() == std::this_thread::get_id()) {
+        thread.detach(); // it is about to end, and keeps this alive until then
+    } else {
+        thread.join();
+    }
+}
+
+bool WaylandCapture::hasEnded() const {
+    MutexLock lock(mutex);
+    return ended;
+}
+
+bool WaylandCapture::isStopping() const {
+    MutexLock lock(mutex);
+    return stopping;
+}
+
+WaylandCapture::Counts WaylandCapture::counts() const {
+    return {wakeUps.load(), frames.load(), leftOut.load()};
+}
+
+void WaylandCapture::run(const Completion& started) {
+    std::optional<SystemError> failure;
+    bool isOpen = false;
+    try {
+        open();
+        isOpen = true;
+    } catch (const SystemError& error) {
+        failure = error;
+    }
+    if (isOpen) {
+        started(std::nullopt);
+        failure = captureUntilStopped();
+    }
+    close();
+
+    std::vector<Completion> stopped;
+    bool endedByItself = false;
+    {
+        MutexLock lock(mutex);
+        ended = true;
+        endedByItself = failure.has_value() && !stopping;
+        stopped.swap(stopCompletions);
+    }
+    if (!isOpen) started(failure);
+    if (isOpen && endedByItself) settings.onFailure(*failure);
+    for (const Completion& completion : stopped)
+        completion(std::nullopt);
+}
+
+void WaylandCapture::open() {
+    double displayWidth = 0; // points
+    PortalScreenCast::Stream granted;
+    if (settings.display) {
+        granted = askForDisplay(*settings.display);
+        displayWidth = settings.display->width;
+    } else {
+        bus = std::make_unique<PortalBus>(settings.desktop.busAddress,
+                                          PortalBus::GivingUp{wakeUp, [this] { return isStopping(); }});
+        session = std::make_unique<PortalScreenCast>(*bus);
+        granted = session->start({.source = PortalScreenCast::Source::window,
+                                  .showsCursor = settings.configuration.showsCursor,
+                                  .restoreToken = {},
+                                  .isRemembered = false});
+    }
+    connect(std::move(granted), displayWidth);
+    awaitStream();
+}
+
+PortalScreenCast::Stream WaylandCapture::askForDisplay(const SCDisplay& display) {
+    const auto outputs = readWaylandOutputs(settings.desktop.displayName);
+    const auto chosen = std::find_if(outputs.begin(), outputs.end(), [&](const WaylandOutput& output) {
+        return output.displayID == display.displayID;
+    });
+    if (chosen == outputs.end()) {
+        throw SystemError("wayland", 5,
+                          "The display to record isn't there: it was unplugged or switched off.");
+    }
+    bus = std::make_unique<PortalBus>(settings.desktop.busAddress,
+                                      PortalBus::GivingUp{wakeUp, [this] { return isStopping(); }});
+    session = std::make_unique<PortalScreenCast>(*bus);
+
+    const std::string& file = settings.desktop.restoreTokensFile;
+    PortalRestoreTokens tokens(file.empty() ? PortalRestoreTokens::standardFile() : URL::fileURL(file));
+    auto granted = session->start({.source = PortalScreenCast::Source::monitor,
+                                   .showsCursor = settings.configuration.showsCursor,
+                                   .restoreToken = tokens.take(chosen->name),
+                                   .isRemembered = true});
+    const std::string other = displayGrantedInstead(granted, *chosen, outputs, session->isOfWlroots());
+    if (!other.empty()) {
+        throw SystemError("portal", 8,
+                          "The desktop was told to share " + other + ", but " + chosen->name +
+                              " is to be recorded. Choose the same one in Vintra and in the desktop's "
+                              "question.");
+    }
+    tokens.keep(chosen->name, granted.restoreToken);
+    return granted;
+}
+
+void WaylandCapture::connect(PortalScreenCast::Stream granted, double displayWidth) {
+    const auto& configuration = settings.configuration;
+    begin = monotonicNanoseconds();
+    copier = std::make_unique<PortalFrameCopier>(
+        PortalFrameCopier::Settings{.sourceRect = displayWidth > 0 ? configuration.sourceRect : std::nullopt,
+                                    .displayWidth = displayWidth,
+                                    .queueDepth = static_cast<size_t>(std::max(configuration.queueDepth, 1)),
+                                    .onFree = wakeUp});
+    stream = std::make_unique<PortalVideoStream>(
+        std::move(granted.remote), granted.node,
+        PortalVideoStream::Listener{.onFormat = [this](const PortalVideoFormat&) { copier->lost(); },
+                                    .onFrame = [this](const PortalFrame& frame) { return tookNotice(frame); },
+                                    .onLoss = [this] { copier->lost(); }});
+}
+
+void WaylandCapture::awaitStream() {
+    const int64_t deadline = monotonicNanoseconds() + kPatience;
+    while (true) {
+        stream->dispatch();
+        bus->dispatch();
+        if (const auto error = problem()) throw SystemError(*error);
+        if (stream->isStreaming()) return;
+        if (isStopping()) {
+            throw SystemError("portal", 5,
+                              "The recording was ended before the desktop had granted the screen.");
+        }
+        if (monotonicNanoseconds() >= deadline) {
+            throw SystemError("pipewire", 4,
+                              "The desktop granted the screen, but its picture doesn't come. See that a "
+                              "PipeWire session manager (wireplumber) is running.");
+        }
+        sleep(deadline);
+    }
+}
+
+/// In this order: memory that the desktop shares before its session.
+void WaylandCapture::close() {
+    stream.reset();
+    copier.reset();
+    session.reset();
+    bus.reset();
+}
+
+std::optional<SystemError> WaylandCapture::problem() const {
+    if (stream->end()) return stream->end();
+    if (copier->problem()) return copier->problem();
+    if (session->isClosed()) {
+        return SystemError("portal", 9, "The desktop ended the sharing of the screen.");
+    }
+    return std::nullopt;
+}
+
+std::optional<SystemError> WaylandCapture::captureUntilStopped() {
+    while (!isStopping()) {
+        stream->dispatch();
+        bus->dispatch();
+        if (auto error = problem()) return error;
+        if (!stream->frame() || waitsForPicture) {
+            sleep(std::nullopt);
+        } else if (monotonicNanoseconds() < earliestNext) {
+            sleep(earliestNext);
+        } else {
+            deliver();
+        }
+    }
+    return std::nullopt;
+}
+
+bool WaylandCapture::tookNotice(const PortalFrame& frame) {
+    if (!copier->look(frame)) return false;
+    // A time that isn't of this clock, or of the picture before the capture, is no use.
+    const int64_t now = monotonicNanoseconds();
+    const int64_t told = frame.nanoseconds.value_or(now);
+    shownAt = told <= now && told > now - kSecond ? std::max(told, begin) : now;
+    return true;
+}
+
+void WaylandCapture::deliver() {
+    const auto picture = copier->copy(*stream->frame());
+    if (!picture) {
+        waitsForPicture = true;
+        ++leftOut;
+        return;
+    }
+    stream->releaseFrame();
+    // A frame that waited for the interval to end shows at that instant, not at the later one at which the
+    // thread woke.
+    const int64_t stamp = std::max(shownAt, earliestNext);
+    earliestNext = stamp + interval;
+    ++frames;
+    const CMSampleTimingInfo timing{kCMTimeInvalid, hostTimeFromNanoseconds(stamp), kCMTimeInvalid};
+    settings.onFrame(CMSampleBuffer::makeVideo(
+        picture, timing, {{{SCStreamFrameInfoStatus, static_cast<int64_t>(SCFrameStatus::complete)}}}));
+}
+
+void WaylandCapture::sleep(std::optional<int64_t> untilNanoseconds) {
+    timespec rest{};
+    if (untilNanoseconds) {
+        const int64_t nanoseconds = std::max<int64_t>(*untilNanoseconds - monotonicNanoseconds(), 0);
+        rest = {nanoseconds / kSecond, nanoseconds % kSecond};
+    }
+    pollfd descriptors[] = {{stream->fileDescriptor(), POLLIN, 0},
+                            {bus->fileDescriptor(), POLLIN, 0},
+                            {wakeUp->fileDescriptor(), POLLIN, 0}};
+    ::ppoll(descriptors, 3, untilNanoseconds ? &rest : nullptr, nullptr);
+    if (descriptors[2].revents != 0) {
+        wakeUp->clear();
+        waitsForPicture = false;
+    }
+    ++wakeUps;
+}
+
+} // namespace vintra
