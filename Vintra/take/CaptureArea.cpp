@@ -1,5 +1,8 @@
-// What of the screen is chosen, as rule and as words.
+// What of the screen is chosen: as rule, as words, and as the control bar shows and changes it.
 
+#include "Vintra/capturearea/RegionGeometry.h"
+#include "Vintra/platform/ProcessInfo.h"
+#include "Vintra/platform/WindowList.h"
 #include "Vintra/take/ScreenRecorderManager.h"
 
 #include <algorithm>
@@ -7,7 +10,11 @@
 namespace vintra {
 namespace {
 
-constexpr double kScaleWithoutScreen = 2.0; // pixels a point of a display that no screen matches
+/// Of 0xRRGGBB.
+NSColor colourOf(uint32_t hex) {
+    const auto part = [hex](int shift) { return static_cast<double>(hex >> shift & 0xff) / 255; };
+    return {part(16), part(8), part(0), 1};
+}
 
 std::string sizeText(CMVideoDimensions size) {
     return std::to_string(size.width) + "×" + std::to_string(size.height);
@@ -42,9 +49,7 @@ std::string ScreenRecorderManager::captureAreaLabel() const {
     }
     if (effectiveCaptureMode() == CaptureModeChoice::region) {
         const CaptureRegion& region = **captureRegion;
-        const auto screen = screenWithNumber(region.displayID);
-        const auto pixels =
-            region.pixelSize(screen ? screen->backingScaleFactor : kScaleWithoutScreen, *aspectPreset);
+        const auto pixels = region.pixelSize(backingScale(region.displayID), *aspectPreset);
         const std::string label = "Area · " + sizeText(cappedSize(pixels.width, pixels.height));
         return *aspectPreset == AspectPreset::freeform ? label : label + " · " + barLabel(*aspectPreset);
     }
@@ -52,6 +57,61 @@ std::string ScreenRecorderManager::captureAreaLabel() const {
     if (!display) return "No display";
     const std::string size = sizeText(cappedSize(display->width, display->height));
     return availableDisplays->size() < 2 ? display->name + " · " + size : size;
+}
+
+BarState ScreenRecorderManager::currentBarState() const {
+    return {.mode = *screenCaptureMode,
+            .aspect = *aspectPreset,
+            .frameRate = *screenFrameRate,
+            .frameRateOptions = {24, 30, 60},
+            .clicksOn = *showMouseClicks,
+            .clicksAvailable = *screenCaptureMode != CaptureModeChoice::window,
+            .clickColour = colourOf(*clickRippleColor),
+            .isRecording = *isRecording};
+}
+
+/// Choosing the region mode again draws a new region.
+void ScreenRecorderManager::chooseCaptureMode(CaptureModeChoice mode) {
+    const bool wasRegion = *screenCaptureMode == CaptureModeChoice::region;
+    screenCaptureMode.set(mode);
+    switch (mode) {
+    case CaptureModeChoice::window:
+        regionGuideVisible.set(true);
+        syncRegionGuide();
+        beginWindowSelection();
+        return;
+    case CaptureModeChoice::region:
+        if (!*captureRegion || wasRegion) {
+            beginRegionSelection();
+            return;
+        }
+        break;
+    case CaptureModeChoice::fullScreen:
+        break;
+    }
+    regionGuideVisible.set(true);
+    syncRegionGuide();
+}
+
+void ScreenRecorderManager::reshapeRegionToAspect() {
+    if (!*captureRegion) return;
+    CaptureRegion region = **captureRegion;
+    const auto screen = screenWithNumber(region.displayID);
+    if (!screen) return;
+    region.rect = reshaped(region.rect, *aspectPreset, screen->frame.size);
+    captureRegion.set(region);
+}
+
+std::vector<PickableWindow> ScreenRecorderManager::pickableWindows() const {
+    return vintra::pickableWindows(platform.windowList->onScreenWindowsExcludingDesktopElements(),
+                                   platform.processInfo->processIdentifier());
+}
+
+std::optional<CaptureRegion> ScreenRecorderManager::selectedWindowRegion() const {
+    if (!*selectedWindowID) return std::nullopt;
+    const auto window = platform.windowList->window(**selectedWindowID);
+    if (!window || !window->bounds) return std::nullopt;
+    return regionOnScreens(*window->bounds, platform.screens->screens());
 }
 
 } // namespace vintra

@@ -13,6 +13,7 @@ std::shared_ptr<ScreenRecorderManager> ScreenRecorderManager::make(Platform plat
     manager->restoreScreenSettings();
     manager->startTask(&ScreenRecorderManager::refreshDisplays);
     manager->refreshAudioDevices();
+    manager->observeScreenChanges();
     return manager;
 }
 

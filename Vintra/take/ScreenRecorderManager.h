@@ -6,13 +6,16 @@
 #include "Vintra/audio/LevelsModel.h"
 #include "Vintra/audio/MonoFormatCache.h"
 #include "Vintra/capturearea/AspectPreset.h"
+#include "Vintra/capturearea/BarState.h"
 #include "Vintra/capturearea/CaptureModeChoice.h"
 #include "Vintra/capturearea/CaptureRegion.h"
+#include "Vintra/capturearea/PickableWindow.h"
 #include "Vintra/platform/AVAssetWriter.h"
 #include "Vintra/platform/CaptureDevices.h"
 #include "Vintra/platform/DispatchQueue.h"
 #include "Vintra/platform/Geometry.h"
 #include "Vintra/platform/Log.h"
+#include "Vintra/platform/Observation.h"
 #include "Vintra/platform/Platform.h"
 #include "Vintra/platform/Published.h"
 #include "Vintra/platform/ScreenCapture.h"
@@ -90,6 +93,12 @@ public:
     Task<> stopRecording();
 
     Task<> refreshDisplays();
+    /// What the control bar's mode buttons do: takes the mode over, and shows what it captures or lets the
+    /// user choose it.
+    void chooseCaptureMode(CaptureModeChoice mode);
+    /// Gives the chosen region the chosen aspect: of the same area around the same centre, within its
+    /// display. Freeform leaves it alone, and so does a display without a screen.
+    void reshapeRegionToAspect();
     void refreshAudioDevices();
     /// Brings a preview in line with its selection. A take needs the previews of its devices running.
     Task<> configureMicPreview();
@@ -104,8 +113,16 @@ public:
     int armedCameraCount() const;
     std::string captureAreaLabel() const;
     CaptureModeChoice effectiveCaptureMode() const;
+    BarState currentBarState() const;
+    /// The windows that may be chosen, front to back; empty where windows can't be read.
+    std::vector<PickableWindow> pickableWindows() const;
+    /// Where the chosen window is now: on the screen that shows most of it, else the main one. Nothing if
+    /// none is chosen or it has gone.
+    std::optional<CaptureRegion> selectedWindowRegion() const;
     /// The chosen display, else the first; nothing without displays.
     std::optional<CaptureDisplay> effectiveDisplay() const;
+    /// Pixels a point of the display's screen; 2 if no screen matches the display.
+    double backingScale(uint32_t displayID) const;
     URL outputFolder(const std::string& forStoredPath) const;
     URL defaultOutputFolder() const;
     /// The folder, made if it is missing. Throws `SystemError`.
@@ -409,8 +426,7 @@ private:
     Task<> handleStreamStopped(SystemError error);
     /// Takes effect with the click overlay: the one window of this program that a take shows.
     Task<std::optional<SCWindow>> placeClickHighlight(const std::optional<NSScreen>& screen);
-    /// Where the chosen window is now, in points; nothing until windows can be picked.
-    std::optional<CGRect> selectedWindowRegion() const;
+    void observeScreenChanges();
 
     // -- The computer's own sound (OutputRouting.cpp)
     // -------------------------------------------------------------- Not built yet: there is no relay, so a
@@ -429,6 +445,10 @@ private:
     // windows and the marker key are built.
 
     void syncRegionGuide();
+    void showRegionGuideOnFirstLoad();
+    void beginRegionSelection();
+    void beginWindowSelection();
+    void startWindowFrameTracking();
     void syncClickHighlight();
     void refreshFloatingPreviewContent();
     void refreshExtraCameraWindows();
@@ -443,6 +463,7 @@ private:
     void handleSelectionChanges();
     Task<> applyComputerAudioChoice();
     void persistCaptureRegion();
+    void restoreCaptureRegion();
 
     /// Runs an operation later on the main thread, unless the controller has gone by then.
     void startTask(Task<> (ScreenRecorderManager::*operation)());
@@ -489,6 +510,8 @@ private:
     bool reportedFrameLoss = false;
     bool wasWindowCapture = false;
     std::optional<CGSize> recordingWindowSize; ///< points
+    bool hasShownInitialRegionGuide = false;
+    Observation screenChanges;
 
     // -- Shared with the sample callbacks, each behind a lock of its own
     // -------------------------------------------

@@ -51,6 +51,11 @@ std::optional<NSScreen> ScreenRecorderManager::screenWithNumber(uint32_t number)
     return std::nullopt;
 }
 
+double ScreenRecorderManager::backingScale(uint32_t displayID) const {
+    const auto screen = screenWithNumber(displayID);
+    return screen ? screen->backingScaleFactor : kScaleWithoutScreen;
+}
+
 Task<> ScreenRecorderManager::setUpScreen(TakeInProgress& take) {
     const SCShareableContent content = co_await shareableContent();
     if (content.displays.empty()) throw RecordingError::noDisplay();
@@ -165,7 +170,7 @@ Task<> ScreenRecorderManager::refreshDisplays() {
     std::vector<CaptureDisplay> displays;
     for (const SCDisplay& display : content.displays) {
         const auto screen = screenWithNumber(display.displayID);
-        const double scale = screen ? screen->backingScaleFactor : kScaleWithoutScreen;
+        const double scale = backingScale(display.displayID);
         displays.push_back(
             {.id = display.displayID,
              .name = screen ? screen->localizedName : "Display " + std::to_string(display.displayID),
@@ -177,6 +182,14 @@ Task<> ScreenRecorderManager::refreshDisplays() {
         return display.id == *selectedDisplayID;
     });
     if (*selectedDisplayID && !displays.empty() && !listed) selectedDisplayID.set(std::nullopt);
+    showRegionGuideOnFirstLoad();
+}
+
+void ScreenRecorderManager::observeScreenChanges() {
+    screenChanges = platform.screens->observeChanges([weak = weak_from_this()] {
+        const auto self = weak.lock();
+        if (self) self->startTask(&ScreenRecorderManager::refreshDisplays);
+    });
 }
 
 std::optional<CaptureDisplay> ScreenRecorderManager::effectiveDisplay() const {
@@ -189,10 +202,6 @@ std::optional<CaptureDisplay> ScreenRecorderManager::effectiveDisplay() const {
 
 Task<std::optional<SCWindow>> ScreenRecorderManager::placeClickHighlight(const std::optional<NSScreen>&) {
     co_return std::nullopt;
-}
-
-std::optional<CGRect> ScreenRecorderManager::selectedWindowRegion() const {
-    return std::nullopt;
 }
 
 } // namespace vintra

@@ -51,13 +51,19 @@ void ScreenRecorderManager::restoreScreenSettings() {
             vintra::aspectPreset(stringForKey(defaults, "captureAspectPreset").value_or(""))) {
         aspectPreset.set(*aspect);
     }
-    const auto region = doublesForKey(defaults, "captureRegion");
-    if (region && region->size() == 5 && (*region)[0] >= 0 &&
-        (*region)[0] <= static_cast<double>(kLargestID)) {
-        captureRegion.set(
-            CaptureRegion{.displayID = static_cast<uint32_t>((*region)[0]),
-                          .rect = {{(*region)[1], (*region)[2]}, {(*region)[3], (*region)[4]}}});
-    }
+    restoreCaptureRegion();
+}
+
+/// The display need not be there: the region waits for it.
+void ScreenRecorderManager::restoreCaptureRegion() {
+    const auto stored = doublesForKey(*platform.userDefaults, "captureRegion");
+    if (!stored || stored->size() != 5) return;
+    const double displayID = (*stored)[0];
+    if (!(displayID >= 0 && displayID <= static_cast<double>(kLargestID))) return;
+    captureRegion.set(CaptureRegion{.displayID = static_cast<uint32_t>(displayID),
+                                    .rect = {{(*stored)[1], (*stored)[2]}, {(*stored)[3], (*stored)[4]}}});
+    persistCaptureRegion();
+    syncRegionGuide();
 }
 
 void ScreenRecorderManager::persistSettingsOnChange() {
@@ -86,17 +92,36 @@ void ScreenRecorderManager::persistSettingsOnChange() {
         defaults->set("dawGainDB", *dawGainDB);
         syncRoutingCache();
     });
-    screenFrameRate.onChange(
-        [this, defaults](int) { defaults->set("screenFrameRate", static_cast<int64_t>(*screenFrameRate)); });
-    selectedDisplayID.onChange(
-        [this, persistID](const auto&) { persistID("selectedDisplayID", *selectedDisplayID); });
-    selectedWindowID.onChange(
-        [this, persistID](const auto&) { persistID("selectedWindowID", *selectedWindowID); });
-    screenCaptureMode.onChange(
-        [this, defaults](auto) { defaults->set("screenCaptureMode", rawValue(*screenCaptureMode)); });
-    aspectPreset.onChange(
-        [this, defaults](auto) { defaults->set("captureAspectPreset", rawValue(*aspectPreset)); });
-    captureRegion.onChange([this](const auto&) { persistCaptureRegion(); });
+    screenFrameRate.onChange([this, defaults](int) {
+        defaults->set("screenFrameRate", static_cast<int64_t>(*screenFrameRate));
+        syncRegionGuide();
+    });
+    selectedDisplayID.onChange([this, persistID](const auto&) {
+        persistID("selectedDisplayID", *selectedDisplayID);
+        syncRegionGuide();
+    });
+    selectedWindowID.onChange([this, persistID](const auto&) {
+        persistID("selectedWindowID", *selectedWindowID);
+        syncRegionGuide();
+    });
+    screenCaptureMode.onChange([this, defaults](auto) {
+        defaults->set("screenCaptureMode", rawValue(*screenCaptureMode));
+        syncRegionGuide();
+    });
+    aspectPreset.onChange([this, defaults](auto) {
+        defaults->set("captureAspectPreset", rawValue(*aspectPreset));
+        reshapeRegionToAspect();
+        syncRegionGuide();
+    });
+    captureRegion.onChange([this](const auto&) {
+        persistCaptureRegion();
+        syncRegionGuide();
+    });
+    showMouseClicks.onChange([this](bool) {
+        syncClickHighlight();
+        syncRegionGuide();
+    });
+    clickRippleColor.onChange([this](uint32_t) { syncRegionGuide(); });
 }
 
 void ScreenRecorderManager::persistCaptureRegion() {

@@ -101,7 +101,7 @@ std::optional<std::string> ScreenRecorderManager::windowSizeNote() const {
     const auto region = selectedWindowRegion();
     if (!region) return std::nullopt;
     const CGSize before = *recordingWindowSize;
-    const CGSize after = region->size;
+    const CGSize after = region->rect.size;
     if (std::fabs(after.width - before.width) <= kWindowSizeTolerance &&
         std::fabs(after.height - before.height) <= kWindowSizeTolerance) {
         return std::nullopt;

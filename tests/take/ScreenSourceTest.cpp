@@ -155,6 +155,9 @@ TEST_F(ScreenSourceTest, theLabelSaysWhatIsCaptured) {
     recorder->captureRegion.set(CaptureRegion{.displayID = 1, .rect = {{0, 0}, {640, 360}}});
     EXPECT_EQ(recorder->captureAreaLabel(), "Area · 1280×720");
     recorder->aspectPreset.set(AspectPreset::square);
+    // The region takes the shape over: 480 points are the side of a square of 640 × 360.
+    EXPECT_EQ(recorder->captureAreaLabel(), "Area · 960×960 · 1:1");
+    recorder->captureRegion.set(CaptureRegion{.displayID = 1, .rect = {{0, 0}, {640, 360}}});
     EXPECT_EQ(recorder->captureAreaLabel(), "Area · 720×720 · 1:1");
     recorder->screenCaptureMode.set(CaptureModeChoice::window);
     EXPECT_EQ(recorder->captureAreaLabel(), "Window · none chosen");

@@ -48,6 +48,7 @@ TEST_F(TakePlanTest, aRunBeginsWithNothingArmedButTheScreen) {
 }
 
 TEST_F(TakePlanTest, thePublishedStateBeginsAtItsInitialValues) {
+    recorder = ScreenRecorderManager::make(machine.platform()); // that has not come to its first tasks
     EXPECT_FALSE(*recorder->isRecording);
     EXPECT_FALSE(*recorder->isBusy);
     EXPECT_FALSE(recorder->lastError->has_value());

@@ -6,12 +6,22 @@
 namespace vintra {
 namespace {
 
-TEST(MachineListTest, displaysAndInputsAreTables) {
+KnownDisplay display(const std::string& name) {
+    return {{.id = 66, .name = name, .width = 1920, .height = 1080}, {1536, 864}, 1.25};
+}
+
+TEST(MachineListTest, displaysWindowsAndInputsAreTables) {
     MachineList list;
-    list.displays = {{.id = 66, .name = "Büro", .width = 1920, .height = 1080}};
+    list.displays = {display("Büro")};
+    list.windows = {{.id = 4194307, .appName = "Editor", .title = "Notes", .frame = {{5, 6}, {640, 480}}},
+                    {.id = 7, .appName = "Shell", .title = "", .frame = {{0, 0}, {81.6666, 50}}}};
     list.inputs = {{.id = "usb", .name = "Mixer", .channels = 4}};
-    EXPECT_EQ(textOf(list), "display  name     pixels\n"
-                            "66       Büro  1920×1080\n"
+    EXPECT_EQ(textOf(list), "display  name     pixels    points  scale\n"
+                            "66       Büro  1920×1080  1536×864   1.25\n"
+                            "\n"
+                            "window   application  title    points\n"
+                            "4194307  Editor       Notes   640×480\n"
+                            "7        Shell               81.67×50\n"
                             "\n"
                             "sound input  name   channels\n"
                             "usb          Mixer         4\n");
@@ -20,17 +30,43 @@ TEST(MachineListTest, displaysAndInputsAreTables) {
 TEST(MachineListTest, whatIsMissingHasItsReason) {
     MachineList list;
     list.screenProblem = "No X server answers.";
-    EXPECT_EQ(textOf(list), "No X server answers.\n\nThere is no sound input.\n");
+    EXPECT_EQ(textOf(list), "No X server answers.\n\nThere is no window.\n\nThere is no sound input.\n");
+    list.windowProblem = "Windows are secret here.";
+    EXPECT_EQ(textOf(list), "No X server answers.\n\nWindows are secret here.\n\nThere is no sound input.\n");
+}
+
+TEST(MachineListTest, aTitleKeepsToItsLineAndCommandsNoTerminal) {
+    MachineList list;
+    // A line feed, an escape, the one-character form of the latter's bracket, and a byte that is no UTF-8.
+    const std::string title = "a\nb\x1b[2Jc\xc2\x9b"
+                              "2Jd\xff"
+                              "é";
+    list.windows = {{.id = 1, .appName = "x", .title = title, .frame = {{0, 0}, {50, 60}}}};
+    EXPECT_NE(textOf(list).find("a b [2Jc 2Jd\uFFFDé"), std::string::npos) << textOf(list);
+    const auto object = nlohmann::json::parse(jsonOf(list));
+    EXPECT_EQ(object["windows"][0]["title"], "a\nb\x1b[2Jc\xc2\x9b"
+                                             "2Jd\uFFFDé")
+        << "JSON keeps it, escaped";
 }
 
 TEST(MachineListTest, theObjectNamesEverything) {
     MachineList list;
-    list.displays = {{.id = 66, .name = "\xff", .width = 1920, .height = 1080}};
+    list.displays = {display("\xff")};
+    list.windows = {{.id = 42, .appName = "Editor", .title = "Notes", .frame = {{5, 6}, {640, 480.5}}}};
     list.soundProblem = "No PipeWire server answers.";
     const auto object = nlohmann::json::parse(jsonOf(list));
     EXPECT_EQ(object["displays"][0]["id"], 66);
     EXPECT_EQ(object["displays"][0]["width"], 1920);
+    EXPECT_EQ(object["displays"][0]["scale"], 1.25);
+    EXPECT_EQ(object["displays"][0]["points"]["height"], 864);
     EXPECT_TRUE(object["screenProblem"].is_null());
+    ASSERT_EQ(object["windows"].size(), 1u);
+    EXPECT_EQ(object["windows"][0]["id"], 42);
+    EXPECT_EQ(object["windows"][0]["application"], "Editor");
+    EXPECT_EQ(object["windows"][0]["title"], "Notes");
+    EXPECT_EQ(object["windows"][0]["points"]["width"], 640);
+    EXPECT_EQ(object["windows"][0]["points"]["height"], 480.5);
+    EXPECT_TRUE(object["windowProblem"].is_null());
     EXPECT_EQ(object["inputs"].size(), 0u);
     EXPECT_EQ(object["soundProblem"], "No PipeWire server answers.");
 }

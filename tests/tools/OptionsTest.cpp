@@ -88,21 +88,74 @@ TEST(OptionsTest, valuesOutsideTheirListsAreRefusedWithTheList) {
 }
 
 TEST(OptionsTest, anOptionWithoutItsValueIsRefused) {
-    for (const char* option : {"--seconds", "--folder", "--name", "--display", "--fps", "--codec", "--mic",
-                               "--mic-name", "--mic-gain", "--input", "--timeline"})
+    for (const char* option :
+         {"--seconds", "--folder", "--name", "--display", "--region", "--window", "--aspect", "--fps",
+          "--codec", "--mic", "--mic-name", "--mic-gain", "--input", "--timeline"})
         EXPECT_EQ(refused({option}), std::string(option) + " takes something after it.");
     EXPECT_EQ(refused({"--json=yes"}), "--json takes nothing after it.");
     EXPECT_NE(refused({"--folder", ""}).find("--folder"), std::string::npos);
 }
 
 TEST(OptionsTest, whatIsNotBuiltYetIsRefusedByName) {
-    for (const char* option :
-         {"--region", "--window", "--aspect", "--computer-audio", "--monitor", "--low-latency",
-          "--virtual-input", "--camera", "--camera-1080p", "--region=0,0,8,8"}) {
+    for (const char* option : {"--computer-audio", "--monitor", "--low-latency", "--virtual-input",
+                               "--camera", "--camera-1080p", "--camera=front"}) {
         const std::string name = std::string(option).substr(0, std::string(option).find('='));
         const std::string sentence = refused({option, "1"});
         EXPECT_TRUE(sentence.starts_with(name + " can't be used yet: ")) << sentence;
     }
+}
+
+TEST(OptionsTest, aRegionIsFourNumbersFromTheTopLeft) {
+    EXPECT_EQ(accepted({"--region", "10,20.5,300,200"}).region, (CGRect{{10, 20.5}, {300, 200}}));
+    EXPECT_EQ(accepted({"--region=0,0,1e3,0.5"}).region, (CGRect{{0, 0}, {1000, 0.5}}));
+    EXPECT_EQ(accepted({"--region", "0,0,8,8", "--display", "5"}).display, 5u);
+    EXPECT_EQ(refused({"--region", "0,0,1280"}),
+              "--region takes four numbers X,Y,W,H, such as 0,0,1280,720: where the region begins, from the "
+              "display's top left, and its size above 0, not “0,0,1280”.");
+    for (const char* text :
+         {"", "1,2,3,4,5", "1,2,3,4,", ",1,2,3", "1,,3,4", "1 ,2,3,4", "1;2;3;4", "a,b,c,d", "0,0,0,10",
+          "0,0,10,0", "0,0,-5,10", "0,0,10,-5", "-1,0,10,10", "0,-1,10,10", "nan,0,10,10", "0,0,inf,10",
+          "0,0,nan,10", "0x10,0,10,10", "10x20+30+40"})
+        EXPECT_TRUE(refused({"--region", text}).starts_with("--region takes four numbers")) << text;
+}
+
+TEST(OptionsTest, anAspectNeedsItsRegion) {
+    EXPECT_EQ(accepted({"--region", "0,0,64,64"}).aspect, AspectPreset::freeform);
+    EXPECT_EQ(accepted({"--aspect", "vertical", "--region", "0,0,64,64"}).aspect, AspectPreset::vertical);
+    EXPECT_EQ(accepted({"--region", "0,0,64,64", "--aspect=square"}).aspect, AspectPreset::square);
+    EXPECT_EQ(refused({"--region", "0,0,64,64", "--aspect", "16:9"}),
+              "--aspect takes freeform, widescreen, vertical or square, not “16:9”.");
+    EXPECT_EQ(refused({"--aspect", "square"}), "--aspect needs a --region.");
+}
+
+TEST(OptionsTest, aWindowIsADecimalOrHexNumber) {
+    EXPECT_EQ(accepted({"--window", "4194307"}).window, 4194307u);
+    EXPECT_EQ(accepted({"--window", "0x400003"}).window, 4194307u);
+    EXPECT_EQ(accepted({"--window=0XFFffFFff"}).window, 4294967295u);
+    EXPECT_EQ(accepted({"--window", "0"}).window, 0u);
+    for (const char* text : {"", "0x", "x10", "0x1G", "0x-1", "0x+1", "-1", "1.5", "4294967296",
+                             "0x100000000", "0x10000000000000000", "Notes", "12 "})
+        EXPECT_EQ(refused({"--window", text}),
+                  std::string("--window takes the number of a window as --list shows it, or in hex as 0x2A, "
+                              "not “") +
+                      text + "”.");
+}
+
+TEST(OptionsTest, oneThingOfTheScreenIsRecorded) {
+    const std::vector<std::string> window{"--window", "5"};
+    const auto besideWindow = [&](const std::string& option, const std::string& value) {
+        std::vector<std::string> arguments{option, value};
+        arguments.insert(arguments.end(), window.begin(), window.end());
+        return refused(arguments);
+    };
+    EXPECT_EQ(besideWindow("--display", "1"), "--display has no place beside --window.");
+    EXPECT_EQ(besideWindow("--region", "0,0,8,8"), "--region has no place beside --window.");
+    EXPECT_EQ(besideWindow("--aspect", "square"), "--aspect has no place beside --window.");
+    for (const auto& [option, value] : std::vector<std::pair<std::string, std::string>>{
+             {"--region", "0,0,8,8"}, {"--window", "5"}, {"--aspect", "square"}})
+        EXPECT_EQ(refused({"--no-screen", "--mic", "a", option, value}),
+                  option + " has no place beside --no-screen.");
+    EXPECT_EQ(refused({"--list", "--window", "5"}), "--window has no place beside --list.");
 }
 
 TEST(OptionsTest, whatBelongsToNothingIsRefused) {
@@ -133,9 +186,9 @@ TEST(OptionsTest, aListMayBeInJSON) {
 TEST(OptionsTest, helpIsGivenWhateverElseIsThere) {
     EXPECT_EQ(accepted({"--no-screen", "--help"}).command, Options::Command::help);
     EXPECT_EQ(accepted({"-h"}).command, Options::Command::help);
-    for (const char* option :
-         {"--list", "--seconds", "--folder", "--name", "--no-screen", "--display", "--fps", "--codec",
-          "--mic ", "--mic-name", "--mic-gain", "--input", "--timeline", "--json", "--verbose"})
+    for (const char* option : {"--list", "--seconds", "--folder", "--name", "--no-screen", "--display",
+                               "--region", "--window", "--aspect", "--fps", "--codec", "--mic ", "--mic-name",
+                               "--mic-gain", "--input", "--timeline", "--json", "--verbose"})
         EXPECT_NE(usageText().find(option), std::string::npos) << option;
 }
 

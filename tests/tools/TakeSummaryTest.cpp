@@ -59,6 +59,14 @@ TEST(TakeSummaryTest, warningsStandOneToALineAndTheTakeIsSaved) {
     EXPECT_EQ(summary.exitCode(), 0);
 }
 
+TEST(TakeSummaryTest, whatTheScreenMovieShowsIsNamed) {
+    TakeSummary summary = saved();
+    summary.screen = "Area · 640×360 · 16:9";
+    EXPECT_NE(tableOf(summary).find("\nScreen: Area · 640×360 · 16:9\n"), std::string::npos)
+        << tableOf(summary);
+    EXPECT_EQ(nlohmann::json::parse(jsonOf(summary))["screen"], "Area · 640×360 · 16:9");
+}
+
 TEST(TakeSummaryTest, aTakeThatDidNotStartHasItsReasonAndNoTable) {
     TakeSummary summary;
     summary.status = "Failed to start";
@@ -85,6 +93,7 @@ TEST(TakeSummaryTest, theObjectHasEveryMemberAlways) {
     EXPECT_EQ(object["status"], "Saved");
     EXPECT_TRUE(object["lastError"].is_null());
     EXPECT_EQ(object["folder"], "/films");
+    EXPECT_TRUE(object["screen"].is_null());
     EXPECT_TRUE(object["timeline"].is_null());
     EXPECT_TRUE(object["warnings"].is_array());
     ASSERT_EQ(object["files"].size(), 2u);

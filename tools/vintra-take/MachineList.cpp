@@ -1,7 +1,10 @@
 #include "tools/vintra-take/MachineList.h"
 
+#include "Vintra/platform/UTF8.h"
+#include "tools/vintra-take/Numbers.h"
 #include "tools/vintra-take/TextTable.h"
 
+#include <cmath>
 #include <nlohmann/json.hpp>
 
 namespace vintra {
@@ -13,42 +16,84 @@ ordered_json jsonOfProblem(const std::optional<std::string>& problem) {
     return problem ? ordered_json(*problem) : ordered_json();
 }
 
+ordered_json jsonOfSize(CGSize size) {
+    return {{"width", size.width}, {"height", size.height}};
+}
+
+/// Points, to the hundredth.
+std::string sizeText(CGSize size) {
+    const auto text = [](double points) { return plainNumber(std::round(points * 100) / 100); };
+    return text(size.width) + "×" + text(size.height);
+}
+
+/// Other programs' texts hold what they like; a table has room for one line, and a terminal obeys control
+/// characters.
+std::string lineOf(const std::string& text) {
+    std::string line;
+    for (size_t offset = 0; offset < text.size();) {
+        const UTF8Scalar scalar = scalarAt(text, offset);
+        const bool isControl = scalar.value < 0x20 || (scalar.value >= 0x7f && scalar.value < 0xa0);
+        appendScalar(line, isControl ? ' ' : scalar.value);
+        offset += scalar.length;
+    }
+    return line;
+}
+
+std::string displaysText(const MachineList& list) {
+    if (list.displays.empty()) return list.screenProblem.value_or("There is no display.") + "\n";
+    TextTable table({"display", "name", "pixels", "points", "scale"});
+    for (const KnownDisplay& known : list.displays) {
+        table.addRow({std::to_string(known.display.id), lineOf(known.display.name),
+                      std::to_string(known.display.width) + "×" + std::to_string(known.display.height),
+                      sizeText(known.points), plainNumber(known.scale)});
+    }
+    return table.text();
+}
+
+std::string windowsText(const MachineList& list) {
+    if (list.windows.empty()) return list.windowProblem.value_or("There is no window.") + "\n";
+    TextTable table({"window", "application", "title", "points"}, 3);
+    for (const PickableWindow& window : list.windows) {
+        table.addRow({std::to_string(window.id), lineOf(window.appName), lineOf(window.title),
+                      sizeText(window.frame.size)});
+    }
+    return table.text();
+}
+
+std::string inputsText(const MachineList& list) {
+    if (list.inputs.empty()) return list.soundProblem.value_or("There is no sound input.") + "\n";
+    TextTable table({"sound input", "name", "channels"});
+    for (const KnownInput& input : list.inputs)
+        table.addRow({input.id, lineOf(input.name), std::to_string(input.channels)});
+    return table.text();
+}
+
 } // namespace
 
 std::string textOf(const MachineList& list) {
-    std::string text;
-    if (list.displays.empty()) {
-        text += list.screenProblem.value_or("There is no display.") + "\n";
-    } else {
-        TextTable table({"display", "name", "pixels"});
-        for (const CaptureDisplay& display : list.displays) {
-            table.addRow({std::to_string(display.id), display.name,
-                          std::to_string(display.width) + "×" + std::to_string(display.height)});
-        }
-        text += table.text();
-    }
-    text += "\n";
-    if (list.inputs.empty()) {
-        text += list.soundProblem.value_or("There is no sound input.") + "\n";
-    } else {
-        TextTable table({"sound input", "name", "channels"});
-        for (const KnownInput& input : list.inputs)
-            table.addRow({input.id, input.name, std::to_string(input.channels)});
-        text += table.text();
-    }
-    return text;
+    return displaysText(list) + "\n" + windowsText(list) + "\n" + inputsText(list);
 }
 
 std::string jsonOf(const MachineList& list) {
     ordered_json object;
     object["displays"] = ordered_json::array();
-    for (const CaptureDisplay& display : list.displays) {
-        object["displays"].push_back({{"id", display.id},
-                                      {"name", display.name},
-                                      {"width", display.width},
-                                      {"height", display.height}});
+    for (const KnownDisplay& known : list.displays) {
+        object["displays"].push_back({{"id", known.display.id},
+                                      {"name", known.display.name},
+                                      {"width", known.display.width},
+                                      {"height", known.display.height},
+                                      {"scale", known.scale},
+                                      {"points", jsonOfSize(known.points)}});
     }
     object["screenProblem"] = jsonOfProblem(list.screenProblem);
+    object["windows"] = ordered_json::array();
+    for (const PickableWindow& window : list.windows) {
+        object["windows"].push_back({{"id", window.id},
+                                     {"application", window.appName},
+                                     {"title", window.title},
+                                     {"points", jsonOfSize(window.frame.size)}});
+    }
+    object["windowProblem"] = jsonOfProblem(list.windowProblem);
     object["inputs"] = ordered_json::array();
     for (const KnownInput& input : list.inputs) {
         object["inputs"].push_back({{"id", input.id}, {"name", input.name}, {"channels", input.channels}});

@@ -27,6 +27,14 @@ std::optional<int64_t> wholeTextAsWholeNumber(const std::string& text) {
     return wholeText<int64_t>(text);
 }
 
+std::optional<int64_t> wholeTextAsHexNumber(const std::string& text) {
+    int64_t number = 0;
+    const char* const end = text.data() + text.size();
+    const auto result = std::from_chars(text.data(), end, number, 16);
+    if (result.ec != std::errc{} || result.ptr != end || number < 0) return std::nullopt;
+    return number;
+}
+
 std::string plainNumber(double number) {
     char buffer[400]; // the longest fixed text of a double has 309 digits before the point
     const auto result = std::to_chars(buffer, buffer + sizeof buffer, number, std::chars_format::fixed);

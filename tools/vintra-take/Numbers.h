@@ -10,6 +10,8 @@ namespace vintra {
 std::optional<double> wholeTextAsNumber(const std::string& text);
 /// The text as a whole number; nothing unless all of it is one that fits.
 std::optional<int64_t> wholeTextAsWholeNumber(const std::string& text);
+/// Likewise in hexadecimal digits alone.
+std::optional<int64_t> wholeTextAsHexNumber(const std::string& text);
 /// The shortest text that reads back as the number: "10", "0.5".
 std::string plainNumber(double number);
 /// With so many digits behind the point.

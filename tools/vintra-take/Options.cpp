@@ -1,6 +1,7 @@
 #include "tools/vintra-take/Options.h"
 
 #include "tools/vintra-take/Numbers.h"
+#include "tools/vintra-take/RegionChoice.h"
 
 #include <algorithm>
 #include <array>
@@ -21,9 +22,6 @@ struct NotBuilt {
     const char* what;
 };
 constexpr std::array kNotBuilt = {
-    NotBuilt{"--region", "recording a part of the screen"},
-    NotBuilt{"--window", "recording one window"},
-    NotBuilt{"--aspect", "choosing the shape of a part of the screen"},
     NotBuilt{"--computer-audio", "recording the computer's own sound"},
     NotBuilt{"--monitor", "listening to the computer's own sound while it is recorded"},
     NotBuilt{"--low-latency", "listening to the computer's own sound while it is recorded"},
@@ -57,6 +55,28 @@ uint32_t displayOf(const std::string& text) {
     if (!value || *value < 0 || *value > std::numeric_limits<uint32_t>::max())
         throw Wrong{"--display takes the number of a display as --list shows it, not “" + text + "”."};
     return static_cast<uint32_t>(*value);
+}
+
+uint32_t windowOf(const std::string& text) {
+    const bool isHex = text.starts_with("0x") || text.starts_with("0X");
+    const auto value = isHex ? wholeTextAsHexNumber(text.substr(2)) : wholeTextAsWholeNumber(text);
+    if (!value || *value < 0 || *value > std::numeric_limits<uint32_t>::max())
+        throw Wrong{"--window takes the number of a window as --list shows it, or in hex as 0x2A, not “" +
+                    text + "”."};
+    return static_cast<uint32_t>(*value);
+}
+
+CGRect regionOf(const std::string& text) {
+    if (const auto region = parseRegion(text)) return *region;
+    throw Wrong{
+        "--region takes four numbers X,Y,W,H, such as 0,0,1280,720: where the region begins, from the "
+        "display's top left, and its size above 0, not “" +
+        text + "”."};
+}
+
+AspectPreset aspectOf(const std::string& text) {
+    if (const auto preset = aspectPreset(text)) return *preset;
+    throw Wrong{"--aspect takes freeform, widescreen, vertical or square, not “" + text + "”."};
 }
 
 int fpsOf(const std::string& text) {
@@ -135,6 +155,12 @@ private:
             options.name = value(option);
         else if (option == "--display")
             options.display = displayOf(value(option));
+        else if (option == "--region")
+            options.region = regionOf(value(option));
+        else if (option == "--window")
+            options.window = windowOf(value(option));
+        else if (option == "--aspect")
+            options.aspect = aspectOf(value(option));
         else if (option == "--fps")
             options.fps = fpsOf(value(option));
         else if (option == "--codec")
@@ -184,13 +210,19 @@ private:
             return;
         }
         if (!options.screen) {
-            for (const char* option : {"--display", "--fps", "--codec"}) {
+            for (const char* option : {"--display", "--region", "--window", "--aspect", "--fps", "--codec"}) {
                 if (has(option)) throw Wrong{std::string(option) + " has no place beside --no-screen."};
             }
             if (!options.mic && options.inputs.empty()) {
                 throw Wrong{"There is nothing to record: with --no-screen give a --mic or an --input."};
             }
         }
+        if (options.window) {
+            for (const char* option : {"--display", "--region", "--aspect"}) {
+                if (has(option)) throw Wrong{std::string(option) + " has no place beside --window."};
+            }
+        }
+        if (has("--aspect") && !options.region) throw Wrong{"--aspect needs a --region."};
         if (!options.mic) {
             for (const char* option : {"--mic-name", "--mic-gain"}) {
                 if (has(option)) throw Wrong{std::string(option) + " needs a --mic."};
@@ -219,7 +251,7 @@ std::variant<Options, UsageError> parseOptions(const std::vector<std::string>& a
 std::string usageText() {
     return R"(vintra-take records a take: one movie of the screen and one WAV per microphone, all on one clock.
 
-    vintra-take --list [--json]      shows the displays and the sound inputs
+    vintra-take --list [--json]      shows the displays, the windows and the sound inputs
     vintra-take [options]            records until --seconds are over, or until SIGINT (Ctrl-C) or SIGTERM
 
   --seconds S                        stop after S seconds
@@ -227,6 +259,11 @@ std::string usageText() {
   --name NAME                        the front part of the files' names (default: session_DATE_TIME)
   --no-screen                        record no screen
   --display ID                       which display (default: the first)
+  --region X,Y,W,H                   only this part of the display, in points from its top left; it must lie
+                                     inside of the display
+  --aspect freeform|widescreen|vertical|square
+                                     hold the region's picture to 16:9, 9:16 or 1:1 (default: freeform)
+  --window ID                        only this window, whatever lies over it
   --fps 24|30|60                     frames a second of the screen movie (default: 60)
   --codec h264|hevc                  its codec (default: h264)
   --mic ID[:CHANNEL]                 record this microphone; channels count from 1

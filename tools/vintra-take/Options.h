@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Vintra/capturearea/AspectPreset.h"
+#include "Vintra/platform/Geometry.h"
 #include "Vintra/timeline/TimelineEditor.h"
 
 #include <cstdint>
@@ -24,7 +26,10 @@ struct Options {
     std::string name;              ///< empty: a generated one
     bool screen = true;
     std::optional<uint32_t> display; ///< nothing: the first
-    std::optional<int> fps;          ///< 24, 30 or 60
+    std::optional<CGRect> region;    ///< points of the display, from its top left
+    AspectPreset aspect = AspectPreset::freeform;
+    std::optional<uint32_t> window;
+    std::optional<int> fps; ///< 24, 30 or 60
     std::optional<ScreenCodec> codec;
     std::optional<std::string> mic; ///< ID[:CHANNEL], to be read against the devices there are
     std::string micName;

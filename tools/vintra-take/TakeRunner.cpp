@@ -4,11 +4,13 @@
 #include "Vintra/platform/HostClock.h"
 #include "Vintra/platform/ProcessInfo.h"
 #include "Vintra/platform/UserDefaults.h"
+#include "Vintra/platform/WindowList.h"
 #include "Vintra/platform/linux/LinuxMainThread.h"
 #include "Vintra/platform/linux/PipeWireCaptureDevices.h"
 #include "Vintra/take/SessionNames.h"
 #include "Vintra/take/Words.h"
 #include "tools/vintra-take/MediaFacts.h"
+#include "tools/vintra-take/RegionChoice.h"
 #include "tools/vintra-take/StatusLine.h"
 
 #include <algorithm>
@@ -48,8 +50,10 @@ void TakeRunner::await(Task<> task) {
 
 MachineList TakeRunner::list() {
     await(manager->refreshDisplays());
-    return {.displays = *manager->availableDisplays,
+    return {.displays = knownDisplays(),
             .screenProblem = screenProblem(),
+            .windows = manager->pickableWindows(),
+            .windowProblem = windowProblem(),
             .inputs = knownInputs(),
             .soundProblem = machine.captureDevices->problem()};
 }
@@ -66,6 +70,20 @@ std::optional<std::string> TakeRunner::screenProblem() {
         });
     machine.mainThread->runUntil([&] { return answered; });
     return problem;
+}
+
+std::optional<std::string> TakeRunner::windowProblem() const {
+    if (machine.namesWindows()) return std::nullopt;
+    return "This desktop doesn't tell programs of its windows: record a display or a region of it.";
+}
+
+std::vector<KnownDisplay> TakeRunner::knownDisplays() const {
+    std::vector<KnownDisplay> displays;
+    for (const CaptureDisplay& display : *manager->availableDisplays) {
+        const double scale = manager->backingScale(display.id);
+        displays.push_back({display, {display.width / scale, display.height / scale}, scale});
+    }
+    return displays;
 }
 
 std::vector<KnownInput> TakeRunner::knownInputs() const {
@@ -99,6 +117,7 @@ std::variant<TakeSummary, UsageError> TakeRunner::run() {
         nothing.status = "Interrupted";
         return nothing;
     }
+    screenLabel = manager->captureAreaLabel();
     await(manager->startRecording(movie));
     if (*manager->isRecording) recordUntilTheEnd();
     if (*manager->isRecording) await(manager->stopRecording());
@@ -115,6 +134,8 @@ std::optional<InputProblem> TakeRunner::choose() {
     if (!options.folder.empty()) machine.services.userDefaults->set("outputFolderPath", options.folder);
     manager->screenEnabled.set(options.screen);
     if (auto problem = chooseDisplay()) return problem;
+    if (auto problem = chooseRegion()) return problem;
+    if (auto problem = chooseWindow()) return problem;
     if (auto problem = chooseMicrophone()) return problem;
     return chooseInputs();
 }
@@ -131,6 +152,38 @@ std::optional<InputProblem> TakeRunner::chooseDisplay() {
                             problem.value_or("--list shows the ones there are.")};
     }
     manager->selectedDisplayID.set(*options.display);
+    return std::nullopt;
+}
+
+/// Of the chosen display, or the first.
+std::optional<InputProblem> TakeRunner::chooseRegion() {
+    if (!options.region) return std::nullopt;
+    const auto display = manager->effectiveDisplay();
+    if (!display) return InputProblem{screenProblem().value_or("There is no display to record a region of.")};
+    for (const KnownDisplay& known : knownDisplays()) {
+        if (known.display.id != display->id) continue;
+        if (const auto problem = regionProblem(*options.region, options.aspect, known))
+            return InputProblem{*problem};
+    }
+    manager->selectedDisplayID.set(display->id);
+    manager->aspectPreset.set(options.aspect);
+    manager->captureRegion.set(CaptureRegion{display->id, *options.region});
+    manager->screenCaptureMode.set(CaptureModeChoice::region);
+    return std::nullopt;
+}
+
+std::optional<InputProblem> TakeRunner::chooseWindow() {
+    if (!options.window) return std::nullopt;
+    const auto window = machine.services.windowList->window(*options.window);
+    if (!window) {
+        std::string advice = "--list shows the ones there are.";
+        if (const auto problem = windowProblem()) advice = *problem;
+        if (const auto problem = screenProblem()) advice = *problem;
+        return InputProblem{"There is no window " + std::to_string(*options.window) + ". " + advice};
+    }
+    manager->selectedWindowID.set(*options.window);
+    manager->selectedWindowTitle.set(window->name);
+    manager->screenCaptureMode.set(CaptureModeChoice::window);
     return std::nullopt;
 }
 
@@ -242,7 +295,10 @@ TakeSummary TakeRunner::summary() {
     summary.warnings = manager->lastTakeWarnings();
     if (const auto& timeline = manager->lastTimelineURL()) summary.timeline = timeline->path();
     if (const auto& take = manager->lastTakeFiles()) {
-        if (take->screen) summary.files.push_back(fileOf(*take->screen, FileKind::screen));
+        if (take->screen) {
+            summary.screen = screenLabel;
+            summary.files.push_back(fileOf(*take->screen, FileKind::screen));
+        }
         for (const URL& url : take->cameras)
             summary.files.push_back(fileOf(url, FileKind::camera));
         for (const URL& url : take->sounds)

@@ -36,9 +36,12 @@ public:
 
 private:
     void await(Task<> task);
+    std::vector<KnownDisplay> knownDisplays() const;
     std::vector<KnownInput> knownInputs() const;
     std::optional<InputProblem> choose();
     std::optional<InputProblem> chooseDisplay();
+    std::optional<InputProblem> chooseRegion();
+    std::optional<InputProblem> chooseWindow();
     std::optional<InputProblem> chooseMicrophone();
     std::optional<InputProblem> chooseInputs();
     void configurePreviews();
@@ -50,6 +53,7 @@ private:
     TakeSummary summary();
     TakeFile fileOf(const URL& url, FileKind kind) const;
     std::optional<std::string> screenProblem();
+    std::optional<std::string> windowProblem() const;
 
     LinuxPlatform& machine;
     const Options options;
@@ -57,6 +61,7 @@ private:
     const std::shared_ptr<ScreenRecorderManager> manager;
     bool interrupted = false;
     std::string folder;
+    std::string screenLabel;
     TaskScope tasks;
 };
 

@@ -72,6 +72,7 @@ std::string tableOf(const TakeSummary& summary) {
             table.addRow(rowOf(file));
         text += "\n" + table.text();
     }
+    if (summary.screen) text += "\nScreen: " + *summary.screen + "\n";
     if (summary.timeline) text += "\nTimeline: " + *summary.timeline + "\n";
     if (!summary.files.empty()) text += "\nThe files are in " + summary.folder + "\n";
     return text;
@@ -83,6 +84,7 @@ std::string jsonOf(const TakeSummary& summary) {
     object["lastError"] =
         summary.lastError ? nlohmann::ordered_json(*summary.lastError) : nlohmann::ordered_json();
     object["folder"] = summary.folder;
+    object["screen"] = summary.screen ? nlohmann::ordered_json(*summary.screen) : nlohmann::ordered_json();
     object["files"] = nlohmann::ordered_json::array();
     for (const TakeFile& file : summary.files)
         object["files"].push_back(jsonOf(file));

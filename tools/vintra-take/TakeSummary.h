@@ -26,6 +26,7 @@ struct TakeSummary {
     std::string status;
     std::optional<std::string> lastError;
     std::string folder;
+    std::optional<std::string> screen; ///< what the screen movie shows
     std::vector<TakeFile> files;
     std::optional<std::string> timeline; ///< path
     std::vector<std::string> warnings;

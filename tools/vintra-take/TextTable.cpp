@@ -5,7 +5,6 @@
 namespace vintra {
 namespace {
 
-constexpr size_t kLeftColumns = 2;
 constexpr size_t kGap = 2;
 
 /// Characters of a UTF-8 text: bytes that don't continue one.
@@ -16,7 +15,8 @@ size_t widthOf(const std::string& text) {
 
 } // namespace
 
-TextTable::TextTable(std::vector<std::string> heads) {
+TextTable::TextTable(std::vector<std::string> heads, size_t someLeftColumns)
+    : leftColumns(someLeftColumns) {
     rows.push_back(std::move(heads));
 }
 
@@ -37,7 +37,7 @@ std::string TextTable::text() const {
         for (size_t column = 0; column < widths.size(); ++column) {
             const std::string space(widths[column] - widthOf(row[column]), ' ');
             if (column > 0) line.append(kGap, ' ');
-            line += column < kLeftColumns ? row[column] + space : space + row[column];
+            line += column < leftColumns ? row[column] + space : space + row[column];
         }
         line.resize(line.find_last_not_of(' ') + 1);
         text += line + "\n";

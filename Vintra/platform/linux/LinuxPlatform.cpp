@@ -89,4 +89,8 @@ LinuxPlatform LinuxPlatform::make(std::shared_ptr<LinuxMainThread> mainThread, S
     return machine;
 }
 
+bool LinuxPlatform::namesWindows() const {
+    return dynamic_cast<const NoWindowList*>(services.windowList.get()) == nullptr;
+}
+
 } // namespace vintra

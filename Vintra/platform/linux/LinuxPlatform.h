@@ -26,6 +26,9 @@ struct LinuxPlatform {
     /// loop is made before and may already watch for signals.
     static LinuxPlatform make(std::shared_ptr<LinuxMainThread> mainThread, Settings settings);
 
+    /// Whether the desktop tells of its windows; if not, none can be chosen by its number.
+    bool namesWindows() const;
+
     Platform services;
     std::shared_ptr<LinuxMainThread> mainThread;
     std::shared_ptr<PipeWireCaptureDevices> captureDevices;
