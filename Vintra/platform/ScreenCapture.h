@@ -39,7 +39,7 @@ struct SCRunningApplication {
 struct SCShareableContent {
     std::vector<SCDisplay> displays;
     std::vector<SCWindow> windows;
-    std::vector<SCRunningApplication> applications;
+    std::vector<SCRunningApplication> applications; ///< those whose windows a stream can leave out
 };
 
 /// One window by itself, whatever lies over it; or a display without some applications' windows, some of

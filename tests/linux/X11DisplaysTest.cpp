@@ -1,5 +1,6 @@
 #include "X11ScreenFixture.h"
 
+#include "Vintra/platform/linux/LinuxMainThread.h"
 #include "Vintra/platform/linux/X11Screens.h"
 
 #include <unistd.h>
@@ -13,7 +14,9 @@ protected:
         ASSERT_TRUE(server.xrandr({"--setmonitor", "LEFT", "400/400x480/480+0+0", "screen"}));
         ASSERT_TRUE(server.xrandr({"--setmonitor", "RIGHT", "240/240x480/480+400+0", "none"}));
     }
-    std::vector<NSScreen> screens() { return X11Screens(server.displayName()).screens(); }
+    std::vector<NSScreen> screens() { return X11Screens(mainThread, server.displayName()).screens(); }
+    std::shared_ptr<LinuxMainThread> mainThread = std::make_shared<LinuxMainThread>();
+
     SCDisplay displayNamed(const std::string& name) {
         for (const NSScreen& screen : screens()) {
             if (screen.localizedName != name) continue;
@@ -141,14 +144,70 @@ TEST_F(X11DisplaysTest, aPartInPointsIsCapturedInItsPixels) {
     stop(*stream);
 }
 
-TEST_F(X11DisplaysTest, windowsAreListedWithFrameTitleAndProgram) {
+TEST_F(X11DisplaysTest, windowsAreListedWithFrameAndTitle) {
     const auto id = painter.openWindow(30, 40, 200, 100, "Übersicht", 4711);
     painter.openWindow(700, 500, 20, 20, "elsewhere", 4711);
     const SCShareableContent shareable = content().content;
     ASSERT_EQ(shareable.windows.size(), 1u);
     EXPECT_EQ(shareable.windows[0],
               (SCWindow{static_cast<uint32_t>(id), CGRect{{30, 40}, {200, 100}}, "Übersicht"}));
-    EXPECT_EQ(shareable.applications, (std::vector<SCRunningApplication>{{4711, "painter"}}));
+    EXPECT_TRUE(shareable.applications.empty()); // none can be left out
+}
+
+TEST_F(X11DisplaysTest, leavingAProgramOutIsRefusedInASentence) {
+    const SCDisplay display = content().content.displays.at(0);
+    try {
+        capture.makeStream({SCContentFilter::Display{display, {{4711, "painter"}}, {}}}, configuration,
+                           listener);
+        FAIL() << "not refused";
+    } catch (const SystemError& error) {
+        EXPECT_EQ(
+            error.localizedDescription(),
+            "A program's windows can't be left out of a recording on this desktop. Move them off what is "
+            "recorded, or record one window by itself.");
+    }
+}
+
+TEST_F(X11DisplaysTest, changesOfTheScreensAreToldOnTheMainThread) {
+    X11Screens watched(mainThread, server.displayName());
+    int told = 0;
+    auto observation = watched.observeChanges([&] {
+        EXPECT_TRUE(mainThread->isCurrent());
+        ++told;
+    });
+    const auto after = [&](int times) {
+        return mainThread->runUntil([&] { return told >= times; }, 10'000'000'000);
+    };
+    ASSERT_TRUE(server.xrandr({"--setmonitor", "RIGHT", "240/240x480/480+400+0", "none"}));
+    EXPECT_TRUE(after(1));
+    EXPECT_EQ(watched.screens().size(), 2u);
+    painter.setResources("Xft.dpi: 192\n");
+    EXPECT_TRUE(after(2));
+    EXPECT_EQ(watched.screens().at(0).backingScaleFactor, 2);
+    painter.setResources("Xft.dpi: 192\nXft.antialias: 1\n"); // not of the screens
+    ASSERT_TRUE(server.xrandr({"--delmonitor", "RIGHT"}));
+    EXPECT_TRUE(after(3));
+    server.kill();
+    EXPECT_TRUE(after(4));
+    EXPECT_TRUE(watched.screens().empty());
+    EXPECT_EQ(told, 4);
+}
+
+TEST_F(X11DisplaysTest, anObserverThatHasGoneIsNotTold) {
+    X11Screens watched(mainThread, server.displayName());
+    int told = 0;
+    int toldGone = 0;
+    auto gone = watched.observeChanges([&] { ++toldGone; });
+    const auto stays = watched.observeChanges([&] { ++told; });
+    gone.reset();
+    ASSERT_TRUE(server.xrandr({"--setmonitor", "RIGHT", "240/240x480/480+400+0", "none"}));
+    EXPECT_TRUE(mainThread->runUntil([&] { return told == 1; }, 10'000'000'000));
+    EXPECT_EQ(toldGone, 0);
+}
+
+TEST_F(X11DisplaysTest, withoutAServerChangesArentTold) {
+    server.kill();
+    EXPECT_EQ(X11Screens(mainThread, server.displayName()).observeChanges([] {}), nullptr);
 }
 
 TEST_F(X11DisplaysTest, withoutAServerTheErrorSaysWhatToDoAndThereAreNoScreens) {

@@ -96,6 +96,13 @@ unsigned long X11Painter::openWindow(int x, int y, int width, int height, const 
     return window;
 }
 
+void X11Painter::setManagedWindows(const std::vector<unsigned long>& windows) {
+    XChangeProperty(display, DefaultRootWindow(display),
+                    XInternAtom(display, "_NET_CLIENT_LIST_STACKING", False), XA_WINDOW, 32, PropModeReplace,
+                    reinterpret_cast<const unsigned char*>(windows.data()), static_cast<int>(windows.size()));
+    XSync(display, False);
+}
+
 void X11Painter::setResources(const std::string& text) {
     XChangeProperty(display, DefaultRootWindow(display), XA_RESOURCE_MANAGER, XA_STRING, 8, PropModeReplace,
                     reinterpret_cast<const unsigned char*>(text.data()), static_cast<int>(text.size()));

@@ -38,6 +38,8 @@ public:
 
     /// A mapped window with a title and a process; its id.
     unsigned long openWindow(int x, int y, int width, int height, const std::string& title, int processID);
+    /// What a window manager says of the windows that it looks after, back to front.
+    void setManagedWindows(const std::vector<unsigned long>& windows);
     /// What a desktop says of itself to programs, such as "Xft.dpi:\t192\n".
     void setResources(const std::string& text);
 

@@ -1,5 +1,6 @@
 #include "X11TestWindow.h"
 
+#include <X11/Xatom.h>
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
 
@@ -37,6 +38,11 @@ X11TestWindow::X11TestWindow(const std::string& displayName, const Settings& set
                           frame != 0 ? kFrameTop : settings.y, width, height,
                           static_cast<unsigned>(settings.border), format.depth, InputOutput, format.visual,
                           CWBackPixel | CWBorderPixel | CWColormap | CWOverrideRedirect, &attributes);
+    }
+    if (!settings.type.empty()) {
+        const Atom type = XInternAtom(display, ("_NET_WM_WINDOW_TYPE_" + settings.type).c_str(), False);
+        XChangeProperty(display, window, XInternAtom(display, "_NET_WM_WINDOW_TYPE", False), XA_ATOM, 32,
+                        PropModeReplace, reinterpret_cast<const unsigned char*>(&type), 1);
     }
     XMapWindow(display, window);
     XSync(display, False);

@@ -21,6 +21,7 @@ public:
         bool hasAlpha = false;    ///< 32 bits deep, as programs with translucent windows have them
         bool hasFrame = false;    ///< put into a frame, as a window manager does
         bool isUnmanaged = false; ///< as menus are
+        std::string type = {};    ///< what follows _NET_WM_WINDOW_TYPE_; empty for none
         bool isInputOnly = false;
     };
     /// What a frame shows of itself at the left and the top.

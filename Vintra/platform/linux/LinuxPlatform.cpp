@@ -22,6 +22,7 @@
 #include "Vintra/platform/linux/WaylandScreens.h"
 #include "Vintra/platform/linux/X11ScreenCapture.h"
 #include "Vintra/platform/linux/X11Screens.h"
+#include "Vintra/platform/linux/X11WindowList.h"
 
 #include <cstdlib>
 #include <string_view>
@@ -47,9 +48,11 @@ void addScreenServices(Platform& services) {
     if (isWaylandSession()) {
         services.screenCapture = std::make_shared<WaylandScreenCapture>();
         services.screens = std::make_shared<WaylandScreens>();
+        services.windowList = std::make_shared<NoWindowList>();
     } else {
         services.screenCapture = std::make_shared<X11ScreenCapture>();
-        services.screens = std::make_shared<X11Screens>();
+        services.screens = std::make_shared<X11Screens>(services.mainThread);
+        services.windowList = std::make_shared<X11WindowList>();
     }
 }
 
@@ -71,7 +74,6 @@ LinuxPlatform LinuxPlatform::make(std::shared_ptr<LinuxMainThread> mainThread, S
     services.processInfo = std::make_shared<LinuxProcessInfo>();
     services.assetWriters = std::make_shared<LinuxAssetWriters>();
     services.captureDevices = machine.captureDevices;
-    services.windowList = std::make_shared<NoWindowList>();
     services.audioDeviceIO = std::make_shared<PipeWireDeviceIO>(connection);
     addScreenServices(services);
     services.audioHardware = std::make_shared<PipeWireAudioHardware>(connection, machine.mainThread);

@@ -1,9 +1,9 @@
 #include "Vintra/platform/linux/X11Capture.h"
 
+#include "Vintra/platform/linux/AllSignalsBlocked.h"
 #include "Vintra/platform/linux/LinuxHostClock.h"
 
 #include <algorithm>
-#include <csignal>
 #include <poll.h>
 #include <pthread.h>
 
@@ -18,22 +18,6 @@ int64_t nanosecondsFrom(CMTime interval) {
     const CMTime nearest = CMTimeConvertScale(interval, kSecond);
     return nearest < interval ? nearest.value + 1 : nearest.value;
 }
-
-/// Signals are for the main thread; a write to a server that has gone must not end the process either.
-class AllSignalsBlocked {
-public:
-    AllSignalsBlocked() {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &before);
-    }
-    ~AllSignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before, nullptr); }
-    AllSignalsBlocked(const AllSignalsBlocked&) = delete;
-    AllSignalsBlocked& operator=(const AllSignalsBlocked&) = delete;
-
-private:
-    sigset_t before;
-};
 
 } // namespace
 

@@ -37,6 +37,7 @@ X11DisplaySource::X11DisplaySource(X11Display& display, const SCDisplay& capture
                                    std::optional<CGRect> aSourceRect)
     : displayID(captured.displayID)
     , sourceRect(aSourceRect)
+    , scale(readScale(display))
     , root(display.root()) {
     requireReadablePixels(display);
     int errorBase = 0;
@@ -71,7 +72,7 @@ std::variant<X11PictureSource::Update, SystemError> X11DisplaySource::update(X11
     }
     const PixelRect before = place_.onRoot;
     const PixelRect area =
-        evenSized(sourceRect ? pixelsOf(*sourceRect, monitor->frame, readScale(display)) : monitor->frame);
+        evenSized(sourceRect ? pixelsOf(*sourceRect, monitor->frame, scale) : monitor->frame);
     if (area.isEmpty()) return SystemError("x11", 6, "The area to record lies outside of its display.");
     place_.x = area.x;
     place_.y = area.y;

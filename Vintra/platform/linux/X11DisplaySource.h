@@ -26,6 +26,7 @@ public:
 private:
     const uint32_t displayID;
     const std::optional<CGRect> sourceRect;
+    const double scale; ///< at the start: what the points of `sourceRect` are
     ::Window root;
     int randrEvents = -1; ///< number of RandR's first event; -1 if the server hasn't RandR
     X11PicturePlace place_;

@@ -2,7 +2,7 @@
 
 #include "Vintra/platform/linux/DisplayID.h"
 
-#include <X11/Xresource.h>
+#include <X11/Xatom.h>
 #include <X11/extensions/Xrandr.h>
 
 #include <algorithm>
@@ -52,6 +52,23 @@ std::vector<X11Monitor> monitorsOfRandR(X11Display& display) {
     return monitors;
 }
 
+std::string readResources(X11Display& display) {
+    constexpr long kMostWords = 1 << 20; // of 4 bytes
+    Atom type = 0;
+    int format = 0;
+    unsigned long count = 0;
+    unsigned long left = 0;
+    unsigned char* data = nullptr;
+    std::string text;
+    if (XGetWindowProperty(display.get(), display.root(), XA_RESOURCE_MANAGER, 0, kMostWords, False,
+                           XA_STRING, &type, &format, &count, &left, &data) != Success) {
+        return text;
+    }
+    if (data && format == 8) text.assign(reinterpret_cast<const char*>(data), count);
+    if (data) XFree(data);
+    return text;
+}
+
 } // namespace
 
 std::vector<X11Monitor> readMonitors(X11Display& display) {
@@ -91,11 +108,18 @@ std::optional<X11Monitor> findMonitor(X11Display& display, uint32_t displayID) {
     return std::nullopt;
 }
 
+std::vector<NSScreen> readScreens(X11Display& display) {
+    std::vector<NSScreen> screens;
+    const double scale = readScale(display);
+    for (const X11Monitor& monitor : readMonitors(display)) {
+        screens.push_back({monitor.displayID, monitor.name, pointsOf(monitor.frame, scale), scale});
+    }
+    return screens;
+}
+
 double readScale(X11Display& display) {
-    const char* const resources = XResourceManagerString(display.get());
-    if (!resources) return 1;
     const std::string key = "Xft.dpi:";
-    std::istringstream lines(resources);
+    std::istringstream lines(readResources(display));
     for (std::string line; std::getline(lines, line);) {
         if (line.compare(0, key.size(), key) != 0) continue;
         const double dpi = std::strtod(line.c_str() + key.size(), nullptr);
@@ -114,6 +138,11 @@ double pointsCovering(int pixels, double scale) {
     while (points * scale < pixels)
         points = std::nextafter(points, HUGE_VAL);
     return points;
+}
+
+CGRect pointsOf(const PixelRect& frame, double scale) {
+    return {{frame.x / scale, frame.y / scale},
+            {pointsCovering(frame.width, scale), pointsCovering(frame.height, scale)}};
 }
 
 int nearestPixel(double points, double scale) {

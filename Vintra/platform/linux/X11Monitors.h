@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Vintra/platform/Screens.h"
 #include "Vintra/platform/linux/PixelRegion.h"
 #include "Vintra/platform/linux/X11Display.h"
 
@@ -28,8 +29,11 @@ std::vector<X11Monitor> readMonitors(X11Display& display);
 
 std::optional<X11Monitor> findMonitor(X11Display& display, uint32_t displayID);
 
+/// The monitors as windows are placed on them.
+std::vector<NSScreen> readScreens(X11Display& display);
+
 /// Pixels a point, of the whole desktop: the resource Xft.dpi over 96, rounded to quarters and at least 1; 1
-/// where the desktop hasn't set it.
+/// where the desktop hasn't set it. As it is at the moment: a connection's own copy is as old as that.
 double readScale(X11Display& display);
 
 /// The fewest whole points that cover so many pixels.
@@ -37,6 +41,8 @@ int wholePointsCovering(int pixels, double scale);
 /// `pixels` over `scale`, so that `scale` times it is never less than `pixels`: a product that was rounded
 /// down would lose a pixel.
 double pointsCovering(int pixels, double scale);
+/// A frame on the root window in points, its size as `pointsCovering` has it.
+CGRect pointsOf(const PixelRect& frame, double scale);
 /// The pixel nearest to a length in points.
 int nearestPixel(double points, double scale);
 

@@ -2,7 +2,7 @@
 
 #include "Vintra/platform/linux/X11Monitors.h"
 #include "Vintra/platform/linux/X11ScreenStream.h"
-#include "Vintra/platform/linux/X11WindowList.h"
+#include "Vintra/platform/linux/X11Windows.h"
 
 namespace vintra {
 
@@ -20,11 +20,14 @@ void X11ScreenCapture::getShareableContent(bool excludingDesktopWindows, bool on
                                                wholePointsCovering(monitor.frame.width, scale),
                                                wholePointsCovering(monitor.frame.height, scale)});
         }
-        const X11WindowList list = readWindowList(
-            *display, scale,
-            {.excludesDesktopWindows = excludingDesktopWindows, .onScreenOnly = onScreenWindowsOnly});
-        result.content.windows = list.windows;
-        result.content.applications = list.applications;
+        for (const X11Window& window : readWindows(*display)) {
+            if (window.kind == X11Window::Kind::passing) continue;
+            const bool isOfDesktop = window.kind != X11Window::Kind::ordinary;
+            if ((excludingDesktopWindows && isOfDesktop) || (onScreenWindowsOnly && !window.isOnScreen))
+                continue;
+            result.content.windows.push_back({static_cast<uint32_t>(window.id), pointsOf(window.frame, scale),
+                                              readTitle(*display, window.id)});
+        }
         if (display->isDead()) throw X11Display::serverGone();
     } catch (const SystemError& error) {
         result = {{}, error};
@@ -42,7 +45,14 @@ std::shared_ptr<SCStream> X11ScreenCapture::makeStream(const SCContentFilter& fi
     if (const auto* window = std::get_if<SCContentFilter::DesktopIndependentWindow>(&filter.content)) {
         subject = window->window;
     } else {
-        subject = std::get<SCContentFilter::Display>(filter.content).display;
+        const auto& whole = std::get<SCContentFilter::Display>(filter.content);
+        if (!whole.excludingApplications.empty()) {
+            throw SystemError(
+                "x11", 17,
+                "A program's windows can't be left out of a recording on this desktop. Move them "
+                "off what is recorded, or record one window by itself.");
+        }
+        subject = whole.display;
     }
     return std::make_shared<X11ScreenStream>(displayName, subject, configuration, std::move(delegate));
 }

@@ -7,8 +7,9 @@
 namespace vintra {
 
 /// What can be captured of an X desktop: the displays that RandR tells, whole or a part, and single windows.
-/// The windows of excluded applications are recorded where they show, since the server hands out
-/// a display only as a whole. Main thread; completions are called at once.
+/// The server hands out a display only as a whole, with all that shows on it: so the content names no
+/// application that could be left out, and a filter that excludes one is refused. Main thread; completions
+/// are called at once.
 class X11ScreenCapture : public ScreenCapture {
 public:
     /// An empty name stands for the DISPLAY of the environment.

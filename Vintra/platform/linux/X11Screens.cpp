@@ -1,30 +1,48 @@
 #include "Vintra/platform/linux/X11Screens.h"
 
 #include "Vintra/platform/linux/X11Monitors.h"
+#include "Vintra/platform/linux/X11ScreenWatch.h"
 
 namespace vintra {
 
-X11Screens::X11Screens(std::string aDisplayName)
-    : displayName(std::move(aDisplayName)) {}
+X11Screens::X11Screens(std::shared_ptr<MainThread> aMainThread, std::string aDisplayName)
+    : mainThread(std::move(aMainThread))
+    , displayName(std::move(aDisplayName)) {}
+
+X11Screens::~X11Screens() = default;
 
 std::vector<NSScreen> X11Screens::screens() const {
-    std::vector<NSScreen> screens;
     try {
-        const auto display = X11Display::open(displayName);
-        const double scale = readScale(*display);
-        for (const X11Monitor& monitor : readMonitors(*display)) {
-            const CGRect frame{{monitor.frame.x / scale, monitor.frame.y / scale},
-                               {monitor.frame.width / scale, monitor.frame.height / scale}};
-            screens.push_back({monitor.displayID, monitor.name, frame, scale});
-        }
+        return readScreens(*X11Display::open(displayName));
     } catch (const SystemError&) {
-        // No desktop, no screens.
+        return {}; // no desktop, no screens
     }
-    return screens;
 }
 
-Observation X11Screens::observeChanges(std::function<void()>) {
-    return nullptr;
+Observation X11Screens::observeChanges(std::function<void()> block) {
+    if (!watch) {
+        const std::weak_ptr<Observers> told = observers;
+        try {
+            watch = std::make_unique<X11ScreenWatch>(displayName, [told, thread = mainThread] {
+                thread->post([told] {
+                    if (const auto list = told.lock()) list->tell();
+                });
+            });
+        } catch (const SystemError&) {
+            return nullptr;
+        }
+    }
+    auto kept = std::make_shared<Block>(std::move(block));
+    std::erase_if(observers->blocks, [](const auto& weak) { return weak.expired(); });
+    observers->blocks.push_back(kept);
+    return kept;
+}
+
+void X11Screens::Observers::tell() {
+    const auto all = blocks; // a block may add another
+    for (const auto& weak : all) {
+        if (const auto block = weak.lock()) (*block)();
+    }
 }
 
 } // namespace vintra

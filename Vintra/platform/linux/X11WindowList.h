@@ -1,25 +1,34 @@
 #pragma once
 
-#include "Vintra/platform/ScreenCapture.h"
-#include "Vintra/platform/linux/X11Display.h"
+#include "Vintra/platform/WindowList.h"
 
-#include <vector>
+#include <memory>
+#include <string>
 
 namespace vintra {
 
-/// The windows of a desktop, and the programs that they belong to.
-struct X11WindowList {
-    std::vector<SCWindow> windows; ///< the window manager's order
-    std::vector<SCRunningApplication> applications;
-};
+class X11Display;
 
-struct X11WindowChoice {
-    bool excludesDesktopWindows = false; ///< leaves out backgrounds and panels
-    bool onScreenOnly = false;           ///< leaves out hidden windows, and those outside of the desktop
-};
+/// The windows of an X desktop, read afresh at each call over one connection. Main thread.
+class X11WindowList : public WindowList {
+public:
+    // Those of the platform for the Dock and for menus.
+    static constexpr int kDockLayer = 20;
+    static constexpr int kPassingLayer = 101;
 
-/// The windows that the window manager lists; without a window manager, the mapped children of the root
-/// window that are for more than a moment. `scale` is in pixels a point.
-X11WindowList readWindowList(X11Display& display, double scale, X11WindowChoice choice);
+    /// An empty name stands for the DISPLAY of the environment.
+    explicit X11WindowList(std::string displayName = {});
+    ~X11WindowList() override;
+
+    std::vector<CGWindowInfo> onScreenWindowsExcludingDesktopElements() const override;
+    std::optional<CGWindowInfo> window(uint32_t number) const override;
+
+private:
+    /// Null without a server.
+    X11Display* connection() const;
+
+    const std::string displayName;
+    mutable std::unique_ptr<X11Display> display;
+};
 
 } // namespace vintra
