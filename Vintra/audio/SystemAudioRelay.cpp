@@ -1,11 +1,14 @@
 #include "Vintra/audio/SystemAudioRelay.h"
 
 #include "Vintra/audio/BufferFrameSize.h"
+#include "Vintra/platform/DispatchQueue.h"
+#include "Vintra/platform/HostClock.h"
 
 namespace vintra {
 namespace {
 
 constexpr uint32_t lowLatencyBufferFrames = 64;
+constexpr int64_t betweenLooksNanoseconds = 20'000'000; // at a rate that is to change
 
 std::string wholeHertz(double rate) {
     return std::to_string(static_cast<int64_t>(rate)) + "Hz";
@@ -14,6 +17,17 @@ std::string wholeHertz(double rate) {
 void stopAndDestroy(std::unique_ptr<AudioIOProc>& proc) {
     if (proc) proc->stop();
     proc.reset();
+}
+
+/// Gives the main thread up until the next look.
+Task<> untilNextLook(Platform platform) {
+    std::unique_ptr<DispatchTimer> timer;
+    const auto begin = [&timer,
+                        queue = platform.dispatchQueues->globalQueue(QualityOfService::utility)](auto done) {
+        timer = queue->makeTimer({.delayNanoseconds = betweenLooksNanoseconds}, done);
+        timer->resume();
+    };
+    co_await awaitCompletion<void>(*platform.mainThread, begin);
 }
 
 } // namespace
@@ -91,6 +105,23 @@ SystemAudioRelay::Telemetry SystemAudioRelay::telemetry() const {
 SystemAudioRelay::IOCounts SystemAudioRelay::ioCounts() const {
     const auto counters = ring->counters();
     return {counters.sourceIOCount, counters.outputIOCount};
+}
+
+Task<double> SystemAudioRelay::setSampleRate(Platform platform, double rate, AudioObjectID on,
+                                             double timeout) {
+    const auto current = [hardware = platform.audioHardware, on] {
+        return hardware->nominalSampleRate(on).value_or(0);
+    };
+    const auto seconds = [clock = platform.hostClock] { return CMTimeGetSeconds(clock->now()); };
+    if (!(rate > 0)) co_return current();
+    if (current() == rate) co_return rate;
+    if (!platform.audioDeviceIO->setNominalSampleRate(on, rate)) co_return current();
+    const double deadline = seconds() + timeout;
+    while (seconds() < deadline) {
+        if (current() == rate) co_return rate;
+        co_await untilNextLook(platform);
+    }
+    co_return current();
 }
 
 RelayTarget SystemAudioRelay::initialTarget() const {

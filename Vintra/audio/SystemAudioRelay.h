@@ -4,6 +4,8 @@
 #include "Vintra/audio/RelayTelemetry.h"
 #include "Vintra/platform/AudioDeviceIO.h"
 #include "Vintra/platform/AudioHardware.h"
+#include "Vintra/platform/Platform.h"
+#include "Vintra/platform/Task.h"
 #include "Vintra/platform/UserDefaults.h"
 #include "Vintra/platform/WallClock.h"
 
@@ -55,6 +57,10 @@ public:
     Telemetry telemetry() const;
     /// Cycles that reached the ring.
     IOCounts ioCounts() const;
+
+    /// Asks the device for a rate in hertz and looks, for up to `timeout` seconds, until it has it: a device
+    /// changes its rate when it can. The rate that it ended on, 0 if that can't be read.
+    static Task<double> setSampleRate(Platform platform, double rate, AudioObjectID on, double timeout);
 
 private:
     RelayTarget initialTarget() const;

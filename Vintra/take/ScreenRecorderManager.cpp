@@ -10,10 +10,14 @@ std::shared_ptr<ScreenRecorderManager> ScreenRecorderManager::make(Platform plat
     std::shared_ptr<ScreenRecorderManager> manager(new ScreenRecorderManager(std::move(platform)));
     manager->persistSettingsOnChange();
     manager->handleSelectionChanges();
+    manager->startTask(&ScreenRecorderManager::repairDeadEndOutput);
     manager->restoreScreenSettings();
     manager->startTask(&ScreenRecorderManager::refreshDisplays);
+    manager->startTask(&ScreenRecorderManager::refreshDriverPresence);
     manager->refreshAudioDevices();
+    manager->knownDeviceIdentity = manager->currentDeviceIdentity();
     manager->observeScreenChanges();
+    manager->observeAudioDevices();
     return manager;
 }
 
@@ -21,6 +25,8 @@ ScreenRecorderManager::ScreenRecorderManager(Platform aPlatform)
     : timelineEditor(aPlatform.userDefaults, aPlatform.workspace)
     , levels(LevelsModel::make(*aPlatform.hostClock, *aPlatform.mainThread))
     , platform(std::move(aPlatform))
+    , deviceListWatcher(*platform.audioHardware)
+    , outputClockWatcher(*platform.audioHardware)
     , screenBeat(std::make_shared<ScreenBeat>(platform.hostClock, platform.log))
     , webcamWriteQueue(std::make_shared<CameraWriteQueue>(platform.hostClock))
     , videoDrops(std::make_shared<DropCounter>())

@@ -1,10 +1,13 @@
 #pragma once
 
 #include "Vintra/audio/ActivityStamp.h"
+#include "Vintra/audio/AudioDeviceListWatcher.h"
 #include "Vintra/audio/AudioRoutingCache.h"
 #include "Vintra/audio/DeviceSampleRateWatcher.h"
 #include "Vintra/audio/LevelsModel.h"
 #include "Vintra/audio/MonoFormatCache.h"
+#include "Vintra/audio/SystemAudioRelay.h"
+#include "Vintra/audio/SystemOutputClockWatcher.h"
 #include "Vintra/capturearea/AspectPreset.h"
 #include "Vintra/capturearea/BarState.h"
 #include "Vintra/capturearea/CaptureModeChoice.h"
@@ -106,6 +109,10 @@ public:
     Task<> configureExtraPreviews();
     Task<> rebuildDawPreview();
 
+    /// Ends the listening to the computer's sound and puts the user's own output back. To be called on every
+    /// way out of the program. A take that runs goes on without it.
+    void stopSystemAudioRelay();
+
     // -- Computed
     // --------------------------------------------------------------------------------------------------
 
@@ -145,6 +152,11 @@ public:
     bool isMicPreviewRunning() const { return isDelivering(micPreview, micActivity); }
     bool isDawPreviewRunning() const { return isDelivering(dawPreview, dawActivity); }
     bool areExtraPreviewsRunning() const;
+    /// Computer audio is on and everything that it takes is there and runs.
+    bool usesVirtualAudioDevice() const;
+    /// Whether what the start-up asks of the machine in the background has been answered: where the output
+    /// was left by the run before, and whether the virtual device is there.
+    bool isStartUpOver() const { return outputRepairIsOver && driverPresenceIsKnown; }
 
     /// Which editor the takes get a timeline file for.
     TimelineEditorSetting timelineEditor;
@@ -222,6 +234,7 @@ public:
     std::string lastScreenBeatSummary;
     std::optional<std::string> lastScreenDropSummary;
     std::vector<std::string> lastCameraTakeSummary;
+    std::optional<SystemAudioRelay::Telemetry> lastRelayTelemetry; ///< as it was when the last relay stopped
 
     std::weak_ptr<FeedbackAsk> feedbackAsk;
 
@@ -395,6 +408,24 @@ private:
     void extraAudioInputsChanged(const std::vector<ExtraAudioInputConfig>& old);
     void noteLastUsedAudioDevice(const std::optional<std::string>& uniqueID);
 
+    // -- Devices that come and go (InventoryChanges.cpp)
+    // ------------------------------------------------------------
+
+    /// The unique ids of all inputs there are.
+    struct DeviceIdentity {
+        std::set<std::string> audio;
+        std::set<std::string> camera;
+        bool operator==(const DeviceIdentity&) const = default;
+    };
+    DeviceIdentity currentDeviceIdentity() const;
+    void observeAudioDevices();
+    void handleDeviceInventoryChanged();
+    void forgetDevicesThatWent();
+    void handleDeviceDisconnected(const std::shared_ptr<AVCaptureDevice>& device);
+    void handleCaptureSessionRuntimeError(const std::shared_ptr<AVCaptureSession>& session,
+                                          const SystemError& error);
+    void repairPreview(const std::shared_ptr<AVCaptureSession>& session);
+
     // -- Sample path (SamplePath.cpp)
     // ------------------------------------------------------------------------------
 
@@ -429,14 +460,22 @@ private:
     void observeScreenChanges();
 
     // -- The computer's own sound (OutputRouting.cpp)
-    // -------------------------------------------------------------- Not built yet: there is no relay, so a
-    // take that asks for computer audio is refused with its sentence.
+    // --------------------------------------------------------------
 
     Task<> startSystemAudioRelayIfNeeded();
-    void stopSystemAudioRelay();
-    bool hasSystemAudioRelay() const;
+    std::optional<AudioObjectID> relayOutput() const;
+    void makeSystemAudioRelay(AudioObjectID virtualDevice, AudioObjectID output);
+    bool hasSystemAudioRelay() const { return systemAudioRelay != nullptr; }
     std::shared_ptr<AVCaptureDevice> virtualAudioCaptureDevice() const;
-    bool usesVirtualAudioDevice() const;
+    void captureSystemAudioChanged();
+    Task<> applyComputerAudioChoice();
+    void lowLatencyMonitoringChanged();
+    Task<> applyLowLatencyChoice();
+    Task<> refreshDriverPresence();
+    Task<> repairDeadEndOutput();
+    Task<> awaitOutputRepair();
+    void refreshSystemOutputStatus();
+    void handleSystemOutputClockChanged();
     void noteOutputClock();
     void forgetOutputClock();
 
@@ -461,7 +500,6 @@ private:
     void restoreScreenSettings();
     void persistSettingsOnChange();
     void handleSelectionChanges();
-    Task<> applyComputerAudioChoice();
     void persistCaptureRegion();
     void restoreCaptureRegion();
 
@@ -504,6 +542,16 @@ private:
     AudioPreview micPreview;
     AudioPreview dawPreview;
     std::vector<ExtraPreview> extraPreviews;
+    std::unique_ptr<SystemAudioRelay> systemAudioRelay;
+    std::optional<AudioObjectID> outputDeviceBeforeRecording; ///< where to put the default output back
+    std::optional<SystemOutputClock> outputClockAtRecordingStart;
+    bool outputRepairIsOver = false;
+    bool driverPresenceIsKnown = false;
+    std::vector<std::function<void()>> awaitingOutputRepair;
+    DeviceIdentity knownDeviceIdentity;
+    AudioDeviceListWatcher deviceListWatcher;
+    SystemOutputClockWatcher outputClockWatcher;
+    Observation captureDeviceObservation;
     std::set<std::string> picturesReportedFrozen;
     std::vector<std::vector<std::pair<std::string, int>>> recentFrameLoss;
     std::unordered_map<std::string, int> frameLossCounted;

@@ -75,8 +75,10 @@ void ScreenRecorderManager::persistSettingsOnChange() {
             defaults->remove(key);
         }
     };
-    lowLatencyMonitoring.onChange(
-        [this, defaults](bool) { defaults->set("lowLatencyMonitoring", *lowLatencyMonitoring); });
+    lowLatencyMonitoring.onChange([this, defaults](bool) {
+        defaults->set("lowLatencyMonitoring", *lowLatencyMonitoring);
+        lowLatencyMonitoringChanged();
+    });
     systemAudioMonitorUID.onChange([this, defaults](const auto&) {
         if (*systemAudioMonitorUID) {
             defaults->set("systemAudioMonitorUID", **systemAudioMonitorUID);
@@ -148,15 +150,7 @@ void ScreenRecorderManager::handleSelectionChanges() {
     });
     selectedMicChannelIndex.onChange([this](int) { syncRoutingCache(); });
     extraAudioInputs.onChange([this](const auto& old) { extraAudioInputsChanged(old); });
-    captureSystemAudioForDaw.onChange([this](bool) {
-        if (!*captureSystemAudioForDaw) stopSystemAudioRelay();
-        startTask(&ScreenRecorderManager::applyComputerAudioChoice);
-    });
-}
-
-Task<> ScreenRecorderManager::applyComputerAudioChoice() {
-    if (*captureSystemAudioForDaw) co_await startSystemAudioRelayIfNeeded();
-    co_await configureDawPreview();
+    captureSystemAudioForDaw.onChange([this](bool) { captureSystemAudioChanged(); });
 }
 
 } // namespace vintra

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "Vintra/platform/AudioDeviceIO.h"
 #include "Vintra/platform/AudioHardware.h"
 #include "Vintra/platform/CMSampleBuffer.h"
+#include "Vintra/platform/simulated/SimulatedLoopback.h"
 
 #include <cstdint>
 #include <functional>
@@ -44,12 +46,36 @@ struct SimulatedAudioDevice {
     double clockRatio = 1;           ///< frames it makes in the time of one, by the host clock
     /// How late a buffer is handed over after its last frame, in seconds; in time if not set.
     std::function<double(int64_t buffer)> lateness = nullptr;
-    /// What a channel sounds like at a frame counted from the start; if not set, a 1 kHz tone at a quarter of
-    /// full scale.
+    /// What a channel sounds like at a frame counted from the start of the session or IO; if not set, a 1 kHz
+    /// tone at a quarter of full scale.
     std::function<float(uint32_t channel, int64_t frame, CMTime hostTime)> signal = nullptr;
     /// Changes a buffer before it is handed over, or drops it.
     std::function<std::optional<CMSampleBuffer>(CMSampleBuffer)> alter = nullptr;
 
+    /// What is played into it comes out of its inputs. `signal` is then what programs play into it, nothing
+    /// if not set, and its frames are counted from the moment that the machine was switched on, in every
+    /// session and IO alike.
+    bool isLoopback = false;
+
+    std::optional<uint32_t> bufferFrameSize = 512; ///< frames of an IO cycle; nothing: can't be read
+    std::optional<AudioBufferSizeRange> bufferFrameSizeRange = AudioBufferSizeRange{32, 4096};
+    bool keepsBufferFrameSize = false; ///< a request for another size does nothing
+    std::vector<double> sampleRates;   ///< the rates it can be set to; any if empty
+    double rateChangeSeconds = 0;      ///< from a request to the new rate
+    bool refusesIOProc = false;        ///< `createIOProc` fails
+    bool failsToStartIO = false;       ///< `AudioIOProc::start` fails
+    bool isStalled = false;            ///< its IO runs, but no cycle comes, for as long as this holds
+    std::function<double(int64_t cycle)> cycleLateness = nullptr; ///< seconds; in time if not set
+    /// Told of each cycle of output that an IO has filled.
+    std::function<void(AudioBufferList output)> playing = nullptr;
+
+    /// What the IOs of a loopback device have played into it.
+    SimulatedLoopback loopback;
+
+    /// What a device without a signal sounds like at that rate.
+    static float tone(int64_t frame, double rate);
+    /// What the input hears.
+    float sound(uint32_t channel, int64_t frame, CMTime hostTime) const;
     uint32_t inputChannels() const {
         uint32_t sum = 0;
         for (const uint32_t channels : inputStreamChannels)

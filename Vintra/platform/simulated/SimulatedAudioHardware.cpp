@@ -119,12 +119,28 @@ SimulatedAudioHardware::plug(const std::string& uid, const std::string& name, ui
 void SimulatedAudioHardware::plugAgain(const std::shared_ptr<SimulatedAudioDevice>& device) {
     device->id = nextID++;
     list.push_back(device);
+    tellOfPlug(device, true);
     notify(kAudioObjectSystemObject, AudioProperty::devices);
 }
 
 void SimulatedAudioHardware::unplug(const std::string& uid) {
-    std::erase_if(list, [&](const auto& each) { return each->uid == uid; });
+    const auto gone = device(uid);
+    if (!gone) return;
+    std::erase(list, gone);
+    tellOfPlug(gone, false);
     notify(kAudioObjectSystemObject, AudioProperty::devices);
+}
+
+Observation SimulatedAudioHardware::observePlugs(PlugObserver observer) {
+    auto kept = std::make_shared<PlugObserver>(std::move(observer));
+    plugObservers.push_back(kept);
+    return kept;
+}
+
+void SimulatedAudioHardware::tellOfPlug(const std::shared_ptr<SimulatedAudioDevice>& device, bool isThere) {
+    for (const auto& weak : plugObservers) {
+        if (const auto observer = weak.lock()) (*observer)(device, isThere);
+    }
 }
 
 void SimulatedAudioHardware::setNominalSampleRate(const std::string& uid, double rate) {

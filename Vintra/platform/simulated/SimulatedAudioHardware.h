@@ -2,6 +2,7 @@
 
 #include "Vintra/platform/AudioHardware.h"
 #include "Vintra/platform/MainThread.h"
+#include "Vintra/platform/Observation.h"
 #include "Vintra/platform/simulated/SimulatedAudioDevice.h"
 
 #include <functional>
@@ -40,10 +41,15 @@ public:
     /// Takes the device away; what captures it hears no more.
     void unplug(const std::string& uid);
     void setNominalSampleRate(const std::string& uid, double rate);
+    /// Told of each device that is plugged in or unplugged, for as long as the result is kept.
+    using PlugObserver = std::function<void(const std::shared_ptr<SimulatedAudioDevice>&, bool isThere)>;
+    Observation observePlugs(PlugObserver observer);
     /// Tells the listeners as if the property had changed.
     void notify(AudioObjectID object, AudioProperty property);
     /// The plugged-in device; null if there is none.
     std::shared_ptr<SimulatedAudioDevice> device(const std::string& uid) const;
+    /// Null if there is none.
+    std::shared_ptr<SimulatedAudioDevice> device(AudioObjectID id) const;
     size_t listenerCount() const;
 
     bool hasUnreadableDevices = false; ///< the device list can't be read
@@ -53,11 +59,12 @@ public:
 
 private:
     struct Listener;
-    std::shared_ptr<SimulatedAudioDevice> device(AudioObjectID id) const;
+    void tellOfPlug(const std::shared_ptr<SimulatedAudioDevice>& device, bool isThere);
 
     std::shared_ptr<MainThread> mainThread;
     std::vector<std::shared_ptr<SimulatedAudioDevice>> list;
     std::vector<std::weak_ptr<Listener>> listeners;
+    std::vector<std::weak_ptr<PlugObserver>> plugObservers;
     AudioObjectID nextID = 40;
 };
 

@@ -7,7 +7,10 @@ namespace vintra {
 SimulatedCaptureDevices::SimulatedCaptureDevices(SimulatedCaptureSession::Services someServices,
                                                  std::shared_ptr<SimulatedAudioHardware> someHardware)
     : services(std::move(someServices))
-    , hardware(std::move(someHardware)) {}
+    , hardware(std::move(someHardware))
+    , plugs(
+          hardware->observePlugs([this](const auto& device, bool isThere) { tellOfPlug(device, isThere); })) {
+}
 
 std::shared_ptr<AVCaptureDevice> SimulatedCaptureDevices::deviceWithUniqueID(const std::string& uniqueID) {
     const auto found = hardware->device(uniqueID);
@@ -74,14 +77,14 @@ Observation SimulatedCaptureDevices::observe(CaptureDeviceNotifications notifica
     return kept;
 }
 
-void SimulatedCaptureDevices::notifyConnected(const std::string& deviceUID) {
-    if (auto device = deviceWithUniqueID(deviceUID)) {
-        tell([device](const CaptureDeviceNotifications& told) { told.deviceWasConnected(device); });
-    }
-}
-
-void SimulatedCaptureDevices::notifyDisconnected(const std::shared_ptr<AVCaptureDevice>& device) {
-    tell([device](const CaptureDeviceNotifications& told) { told.deviceWasDisconnected(device); });
+void SimulatedCaptureDevices::tellOfPlug(const std::shared_ptr<SimulatedAudioDevice>& device, bool isThere) {
+    if (!device->isCapturable || device->inputChannels() == 0) return;
+    auto& known = devices[device->uid];
+    if (!known || &known->script() != device.get())
+        known = std::make_shared<SimulatedCaptureDevice>(hardware, device);
+    tell([device = known, isThere](const CaptureDeviceNotifications& told) {
+        (isThere ? told.deviceWasConnected : told.deviceWasDisconnected)(device);
+    });
 }
 
 void SimulatedCaptureDevices::notifyRuntimeError(const std::shared_ptr<AVCaptureSession>& session,

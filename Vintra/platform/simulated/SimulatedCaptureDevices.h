@@ -26,9 +26,7 @@ public:
     std::shared_ptr<AVCaptureSession> makeSession() override;
     Observation observe(CaptureDeviceNotifications notifications) override;
 
-    /// Tell the observers, as the machine would.
-    void notifyConnected(const std::string& deviceUID);
-    void notifyDisconnected(const std::shared_ptr<AVCaptureDevice>& device);
+    /// Tells the observers, as the machine would. Of devices that come and go they are told by themselves.
     void notifyRuntimeError(const std::shared_ptr<AVCaptureSession>& session, const SystemError& error);
 
     /// The session made last whose input is that device and that still exists; null if there is none.
@@ -42,6 +40,7 @@ public:
     int64_t sessionsMade = 0;
 
 private:
+    void tellOfPlug(const std::shared_ptr<SimulatedAudioDevice>& device, bool isThere);
     void tell(std::function<void(const CaptureDeviceNotifications&)> what);
 
     SimulatedCaptureSession::Services services;
@@ -49,6 +48,7 @@ private:
     std::map<std::string, std::shared_ptr<SimulatedCaptureDevice>> devices; ///< one object a device
     std::vector<std::weak_ptr<SimulatedCaptureSession>> sessions;
     std::vector<std::weak_ptr<CaptureDeviceNotifications>> observers;
+    Observation plugs;
 };
 
 } // namespace vintra

@@ -8,20 +8,10 @@ namespace vintra {
 
 namespace {
 
-constexpr double kToneHertz = 1000;
-constexpr double kToneAmplitude = 0.25;
-constexpr double kTwoPi = 6.283185307179586;
-
-float tone(int64_t frame, double rate) {
-    return static_cast<float>(kToneAmplitude *
-                              std::sin(kTwoPi * kToneHertz * static_cast<double>(frame) / rate));
-}
-
-/// One second of the tone: it repeats.
 std::vector<float> secondOfTone(double rate) {
     std::vector<float> values;
     for (int64_t frame = 0; static_cast<double>(frame) < rate; ++frame)
-        values.push_back(tone(frame, rate));
+        values.push_back(SimulatedAudioDevice::tone(frame, rate));
     return values;
 }
 
@@ -129,6 +119,17 @@ void SimulatedCaptureSession::deliverBuffer() {
     scheduleBuffer();
 }
 
+/// What the device counts a frame of this session as.
+int64_t SimulatedCaptureSession::deviceFrame(int64_t frame) const {
+    const SimulatedAudioDevice& device = source->device->script();
+    if (!device.isLoopback) return frame;
+    const double deviceRate = device.nominalSampleRate * device.clockRatio;
+    const auto first = std::llround(static_cast<double>(firstFrameNanoseconds) * 1e-9 * deviceRate);
+    if (device.nominalSampleRate == sink->settings.sampleRate) return first + frame;
+    return first + static_cast<int64_t>(static_cast<double>(frame) / sink->settings.sampleRate *
+                                        device.nominalSampleRate);
+}
+
 CMSampleBuffer SimulatedCaptureSession::makeBuffer() const {
     const SimulatedAudioDevice& device = source->device->script();
     const double rate = sink->settings.sampleRate;
@@ -136,7 +137,7 @@ CMSampleBuffer SimulatedCaptureSession::makeBuffer() const {
     std::vector<float> values;
     values.reserve(static_cast<size_t>(device.framesPerBuffer) * channels);
     for (int64_t frame = nextFrame; frame < nextFrame + device.framesPerBuffer; ++frame) {
-        if (!device.signal) {
+        if (!device.signal && !device.isLoopback) {
             values.insert(values.end(), channels, toneSecond[static_cast<size_t>(frame) % toneSecond.size()]);
             continue;
         }
@@ -144,7 +145,7 @@ CMSampleBuffer SimulatedCaptureSession::makeBuffer() const {
         // What is asked for beyond the device's own channels repeats its last one.
         const uint32_t last = std::max(1u, device.inputChannels()) - 1;
         for (uint32_t channel = 0; channel < channels; ++channel)
-            values.push_back(device.signal(std::min(channel, last), frame, at));
+            values.push_back(device.sound(std::min(channel, last), deviceFrame(frame), at));
     }
     const CMSampleTimingInfo timing{
         .duration = CMTimeMake(1, static_cast<int32_t>(rate)),

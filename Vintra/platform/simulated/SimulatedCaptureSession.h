@@ -69,6 +69,7 @@ private:
     int64_t dueNanoseconds(int64_t frame) const;
     void scheduleBuffer();
     void deliverBuffer();
+    int64_t deviceFrame(int64_t frame) const;
     CMSampleBuffer makeBuffer() const;
 
     Services services;
@@ -79,7 +80,7 @@ private:
     int64_t nextFrame = 0;
     int64_t nextBuffer = 0;
     std::optional<VirtualTime::EventID> event;
-    std::vector<float> toneSecond; ///< what a device without a signal sounds like
+    std::vector<float> toneSecond; ///< what a device without a signal sounds like: it repeats
 };
 
 } // namespace vintra

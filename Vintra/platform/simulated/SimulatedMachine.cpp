@@ -19,6 +19,7 @@ SimulatedMachine::SimulatedMachine()
           SimulatedAssetWriter::Services{time, mainThread, fileManager, violations}))
     , assetProbing(std::make_shared<SimulatedAssetProbing>())
     , audioHardware(std::make_shared<SimulatedAudioHardware>(mainThread))
+    , audioDeviceIO(std::make_shared<SimulatedAudioDeviceIO>(time, audioHardware))
     , captureDevices(std::make_shared<SimulatedCaptureDevices>(
           SimulatedCaptureSession::Services{time, mainThread, hostClock, violations}, audioHardware))
     , screenCapture(
@@ -48,6 +49,7 @@ Platform SimulatedMachine::platform() const {
     bundle.assetWriters = assetWriters;
     bundle.assetProbing = assetProbing;
     bundle.audioHardware = audioHardware;
+    bundle.audioDeviceIO = audioDeviceIO;
     bundle.captureDevices = captureDevices;
     bundle.screenCapture = screenCapture;
     bundle.screens = screens;

@@ -4,6 +4,7 @@
 #include "Vintra/platform/Task.h"
 #include "Vintra/platform/simulated/SimulatedAssetProbing.h"
 #include "Vintra/platform/simulated/SimulatedAssetWriters.h"
+#include "Vintra/platform/simulated/SimulatedAudioDeviceIO.h"
 #include "Vintra/platform/simulated/SimulatedAudioHardware.h"
 #include "Vintra/platform/simulated/SimulatedCaptureDevices.h"
 #include "Vintra/platform/simulated/SimulatedDispatchQueues.h"
@@ -79,6 +80,7 @@ public:
     const std::shared_ptr<SimulatedAssetWriters> assetWriters;
     const std::shared_ptr<SimulatedAssetProbing> assetProbing;
     const std::shared_ptr<SimulatedAudioHardware> audioHardware;
+    const std::shared_ptr<SimulatedAudioDeviceIO> audioDeviceIO;
     const std::shared_ptr<SimulatedCaptureDevices> captureDevices;
     const std::shared_ptr<SimulatedScreenCapture> screenCapture;
     const std::shared_ptr<SimulatedScreens> screens;

@@ -1,0 +1,140 @@
+#include "Vintra/audio/SystemOutputRouter.h"
+
+#include "Vintra/platform/DispatchQueue.h"
+#include "Vintra/platform/MainThread.h"
+
+#include <algorithm>
+
+namespace vintra::SystemOutputRouter {
+namespace {
+
+bool isVirtual(const AudioHardware& hardware, AudioObjectID device) {
+    return uid(hardware, device) == virtualDeviceUID;
+}
+
+bool hasOutputs(const AudioHardware& hardware, AudioObjectID device) {
+    const auto streams = hardware.outputStreamChannels(device);
+    return streams &&
+           std::any_of(streams->begin(), streams->end(), [](uint32_t channels) { return channels > 0; });
+}
+
+/// A reading of one of the system's choices: nothing if it can't be read or there is none.
+std::optional<AudioObjectID> chosen(std::optional<AudioObjectID> device) {
+    return device == AudioObjectID{0} ? std::nullopt : device;
+}
+
+std::optional<AudioObjectID> builtInOutput(const AudioHardware& hardware) {
+    for (const AudioObjectID device : allDevices(hardware)) {
+        if (hasOutputs(hardware, device) && hardware.transportType(device) == AudioTransportType::builtIn)
+            return device;
+    }
+    return std::nullopt;
+}
+
+/// The machine's alerts follow if they go to the virtual device too.
+void repairAlertOutput(AudioHardware& hardware, AudioObjectID matching) {
+    const auto alerts = chosen(hardware.defaultSystemOutputDevice());
+    if (alerts && isVirtual(hardware, *alerts)) hardware.setDefaultSystemOutputDevice(matching);
+}
+
+/// The first device that the system takes as its default output.
+std::optional<AudioObjectID> moveToAnyOutput(AudioHardware& hardware) {
+    std::vector<AudioObjectID> candidates;
+    if (const auto alerts = chosen(hardware.defaultSystemOutputDevice())) candidates.push_back(*alerts);
+    if (const auto builtIn = builtInOutput(hardware)) candidates.push_back(*builtIn);
+    const auto all = allDevices(hardware);
+    candidates.insert(candidates.end(), all.begin(), all.end());
+    for (const AudioObjectID candidate : candidates) {
+        if (isVirtual(hardware, candidate) || !hasOutputs(hardware, candidate)) continue;
+        if (hardware.setDefaultOutputDevice(candidate)) return candidate;
+    }
+    return std::nullopt;
+}
+
+std::optional<DeadEndRepair> repair(AudioHardware& hardware, const std::optional<std::string>& pending) {
+    const auto output = chosen(hardware.defaultOutputDevice());
+    if (!output || !isVirtual(hardware, *output)) return std::nullopt;
+    const auto noted = pending ? deviceID(hardware, *pending) : std::nullopt;
+    const bool wasOurs = noted && hardware.setDefaultOutputDevice(*noted);
+    const auto moved = wasOurs ? noted : moveToAnyOutput(hardware);
+    if (!moved) return std::nullopt;
+    repairAlertOutput(hardware, *moved);
+    return DeadEndRepair{name(hardware, *moved).value_or("your output device"), wasOurs};
+}
+
+} // namespace
+
+std::vector<AudioObjectID> allDevices(const AudioHardware& hardware) {
+    return hardware.devices();
+}
+
+std::optional<std::string> name(const AudioHardware& hardware, AudioObjectID of) {
+    return hardware.deviceName(of);
+}
+
+std::optional<std::string> uid(const AudioHardware& hardware, AudioObjectID of) {
+    return hardware.deviceUID(of);
+}
+
+std::optional<AudioObjectID> deviceID(const AudioHardware& hardware, const std::string& forUID) {
+    for (const AudioObjectID device : allDevices(hardware)) {
+        if (uid(hardware, device) == forUID) return device;
+    }
+    return std::nullopt;
+}
+
+std::vector<Output> availableOutputs(const AudioHardware& hardware) {
+    std::vector<Output> outputs;
+    for (const AudioObjectID device : allDevices(hardware)) {
+        if (!hasOutputs(hardware, device)) continue;
+        auto itsUID = uid(hardware, device);
+        auto itsName = name(hardware, device);
+        if (!itsUID || !itsName || *itsUID == virtualDeviceUID) continue;
+        outputs.push_back({std::move(*itsUID), std::move(*itsName)});
+    }
+    return outputs;
+}
+
+std::optional<AudioObjectID> switchToVirtualDevice(Services services) {
+    const auto virtualDevice = deviceID(services.hardware, virtualDeviceUID);
+    if (!virtualDevice) return std::nullopt;
+    const auto previous = chosen(services.hardware.defaultOutputDevice());
+    if (!previous || *previous == *virtualDevice) return std::nullopt;
+    const auto previousUID = uid(services.hardware, *previous);
+    if (!previousUID) return std::nullopt;
+    // First, while the old device is still the default: a crash at any later instant leaves the way back.
+    services.userDefaults.set(pendingRestoreKey, *previousUID);
+    if (!services.hardware.setDefaultOutputDevice(*virtualDevice)) {
+        services.userDefaults.remove(pendingRestoreKey);
+        return std::nullopt;
+    }
+    return previous;
+}
+
+void noteRestoreTarget(Services services, AudioObjectID device) {
+    const auto itsUID = uid(services.hardware, device);
+    if (!itsUID || *itsUID == virtualDeviceUID) return;
+    services.userDefaults.set(pendingRestoreKey, *itsUID);
+}
+
+void restore(Services services, std::optional<AudioObjectID> to) {
+    if (!to) {
+        const auto pending = stringForKey(services.userDefaults, pendingRestoreKey);
+        if (pending) to = deviceID(services.hardware, *pending);
+    }
+    if (to) services.hardware.setDefaultOutputDevice(*to);
+    services.userDefaults.remove(pendingRestoreKey);
+}
+
+Task<std::optional<DeadEndRepair>> repairDeadEndOutput(Platform platform) {
+    const auto pending = stringForKey(*platform.userDefaults, pendingRestoreKey);
+    const auto begin = [queue = platform.dispatchQueues->globalQueue(QualityOfService::utility),
+                        hardware = platform.audioHardware, pending](auto done) {
+        queue->async([hardware, pending, done] { done(repair(*hardware, pending)); });
+    };
+    auto repaired = co_await awaitCompletion<std::optional<DeadEndRepair>>(*platform.mainThread, begin);
+    platform.userDefaults->remove(pendingRestoreKey);
+    co_return repaired;
+}
+
+} // namespace vintra::SystemOutputRouter
