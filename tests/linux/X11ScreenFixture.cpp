@@ -6,41 +6,6 @@
 
 namespace vintra {
 
-ScreenPicture::ScreenPicture(int aWidth, int aHeight)
-    : width(aWidth)
-    , height(aHeight)
-    , pixels(static_cast<size_t>(aWidth * aHeight)) {}
-
-ScreenPicture::ScreenPicture(const CVPixelBuffer& buffer)
-    : ScreenPicture(static_cast<int>(buffer.width()), static_cast<int>(buffer.height())) {
-    const auto& plane = buffer.plane(0);
-    for (int y = 0; y < height; ++y) {
-        const uint8_t* byte = plane.baseAddress + static_cast<size_t>(y) * plane.bytesPerRow;
-        for (int x = 0; x < width; ++x, byte += 4) {
-            pixels[static_cast<size_t>(y * width + x)] =
-                static_cast<uint32_t>(byte[2]) << 16 | static_cast<uint32_t>(byte[1]) << 8 | byte[0];
-        }
-    }
-}
-
-void ScreenPicture::fill(int x, int y, int fillWidth, int fillHeight, uint32_t colour) {
-    for (int row = std::max(y, 0); row < std::min(y + fillHeight, height); ++row) {
-        for (int column = std::max(x, 0); column < std::min(x + fillWidth, width); ++column) {
-            pixels[static_cast<size_t>(row * width + column)] = colour;
-        }
-    }
-}
-
-ScreenPicture ScreenPicture::part(int x, int y, int partWidth, int partHeight) const {
-    ScreenPicture result(partWidth, partHeight);
-    for (int row = 0; row < partHeight; ++row) {
-        for (int column = 0; column < partWidth; ++column) {
-            result.pixels[static_cast<size_t>(row * partWidth + column)] = at(x + column, y + row);
-        }
-    }
-    return result;
-}
-
 X11ScreenFixture::X11ScreenFixture(const std::string& screen, std::vector<std::string> options)
     : server(screen, std::move(options))
     , painter(server.displayName())

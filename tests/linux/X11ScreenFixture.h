@@ -2,6 +2,7 @@
 
 #include "../platform/ScreenStreamConformance.h"
 
+#include "ScreenPicture.h"
 #include "Vintra/platform/linux/LinuxDispatchQueues.h"
 #include "Vintra/platform/linux/LinuxHostClock.h"
 #include "Vintra/platform/linux/X11ScreenCapture.h"
@@ -17,20 +18,6 @@
 #include <vector>
 
 namespace vintra {
-
-/// The colours of a whole picture, 0xRRGGBB, as a test expects or finds them.
-struct ScreenPicture {
-    int width = 0;
-    int height = 0;
-    std::vector<uint32_t> pixels;
-
-    ScreenPicture(int aWidth, int aHeight);
-    explicit ScreenPicture(const CVPixelBuffer& buffer);
-    uint32_t at(int x, int y) const { return pixels[static_cast<size_t>(y * width + x)]; }
-    void fill(int x, int y, int fillWidth, int fillHeight, uint32_t colour);
-    ScreenPicture part(int x, int y, int partWidth, int partHeight) const;
-    bool operator==(const ScreenPicture&) const = default;
-};
 
 /// A desktop of its own with streams of its first display at 30 frames a second, and what they delivered.
 class X11ScreenFixture : public ::testing::Test {

@@ -13,6 +13,9 @@ namespace vintra {
 /// the desktop's portal can share windows. Nor can a window be left out of a display: those of excluded
 /// applications are recorded where they show.
 ///
+/// The first frame comes when the desktop sends it. The portal for wlroots' compositors (0.7) compares with
+/// the last frame of the capture before, and so sends none until something changes.
+///
 /// Main thread; completions are called at once.
 class WaylandScreenCapture : public ScreenCapture {
 public:
