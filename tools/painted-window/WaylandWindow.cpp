@@ -87,17 +87,17 @@ const wl_registry_listener WaylandWindow::Client::registryListener = {
     .global_remove = [](void*, wl_registry*, uint32_t) {},
 };
 const xdg_wm_base_listener WaylandWindow::Client::shellListener = {
-    .ping = [](void*, xdg_wm_base* shell, uint32_t serial) { xdg_wm_base_pong(shell, serial); }};
+    .ping = [](void*, xdg_wm_base* pinged, uint32_t serial) { xdg_wm_base_pong(pinged, serial); }};
 const xdg_surface_listener WaylandWindow::Client::surfaceListener = {
-    .configure = [](void* data, xdg_surface* surface, uint32_t serial) {
-        xdg_surface_ack_configure(surface, serial);
+    .configure = [](void* data, xdg_surface* configured, uint32_t serial) {
+        xdg_surface_ack_configure(configured, serial);
         self(data).isConfigured = true;
     }};
 const xdg_toplevel_listener WaylandWindow::Client::toplevelListener = {
     .configure =
-        [](void* data, xdg_toplevel*, int32_t width, int32_t height, wl_array*) {
-            self(data).configuredWidth = width;
-            self(data).configuredHeight = height;
+        [](void* data, xdg_toplevel*, int32_t newWidth, int32_t newHeight, wl_array*) {
+            self(data).configuredWidth = newWidth;
+            self(data).configuredHeight = newHeight;
         },
     .close = [](void*, xdg_toplevel*) {},
     .configure_bounds = [](void*, xdg_toplevel*, int32_t, int32_t) {},
