@@ -2,6 +2,7 @@
 
 #include "ChildProcess.h"
 
+#include <cstdlib>
 #include <memory>
 #include <string>
 #include <unistd.h>
@@ -12,8 +13,7 @@ namespace vintra {
 class PrivatePipeWireServer {
 public:
     PrivatePipeWireServer()
-        : server({"pipewire", "-c", VINTRA_TEST_DATA "/../../tools/headless/pipewire/pipewire.conf"},
-                 {"PIPEWIRE_CORE=" + name_}) {
+        : server({"pipewire"}, {"PIPEWIRE_CORE=" + name_, "PIPEWIRE_CONFIG_DIR=" + sessionsFolder()}) {
         if (!server.awaitLineWith("ready")) return;
         policy = std::make_unique<ChildProcess>(std::vector<std::string>{"wireplumber"}, environment());
         defaults = std::make_unique<ChildProcess>(
@@ -29,6 +29,11 @@ public:
     void kill() { server.kill(); }
 
 private:
+    /// The session's server is set up from here.
+    static std::string sessionsFolder() {
+        const char* const configuration = std::getenv("XDG_CONFIG_HOME");
+        return std::string(configuration != nullptr ? configuration : "") + "/pipewire";
+    }
     static std::string freshName() {
         static int count = 0;
         return "vintra-test-" + std::to_string(::getpid()) + "-" + std::to_string(++count);

@@ -9,14 +9,16 @@
 namespace vintra {
 
 class PipeWireConnection;
+class PipeWireDefaultOutput;
 
 /// PipeWire's sources and sinks as sound devices: the number of one is its name's in the connection, its UID
 /// is node.name, its name node.description. A source is an input; of the sinks only the virtual device is one
-/// too, through its monitor. Reads are for any thread, listeners for the main thread.
+/// too, through its monitor. Reading and setting are for any thread, listeners for the main thread.
 class PipeWireAudioHardware : public AudioHardware {
 public:
     PipeWireAudioHardware(std::shared_ptr<PipeWireConnection> connection,
                           std::shared_ptr<MainThread> mainThread);
+    ~PipeWireAudioHardware() override;
 
     std::vector<AudioObjectID> devices() const override;
     std::optional<std::vector<uint32_t>> inputStreamChannels(AudioObjectID device) const override;
@@ -28,6 +30,7 @@ public:
     std::optional<AudioObjectID> defaultOutputDevice() const override;
     std::optional<AudioObjectID> defaultSystemOutputDevice() const override;
     bool setDefaultOutputDevice(AudioObjectID device) override;
+    /// PipeWire plays alerts to the default output, so only the device that it already is can be set.
     bool setDefaultSystemOutputDevice(AudioObjectID device) override;
     std::unique_ptr<AudioPropertyListener> addPropertyListener(AudioObjectID object, AudioProperty property,
                                                                std::function<void()> block) override;
@@ -35,6 +38,7 @@ public:
 private:
     const std::shared_ptr<PipeWireConnection> connection;
     const std::shared_ptr<MainThread> mainThread;
+    const std::shared_ptr<PipeWireDefaultOutput> defaultOutput;
 };
 
 } // namespace vintra

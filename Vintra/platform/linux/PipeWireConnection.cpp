@@ -1,7 +1,9 @@
 #include "Vintra/platform/linux/PipeWireConnection.h"
 
+#include "Vintra/platform/linux/PipeWireMetadata.h"
 #include "Vintra/platform/linux/PipeWireNodeBinding.h"
 
+#include <pipewire/extensions/metadata.h>
 #include <pipewire/pipewire.h>
 
 #include <cerrno>
@@ -56,9 +58,10 @@ struct PipeWireConnection::Events {
     }();
 };
 
-PipeWireConnection::PipeWireConnection(const std::string& serverName) {
+PipeWireConnection::PipeWireConnection(const std::string& serverName)
+    : serverName_(serverName) {
     PipeWireLock lock(loop_);
-    if (loop_.isUsable() && connect(serverName)) {
+    if (loop_.isUsable() && connect()) {
         awaitDevices();
     } else {
         MutexLock values(mutex);
@@ -69,6 +72,7 @@ PipeWireConnection::PipeWireConnection(const std::string& serverName) {
 PipeWireConnection::~PipeWireConnection() {
     PipeWireLock lock(loop_);
     bindings.clear();
+    tables.clear();
     if (registry != nullptr) {
         spa_hook_remove(registryHook.get());
         pw_proxy_destroy(reinterpret_cast<pw_proxy*>(registry));
@@ -80,11 +84,13 @@ PipeWireConnection::~PipeWireConnection() {
     if (context != nullptr) pw_context_destroy(context);
 }
 
-bool PipeWireConnection::connect(const std::string& serverName) {
+bool PipeWireConnection::connect() {
     context = pw_context_new(loop_.loop(), nullptr, 0);
     if (context == nullptr) return false;
     pw_properties* properties = nullptr;
-    if (!serverName.empty()) properties = pw_properties_new(PW_KEY_REMOTE_NAME, serverName.c_str(), nullptr);
+    if (!serverName_.empty()) {
+        properties = pw_properties_new(PW_KEY_REMOTE_NAME, serverName_.c_str(), nullptr);
+    }
     core_ = pw_context_connect(context, properties, 0);
     if (core_ == nullptr) return false;
     coreHook = std::make_unique<spa_hook>();
@@ -124,11 +130,13 @@ void PipeWireConnection::coreInfo(const pw_core_info* info) {
     if (info->props == nullptr) return;
     const char* rate = spa_dict_lookup(info->props, "default.clock.rate");
     const int hertz = rate != nullptr ? std::atoi(rate) : 0;
-    if (hertz > 0) graphRate = static_cast<uint32_t>(hertz);
+    if (hertz > 0) defaultRate = static_cast<uint32_t>(hertz);
 }
 
 void PipeWireConnection::globalAppeared(uint32_t id, const char* type, const spa_dict* properties) {
-    if (std::string_view(type) != PW_TYPE_INTERFACE_Node || properties == nullptr) return;
+    if (properties == nullptr) return;
+    if (std::string_view(type) == PW_TYPE_INTERFACE_Metadata) metadataAppeared(id, type, properties);
+    if (std::string_view(type) != PW_TYPE_INTERFACE_Node) return;
     const auto kind = pipeWireNodeKind(spa_dict_lookup(properties, PW_KEY_MEDIA_CLASS));
     if (!kind) return;
     auto* proxy = static_cast<pw_proxy*>(pw_registry_bind(registry, id, type, PW_VERSION_NODE, 0));
@@ -136,14 +144,44 @@ void PipeWireConnection::globalAppeared(uint32_t id, const char* type, const spa
     bindings[id] = std::make_unique<PipeWireNodeBinding>(*this, proxy, id, *kind);
 }
 
+void PipeWireConnection::metadataAppeared(uint32_t id, const char* type, const spa_dict* properties) {
+    const char* name = spa_dict_lookup(properties, PW_KEY_METADATA_NAME);
+    if (name == nullptr || metadata(name) != nullptr) return;
+    auto* proxy = static_cast<pw_proxy*>(pw_registry_bind(registry, id, type, PW_VERSION_METADATA, 0));
+    if (proxy != nullptr) tables[id] = std::make_unique<PipeWireMetadata>(*this, proxy, name);
+}
+
+PipeWireMetadata* PipeWireConnection::metadata(const std::string& name) {
+    for (const auto& [id, table] : tables) {
+        if (table->name() == name) return table.get();
+    }
+    return nullptr;
+}
+
+void PipeWireConnection::metadataChanged(const PipeWireMetadata& table, const std::string& key) {
+    loop_.assertHeld();
+    if (table.name() == "default") notify({.defaultsKey = key});
+    loop_.signal();
+}
+
+uint32_t PipeWireConnection::graphRate() {
+    const PipeWireMetadata* const settings = metadata("settings");
+    if (settings == nullptr) return defaultRate;
+    for (const char* key : {"clock.force-rate", "clock.rate"}) {
+        if (const uint32_t rate = settings->number(key); rate != 0) return rate;
+    }
+    return defaultRate;
+}
+
 void PipeWireConnection::globalRemoved(uint32_t id) {
+    if (tables.erase(id) > 0) return;
     if (bindings.erase(id) == 0) return;
     bool hasGone = false;
     {
         MutexLock values(mutex);
         hasGone = std::erase_if(devices, [id](const auto& entry) { return entry.second.globalID == id; }) > 0;
     }
-    if (hasGone) notify({.devices = true, .rateOfDevice = std::nullopt});
+    if (hasGone) notify({.devices = true});
     loop_.signal();
 }
 
@@ -153,7 +191,7 @@ void PipeWireConnection::syncDone(int sequence) {
         if (syncsToCome > 0) awaitedSync = requestSync();
     }
     for (const auto& [id, binding] : bindings) {
-        if (auto node = binding->syncDone(sequence, graphRate)) publish(*std::move(node));
+        if (auto node = binding->syncDone(sequence, graphRate())) publish(*std::move(node));
     }
     loop_.signal();
 }
@@ -162,13 +200,14 @@ void PipeWireConnection::lost(const std::string& reason) {
     // The objects of a server that has gone are only taken down with the connection: callers may be in the
     // middle of using them.
     bindings.clear();
+    tables.clear();
     syncsToCome = 0;
     {
         MutexLock values(mutex);
         problem_ = reason;
         devices.clear();
     }
-    notify({.devices = true, .rateOfDevice = std::nullopt});
+    notify({.devices = true});
     loop_.signal();
 }
 
@@ -180,6 +219,8 @@ void PipeWireConnection::publish(PipeWireNode node) {
         // Number 1 is the system's own.
         if (isNew) entry->second = static_cast<uint32_t>(numbers.size()) + 1;
         const uint32_t number = entry->second;
+        const auto forced = forcedRates.find(number);
+        if (forced != forcedRates.end()) node.format.sampleRate = forced->second;
         const auto known = devices.find(number);
         const uint32_t rateBefore =
             known != devices.end() ? known->second.format.sampleRate : lastRates[number];
@@ -192,6 +233,24 @@ void PipeWireConnection::publish(PipeWireNode node) {
         devices[number] = std::move(node);
     }
     if (change.devices || change.rateOfDevice) notify(change);
+}
+
+void PipeWireConnection::setForcedRate(uint32_t number, uint32_t rate) {
+    PipeWireLock lock(loop_);
+    std::optional<PipeWireNode> node;
+    {
+        MutexLock values(mutex);
+        if (rate != 0) {
+            forcedRates[number] = rate;
+        } else if (forcedRates.erase(number) == 0) {
+            return;
+        }
+        const auto found = devices.find(number);
+        if (found == devices.end()) return;
+        node = found->second;
+    }
+    if (rate == 0) node->format.sampleRate = graphRate();
+    publish(*std::move(node));
 }
 
 void PipeWireConnection::notify(const PipeWireChange& change) {
@@ -231,6 +290,13 @@ std::optional<PipeWireNode> PipeWireConnection::device(uint32_t number) const {
     MutexLock values(mutex);
     const auto found = devices.find(number);
     return found != devices.end() ? std::optional(found->second) : std::nullopt;
+}
+
+std::optional<uint32_t> PipeWireConnection::numberNamed(const std::string& name) const {
+    MutexLock values(mutex);
+    const auto number = numbers.find(name);
+    if (number == numbers.end() || !devices.contains(number->second)) return std::nullopt;
+    return number->second;
 }
 
 std::optional<PipeWireNode> PipeWireConnection::deviceNamed(const std::string& name) const {

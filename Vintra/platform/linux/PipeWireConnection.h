@@ -21,12 +21,14 @@ struct spa_hook;
 
 namespace vintra {
 
+class PipeWireMetadata;
 class PipeWireNodeBinding;
 
-/// What has changed in the list of sound devices.
+/// What has changed in the list of sound devices or in what is said about all of them.
 struct PipeWireChange {
     bool devices = false;                 ///< one came, went, or has another name or other channels
     std::optional<uint32_t> rateOfDevice; ///< the one that has another nominal rate
+    std::string defaultsKey;              ///< of the `default` metadata; empty: not that
 };
 
 /// The program's one connection to the PipeWire server, and the list of sound devices that it keeps up to
@@ -50,6 +52,7 @@ public:
     /// Devices in the order in which they were first seen.
     std::vector<uint32_t> deviceNumbers() const EXCLUDES(mutex);
     std::optional<PipeWireNode> device(uint32_t number) const EXCLUDES(mutex);
+    std::optional<uint32_t> numberNamed(const std::string& name) const EXCLUDES(mutex);
     std::optional<PipeWireNode> deviceNamed(const std::string& name) const EXCLUDES(mutex);
 
     /// Calls the block on PipeWire's thread after each change for as long as the result is kept. When the
@@ -60,19 +63,31 @@ public:
     PipeWireLoop& loop() VINTRA_THREAD_ANNOTATION(lock_returned(loop_)) { return loop_; }
     /// Null without a server.
     pw_core* core() REQUIRES(loop_) { return core_; }
+    /// For further connections to the same server; empty for the user's own.
+    const std::string& serverName() const { return serverName_; }
+    /// Null if the server has no such table.
+    PipeWireMetadata* metadata(const std::string& name) REQUIRES(loop_);
+    /// The rate that a cycle of the whole graph has where nobody asks for another one.
+    uint32_t graphRate() REQUIRES(loop_);
+
+    /// The rate at which a device has been made to run, whether it runs now or not; 0 ends that.
+    void setForcedRate(uint32_t number, uint32_t rate) EXCLUDES(mutex);
 
 private:
     struct Events;
+    friend class PipeWireMetadata;
     friend class PipeWireNodeBinding;
     using Block = std::function<void(const PipeWireChange&)>;
 
-    bool connect(const std::string& serverName) REQUIRES(loop_);
+    bool connect() REQUIRES(loop_);
     void awaitDevices() REQUIRES(loop_);
     bool isComplete() const REQUIRES(loop_);
     /// The number of a request that the server answers after all that was asked before.
     int requestSync() REQUIRES(loop_);
 
     void globalAppeared(uint32_t id, const char* type, const spa_dict* properties) REQUIRES(loop_);
+    void metadataAppeared(uint32_t id, const char* type, const spa_dict* properties) REQUIRES(loop_);
+    void metadataChanged(const PipeWireMetadata& metadata, const std::string& key);
     void globalRemoved(uint32_t id) REQUIRES(loop_);
     void coreInfo(const pw_core_info* info) REQUIRES(loop_);
     void syncDone(int sequence) REQUIRES(loop_);
@@ -81,6 +96,7 @@ private:
     void publish(PipeWireNode node) EXCLUDES(mutex);
     void notify(const PipeWireChange& change) EXCLUDES(mutex);
 
+    const std::string serverName_;
     PipeWireLoop loop_{"vintra-pipewire"};
     pw_context* context GUARDED_BY(loop_) = nullptr;
     pw_core* core_ GUARDED_BY(loop_) = nullptr;
@@ -88,7 +104,8 @@ private:
     std::unique_ptr<spa_hook> coreHook GUARDED_BY(loop_);
     std::unique_ptr<spa_hook> registryHook GUARDED_BY(loop_);
     std::map<uint32_t, std::unique_ptr<PipeWireNodeBinding>> bindings GUARDED_BY(loop_); ///< by global id
-    uint32_t graphRate GUARDED_BY(loop_) = 48000;
+    std::map<uint32_t, std::unique_ptr<PipeWireMetadata>> tables GUARDED_BY(loop_);      ///< by global id
+    uint32_t defaultRate GUARDED_BY(loop_) = 48000;
     int awaitedSync GUARDED_BY(loop_) = 0;
     int syncsToCome GUARDED_BY(loop_) = 0; ///< before the first list is complete
 
@@ -97,6 +114,7 @@ private:
     std::map<std::string, uint32_t> numbers GUARDED_BY(mutex);
     std::map<uint32_t, PipeWireNode> devices GUARDED_BY(mutex);
     std::map<uint32_t, uint32_t> lastRates GUARDED_BY(mutex); ///< also of devices that have gone
+    std::map<uint32_t, uint32_t> forcedRates GUARDED_BY(mutex);
     std::vector<std::weak_ptr<Block>> observers GUARDED_BY(mutex);
 };
 

@@ -2,16 +2,33 @@
 
 #include "Vintra/platform/AudioDeviceIO.h"
 
+#include <map>
 #include <memory>
 
 namespace vintra {
 
 class PipeWireConnection;
+class PipeWireDevicePin;
+struct PipeWireCycles;
+struct PipeWireNode;
 
-/// IO procs on PipeWire's devices. Main thread.
+/// IO procs on PipeWire's devices, each on a real-time thread of its own. Main thread.
+///
+/// PipeWire has no buffer of a device's own: a device's driver wakes all nodes that hang on it once a cycle,
+/// and how long a cycle is follows from what those nodes ask for, within the server's limits. So the buffer
+/// size of a device is the length of its driver's cycles: while a block runs on it what that block is called
+/// with, otherwise what has been asked for, otherwise what the server uses where nobody asks. It is set on
+/// the virtual device alone, which has its cycles to itself; on other devices the request is ignored, since
+/// it would be one for every program that plays there.
+///
+/// The same goes for the rate: the virtual device runs at 44.1 or 48 kHz as asked, every other device at the
+/// rate that the server has chosen, and refuses.
+///
+/// A block on the virtual device gets what is played to the device; it is not asked for output.
 class PipeWireDeviceIO : public AudioDeviceIO {
 public:
     explicit PipeWireDeviceIO(std::shared_ptr<PipeWireConnection> connection);
+    ~PipeWireDeviceIO() override;
 
     std::unique_ptr<AudioIOProc> createIOProc(AudioObjectID device, AudioIOBlock block) override;
     std::optional<uint32_t> bufferFrameSize(AudioObjectID device) const override;
@@ -20,7 +37,19 @@ public:
     bool setNominalSampleRate(AudioObjectID device, double rate) override;
 
 private:
+    struct Limits {
+        uint32_t usual = 1024;
+        uint32_t minimum = 32;
+        uint32_t maximum = 8192;
+    };
+    Limits limits(uint32_t rate) const;
+    bool pin(const PipeWireNode& node);
+
     const std::shared_ptr<PipeWireConnection> connection;
+    std::map<AudioObjectID, std::shared_ptr<PipeWireCycles>> cycles;
+    uint32_t pinnedRate = 0;   ///< of the virtual device; 0: the server's
+    uint32_t pinnedFrames = 0; ///< likewise
+    std::unique_ptr<PipeWireDevicePin> pinned;
 };
 
 } // namespace vintra

@@ -31,7 +31,8 @@ public:
 
     /// Wakes every `waitUntil`.
     void signal() REQUIRES(this);
-    /// Gives the lock up and waits for a `signal`; false if the deadline of `deadlineIn` came first.
+    /// Gives the lock up, which must be held once, and waits for a `signal`; false if the deadline of
+    /// `deadlineIn` came first.
     bool waitUntil(int64_t deadline) REQUIRES(this);
     /// That far from now, for `waitUntil`.
     static int64_t deadlineIn(double seconds);

@@ -34,7 +34,29 @@ uint32_t number(const char* text) {
     return value;
 }
 
+std::string_view text(const spa_dict* properties, const char* key) {
+    const char* value = spa_dict_lookup(properties, key);
+    return value != nullptr ? value : "";
+}
+
 } // namespace
+
+bool isBuiltIn(const spa_dict* properties) {
+    if (properties == nullptr) return false;
+    if (text(properties, PW_KEY_DEVICE_FORM_FACTOR) == "internal") return true;
+    // A node has its bus in its properties or, as session managers name it, in its name.
+    const std::string_view name = text(properties, PW_KEY_NODE_NAME);
+    const std::string_view bus = text(properties, PW_KEY_DEVICE_BUS);
+    const auto isNamed = [name](std::string_view kind) {
+        return name.starts_with("alsa_output." + std::string(kind)) ||
+               name.starts_with("alsa_input." + std::string(kind));
+    };
+    const bool isOnBoard =
+        bus == "pci" || bus == "platform" || (bus.empty() && (isNamed("pci-") || isNamed("platform-")));
+    const bool isALSA = text(properties, PW_KEY_DEVICE_API) == "alsa";
+    const bool isHDMI = name.find("hdmi") != std::string_view::npos;
+    return isALSA && isOnBoard && !isHDMI;
+}
 
 std::optional<PipeWireNodeKind> pipeWireNodeKind(const char* mediaClass) {
     if (mediaClass == nullptr) return std::nullopt;

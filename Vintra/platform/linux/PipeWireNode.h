@@ -31,12 +31,16 @@ struct PipeWireNode {
     std::string description; ///< as the user knows it
     PipeWireNodeKind kind = PipeWireNodeKind::source;
     PipeWireAudioFormat format;
+    int32_t sessionPriority = 0; ///< priority.session: of several sinks the highest is the automatic choice
+    bool isBuiltIn = false;
     bool operator==(const PipeWireNode&) const = default;
 
     /// Sources are inputs, and the virtual device is one through its monitor: what is played to it is
     /// recorded from it. Other sinks' monitors are not listed.
     bool isInput() const { return kind == PipeWireNodeKind::source || name == kVirtualAudioDeviceName; }
     bool isOutput() const { return kind == PipeWireNodeKind::sink; }
+    /// The one that belongs to the program and plays nothing.
+    bool isVirtualDevice() const { return name == kVirtualAudioDeviceName; }
     /// Recorded from its monitor.
     bool isMonitored() const { return kind == PipeWireNodeKind::sink; }
 };
@@ -47,6 +51,10 @@ std::optional<PipeWireNodeKind> pipeWireNodeKind(const char* mediaClass);
 /// Of an EnumFormat or Format parameter; nothing if it isn't raw sound. Where it leaves a choice, the
 /// default.
 std::optional<PipeWireAudioFormat> pipeWireAudioFormat(const spa_pod* parameter);
+
+/// Whether the device is part of the computer: a sound chip that ALSA finds on the PCI bus or soldered to the
+/// board, its HDMI outputs excepted, or whatever calls itself internal.
+bool isBuiltIn(const spa_dict* properties);
 
 /// What a node's properties say of its format.
 PipeWireAudioFormat pipeWireAudioFormat(const spa_dict* properties);

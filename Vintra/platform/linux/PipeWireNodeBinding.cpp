@@ -4,6 +4,8 @@
 
 #include <pipewire/pipewire.h>
 
+#include <cstdlib>
+
 namespace vintra {
 
 struct PipeWireNodeBinding::Events {
@@ -49,8 +51,15 @@ void PipeWireNodeBinding::nodeInfo(const pw_node_info* info) {
         node.description = text(PW_KEY_NODE_DESCRIPTION);
         if (node.description.empty()) node.description = text(PW_KEY_NODE_NICK);
         if (node.description.empty()) node.description = node.name;
+        node.sessionPriority = std::atoi(text(PW_KEY_PRIORITY_SESSION).c_str());
+        node.isBuiltIn = isBuiltIn(info->props);
         propertyFormat = pipeWireAudioFormat(info->props);
         hasChanged = true;
+    }
+    if ((info->change_mask & PW_NODE_CHANGE_MASK_STATE) != 0) {
+        const bool runsNow = info->state == PW_NODE_STATE_RUNNING;
+        if (runsNow != isRunning && node.isVirtualDevice()) hasChanged = true;
+        isRunning = runsNow;
     }
     if ((info->change_mask & PW_NODE_CHANGE_MASK_PARAMS) != 0) {
         for (uint32_t index = 0; index < info->n_params; ++index) {
@@ -83,7 +92,8 @@ std::optional<PipeWireNode> PipeWireNodeBinding::syncDone(int sequence, uint32_t
     PipeWireAudioFormat format = parameterFormats[SPA_PARAM_Format];
     format = completed(format, propertyFormat);
     format = completed(format, parameterFormats[SPA_PARAM_EnumFormat]);
-    if (format.sampleRate == 0) format.sampleRate = graphRate;
+    // The virtual device runs at the rate of its cycles, which is kept as its format until it is suspended.
+    if (format.sampleRate == 0 || (node.isVirtualDevice() && !isRunning)) format.sampleRate = graphRate;
     node.format = format;
     if (node.name.empty()) return std::nullopt;
     return node;

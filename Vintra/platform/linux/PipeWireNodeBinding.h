@@ -46,6 +46,7 @@ private:
     std::map<uint32_t, uint32_t> parameterFlags;              ///< their state when they were last read
     std::optional<int> awaitedSync;
     bool known = false;
+    bool isRunning = false;
 };
 
 } // namespace vintra

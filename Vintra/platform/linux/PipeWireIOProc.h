@@ -1,0 +1,37 @@
+#pragma once
+
+#include "Vintra/platform/AudioDeviceIO.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace vintra {
+
+class PipeWireConnection;
+class PipeWireIOStream;
+struct PipeWireCycles;
+
+/// A block's place on one device of PipeWire: a stream from a source or from the virtual device's monitor, or
+/// to a sink, while it is started. Main thread; the connection's lock guards the stream.
+class PipeWireIOProc : public AudioIOProc {
+public:
+    PipeWireIOProc(std::shared_ptr<PipeWireConnection> connection, std::string deviceName, AudioIOBlock block,
+                   std::shared_ptr<PipeWireCycles> cycles);
+    ~PipeWireIOProc() override;
+
+    /// A device that does not run within 3 s has refused.
+    bool start() override;
+    void stop() override;
+    /// The node whose clock drives the block's cycles; 0 while it doesn't run.
+    uint32_t driver() const;
+
+private:
+    const std::shared_ptr<PipeWireConnection> connection;
+    const std::string deviceName;
+    const AudioIOBlock block;
+    const std::shared_ptr<PipeWireCycles> cycles;
+    std::unique_ptr<PipeWireIOStream> stream;
+};
+
+} // namespace vintra
