@@ -33,6 +33,20 @@ void X11Painter::fill(int x, int y, int width, int height, uint32_t colour) {
     XSync(display, False);
 }
 
+void X11Painter::draw(int width, int height, const std::vector<uint32_t>& pixels) {
+    const int screen = DefaultScreen(display);
+    std::vector<uint32_t> copy = pixels;
+    XImage* const image = XCreateImage(display, DefaultVisual(display, screen),
+                                       static_cast<unsigned>(DefaultDepth(display, screen)), ZPixmap, 0,
+                                       reinterpret_cast<char*>(copy.data()), static_cast<unsigned>(width),
+                                       static_cast<unsigned>(height), 32, 0);
+    XPutImage(display, DefaultRootWindow(display), DefaultGC(display, screen), image, 0, 0, 0, 0,
+              static_cast<unsigned>(width), static_cast<unsigned>(height));
+    image->data = nullptr; // the vector's
+    XDestroyImage(image);
+    XSync(display, False);
+}
+
 void X11Painter::movePointer(int x, int y) {
     XTestFakeMotionEvent(display, -1, x, y, CurrentTime);
     XSync(display, False);
@@ -74,6 +88,19 @@ X11Painter::PointerPicture X11Painter::pointerPicture() {
         result.pixels.push_back(static_cast<uint32_t>(image->pixels[i]));
     }
     XFree(image);
+    return result;
+}
+
+std::vector<uint32_t> X11Painter::pixels(int x, int y, int width, int height) {
+    std::vector<uint32_t> result;
+    XImage* const image = XGetImage(display, DefaultRootWindow(display), x, y, static_cast<unsigned>(width),
+                                    static_cast<unsigned>(height), AllPlanes, ZPixmap);
+    if (!image) return result;
+    for (int row = 0; row < height; ++row) {
+        for (int column = 0; column < width; ++column)
+            result.push_back(static_cast<uint32_t>(XGetPixel(image, column, row)) & 0xffffff);
+    }
+    XDestroyImage(image);
     return result;
 }
 

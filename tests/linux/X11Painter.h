@@ -20,6 +20,8 @@ public:
 
     /// On the root window; 0xRRGGBB.
     void fill(int x, int y, int width, int height, uint32_t colour);
+    /// 0xRRGGBB, row by row, on the root window from its top left on.
+    void draw(int width, int height, const std::vector<uint32_t>& pixels);
     /// As a hand does.
     void movePointer(int x, int y);
     /// A pointer that is one square of one colour, premultiplied ARGB, its hot spot at its corner.
@@ -35,6 +37,9 @@ public:
         std::vector<uint32_t> pixels; ///< premultiplied ARGB
     };
     PointerPicture pointerPicture();
+
+    /// What the screen shows, without the pointer: 0xRRGGBB, row by row.
+    std::vector<uint32_t> pixels(int x, int y, int width, int height);
 
     /// A mapped window with a title and a process; its id.
     unsigned long openWindow(int x, int y, int width, int height, const std::string& title, int processID);

@@ -11,6 +11,29 @@ protected:
                                                    {.displayID = 5, .width = 800, .height = 600}};
         machine.complete(recorder->refreshDisplays());
     }
+    /// A window that can be captured and is chosen.
+    void chooseWindow(CGSize size) {
+        machine.screenCapture->content.windows = {
+            {.windowID = 40, .frame = {{0, 0}, size}, .title = "Notes"}};
+        machine.windowList->list = {{.number = 40,
+                                     .bounds = CGRect{{0, 0}, size},
+                                     .layer = 0,
+                                     .ownerPID = 5,
+                                     .ownerName = "Editor",
+                                     .name = "Notes"}};
+        recorder->selectedWindowID.set(40);
+        recorder->screenCaptureMode.set(CaptureModeChoice::window);
+    }
+    /// The warnings of a take of a window that is 300 × 200 points at the start.
+    std::string warningAfter(const std::function<void()>& change, const std::string& name) {
+        chooseWindow({300, 200});
+        machine.complete(recorder->startRecording(URL::fileURL(path(name + "_video.mov"))));
+        machine.run(0.5);
+        change();
+        stop();
+        return lastError();
+    }
+    void resizeWindow(CGSize size) { machine.windowList->list[0].bounds = CGRect{{0, 0}, size}; }
     const SCStreamConfiguration& configuration() const { return *machine.screenCapture->lastConfiguration; }
     const SCContentFilter::Display& displayFilter() const {
         return std::get<SCContentFilter::Display>(machine.screenCapture->lastFilter->content);
@@ -93,10 +116,7 @@ TEST_F(ScreenSourceTest, aRegionOnAnotherDisplayThanTheChosenOneCapturesThatDisp
 }
 
 TEST_F(ScreenSourceTest, aWindowIsCapturedByItselfAtItsEvenSize) {
-    machine.screenCapture->content.windows = {
-        {.windowID = 40, .frame = {{0, 0}, {101, 77}}, .title = "Notes"}};
-    recorder->selectedWindowID.set(40);
-    recorder->screenCaptureMode.set(CaptureModeChoice::window);
+    chooseWindow({101, 77});
     recordFor(0.5);
     const auto& filter =
         std::get<SCContentFilter::DesktopIndependentWindow>(machine.screenCapture->lastFilter->content);
@@ -108,6 +128,170 @@ TEST_F(ScreenSourceTest, aWindowIsCapturedByItselfAtItsEvenSize) {
     stop();
     EXPECT_EQ(configuration().width, 100);
     EXPECT_EQ(configuration().height, 76);
+}
+
+TEST_F(ScreenSourceTest, ofAFractionOfAPixelNothingIsLeft) {
+    machine.screens->list[0].backingScaleFactor = 1.5;
+    chooseWindow({101, 0.5});
+    recordFor(0.5);
+    EXPECT_EQ(configuration().width, 150) << "of 151.5";
+    EXPECT_EQ(configuration().height, 2) << "the least";
+}
+
+TEST_F(ScreenSourceTest, aDisplayOfOddSizeIsCapturedAtTheEvenSizeBelow) {
+    machine.screenCapture->content.displays = {{.displayID = 5, .width = 683, .height = 385}};
+    machine.screens->list = {{5, "Odd", {{0, 0}, {683, 385}}, 1}};
+    recordFor(0.5);
+    EXPECT_EQ(configuration().width, 682);
+    EXPECT_EQ(configuration().height, 384);
+    EXPECT_FALSE(configuration().sourceRect.has_value());
+}
+
+TEST_F(ScreenSourceTest, aDisplayWithoutAScreenIsCapturedAtTwoPixelsAPoint) {
+    recorder->selectedDisplayID.set(5);
+    recorder->captureRegion.set(CaptureRegion{.displayID = 5, .rect = {{0, 0}, {101, 77}}});
+    recorder->screenCaptureMode.set(CaptureModeChoice::region);
+    recordFor(0.5);
+    EXPECT_EQ(configuration().width, 202);
+    EXPECT_EQ(configuration().height, 154);
+}
+
+TEST_F(ScreenSourceTest, aShapedRegionIsReadFromWhatItsPictureCovers) {
+    recorder->aspectPreset.set(AspectPreset::widescreen);
+    recorder->captureRegion.set(CaptureRegion{.displayID = 1, .rect = {{10, 20}, {100.4, 50.9}}});
+    recorder->screenCaptureMode.set(CaptureModeChoice::region);
+    recordFor(0.5);
+    EXPECT_EQ(configuration().width, 160); // 5 of min(200 / 32, 101 / 18)
+    EXPECT_EQ(configuration().height, 90);
+    EXPECT_EQ(configuration().sourceRect, (CGRect{{10, 20}, {80, 45}}));
+}
+
+TEST_F(ScreenSourceTest, aWindowThatClosesBetweenPickAndStartIsNotReplacedByTheDisplay) {
+    chooseWindow({300, 200});
+    machine.screenCapture->content.windows.clear();
+    machine.windowList->list.clear();
+    start();
+    expectUndone(
+        "The window you chose isn't available any more — it may have been closed. Pick another window, "
+        "or switch to Full screen.");
+    EXPECT_EQ(machine.screenCapture->streamsMade, 0);
+    EXPECT_TRUE(machine.assetWriters->writers.empty());
+    EXPECT_TRUE(files().empty());
+}
+
+TEST_F(ScreenSourceTest, clicksAreNotShownInAWindowsMovie) {
+    recorder->showMouseClicks.set(true);
+    chooseWindow({300, 200});
+    const int64_t queries = machine.screenCapture->contentQueries;
+    recordFor(0.5);
+    EXPECT_EQ(machine.screenCapture->contentQueries, queries + 1) << "no overlay to look for";
+    EXPECT_TRUE(std::holds_alternative<SCContentFilter::DesktopIndependentWindow>(
+        machine.screenCapture->lastFilter->content));
+}
+
+TEST_F(ScreenSourceTest, aWindowThatChangedItsSizeIsToldOfFromMoreThanFourPointsOn) {
+    EXPECT_EQ(warningAfter([this] { resizeWindow({304, 204}); }, "four"), "");
+    EXPECT_EQ(
+        warningAfter(
+            [this] {
+                resizeWindow({300, 204.5});
+            },
+            "taller"),
+        "The window changed size during recording (300×200 → 300×204). The video keeps the dimensions it "
+        "started with, so the picture was scaled to fit.");
+    EXPECT_EQ(
+        warningAfter(
+            [this] {
+                resizeWindow({295.5, 200});
+            },
+            "narrower"),
+        "The window changed size during recording (300×200 → 295×200). The video keeps the dimensions it "
+        "started with, so the picture was scaled to fit.");
+}
+
+TEST_F(ScreenSourceTest, ofAWindowThatClosedNoSizeIsTold) {
+    EXPECT_EQ(warningAfter(
+                  [this] {
+                      resizeWindow({900, 900});
+                      machine.windowList->list.clear();
+                  },
+                  "closed"),
+              "");
+}
+
+TEST_F(ScreenSourceTest, theNoteIsOfTheTakeAndNotOfTheModeAtItsEnd) {
+    chooseWindow({300, 200});
+    recorder->screenCaptureMode.set(CaptureModeChoice::fullScreen);
+    start();
+    machine.run(0.5);
+    recorder->screenCaptureMode.set(CaptureModeChoice::window);
+    resizeWindow({900, 900});
+    stop();
+    EXPECT_EQ(lastError(), "") << "the display was recorded";
+    const auto leaveWindowMode = [this] {
+        recorder->screenCaptureMode.set(CaptureModeChoice::fullScreen);
+        resizeWindow({900, 900});
+    };
+    EXPECT_TRUE(
+        warningAfter(leaveWindowMode, "other").starts_with("The window changed size during recording"));
+}
+
+TEST_F(ScreenSourceTest, changedScreensAreListedAgain) {
+    machine.screenCapture->content.displays = {{.displayID = 8, .width = 1000, .height = 500}};
+    machine.screens->list = {{8, "Projector", {{0, 0}, {1000, 500}}, 1}};
+    machine.screens->notify();
+    ASSERT_TRUE(machine.runMainUntil([&] { return recorder->availableDisplays->size() == 1; }, 5));
+    EXPECT_EQ(recorder->availableDisplays->front(),
+              (CaptureDisplay{.id = 8, .name = "Projector", .width = 1000, .height = 500}));
+}
+
+TEST_F(ScreenSourceTest, screensThatChangeAfterTheRecorderHasGoneConcernNoOne) {
+    const int64_t queries = machine.screenCapture->contentQueries;
+    machine.screens->notify();
+    recorder.reset();
+    machine.screens->notify();
+    machine.run(1);
+    EXPECT_EQ(machine.screenCapture->contentQueries, queries);
+}
+
+TEST_F(ScreenSourceTest, anUnpluggedDisplayEndsItsTakeWithWhatWasCaptured) {
+    recorder->selectedDisplayID.set(5);
+    start();
+    ASSERT_TRUE(*recorder->isRecording);
+    machine.run(2);
+    machine.screenCapture->content.displays.pop_back();
+    machine.screens->notify();
+    machine.screenCapture->stream()->die(SystemError("test", 5, "the display was unplugged"));
+    ASSERT_TRUE(machine.runMainUntil([&] { return *recorder->statusMessage == "Stopped unexpectedly"; }, 30));
+    EXPECT_EQ(lastError(),
+              "Screen capture stopped unexpectedly (the display was unplugged). Saving what was captured…");
+    EXPECT_FALSE(*recorder->isRecording);
+    EXPECT_FALSE(*recorder->isBusy);
+    EXPECT_EQ(writer("take_video.mov")->status(), AVAssetWriterStatus::completed);
+    EXPECT_GE(videoTrack()->accepted().size(), 55u);
+    EXPECT_TRUE(machine.runMainUntil([&] { return !recorder->selectedDisplayID->has_value(); }, 5))
+        << "the refresh doesn't find it";
+    recorder->lastError.set(std::nullopt);
+    machine.complete(recorder->startRecording(URL::fileURL(path("next_video.mov"))));
+    EXPECT_TRUE(*recorder->isRecording) << "of the display that is left";
+    stop();
+}
+
+TEST_F(ScreenSourceTest, ofManyLostFramesAllAreCountedAndTheFirst512Listed) {
+    // The writer takes the first frame and nothing from 0.5 s on. Slots are 1/60 s, frames 1/50 s apart.
+    recorder->screenFrameRate.set(60);
+    std::vector<SimulatedFrame> frames{{.seconds = 0}};
+    for (int n = 0; n < 600; ++n)
+        frames.push_back({.seconds = 1 + n / 50.0});
+    machine.screenCapture->script.frames = listedFrames(frames);
+    machine.assetWriters->script = [](const URL&, AVFileType) {
+        return SimulatedWriterScript{.isStalled = [](double seconds) { return seconds >= 0.5; }};
+    };
+    recordFor(14);
+    EXPECT_TRUE(lastError().starts_with("600 screen frames were dropped")) << lastError();
+    EXPECT_TRUE(
+        recorder->lastScreenDropSummary->starts_with("last take dropped 512 screen frames · first at 1."))
+        << *recorder->lastScreenDropSummary;
 }
 
 TEST_F(ScreenSourceTest, aVeryLargeScreenIsCappedUnlessTheUserLiftsTheCap) {
