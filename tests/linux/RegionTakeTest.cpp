@@ -1,24 +1,14 @@
-// Takes of a part of the screen by the program itself, compared with what the screen shows there.
+// Takes of a region by the program itself, compared with what the screen shows there.
 
-#include "ChildProcess.h"
+#include "AreaTakeFixture.h"
 #include "MediaProbe.h"
-#include "TemporaryFolder.h"
-#include "X11Painter.h"
-#include "XvfbServer.h"
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
+#include <cstdio>
 
 namespace vintra {
 namespace {
-
-using Json = nlohmann::json;
-
-constexpr int kScreenWidth = 640;
-constexpr int kScreenHeight = 480;
 
 /// In luma, of 219 steps: how far the codec may take a picture from the screen, and how much further away a
 /// picture must be that is read one pixel beside its place.
@@ -35,12 +25,11 @@ double lumaOf(uint32_t colour) {
     return 16 + 219 * (0.2126 * part(16) + 0.7152 * part(8) + 0.0722 * part(0)) / 255;
 }
 
-class CaptureAreaTakeTest : public ::testing::Test {
+class RegionTakeTest : public AreaTakeFixture {
 protected:
     void SetUp() override {
-        ASSERT_FALSE(server.displayName().empty()) << "Xvfb doesn't start";
-        painter.movePointer(0, 0); // where no test looks
-        paint();
+        AreaTakeFixture::SetUp();
+        if (!HasFatalFailure()) paint();
     }
     /// Waves of grey: no hard edge for the codec to blur, and a slope nearly everywhere, so that a picture
     /// which is one pixel off differs. The third wave tells their repetitions apart.
@@ -55,35 +44,12 @@ protected:
         }
         painter.draw(kScreenWidth, kScreenHeight, pixels);
     }
-    struct Outcome {
-        int code = 0;
-        Json json;
-    };
-    Outcome run(const std::vector<std::string>& options) const {
-        std::vector<std::string> command{VINTRA_BIN_DIR "/vintra-take", "--json"};
-        command.insert(command.end(), options.begin(), options.end());
-        ChildProcess process(command,
-                             {"DISPLAY=" + server.displayName(), "WAYLAND_DISPLAY=", "XDG_SESSION_TYPE=x11"});
-        Outcome outcome;
-        const std::string text = process.restOfOutput();
-        outcome.code = process.wait();
-        outcome.json = Json::parse(text, nullptr, false);
-        return outcome;
-    }
-    Outcome take(const std::string& name, std::vector<std::string> options) const {
-        const std::vector<std::string> common{
-            "--folder", folder.url().path(), "--timeline", "none", "--fps", "30", "--name",
-            name,       "--seconds",         "0.7"};
-        options.insert(options.end(), common.begin(), common.end());
-        return run(options);
-    }
     /// The size and the last picture of a movie are those of the place on the screen.
     void expectShows(const std::string& name, const Place& place) {
-        const URL movie = folder.file(name + "_video.mov");
-        const MediaProbe probe(movie);
+        const MediaProbe probe(movie(name));
         ASSERT_EQ(probe.track(0).width, place.width);
         ASSERT_EQ(probe.track(0).height, place.height);
-        const auto picture = MediaProbe::luma(movie).back();
+        const auto picture = MediaProbe::luma(movie(name)).back();
         ASSERT_EQ(picture.size(), static_cast<size_t>(place.width * place.height));
         const auto screen = painter.pixels(0, 0, kScreenWidth, kScreenHeight);
         ASSERT_EQ(screen.size(), static_cast<size_t>(kScreenWidth * kScreenHeight));
@@ -96,18 +62,6 @@ protected:
         }
         std::printf("%s: %.2f steps of luma from the screen\n", name.c_str(), there);
     }
-    void expectRefused(const std::vector<std::string>& options, const std::string& sentence) const {
-        const Outcome outcome = take("refused", options);
-        EXPECT_EQ(outcome.code, 1) << outcome.json;
-        EXPECT_EQ(outcome.json.value("status", ""), "Failed to start");
-        EXPECT_EQ(outcome.json.value("lastError", ""), sentence);
-        EXPECT_TRUE(std::filesystem::is_empty(folder.url().path()));
-    }
-    uint32_t onlyDisplay() const { return run({"--list"}).json["displays"][0]["id"]; }
-
-    XvfbServer server{std::to_string(kScreenWidth) + "x" + std::to_string(kScreenHeight) + "x24"};
-    X11Painter painter{server.displayName()};
-    TemporaryFolder folder;
 
 private:
     /// The mean over what of the place lies on the screen.
@@ -129,14 +83,14 @@ private:
     }
 };
 
-TEST_F(CaptureAreaTakeTest, aRegionOfOddSizeShowsItsEvenPart) {
+TEST_F(RegionTakeTest, aRegionOfOddSizeShowsItsEvenPart) {
     const Outcome outcome = take("odd", {"--region", "101,53,201,177"});
     EXPECT_EQ(outcome.code, 0) << outcome.json;
     EXPECT_EQ(outcome.json.value("screen", ""), "Area · 200×176");
     expectShows("odd", {101, 53, 200, 176});
 }
 
-TEST_F(CaptureAreaTakeTest, aShapeTakesTheMostUnitsThatFitFromTheTopLeft) {
+TEST_F(RegionTakeTest, aShapeTakesTheMostUnitsThatFitFromTheTopLeft) {
     // 300 × 201: 9 of min(300 / 32, 201 / 18), 6 of min(300 / 18, 201 / 32), 100 of min(300 / 2, 201 / 2).
     const std::vector<std::pair<std::string, Place>> shapes{{"widescreen", {33, 21, 288, 162}},
                                                             {"vertical", {33, 21, 108, 192}},
@@ -149,31 +103,31 @@ TEST_F(CaptureAreaTakeTest, aShapeTakesTheMostUnitsThatFitFromTheTopLeft) {
     }
 }
 
-TEST_F(CaptureAreaTakeTest, aRegionReachesTheFarCorner) {
+TEST_F(RegionTakeTest, aRegionReachesTheFarCorner) {
     EXPECT_EQ(take("corner", {"--region", "340,280,300,200"}).code, 0);
     expectShows("corner", {340, 280, 300, 200});
 }
 
-TEST_F(CaptureAreaTakeTest, aRegionBelowOneUnitOfItsShapeShowsOne) {
+TEST_F(RegionTakeTest, aRegionBelowOneUnitOfItsShapeShowsOne) {
     EXPECT_EQ(take("tiny", {"--region", "600,440,5,5", "--aspect", "widescreen"}).code, 0);
     expectShows("tiny", {600, 440, 32, 18});
 }
 
-TEST_F(CaptureAreaTakeTest, onADenseDisplayARegionIsInPoints) {
+TEST_F(RegionTakeTest, onADenseDisplayARegionIsInPoints) {
     painter.setResources("Xft.dpi:\t192\n");
-    const auto displays = run({"--list"}).json["displays"];
+    const auto displays = list()["displays"];
     EXPECT_EQ(displays[0]["scale"], 2);
     EXPECT_EQ(displays[0]["points"]["width"], kScreenWidth / 2);
     EXPECT_EQ(take("dense", {"--region", "50.5,30,101,77"}).code, 0);
     expectShows("dense", {101, 60, 202, 154});
 }
 
-TEST_F(CaptureAreaTakeTest, aRegionIsCountedOnTheChosenDisplay) {
+TEST_F(RegionTakeTest, aRegionIsCountedOnTheChosenDisplay) {
     ASSERT_TRUE(server.xrandr({"--setmonitor", "LEFT", "400/400x480/480+0+0", "screen"}));
     ASSERT_TRUE(server.xrandr({"--setmonitor", "RIGHT", "240/240x480/480+400+0", "none"}));
     std::string right;
-    const Json list = run({"--list"}).json;
-    for (const Json& display : list["displays"]) {
+    const Json displays = list()["displays"];
+    for (const Json& display : displays) {
         if (display["name"] == "RIGHT") right = std::to_string(display["id"].get<uint32_t>());
     }
     EXPECT_EQ(take("right", {"--display", right, "--region", "20,30,200,100"}).code, 0);
@@ -188,8 +142,8 @@ TEST_F(CaptureAreaTakeTest, aRegionIsCountedOnTheChosenDisplay) {
                   "room for 40×480.");
 }
 
-TEST_F(CaptureAreaTakeTest, whatIsNotThereIsRefusedAndNoFileIsMade) {
-    const std::string display = std::to_string(onlyDisplay());
+TEST_F(RegionTakeTest, whatIsNotThereIsRefusedAndNoFileIsMade) {
+    const std::string display = std::to_string(list()["displays"][0]["id"].get<uint32_t>());
     expectRefused({"--region", "640,0,10,10"},
                   "The region lies outside of display " + display +
                       " (screen), which has 640×480 points: nothing begins at 640,0. "
