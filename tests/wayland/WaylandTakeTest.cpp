@@ -72,6 +72,40 @@ TEST_F(WaylandTakeTest, aColourOnTheScreenIsThatColourInTheMovie) {
     }
 }
 
+TEST_F(WaylandTakeTest, aRegionShowsItsEvenPartOfTheDisplay) {
+    window->fill({0, 0, 640, 480}, 0xC02020);
+    window->fill({101, 53, 200, 176}, 0x20A040);
+    window->showAndAwaitFrame();
+    ChildProcess take(command("region", {"--seconds", "0.5", "--region", "101,53,201,177"}), environment());
+    const std::string text = take.restOfOutput();
+    ASSERT_EQ(take.wait(), 0) << text;
+    const MediaProbe probe(movie("region"));
+    EXPECT_EQ(probe.track(0).width, 200);
+    EXPECT_EQ(probe.track(0).height, 176);
+    // The outermost two rows or columns of each side: one off, and half of them would be red.
+    for (const MediaProbe::Area edge :
+         {MediaProbe::Area{0, 0, 200, 2}, {0, 174, 200, 2}, {0, 0, 2, 176}, {198, 0, 2, 176}}) {
+        const auto mean = MediaProbe::meanColour(movie("region"), 0, edge);
+        EXPECT_NEAR(mean[0], 0x20, 12) << edge.x << ", " << edge.y;
+        EXPECT_NEAR(mean[1], 0xA0, 12) << edge.x << ", " << edge.y;
+        EXPECT_NEAR(mean[2], 0x40, 12) << edge.x << ", " << edge.y;
+    }
+}
+
+TEST_F(WaylandTakeTest, aWindowCannotBeNamed) {
+    ChildProcess list({WaylandSession::program("vintra-take"), "--list", "--json"}, environment());
+    const Json machine = Json::parse(list.restOfOutput(), nullptr, false);
+    const std::string reason =
+        "This desktop doesn't tell programs of its windows: record a display or a region of it.";
+    EXPECT_TRUE(machine["windows"].empty());
+    EXPECT_EQ(machine["windowProblem"], reason);
+    ChildProcess take(command("window", {"--seconds", "1", "--window", "5"}), environment());
+    const Json json = Json::parse(take.restOfOutput(), nullptr, false);
+    EXPECT_EQ(take.wait(), 1);
+    EXPECT_EQ(json["lastError"], "There is no window 5. " + reason);
+    EXPECT_FALSE(std::filesystem::exists(movie("window").path()));
+}
+
 TEST_F(WaylandTakeTest, aDisplayThatChangesItsSizeIsScaledIntoTheMovie) {
     ChildProcess take(command("resized", {"--seconds", "3"}), environment());
     ASSERT_TRUE(waitUntil([this] { return std::filesystem::exists(movie("resized").path()); }));
