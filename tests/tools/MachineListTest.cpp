@@ -10,12 +10,14 @@ KnownDisplay display(const std::string& name) {
     return {{.id = 66, .name = name, .width = 1920, .height = 1080}, {1536, 864}, 1.25};
 }
 
-TEST(MachineListTest, displaysWindowsAndInputsAreTables) {
+TEST(MachineListTest, displaysWindowsAndSoundDevicesAreTables) {
     MachineList list;
     list.displays = {display("Büro")};
     list.windows = {{.id = 4194307, .appName = "Editor", .title = "Notes", .frame = {{5, 6}, {640, 480}}},
                     {.id = 7, .appName = "Shell", .title = "", .frame = {{0, 0}, {81.6666, 50}}}};
-    list.inputs = {{.id = "usb", .name = "Mixer", .channels = 4}};
+    list.inputs = {{.id = "usb", .name = "Mixer", .channels = 4, .rate = 44'100}, {.id = "odd", .name = "?"}};
+    list.outputs = {{.id = "hdmi", .name = "Screen", .rate = 48'000},
+                    {.id = "out", .name = "Speakers", .rate = 96'000, .isDefault = true}};
     EXPECT_EQ(textOf(list), "display  name     pixels    points  scale\n"
                             "66       Büro  1920×1080  1536×864   1.25\n"
                             "\n"
@@ -23,16 +25,39 @@ TEST(MachineListTest, displaysWindowsAndInputsAreTables) {
                             "4194307  Editor       Notes   640×480\n"
                             "7        Shell               81.67×50\n"
                             "\n"
-                            "sound input  name   channels\n"
-                            "usb          Mixer         4\n");
+                            "sound input  name   channels   rate\n"
+                            "usb          Mixer         4  44100\n"
+                            "odd          ?             1\n"
+                            "\n"
+                            "sound output  name       rate  default\n"
+                            "hdmi          Screen    48000\n"
+                            "out           Speakers  96000      yes\n");
 }
 
 TEST(MachineListTest, whatIsMissingHasItsReason) {
     MachineList list;
     list.screenProblem = "No X server answers.";
-    EXPECT_EQ(textOf(list), "No X server answers.\n\nThere is no window.\n\nThere is no sound input.\n");
+    EXPECT_EQ(textOf(list), "No X server answers.\n\nThere is no window.\n\nThere is no sound input.\n\n"
+                            "There is no sound output.\n");
     list.windowProblem = "Windows are secret here.";
-    EXPECT_EQ(textOf(list), "No X server answers.\n\nWindows are secret here.\n\nThere is no sound input.\n");
+    EXPECT_EQ(textOf(list), "No X server answers.\n\nWindows are secret here.\n\nThere is no sound input.\n\n"
+                            "There is no sound output.\n");
+}
+
+TEST(MachineListTest, withoutASoundServerThatIsSaidOnce) {
+    MachineList list;
+    list.soundProblem = "No PipeWire server answers.";
+    list.computerAudioProblem = list.soundProblem;
+    EXPECT_EQ(textOf(list), "There is no display.\n\nThere is no window.\n\nNo PipeWire server answers.\n");
+}
+
+TEST(MachineListTest, whyTheComputerCannotBeRecordedStandsBehindTheOutputs) {
+    MachineList list;
+    list.computerAudioProblem = "There is no virtual device.";
+    EXPECT_NE(textOf(list).find("There is no sound output.\n\nThere is no virtual device.\n"),
+              std::string::npos)
+        << textOf(list);
+    EXPECT_EQ(nlohmann::json::parse(jsonOf(list))["computerAudioProblem"], "There is no virtual device.");
 }
 
 TEST(MachineListTest, aTitleKeepsToItsLineAndCommandsNoTerminal) {
@@ -53,6 +78,8 @@ TEST(MachineListTest, theObjectNamesEverything) {
     MachineList list;
     list.displays = {display("\xff")};
     list.windows = {{.id = 42, .appName = "Editor", .title = "Notes", .frame = {{5, 6}, {640, 480.5}}}};
+    list.inputs = {{.id = "usb", .name = "Mixer", .channels = 4, .rate = 44'100}, {.id = "odd", .name = "?"}};
+    list.outputs = {{.id = "out", .name = "Speakers", .rate = 96'000, .isDefault = true}};
     list.soundProblem = "No PipeWire server answers.";
     const auto object = nlohmann::json::parse(jsonOf(list));
     EXPECT_EQ(object["displays"][0]["id"], 66);
@@ -67,7 +94,13 @@ TEST(MachineListTest, theObjectNamesEverything) {
     EXPECT_EQ(object["windows"][0]["points"]["width"], 640);
     EXPECT_EQ(object["windows"][0]["points"]["height"], 480.5);
     EXPECT_TRUE(object["windowProblem"].is_null());
-    EXPECT_EQ(object["inputs"].size(), 0u);
+    EXPECT_EQ(object["inputs"][0]["channels"], 4);
+    EXPECT_EQ(object["inputs"][0]["rate"], 44'100);
+    EXPECT_TRUE(object["inputs"][1]["rate"].is_null());
+    EXPECT_EQ(object["outputs"][0]["id"], "out");
+    EXPECT_EQ(object["outputs"][0]["rate"], 96'000);
+    EXPECT_EQ(object["outputs"][0]["default"], true);
+    EXPECT_TRUE(object["computerAudioProblem"].is_null());
     EXPECT_EQ(object["soundProblem"], "No PipeWire server answers.");
 }
 

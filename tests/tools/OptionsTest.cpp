@@ -88,21 +88,55 @@ TEST(OptionsTest, valuesOutsideTheirListsAreRefusedWithTheList) {
 }
 
 TEST(OptionsTest, anOptionWithoutItsValueIsRefused) {
-    for (const char* option :
-         {"--seconds", "--folder", "--name", "--display", "--region", "--window", "--aspect", "--fps",
-          "--codec", "--mic", "--mic-name", "--mic-gain", "--input", "--timeline"})
+    for (const char* option : {"--seconds", "--folder", "--name", "--display", "--region", "--window",
+                               "--aspect", "--fps", "--codec", "--mic", "--mic-name", "--mic-gain", "--input",
+                               "--timeline", "--monitor", "--virtual-input"})
         EXPECT_EQ(refused({option}), std::string(option) + " takes something after it.");
     EXPECT_EQ(refused({"--json=yes"}), "--json takes nothing after it.");
     EXPECT_NE(refused({"--folder", ""}).find("--folder"), std::string::npos);
 }
 
 TEST(OptionsTest, whatIsNotBuiltYetIsRefusedByName) {
-    for (const char* option : {"--computer-audio", "--monitor", "--low-latency", "--virtual-input",
-                               "--camera", "--camera-1080p", "--camera=front"}) {
+    for (const char* option : {"--camera", "--camera-1080p", "--camera=front"}) {
         const std::string name = std::string(option).substr(0, std::string(option).find('='));
         const std::string sentence = refused({option, "1"});
         EXPECT_TRUE(sentence.starts_with(name + " can't be used yet: ")) << sentence;
     }
+}
+
+TEST(OptionsTest, theComputersSoundHasItsMonitorAndItsDelay) {
+    const Options plain = accepted({"--computer-audio"});
+    EXPECT_TRUE(plain.computerAudio);
+    EXPECT_TRUE(plain.hasSecondTrack());
+    EXPECT_FALSE(plain.monitor);
+    EXPECT_FALSE(plain.lowLatency);
+    const Options full = accepted({"--monitor", "alsa_output.hdmi", "--computer-audio", "--low-latency"});
+    EXPECT_EQ(full.monitor, "alsa_output.hdmi");
+    EXPECT_TRUE(full.lowLatency);
+    EXPECT_EQ(refused({"--monitor", "x"}), "--monitor needs --computer-audio.");
+    EXPECT_EQ(refused({"--low-latency"}), "--low-latency needs --computer-audio.");
+    EXPECT_EQ(refused({"--computer-audio=yes"}), "--computer-audio takes nothing after it.");
+    EXPECT_NE(refused({"--computer-audio", "--monitor", ""}).find("--monitor"), std::string::npos);
+    EXPECT_EQ(refused({"--computer-audio", "--list"}), "--computer-audio has no place beside --list.");
+}
+
+TEST(OptionsTest, aTakeHasOneSecondTrack) {
+    EXPECT_EQ(accepted({"--virtual-input", "daw:out"}).virtualInput, "daw:out");
+    EXPECT_TRUE(accepted({"--virtual-input", "daw"}).hasSecondTrack());
+    EXPECT_EQ(refused({"--virtual-input", "daw", "--computer-audio"}),
+              "--virtual-input has no place beside --computer-audio: a take has one of the two.");
+    EXPECT_EQ(refused({"--virtual-input", "daw", "--monitor", "x"}), "--monitor needs --computer-audio.");
+}
+
+TEST(OptionsTest, anySoundIsEnoughForATakeWithoutTheScreen) {
+    for (const std::vector<std::string>& sound : std::vector<std::vector<std::string>>{
+             {"--mic", "m"}, {"--input", "i"}, {"--computer-audio"}, {"--virtual-input", "v"}}) {
+        std::vector<std::string> arguments{"--no-screen"};
+        arguments.insert(arguments.end(), sound.begin(), sound.end());
+        EXPECT_FALSE(accepted(arguments).screen);
+    }
+    EXPECT_EQ(refused({"--no-screen"}), "There is nothing to record: with --no-screen give a --mic, an "
+                                        "--input, --computer-audio or a --virtual-input.");
 }
 
 TEST(OptionsTest, aRegionIsFourNumbersFromTheTopLeft) {

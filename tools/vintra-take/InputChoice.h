@@ -12,6 +12,7 @@ struct KnownInput {
     std::string id;
     std::string name;
     int channels = 1;
+    double rate = 0; ///< hertz; 0 if it can't be read
 };
 
 /// A channel of a sound input that the take is to record.

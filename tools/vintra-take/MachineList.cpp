@@ -20,6 +20,10 @@ ordered_json jsonOfSize(CGSize size) {
     return {{"width", size.width}, {"height", size.height}};
 }
 
+ordered_json jsonOfRate(double rate) {
+    return rate > 0 ? ordered_json(rate) : ordered_json();
+}
+
 /// Points, to the hundredth.
 std::string sizeText(CGSize size) {
     const auto text = [](double points) { return plainNumber(std::round(points * 100) / 100); };
@@ -60,18 +64,36 @@ std::string windowsText(const MachineList& list) {
     return table.text();
 }
 
+std::string rateText(double rate) {
+    return rate > 0 ? plainNumber(rate) : "";
+}
+
 std::string inputsText(const MachineList& list) {
     if (list.inputs.empty()) return list.soundProblem.value_or("There is no sound input.") + "\n";
-    TextTable table({"sound input", "name", "channels"});
+    TextTable table({"sound input", "name", "channels", "rate"});
     for (const KnownInput& input : list.inputs)
-        table.addRow({input.id, lineOf(input.name), std::to_string(input.channels)});
+        table.addRow({input.id, lineOf(input.name), std::to_string(input.channels), rateText(input.rate)});
     return table.text();
+}
+
+std::string outputsText(const MachineList& list) {
+    if (list.soundProblem && list.outputs.empty()) return "";
+    std::string text = "There is no sound output.\n";
+    if (!list.outputs.empty()) {
+        TextTable table({"sound output", "name", "rate", "default"});
+        for (const KnownOutput& output : list.outputs)
+            table.addRow(
+                {output.id, lineOf(output.name), rateText(output.rate), output.isDefault ? "yes" : ""});
+        text = table.text();
+    }
+    if (list.computerAudioProblem) text += "\n" + *list.computerAudioProblem + "\n";
+    return "\n" + text;
 }
 
 } // namespace
 
 std::string textOf(const MachineList& list) {
-    return displaysText(list) + "\n" + windowsText(list) + "\n" + inputsText(list);
+    return displaysText(list) + "\n" + windowsText(list) + "\n" + inputsText(list) + outputsText(list);
 }
 
 std::string jsonOf(const MachineList& list) {
@@ -96,9 +118,20 @@ std::string jsonOf(const MachineList& list) {
     object["windowProblem"] = jsonOfProblem(list.windowProblem);
     object["inputs"] = ordered_json::array();
     for (const KnownInput& input : list.inputs) {
-        object["inputs"].push_back({{"id", input.id}, {"name", input.name}, {"channels", input.channels}});
+        object["inputs"].push_back({{"id", input.id},
+                                    {"name", input.name},
+                                    {"channels", input.channels},
+                                    {"rate", jsonOfRate(input.rate)}});
+    }
+    object["outputs"] = ordered_json::array();
+    for (const KnownOutput& output : list.outputs) {
+        object["outputs"].push_back({{"id", output.id},
+                                     {"name", output.name},
+                                     {"rate", jsonOfRate(output.rate)},
+                                     {"default", output.isDefault}});
     }
     object["soundProblem"] = jsonOfProblem(list.soundProblem);
+    object["computerAudioProblem"] = jsonOfProblem(list.computerAudioProblem);
     return object.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
 }
 

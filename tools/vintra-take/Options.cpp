@@ -22,10 +22,6 @@ struct NotBuilt {
     const char* what;
 };
 constexpr std::array kNotBuilt = {
-    NotBuilt{"--computer-audio", "recording the computer's own sound"},
-    NotBuilt{"--monitor", "listening to the computer's own sound while it is recorded"},
-    NotBuilt{"--low-latency", "listening to the computer's own sound while it is recorded"},
-    NotBuilt{"--virtual-input", "recording a virtual input"},
     NotBuilt{"--camera", "recording a camera"},
     NotBuilt{"--camera-1080p", "recording a camera"},
 };
@@ -139,6 +135,10 @@ private:
             options.verbose = true;
         else if (option == "--no-screen")
             options.screen = false;
+        else if (option == "--computer-audio")
+            options.computerAudio = true;
+        else if (option == "--low-latency")
+            options.lowLatency = true;
         else
             return false;
         if (inlineValue) throw Wrong{option + " takes nothing after it."};
@@ -173,6 +173,10 @@ private:
             options.micGainDB = number(option, value(option), -kLargestGain, kLargestGain);
         else if (option == "--input")
             options.inputs.push_back(filled(option, value(option)));
+        else if (option == "--monitor")
+            options.monitor = filled(option, value(option));
+        else if (option == "--virtual-input")
+            options.virtualInput = filled(option, value(option));
         else if (option == "--timeline")
             options.timeline = timelineOf(value(option));
         else
@@ -213,8 +217,9 @@ private:
             for (const char* option : {"--display", "--region", "--window", "--aspect", "--fps", "--codec"}) {
                 if (has(option)) throw Wrong{std::string(option) + " has no place beside --no-screen."};
             }
-            if (!options.mic && options.inputs.empty()) {
-                throw Wrong{"There is nothing to record: with --no-screen give a --mic or an --input."};
+            if (!options.mic && options.inputs.empty() && !options.hasSecondTrack()) {
+                throw Wrong{"There is nothing to record: with --no-screen give a --mic, an --input, "
+                            "--computer-audio or a --virtual-input."};
             }
         }
         if (options.window) {
@@ -228,6 +233,15 @@ private:
                 if (has(option)) throw Wrong{std::string(option) + " needs a --mic."};
             }
         }
+        checkSecondTrack();
+    }
+
+    void checkSecondTrack() const {
+        if (options.computerAudio && options.virtualInput)
+            throw Wrong{"--virtual-input has no place beside --computer-audio: a take has one of the two."};
+        if (options.computerAudio) return;
+        if (options.monitor) throw Wrong{"--monitor needs --computer-audio."};
+        if (options.lowLatency) throw Wrong{"--low-latency needs --computer-audio."};
     }
 
     const std::vector<std::string>& arguments;
@@ -249,9 +263,9 @@ std::variant<Options, UsageError> parseOptions(const std::vector<std::string>& a
 }
 
 std::string usageText() {
-    return R"(vintra-take records a take: one movie of the screen and one WAV per microphone, all on one clock.
+    return R"(vintra-take records a take: one movie of the screen and one WAV per sound source, all on one clock.
 
-    vintra-take --list [--json]      shows the displays, the windows and the sound inputs
+    vintra-take --list [--json]      shows the displays, the windows, the sound inputs and outputs
     vintra-take [options]            records until --seconds are over, or until SIGINT (Ctrl-C) or SIGTERM
 
   --seconds S                        stop after S seconds
@@ -270,6 +284,12 @@ std::string usageText() {
   --mic-name NAME                    the end of its file's name (default: mic)
   --mic-gain DB                      louder or softer by so much
   --input ID[:CHANNEL[:NAME[:DB]]]   a further sound input; may be given several times
+  --computer-audio                   record what the computer plays, through the virtual device Vintra Audio;
+                                     while the take runs it is the default output, and a relay lets you hear
+                                     it on your own
+  --monitor ID                       hear it on this output instead of the default one
+  --low-latency                      hear it with less delay
+  --virtual-input ID                 record this input as the second track instead: one or two channels
   --timeline finalCut|resolve|premiere|none
                                      write a timeline file for this editor (default: one that is installed)
   --json                             print one JSON object at the end instead of the table

@@ -35,7 +35,13 @@ struct Options {
     std::string micName;
     double micGainDB = 0;
     std::vector<std::string> inputs; ///< ID[:CHANNEL[:NAME[:DB]]] each, likewise
+    bool computerAudio = false;
+    std::optional<std::string> monitor; ///< the output to hear the computer on; nothing: the user's own
+    bool lowLatency = false;
+    std::optional<std::string> virtualInput;
     std::optional<TimelineEditor> timeline;
+
+    bool hasSecondTrack() const { return computerAudio || virtualInput; }
 };
 
 /// A sentence that says what is wrong with the command line.

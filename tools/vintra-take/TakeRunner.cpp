@@ -32,11 +32,22 @@ const char* rawValue(ScreenCodec codec) {
 
 } // namespace
 
-TakeRunner::TakeRunner(LinuxPlatform& aMachine, Options someOptions, Outlets someOutlets)
+TakeRunner::TakeRunner(LinuxPlatform& aMachine, Options someOptions, Outlets someOutlets, Routing aRouting)
     : machine(aMachine)
     , options(std::move(someOptions))
     , outlets(std::move(someOutlets))
+    , routing(aRouting)
     , manager(ScreenRecorderManager::make(machine.services)) {}
+
+TakeRunner::~TakeRunner() {
+    putOutputBack();
+}
+
+void TakeRunner::awaitStartUp() {
+    machine.mainThread->runUntil([this] { return manager->isStartUpOver(); });
+    if (*manager->lastError) outlets.note(**manager->lastError);
+    manager->lastError.set(std::nullopt);
+}
 
 void TakeRunner::await(Task<> task) {
     bool done = false;
@@ -55,7 +66,9 @@ MachineList TakeRunner::list() {
             .windows = manager->pickableWindows(),
             .windowProblem = windowProblem(),
             .inputs = knownInputs(),
-            .soundProblem = machine.captureDevices->problem()};
+            .outputs = knownOutputs(),
+            .soundProblem = machine.captureDevices->problem(),
+            .computerAudioProblem = computerAudioProblem()};
 }
 
 std::optional<std::string> TakeRunner::screenProblem() {
@@ -86,18 +99,6 @@ std::vector<KnownDisplay> TakeRunner::knownDisplays() const {
     return displays;
 }
 
-std::vector<KnownInput> TakeRunner::knownInputs() const {
-    std::vector<KnownInput> inputs;
-    for (const auto& device : *manager->availableAudioInputDevices) {
-        const auto channels = manager->audioDeviceChannelCounts->find(device->uniqueID());
-        inputs.push_back(
-            {.id = device->uniqueID(),
-             .name = device->localizedName(),
-             .channels = channels == manager->audioDeviceChannelCounts->end() ? 1 : channels->second});
-    }
-    return inputs;
-}
-
 std::variant<TakeSummary, UsageError> TakeRunner::run() {
     folder = manager->outputFolder(options.folder).path();
     await(manager->refreshDisplays());
@@ -123,6 +124,7 @@ std::variant<TakeSummary, UsageError> TakeRunner::run() {
     if (*manager->isRecording) await(manager->stopRecording());
     // A screen that went away ends the take by itself.
     machine.mainThread->runUntil([this] { return !*manager->isBusy; });
+    putOutputBack();
     return summary();
 }
 
@@ -137,7 +139,9 @@ std::optional<InputProblem> TakeRunner::choose() {
     if (auto problem = chooseRegion()) return problem;
     if (auto problem = chooseWindow()) return problem;
     if (auto problem = chooseMicrophone()) return problem;
-    return chooseInputs();
+    if (auto problem = chooseInputs()) return problem;
+    if (auto problem = chooseVirtualInput()) return problem;
+    return chooseComputerAudio();
 }
 
 std::optional<InputProblem> TakeRunner::chooseDisplay() {
@@ -190,10 +194,7 @@ std::optional<InputProblem> TakeRunner::chooseWindow() {
 std::optional<InputProblem> TakeRunner::chooseMicrophone() {
     if (!options.mic) return std::nullopt;
     auto result = parseInputChoice(*options.mic, knownInputs(), 1);
-    if (auto* problem = std::get_if<InputProblem>(&result)) {
-        if (const auto sound = machine.captureDevices->problem()) problem->sentence += " " + *sound;
-        return *problem;
-    }
+    if (auto* problem = std::get_if<InputProblem>(&result)) return withSoundProblem(*problem);
     const auto& choice = std::get<InputChoice>(result);
     manager->selectedMicDeviceID.set(choice.deviceID);
     manager->selectedMicChannelIndex.set(choice.channelIndex);
@@ -206,10 +207,7 @@ std::optional<InputProblem> TakeRunner::chooseInputs() {
     std::vector<ExtraAudioInputConfig> rows;
     for (const std::string& text : options.inputs) {
         auto result = parseInputChoice(text, knownInputs(), 3);
-        if (auto* problem = std::get_if<InputProblem>(&result)) {
-            if (const auto sound = machine.captureDevices->problem()) problem->sentence += " " + *sound;
-            return *problem;
-        }
+        if (auto* problem = std::get_if<InputProblem>(&result)) return withSoundProblem(*problem);
         const auto& choice = std::get<InputChoice>(result);
         rows.push_back({.id = machine.services.processInfo->makeUUID(),
                         .deviceID = choice.deviceID,
@@ -226,14 +224,16 @@ std::optional<InputProblem> TakeRunner::chooseInputs() {
 void TakeRunner::configurePreviews() {
     await(manager->configureMicPreview());
     await(manager->configureExtraPreviews());
-    for (int64_t waited = 0; waited < kPatienceWithInputs && !interrupted; waited += kBetweenLooks) {
-        if (machine.mainThread->runUntil([this] { return interrupted || previewsRun(); }, kBetweenLooks))
-            return;
-    }
+    const auto isSettled = [this] { return interrupted || previewsRun() || manager->lastError->has_value(); };
+    for (int64_t waited = 0; waited < kPatienceWithInputs && !isSettled(); waited += kBetweenLooks)
+        machine.mainThread->runUntil(isSettled, kBetweenLooks);
+    // Why there is no computer audio: the start only says that there is none.
+    if (*manager->lastError) outlets.note(**manager->lastError);
 }
 
 bool TakeRunner::previewsRun() const {
-    return (!options.mic || manager->isMicPreviewRunning()) && manager->areExtraPreviewsRunning();
+    return (!options.mic || manager->isMicPreviewRunning()) && manager->areExtraPreviewsRunning() &&
+           (!options.hasSecondTrack() || manager->isDawPreviewRunning());
 }
 
 URL TakeRunner::movieURL(const URL& inFolder) {
@@ -271,6 +271,8 @@ void TakeRunner::showStatus() {
     facts.hasScreen = options.screen;
     facts.lostFrames = manager->lostScreenFrames();
     if (options.mic) facts.levels.push_back({"mic", *manager->levels->micLevel});
+    if (options.hasSecondTrack())
+        facts.levels.push_back({options.computerAudio ? "computer" : "virtual", *manager->levels->dawLevel});
     size_t number = 0;
     for (const ExtraAudioInputConfig& row : *manager->extraAudioInputs) {
         facts.levels.push_back(
@@ -293,6 +295,8 @@ TakeSummary TakeRunner::summary() {
     summary.lastError = *manager->lastError;
     summary.folder = folder;
     summary.warnings = manager->lastTakeWarnings();
+    if (const auto& relay = manager->lastRelayTelemetry)
+        summary.relay = relay->summary(*machine.services.wallClock);
     if (const auto& timeline = manager->lastTimelineURL()) summary.timeline = timeline->path();
     if (const auto& take = manager->lastTakeFiles()) {
         if (take->screen) {

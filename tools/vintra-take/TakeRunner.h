@@ -24,8 +24,15 @@ public:
         std::function<void(const std::string&)> status; ///< the status line; empty where nobody watches
     };
 
-    TakeRunner(LinuxPlatform& machine, Options options, Outlets outlets);
+    /// Whether another process has the say over where the machine's sound goes.
+    enum class Routing { free, heldByAnother };
 
+    TakeRunner(LinuxPlatform& machine, Options options, Outlets outlets, Routing routing = Routing::free);
+    /// Puts the user's own output back, whatever has happened.
+    ~TakeRunner();
+
+    /// Waits until the start-up is over, and says what it had to mend.
+    void awaitStartUp();
     /// What can be recorded.
     MachineList list();
     /// The take from beginning to end, or why the command line asks for what can't be.
@@ -38,16 +45,23 @@ private:
     void await(Task<> task);
     std::vector<KnownDisplay> knownDisplays() const;
     std::vector<KnownInput> knownInputs() const;
+    std::vector<KnownOutput> knownOutputs() const;
+    double rateOf(const std::string& deviceUID) const;
+    std::optional<std::string> computerAudioProblem() const;
     std::optional<InputProblem> choose();
     std::optional<InputProblem> chooseDisplay();
     std::optional<InputProblem> chooseRegion();
     std::optional<InputProblem> chooseWindow();
     std::optional<InputProblem> chooseMicrophone();
     std::optional<InputProblem> chooseInputs();
+    std::optional<InputProblem> chooseComputerAudio();
+    std::optional<InputProblem> chooseVirtualInput();
+    InputProblem withSoundProblem(InputProblem problem) const;
     void configurePreviews();
     bool previewsRun() const;
     URL movieURL(const URL& folder);
     void recordUntilTheEnd();
+    void putOutputBack();
     void showStatus();
     TakeSummary failed(const std::string& sentence);
     TakeSummary summary();
@@ -58,6 +72,7 @@ private:
     LinuxPlatform& machine;
     const Options options;
     const Outlets outlets;
+    const Routing routing;
     const std::shared_ptr<ScreenRecorderManager> manager;
     bool interrupted = false;
     std::string folder;

@@ -91,6 +91,7 @@ std::string jsonOf(const TakeSummary& summary) {
     object["timeline"] =
         summary.timeline ? nlohmann::ordered_json(*summary.timeline) : nlohmann::ordered_json();
     object["warnings"] = summary.warnings;
+    if (summary.relay) object["relay"] = *summary.relay;
     return object.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
 }
 

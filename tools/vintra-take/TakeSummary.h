@@ -30,6 +30,7 @@ struct TakeSummary {
     std::vector<TakeFile> files;
     std::optional<std::string> timeline; ///< path
     std::vector<std::string> warnings;
+    std::optional<std::string> relay; ///< how the user came to hear the computer's sound
 
     /// 0 if the take was saved, with or without warnings, else 1.
     int exitCode() const;

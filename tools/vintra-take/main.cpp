@@ -1,8 +1,12 @@
 // vintra-take: a take from the command line. It drives the controller that the program's windows drive.
 
+#include "Vintra/audio/SystemOutputRouter.h"
 #include "Vintra/platform/SystemError.h"
 #include "Vintra/platform/linux/LinuxMainThread.h"
+#include "Vintra/platform/linux/MemoryUserDefaults.h"
 #include "Vintra/platform/linux/SignalWatcher.h"
+#include "Vintra/platform/linux/SoundRoutingClaim.h"
+#include "tools/vintra-take/OthersOutputs.h"
 #include "tools/vintra-take/TakeRunner.h"
 
 #include <csignal>
@@ -15,6 +19,7 @@ using namespace vintra;
 
 constexpr int kFailed = 1;
 constexpr int kWrongUsage = 2;
+constexpr int kStartUpMilliseconds = 1000; // more than another run needs for its own
 
 void say(const std::string& sentence) {
     std::fprintf(stderr, "vintra-take: %s\n", sentence.c_str());
@@ -30,6 +35,12 @@ int refuse(const UsageError& error) {
     return kWrongUsage;
 }
 
+/// The way back that another run has noted is its own, too.
+void leaveOutputsAlone(LinuxPlatform& machine) {
+    machine.services.audioHardware = std::make_shared<OthersOutputs>(machine.services.audioHardware);
+    machine.services.userDefaults = std::make_shared<MemoryUserDefaults>();
+}
+
 int carryOut(const Options& options) {
     const bool isWatched = isatty(STDOUT_FILENO) == 1;
     const auto mainThread = std::make_shared<LinuxMainThread>();
@@ -43,12 +54,21 @@ int carryOut(const Options& options) {
     });
     LinuxPlatform machine =
         LinuxPlatform::make(mainThread, {.logLevel = options.verbose ? LogLevel::info : LogLevel::error,
-                                         .keepsSettingsInMemory = true});
+                                         .keepsSettingsInMemory = true,
+                                         .crashSafeKey = SystemOutputRouter::pendingRestoreKey});
+    // A start mends an output that a crash has left on the virtual device. One that a run which still goes on
+    // holds there is to stay.
+    SoundRoutingClaim claim(SoundRoutingClaim::standardPath());
+    const bool isFree = claim.take(kStartUpMilliseconds);
+    if (!isFree) leaveOutputsAlone(machine);
     TakeRunner::Outlets outlets{.note = say, .status = {}};
     if (isWatched) outlets.status = [](const std::string& line) { print("\r" + line + "\x1b[K"); };
-    TakeRunner runner(machine, options, outlets);
+    using Routing = TakeRunner::Routing;
+    TakeRunner runner(machine, options, outlets, isFree ? Routing::free : Routing::heldByAnother);
     running = &runner;
     if (early) runner.interrupt();
+    runner.awaitStartUp();
+    if (!options.computerAudio) claim.release();
 
     if (options.command == Options::Command::list) {
         const MachineList list = runner.list();

@@ -1,5 +1,6 @@
 #include "Vintra/platform/linux/LinuxPlatform.h"
 
+#include "Vintra/platform/linux/CrashSafeUserDefaults.h"
 #include "Vintra/platform/linux/LinuxAssetProbing.h"
 #include "Vintra/platform/linux/LinuxAssetWriters.h"
 #include "Vintra/platform/linux/LinuxDispatchQueues.h"
@@ -87,6 +88,11 @@ LinuxPlatform LinuxPlatform::make(std::shared_ptr<LinuxMainThread> mainThread, S
             LinuxUserDefaults::Services{.fileManager = services.fileManager,
                                         .dispatchQueues = services.dispatchQueues,
                                         .log = services.log});
+    }
+    if (!settings.crashSafeKey.empty()) {
+        services.userDefaults = std::make_shared<CrashSafeUserDefaults>(
+            services.userDefaults, settings.crashSafeKey,
+            CrashSafeUserDefaults::standardFile(settings.crashSafeKey), services.log);
     }
     return machine;
 }

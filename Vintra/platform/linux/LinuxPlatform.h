@@ -19,6 +19,8 @@ struct LinuxPlatform {
         LogLevel logLevel = LogLevel::error;
         /// In memory: the program's own settings are neither read nor written.
         bool keepsSettingsInMemory = false;
+        /// A setting, a text, that is on disk before its change returns, also where the others are in memory.
+        std::string crashSafeKey;
     };
 
     /// The screen is that of the Wayland desktop if the session has one that answers, else of the X server. A

@@ -53,6 +53,12 @@ URL userHomeDirectory() {
     return URL::fileURL("/");
 }
 
+URL userStateDirectory() {
+    const char* const configured = std::getenv("XDG_STATE_HOME");
+    if (configured && configured[0] == '/') return URL::fileURL(configured);
+    return userHomeDirectory().appendingPathComponent(".local").appendingPathComponent("state");
+}
+
 URL videosDirectory(const FileManager& fileManager) {
     const URL home = fileManager.homeDirectory();
     const char* configured = std::getenv("XDG_CONFIG_HOME");

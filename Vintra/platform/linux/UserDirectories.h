@@ -10,6 +10,9 @@ namespace vintra {
 /// $HOME if it is an absolute path, else what the user database says, else the root.
 URL userHomeDirectory();
 
+/// $XDG_STATE_HOME if it is an absolute path, else ".local/state" at home.
+URL userStateDirectory();
+
 /// The folder that "user-dirs.dirs" in the configuration folder names for films, or "Videos" at home.
 URL videosDirectory(const FileManager& fileManager);
 

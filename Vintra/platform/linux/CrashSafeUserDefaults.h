@@ -1,0 +1,39 @@
+#pragma once
+
+#include "Vintra/platform/Log.h"
+#include "Vintra/platform/URL.h"
+#include "Vintra/platform/UserDefaults.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace vintra {
+
+/// Settings of which one, a text, is on disk before its change returns, in a file of its own, so that it is
+/// found whatever ends the program. The others are those that it is made with. Main thread.
+class CrashSafeUserDefaults : public UserDefaults {
+public:
+    /// A file for the key in the program's folder of $XDG_STATE_HOME, or of ".local/state" at home. It is of
+    /// this session's sound server alone, by $XDG_RUNTIME_DIR.
+    static URL standardFile(const std::string& key);
+
+    CrashSafeUserDefaults(std::shared_ptr<UserDefaults> others, std::string key, URL file,
+                          std::shared_ptr<Log> log);
+
+    std::optional<DefaultsValue> value(const std::string& ofKey) const override;
+    void set(const std::string& aKey, DefaultsValue value) override;
+    void remove(const std::string& aKey) override;
+
+private:
+    void write(const std::string& text) const;
+    void complain(const std::string& what) const;
+
+    const std::shared_ptr<UserDefaults> others;
+    const std::string key;
+    const URL file;
+    const std::shared_ptr<Log> log;
+    std::optional<std::string> kept;
+};
+
+} // namespace vintra

@@ -1,0 +1,312 @@
+// The computer's own sound through the program itself: what a player plays to the default output, what the
+// take holds, what is heard on the monitor, and where the output is afterwards.
+
+#include "ChildProcess.h"
+#include "NumberedSound.h"
+#include "PrivatePipeWireServer.h"
+#include "ProgramRun.h"
+#include "PublishedMicrophone.h"
+#include "RecordedWav.h"
+#include "StallWatch.h"
+#include "TemporaryFolder.h"
+
+#include <chrono>
+#include <cmath>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <nlohmann/json.hpp>
+#include <thread>
+
+namespace vintra {
+namespace {
+
+using Json = nlohmann::json;
+
+constexpr const char* kVirtualDevice = "VintraAudioDevice";
+constexpr const char* kOutput = "headless.output"; // of the session, its default
+constexpr int64_t kRate = 48'000;
+
+/// Seconds by which a machine may oversleep before a sound server's cycle is lost whatever the program does.
+constexpr double kLongestStall = 0.015;
+constexpr int kAttempts = 6;
+
+class ComputerAudioEndToEndTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (!std::getenv("XDG_RUNTIME_DIR")) GTEST_SKIP() << "there is no session";
+        ASSERT_EQ(defaultOutput(), kOutput);
+    }
+    void TearDown() override {
+        if (IsSkipped()) return;
+        EXPECT_EQ(defaultOutput(), kOutput) << "the user's own";
+    }
+
+    /// By another program's eyes.
+    static std::string defaultOutput() {
+        const ProgramRun run = runProgram({"pw-metadata", "0", "default.audio.sink"});
+        const size_t begin = run.output.find("{\"name\":\"");
+        if (begin == std::string::npos) return run.output;
+        const size_t name = begin + 9;
+        return run.output.substr(name, run.output.find('"', name) - name);
+    }
+    static bool awaitDefaultOutput(const std::string& name) {
+        for (int look = 0; look < 200; ++look) {
+            if (defaultOutput() == name) return true;
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+        return false;
+    }
+    static bool awaitFileOf(const URL& url, uintmax_t bytes) {
+        for (int look = 0; look < 1000; ++look) {
+            std::error_code missing;
+            const auto size = std::filesystem::file_size(url.path(), missing);
+            if (!missing && size >= bytes) return true;
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        return false;
+    }
+    std::vector<std::string> takeCommand(const std::vector<std::string>& options) const {
+        std::vector<std::string> command{VINTRA_BIN_DIR "/vintra-take",
+                                         "--folder",
+                                         folder.url().path(),
+                                         "--timeline",
+                                         "none",
+                                         "--no-screen",
+                                         "--json"};
+        command.insert(command.end(), options.begin(), options.end());
+        return command;
+    }
+    RecordedWav recorded(const std::string& name) const {
+        return RecordedWav(folder.file(name + "_computer-audio.wav"), 2);
+    }
+    double takeOfASound(int64_t seconds, const std::string& name);
+
+    TemporaryFolder folder;
+};
+
+/// What 16 bits become in the take: 6 dB softer, in 24 bits.
+double expectedLevel(int64_t frame) {
+    return NumberedSound::level(frame) * 256.0 * std::pow(10.0, -6.0 / 20);
+}
+
+int64_t firstLoudFrame(const RecordedWav& wav) {
+    int64_t frame = 0;
+    while (frame < wav.frames() && wav.at(frame, 0) == 0)
+        ++frame;
+    return frame;
+}
+
+/// Every frame that was played is there, in its place, and nothing else.
+void expectTheSound(const RecordedWav& wav, int64_t frames) {
+    const int64_t first = firstLoudFrame(wav);
+    ASSERT_LT(first + frames, wav.frames()) << "it ends too early";
+    for (int64_t frame = 0; frame < frames; ++frame) {
+        ASSERT_NEAR(wav.at(first + frame, 0), expectedLevel(frame), 1) << "frame " << frame;
+        ASSERT_NEAR(wav.at(first + frame, 1), -expectedLevel(frame), 1) << "frame " << frame;
+    }
+    for (int64_t frame = first + frames; frame < wav.frames(); ++frame)
+        ASSERT_EQ(wav.at(frame, 0), 0) << "behind the sound";
+}
+
+/// What a listener on the monitor heard: the sound in its order without a silence, but for single frames that
+/// two clocks cost.
+void expectHeardWithoutGap(const std::vector<float>& heard, int64_t frames) {
+    size_t first = 0;
+    while (first < heard.size() && heard[first] == 0)
+        first += 2;
+    const auto number = [&](size_t at) {
+        return std::lround(heard[at] * 32'768) - NumberedSound::firstLevel;
+    };
+    ASSERT_LT(first, heard.size());
+    int64_t count = 1;
+    int64_t corrections = 0;
+    for (size_t at = first + 2; at < heard.size() && heard[at] != 0; at += 2, ++count) {
+        const int64_t step = (number(at) - number(at - 2) + NumberedSound::period) % NumberedSound::period;
+        ASSERT_LE(step, 2) << "a gap at frame " << count;
+        ASSERT_EQ(heard[at + 1], -heard[at]);
+        corrections += step != 1;
+    }
+    EXPECT_NEAR(static_cast<double>(count), static_cast<double>(frames), static_cast<double>(frames) / 1000);
+    EXPECT_LE(corrections, frames / 1000);
+}
+
+std::vector<float> floatsOf(const std::string& path) {
+    std::ifstream stream(path, std::ios::binary);
+    const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
+    std::vector<float> values(bytes.size() / 4);
+    std::memcpy(values.data(), bytes.data(), values.size() * 4);
+    return values;
+}
+
+/// Plays a sound of that length while a take runs; the longest stall of the machine meanwhile, in seconds.
+double ComputerAudioEndToEndTest::takeOfASound(int64_t seconds, const std::string& name) {
+    const URL played = NumberedSound::write(folder, name + ".played.wav", seconds * kRate);
+    const URL heard = folder.file(name + ".heard.raw");
+    ChildProcess take(takeCommand({"--computer-audio", "--name", name}));
+    EXPECT_TRUE(awaitDefaultOutput(kVirtualDevice));
+    ChildProcess listener({"pw-record", "--target", kOutput, "-P", "{ stream.capture.sink=true }", "--format",
+                           "f32", heard.path()});
+    EXPECT_TRUE(awaitFileOf(heard, 1));
+    EXPECT_TRUE(awaitFileOf(folder.file(name + "_computer-audio.wav"), 1));
+    std::this_thread::sleep_for(std::chrono::milliseconds(500)); // the take begins with 0.3 s of silence
+    double longestStall = 0;
+    {
+        const StallWatch stalls;
+        EXPECT_EQ(runProgram({"pw-play", played.path()}).exitCode, 0);
+        longestStall = stalls.longest();
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(500)); // what is on its way needs a tenth of that
+    take.signal(SIGINT);
+    const std::string text = take.restOfOutput();
+    EXPECT_EQ(take.wait(), 0) << text;
+    listener.signal(SIGINT);
+    listener.wait();
+    const Json json = Json::parse(text, nullptr, false);
+    EXPECT_EQ(json.value("status", ""), "Saved") << text;
+    std::printf("%s: longest stall %.1f ms; relay: %s\n", name.c_str(), longestStall * 1000,
+                json.value("relay", "").c_str());
+    return longestStall;
+}
+
+TEST_F(ComputerAudioEndToEndTest, whatIsPlayedIsInTheTakeToTheBitAndHeardOnTheMonitor) {
+    const char* const asked = std::getenv("VINTRA_LONG_SECONDS"); // 600 outside of everyday runs
+    const int64_t seconds = asked ? std::atoll(asked) : 20;
+    for (int attempt = 1; attempt <= kAttempts; ++attempt) {
+        const std::string name = "sound" + std::to_string(attempt);
+        // A long run says what became of it on the machine as it is.
+        if (takeOfASound(seconds, name) > kLongestStall && !asked) continue;
+        expectTheSound(recorded(name), seconds * kRate);
+        expectHeardWithoutGap(floatsOf(folder.file(name + ".heard.raw").path()), seconds * kRate);
+        return;
+    }
+    GTEST_SKIP() << "too busy a machine to tell anything";
+}
+
+TEST_F(ComputerAudioEndToEndTest, theOutputComesBackAtTheEndAndAtEverySignal) {
+    EXPECT_EQ(runProgram(takeCommand({"--computer-audio", "--seconds", "1", "--name", "end"})).exitCode, 0);
+    EXPECT_EQ(defaultOutput(), kOutput);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        ChildProcess take(takeCommand({"--computer-audio", "--name", "signal" + std::to_string(number)}));
+        ASSERT_TRUE(awaitDefaultOutput(kVirtualDevice));
+        take.signal(number);
+        const std::string text = take.restOfOutput();
+        const int code = take.wait();
+        EXPECT_TRUE(code == 0 || text.find("Interrupted") != std::string::npos) << code << text;
+        EXPECT_EQ(defaultOutput(), kOutput) << number;
+    }
+}
+
+TEST_F(ComputerAudioEndToEndTest, theOutputComesBackWhenTheTakeIsRefused) {
+    folder.write("refused_computer-audio.wav", "an earlier take");
+    const ProgramRun run =
+        runProgram(takeCommand({"--computer-audio", "--seconds", "1", "--name", "refused"}));
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(defaultOutput(), kOutput);
+}
+
+TEST_F(ComputerAudioEndToEndTest, afterAKillTheNextStartPutsTheOutputBackAndSaysSo) {
+    ChildProcess take(takeCommand({"--computer-audio", "--name", "killed"}));
+    ASSERT_TRUE(awaitDefaultOutput(kVirtualDevice));
+    take.kill();
+    take.wait();
+    EXPECT_EQ(defaultOutput(), kVirtualDevice) << "a killed program puts nothing back";
+    const ProgramRun next = runProgram({VINTRA_BIN_DIR "/vintra-take", "--list"});
+    EXPECT_EQ(next.exitCode, 0);
+    EXPECT_NE(next.errors.find("Vintra didn't shut down cleanly last time and left your sound going nowhere. "
+                               "Your output is back on Headless Output."),
+              std::string::npos)
+        << next.errors;
+    EXPECT_EQ(defaultOutput(), kOutput);
+    const ProgramRun after = runProgram({VINTRA_BIN_DIR "/vintra-take", "--list"});
+    EXPECT_EQ(after.errors.find("shut down"), std::string::npos) << after.errors;
+}
+
+TEST_F(ComputerAudioEndToEndTest, anotherRunLeavesTheRoutingOfThisOneAlone) {
+    ChildProcess take(takeCommand({"--computer-audio", "--name", "first"}));
+    ASSERT_TRUE(awaitDefaultOutput(kVirtualDevice));
+    EXPECT_EQ(runProgram({VINTRA_BIN_DIR "/vintra-take", "--list"}).errors, "");
+    EXPECT_EQ(defaultOutput(), kVirtualDevice);
+    const ProgramRun second =
+        runProgram(takeCommand({"--computer-audio", "--seconds", "1", "--name", "second"}));
+    EXPECT_EQ(second.exitCode, 1);
+    EXPECT_NE(second.output.find("Another vintra-take records the computer's own sound"), std::string::npos)
+        << second.output;
+    EXPECT_EQ(defaultOutput(), kVirtualDevice);
+    take.signal(SIGTERM);
+    take.restOfOutput();
+    take.wait();
+}
+
+TEST_F(ComputerAudioEndToEndTest, anUnknownMonitorIsRefused) {
+    const ProgramRun run = runProgram(takeCommand({"--computer-audio", "--monitor", "nowhere"}));
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.output.find("There is no sound output “nowhere” to listen on."), std::string::npos)
+        << run.output;
+}
+
+TEST_F(ComputerAudioEndToEndTest, aMicrophoneMayBeTheVirtualInput) {
+    const PublishedMicrophone workstation("vintra.test.workstation", {"--channels", "2"});
+    ASSERT_TRUE(workstation.isPublished());
+    const ProgramRun run = runProgram(
+        takeCommand({"--virtual-input", "vintra.test.workstation", "--seconds", "2", "--name", "virtual"}));
+    EXPECT_EQ(run.exitCode, 0) << run.output << run.errors;
+    const RecordedWav wav = recorded("virtual");
+    EXPECT_NEAR(static_cast<double>(wav.frames()), 2 * kRate, 0.1 * kRate);
+    EXPECT_LT(firstLoudFrame(wav), kRate / 2);
+    const ProgramRun unknown = runProgram(takeCommand({"--virtual-input", "nowhere"}));
+    EXPECT_EQ(unknown.exitCode, 1);
+    EXPECT_NE(unknown.output.find("There is no sound input “nowhere”"), std::string::npos) << unknown.output;
+}
+
+TEST_F(ComputerAudioEndToEndTest, oneInputOnBothChiefTracksIsRefused) {
+    const PublishedMicrophone microphone("vintra.test.both");
+    ASSERT_TRUE(microphone.isPublished());
+    const ProgramRun run =
+        runProgram(takeCommand({"--mic", "vintra.test.both", "--virtual-input", "vintra.test.both"}));
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.output.find("Mic and Virtual Input are set to the same device."), std::string::npos)
+        << run.output;
+}
+
+/// Eight channels of a box of 32, a channel of another, a microphone and the computer.
+TEST_F(ComputerAudioEndToEndTest, elevenFilesComeFromFourDevices) {
+    const PublishedMicrophone box("vintra.test.box", {"--channels", "32", "--signal", "tones"});
+    const PublishedMicrophone small("vintra.test.small", {"--channels", "4", "--signal", "tones"});
+    const PublishedMicrophone microphone("vintra.test.mic");
+    ASSERT_TRUE(box.isPublished() && small.isPublished() && microphone.isPublished());
+    std::vector<std::string> options{
+        "--mic",  "vintra.test.mic", "--computer-audio",         "--seconds", "4", "--name",
+        "eleven", "--input",         "vintra.test.small:4:Small"};
+    for (int channel = 4; channel <= 32; channel += 4) {
+        options.push_back("--input");
+        options.push_back("vintra.test.box:" + std::to_string(channel) + ":Box " + std::to_string(channel));
+    }
+    const ProgramRun run = runProgram(takeCommand(options));
+    EXPECT_EQ(run.exitCode, 0) << run.output << run.errors;
+    const Json json = Json::parse(run.output, nullptr, false);
+    ASSERT_TRUE(json.is_object()) << run.output;
+    ASSERT_EQ(json["files"].size(), 11u) << json;
+    for (const Json& file : json["files"])
+        EXPECT_NEAR(file.value("seconds", 0.0), 4, 0.1) << file;
+}
+
+TEST_F(ComputerAudioEndToEndTest, withoutTheVirtualDeviceTheTakeSaysHowToInstallIt) {
+    PrivatePipeWireServer server;
+    ASSERT_TRUE(server.isReady());
+    ASSERT_EQ(runProgram({"pw-cli", "-r", server.name(), "destroy", kVirtualDevice}).exitCode, 0);
+    auto command = takeCommand({"--computer-audio"});
+    command.insert(command.begin(), {"env", server.environment().front()});
+    const ProgramRun run = runProgram(command);
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.output.find("the virtual device Vintra Audio, which isn't there. To install it"),
+              std::string::npos)
+        << run.output;
+}
+
+} // namespace
+} // namespace vintra

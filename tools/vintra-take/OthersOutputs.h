@@ -1,0 +1,50 @@
+#pragma once
+
+#include "Vintra/platform/AudioHardware.h"
+
+#include <memory>
+
+namespace vintra {
+
+/// The sound devices of a machine whose default outputs another process has the say over: they can be neither
+/// read nor set. All else is the machine's own.
+class OthersOutputs : public AudioHardware {
+public:
+    explicit OthersOutputs(std::shared_ptr<AudioHardware> aMachine)
+        : machine(std::move(aMachine)) {}
+
+    std::vector<AudioObjectID> devices() const override { return machine->devices(); }
+    std::optional<std::vector<uint32_t>> inputStreamChannels(AudioObjectID device) const override {
+        return machine->inputStreamChannels(device);
+    }
+    std::optional<std::vector<uint32_t>> outputStreamChannels(AudioObjectID device) const override {
+        return machine->outputStreamChannels(device);
+    }
+    std::optional<AudioTransportType> transportType(AudioObjectID device) const override {
+        return machine->transportType(device);
+    }
+    std::optional<std::string> deviceUID(AudioObjectID device) const override {
+        return machine->deviceUID(device);
+    }
+    std::optional<std::string> deviceName(AudioObjectID device) const override {
+        return machine->deviceName(device);
+    }
+    std::optional<double> nominalSampleRate(AudioObjectID device) const override {
+        return machine->nominalSampleRate(device);
+    }
+    std::optional<AudioObjectID> defaultOutputDevice() const override { return std::nullopt; }
+    std::optional<AudioObjectID> defaultSystemOutputDevice() const override {
+        return machine->defaultSystemOutputDevice();
+    }
+    bool setDefaultOutputDevice(AudioObjectID) override { return false; }
+    bool setDefaultSystemOutputDevice(AudioObjectID) override { return false; }
+    std::unique_ptr<AudioPropertyListener> addPropertyListener(AudioObjectID object, AudioProperty property,
+                                                               std::function<void()> block) override {
+        return machine->addPropertyListener(object, property, std::move(block));
+    }
+
+private:
+    const std::shared_ptr<AudioHardware> machine;
+};
+
+} // namespace vintra
