@@ -10,6 +10,7 @@
 #include "StallWatch.h"
 #include "TemporaryFolder.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <csignal>
@@ -21,6 +22,7 @@
 #include <iterator>
 #include <nlohmann/json.hpp>
 #include <thread>
+#include <utility>
 
 namespace vintra {
 namespace {
@@ -89,9 +91,113 @@ protected:
     TemporaryFolder folder;
 };
 
-/// What 16 bits become in the take: 6 dB softer, in 24 bits.
-double expectedLevel(int64_t frame) {
-    return NumberedSound::level(frame) * 256.0 * std::pow(10.0, -6.0 / 20);
+std::vector<float> floatsOf(const std::string& path) {
+    std::ifstream stream(path, std::ios::binary);
+    const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
+    std::vector<float> values(bytes.size() / 4);
+    std::memcpy(values.data(), bytes.data(), values.size() * 4);
+    return values;
+}
+
+/// An output of a test's own that plays nothing. Ends with this object.
+class SilentOutput {
+public:
+    SilentOutput(std::string aName, int rate)
+        : name(std::move(aName)) {
+        runProgram({"pw-cli", "create-node", "adapter",
+                    "{ factory.name=support.null-audio-sink node.name=" + name +
+                        " media.class=Audio/Sink audio.channels=2 audio.position=[FL FR] audio.rate=" +
+                        std::to_string(rate) + " object.linger=true priority.session=1 }"});
+    }
+    ~SilentOutput() { runProgram({"pw-cli", "destroy", name}); }
+    SilentOutput(const SilentOutput&) = delete;
+    SilentOutput& operator=(const SilentOutput&) = delete;
+
+    /// vintra-take has it in its list.
+    bool awaitListed() const {
+        for (int look = 0; look < 100; ++look) {
+            if (runProgram({VINTRA_BIN_DIR "/vintra-take", "--list"}).output.find(name) != std::string::npos)
+                return true;
+        }
+        return false;
+    }
+
+private:
+    const std::string name;
+};
+
+/// What came of the frames that were played. A player that misses a cycle of a busy machine leaves a silence
+/// and goes on where it was; what a recorder or a relay misses is lost.
+struct Account {
+    int64_t played = 0;   ///< frames that are there, in their order
+    int64_t lost = 0;     ///< frames that are not
+    int64_t repeated = 0; ///< frames that are there twice
+    int64_t silent = 0;   ///< frames of silence in the middle
+    int64_t altered = 0;  ///< frames whose level is none that was played
+
+    std::string text() const {
+        return std::to_string(played) + " played, " + std::to_string(lost) + " lost, " +
+               std::to_string(repeated) + " repeated, " + std::to_string(silent) + " silent, " +
+               std::to_string(altered) + " altered";
+    }
+};
+
+/// Follows the frames, each given as its number within the period, or -1 for silence, or -2 for neither.
+class Accountant {
+public:
+    void see(int64_t number) {
+        if (number == -2) ++account.altered;
+        if (number == -1) silence += account.played > 0;
+        if (number < 0) return;
+        account.silent += std::exchange(silence, 0); // that behind the last frame isn't in the middle
+        const int64_t step = account.played == 0
+                                 ? number + 1
+                                 : (number - previous + NumberedSound::period) % NumberedSound::period;
+        account.repeated += step == 0;
+        account.lost += step > 1 ? step - 1 : 0;
+        account.played += step != 0;
+        previous = number;
+    }
+    Account account;
+
+private:
+    int64_t previous = 0;
+    int64_t silence = 0;
+};
+
+/// 16 bits become 24 in the take, 6 dB softer. Half a step of 16 bits is 64 of 24, so the last bit can be
+/// asked of each.
+Account accountOf(const RecordedWav& wav) {
+    const double scale = 256.0 * std::pow(10.0, -6.0 / 20);
+    Accountant accountant;
+    for (int64_t frame = 0; frame < wav.frames(); ++frame) {
+        const int32_t left = wav.at(frame, 0);
+        const int32_t right = wav.at(frame, 1);
+        if (left == 0 && right == 0) {
+            accountant.see(-1);
+            continue;
+        }
+        const int64_t level = std::lround(left / scale);
+        const double exact = static_cast<double>(level) * scale;
+        const bool isWhole = std::fabs(left - exact) <= 1 && std::fabs(right + exact) <= 1;
+        accountant.see(isWhole ? level - NumberedSound::firstLevel : -2);
+    }
+    return accountant.account;
+}
+
+/// On the monitor the relay's way changes nothing.
+Account accountOf(const std::vector<float>& heard) {
+    Accountant accountant;
+    for (size_t at = 0; at + 1 < heard.size(); at += 2) {
+        if (heard[at] == 0 && heard[at + 1] == 0) {
+            accountant.see(-1);
+            continue;
+        }
+        const float level = heard[at] * 32'768;
+        const bool isWhole = level == std::round(level) && heard[at + 1] == -heard[at];
+        accountant.see(isWhole ? std::lround(level) - NumberedSound::firstLevel : -2);
+    }
+    return accountant.account;
 }
 
 int64_t firstLoudFrame(const RecordedWav& wav) {
@@ -99,48 +205,6 @@ int64_t firstLoudFrame(const RecordedWav& wav) {
     while (frame < wav.frames() && wav.at(frame, 0) == 0)
         ++frame;
     return frame;
-}
-
-/// Every frame that was played is there, in its place, and nothing else.
-void expectTheSound(const RecordedWav& wav, int64_t frames) {
-    const int64_t first = firstLoudFrame(wav);
-    ASSERT_LT(first + frames, wav.frames()) << "it ends too early";
-    for (int64_t frame = 0; frame < frames; ++frame) {
-        ASSERT_NEAR(wav.at(first + frame, 0), expectedLevel(frame), 1) << "frame " << frame;
-        ASSERT_NEAR(wav.at(first + frame, 1), -expectedLevel(frame), 1) << "frame " << frame;
-    }
-    for (int64_t frame = first + frames; frame < wav.frames(); ++frame)
-        ASSERT_EQ(wav.at(frame, 0), 0) << "behind the sound";
-}
-
-/// What a listener on the monitor heard: the sound in its order without a silence, but for single frames that
-/// two clocks cost.
-void expectHeardWithoutGap(const std::vector<float>& heard, int64_t frames) {
-    size_t first = 0;
-    while (first < heard.size() && heard[first] == 0)
-        first += 2;
-    const auto number = [&](size_t at) {
-        return std::lround(heard[at] * 32'768) - NumberedSound::firstLevel;
-    };
-    ASSERT_LT(first, heard.size());
-    int64_t count = 1;
-    int64_t corrections = 0;
-    for (size_t at = first + 2; at < heard.size() && heard[at] != 0; at += 2, ++count) {
-        const int64_t step = (number(at) - number(at - 2) + NumberedSound::period) % NumberedSound::period;
-        ASSERT_LE(step, 2) << "a gap at frame " << count;
-        ASSERT_EQ(heard[at + 1], -heard[at]);
-        corrections += step != 1;
-    }
-    EXPECT_NEAR(static_cast<double>(count), static_cast<double>(frames), static_cast<double>(frames) / 1000);
-    EXPECT_LE(corrections, frames / 1000);
-}
-
-std::vector<float> floatsOf(const std::string& path) {
-    std::ifstream stream(path, std::ios::binary);
-    const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
-    std::vector<float> values(bytes.size() / 4);
-    std::memcpy(values.data(), bytes.data(), values.size() * 4);
-    return values;
 }
 
 /// Plays a sound of that length while a take runs; the longest stall of the machine meanwhile, in seconds.
@@ -176,12 +240,29 @@ double ComputerAudioEndToEndTest::takeOfASound(int64_t seconds, const std::strin
 TEST_F(ComputerAudioEndToEndTest, whatIsPlayedIsInTheTakeToTheBitAndHeardOnTheMonitor) {
     const char* const asked = std::getenv("VINTRA_LONG_SECONDS"); // 600 outside of everyday runs
     const int64_t seconds = asked ? std::atoll(asked) : 20;
+    const int64_t frames = seconds * kRate;
     for (int attempt = 1; attempt <= kAttempts; ++attempt) {
         const std::string name = "sound" + std::to_string(attempt);
-        // A long run says what became of it on the machine as it is.
-        if (takeOfASound(seconds, name) > kLongestStall && !asked) continue;
-        expectTheSound(recorded(name), seconds * kRate);
-        expectHeardWithoutGap(floatsOf(folder.file(name + ".heard.raw").path()), seconds * kRate);
+        const double stall = takeOfASound(seconds, name);
+        const Account inTake = accountOf(recorded(name));
+        const Account heard = accountOf(floatsOf(folder.file(name + ".heard.raw").path()));
+        std::printf("in the take: %s\non the monitor: %s\n", inTake.text().c_str(), heard.text().c_str());
+        EXPECT_EQ(inTake.altered, 0);
+        EXPECT_EQ(heard.altered, 0);
+        // Two clocks cost single frames.
+        const bool isHeard = heard.lost + heard.repeated <= frames / 1000 && heard.silent == inTake.silent;
+        const bool isWhole = inTake.lost == 0 && inTake.silent == 0;
+        // A long run says what became of it on the machine as it is, the player's own gaps aside.
+        if (!(isWhole && isHeard) && stall > kLongestStall && !asked) continue;
+        EXPECT_EQ(inTake.played, frames);
+        EXPECT_EQ(inTake.lost, 0);
+        EXPECT_EQ(inTake.repeated, 0);
+        EXPECT_EQ(heard.silent, inTake.silent) << "the relay added a gap";
+        if (!asked) {
+            EXPECT_EQ(inTake.silent, 0);
+        }
+        EXPECT_LE(heard.lost + heard.repeated, frames / 1000);
+        EXPECT_EQ(heard.played + heard.lost, frames);
         return;
     }
     GTEST_SKIP() << "too busy a machine to tell anything";
@@ -246,6 +327,52 @@ TEST_F(ComputerAudioEndToEndTest, anUnknownMonitorIsRefused) {
     const ProgramRun run = runProgram(takeCommand({"--computer-audio", "--monitor", "nowhere"}));
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_NE(run.output.find("There is no sound output “nowhere” to listen on."), std::string::npos)
+        << run.output;
+}
+
+TEST_F(ComputerAudioEndToEndTest, aMonitorOfAnotherRateIsFollowedAndHeard) {
+    const SilentOutput monitor("vintra.test.monitor", 44'100);
+    ASSERT_TRUE(monitor.awaitListed());
+    const URL played = NumberedSound::write(folder, "played.wav", 2 * kRate);
+    const URL heard = folder.file("heard.raw");
+    ChildProcess take(takeCommand({"--computer-audio", "--monitor", "vintra.test.monitor", "--name", "far"}));
+    ASSERT_TRUE(awaitDefaultOutput(kVirtualDevice));
+    ChildProcess listener({"pw-record", "--target", "vintra.test.monitor", "-P",
+                           "{ stream.capture.sink=true }", "--format", "f32", heard.path()});
+    ASSERT_TRUE(awaitFileOf(heard, 1));
+    ASSERT_TRUE(awaitFileOf(folder.file("far_computer-audio.wav"), 1));
+    EXPECT_EQ(runProgram({"pw-play", played.path()}).exitCode, 0);
+    take.signal(SIGINT);
+    const std::string text = take.restOfOutput();
+    EXPECT_EQ(take.wait(), 0) << text;
+    listener.signal(SIGINT);
+    listener.wait();
+    EXPECT_NE(text.find("@44.1k"), std::string::npos) << text;
+    // Twice from one rate to another, so the levels are near.
+    const auto loud = [](float sample) { return sample > 0.03f; };
+    const auto heardFloats = floatsOf(heard.path());
+    EXPECT_GT(std::count_if(heardFloats.begin(), heardFloats.end(), loud), kRate);
+    const RecordedWav wav = recorded("far");
+    EXPECT_EQ(wav.sampleRate(), kRate);
+    int64_t frames = 0;
+    for (int64_t frame = 0; frame < wav.frames(); ++frame)
+        frames += wav.at(frame, 0) > 100'000;
+    EXPECT_GT(frames, kRate);
+}
+
+TEST_F(ComputerAudioEndToEndTest, aMonitorAtARateThatTheVirtualDeviceHasNotIsRefusedWithTheReason) {
+    const SilentOutput monitor("vintra.test.studio", 96'000);
+    ASSERT_TRUE(monitor.awaitListed());
+    const ProgramRun run =
+        runProgram(takeCommand({"--computer-audio", "--monitor", "vintra.test.studio", "--seconds", "1"}));
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(
+        run.errors.find("Vintra Audio is running at 48000Hz but your output device is at 96000Hz. Vintra "
+                        "couldn't match the two, so computer audio is unavailable"),
+        std::string::npos)
+        << run.errors;
+    EXPECT_NE(run.output.find("Computer audio couldn't be routed through Vintra's audio driver"),
+              std::string::npos)
         << run.output;
 }
 

@@ -351,6 +351,31 @@ TEST_F(RepairAtLaunchTest, anOutputLeftOnTheSilentDeviceIsToldOf) {
                            "Vintra is recording. Your output is back on Speakers.");
 }
 
+class NothingToRepairTest : public RoutingFixture {
+protected:
+    void prepare() override { machine.userDefaults->set(kPendingKey, std::string("headphones")); }
+};
+
+TEST_F(NothingToRepairTest, aNoteWithTheOutputOnARealDeviceIsDroppedWithoutAWord) {
+    EXPECT_EQ(hardware.defaultOutput, speakers->id);
+    EXPECT_EQ(pending(), std::nullopt);
+    EXPECT_FALSE(recorder->lastError->has_value());
+}
+
+class RepairWithoutTheNotedDeviceTest : public RoutingFixture {
+protected:
+    void prepare() override {
+        hardware.defaultOutput = virtualDevice->id;
+        machine.userDefaults->set(kPendingKey, std::string("unplugged"));
+    }
+};
+
+TEST_F(RepairWithoutTheNotedDeviceTest, anotherDeviceIsChosenAndToldOf) {
+    EXPECT_EQ(hardware.defaultOutput, speakers->id);
+    EXPECT_EQ(lastError(), "Your Mac's sound output had been set to Vintra Audio, which is silent unless "
+                           "Vintra is recording. Your output is back on Speakers.");
+}
+
 class RepairAfterCrashTest : public RoutingFixture {
 protected:
     void prepare() override {

@@ -74,6 +74,35 @@ TEST_F(SamplePathTest, theVirtualInputKeepsItsChannelsAndLosesSixDecibels) {
     }
 }
 
+TEST_F(SamplePathTest, theVirtualInputsTrimComesOnTopOfTheUsersGain) {
+    giveConstants("daw.two");
+    recorder->selectedDawDeviceID.set("daw.two");
+    recorder->dawGainDB.set(-6);
+    machine.run(0.2);
+    recordFor(1);
+    EXPECT_NEAR(heard("take_computer-audio.wav").back(), 0.02 * std::pow(10, -12.0 / 20), 1e-6);
+}
+
+TEST_F(SamplePathTest, twoRowsBeyondTheDeviceReadItsLastChannelBoth) {
+    giveConstants("daw.two");
+    addExtraInput("daw.two", 7, "one");
+    addExtraInput("daw.two", 9, "other");
+    recordFor(1);
+    expectConstant("take_one.wav", 0.02);
+    expectConstant("take_other.wav", 0.02);
+}
+
+TEST_F(SamplePathTest, aMicOf32ChannelsIsDeliveredWholeAndOneIsPicked) {
+    machine.audioHardware->plug("box.32", "Big Box", 32);
+    machine.run(0.1);
+    giveConstants("box.32");
+    selectMic("box.32");
+    recorder->selectedMicChannelIndex.set(30);
+    EXPECT_EQ(machine.captureDevices->session("box.32")->output()->settings.numberOfChannels, 32u);
+    recordFor(1);
+    expectConstant("take_mic.wav", 0.31);
+}
+
 TEST_F(SamplePathTest, aBoostStopsBelowFullScale) {
     machine.audioHardware->device("mic.one")->signal = [](uint32_t, int64_t, CMTime) { return 0.5f; };
     recorder->micGainDB.set(12);
