@@ -329,6 +329,32 @@ TEST_F(ScreenSourceTest, onlyCompleteFramesReachTheMovie) {
     EXPECT_EQ(*recorder->statusMessage, "Saved");
 }
 
+TEST_F(ScreenSourceTest, whatIsNoValidSampleOfTheScreenIsIgnored) {
+    recorder->screenFrameRate.set(60); // nothing is filled in
+    machine.screenCapture->script.frames = listedFrames({{.seconds = 0}});
+    start();
+    machine.run(0.5);
+    const auto stream = machine.screenCapture->stream();
+    ASSERT_EQ(videoTrack()->accepted().size(), 1u);
+    const auto sampleWithStatus = [&](CMAttachmentValue status) {
+        return CMSampleBuffer::makeVideo(videoTrack()->accepted().front().imageBuffer(),
+                                         {.duration = CMTimeMake(1, 60),
+                                          .presentationTimeStamp = machine.now(),
+                                          .decodeTimeStamp = kCMTimeInvalid},
+                                         {{{SCStreamFrameInfoStatus, std::move(status)}}});
+    };
+    recorder->stream(*stream, sampleWithStatus(int64_t{0}), SCStreamOutputType::audio);
+    recorder->stream(*stream, CMSampleBuffer(), SCStreamOutputType::screen);
+    recorder->stream(*stream, sampleWithStatus(std::string("complete")), SCStreamOutputType::screen);
+    recorder->stream(*stream, sampleWithStatus(0.0), SCStreamOutputType::screen);
+    machine.run(0.5);
+    EXPECT_EQ(videoTrack()->accepted().size(), 1u);
+    recorder->stream(*stream, sampleWithStatus(int64_t{0}), SCStreamOutputType::screen);
+    EXPECT_EQ(videoTrack()->accepted().size(), 2u) << "this one is";
+    stop();
+    EXPECT_EQ(*recorder->statusMessage, "Saved");
+}
+
 TEST_F(ScreenSourceTest, theLabelSaysWhatIsCaptured) {
     EXPECT_EQ(recorder->captureAreaLabel(), "2880×1800") << "of several displays the size alone";
     machine.screenCapture->content.displays.pop_back();
