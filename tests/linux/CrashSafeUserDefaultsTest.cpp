@@ -53,6 +53,13 @@ TEST_F(CrashSafeUserDefaultsTest, theNextRunFindsIt) {
     EXPECT_EQ(open()->value("way back"), DefaultsValue(std::string("usb")));
 }
 
+TEST_F(CrashSafeUserDefaultsTest, aRunThatNotedNothingLeavesAnothersNote) {
+    const auto before = open();
+    open()->set("way back", std::string("usb"));
+    before->remove("way back");
+    EXPECT_EQ(onDisk(), "usb");
+}
+
 TEST_F(CrashSafeUserDefaultsTest, aRunThatIsKilledAtThatInstantLeavesIt) {
     const pid_t child = fork();
     if (child == 0) {

@@ -74,6 +74,8 @@ void CrashSafeUserDefaults::remove(const std::string& aKey) {
         others->remove(aKey);
         return;
     }
+    // What this run has neither noted nor found may be another's note by now.
+    if (!kept) return;
     kept.reset();
     if (::unlink(file.path().c_str()) != 0 && errno != ENOENT) complain("can't be removed");
 }
