@@ -1,5 +1,7 @@
 #pragma once
 
+#include <X11/Xlib.h>
+
 #include <cstdint>
 
 namespace vintra {
@@ -10,6 +12,7 @@ public:
     virtual ~Content() = default;
     /// Paints what belongs to the time since the start, and waits until the server has done so.
     virtual void paint(int64_t milliseconds) = 0;
+    virtual Window window() const = 0;
 };
 
 } // namespace vintra

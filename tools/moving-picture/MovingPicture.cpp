@@ -14,11 +14,11 @@ constexpr int64_t kMillisecondsAcross = 3000; // the square's way from one side 
 
 } // namespace
 
-MovingPicture::MovingPicture(Display* display)
-    : screen(display, FullScreenWindow::colour(display, "#1D2B3A"))
-    , ground(FullScreenWindow::colour(display, "#1D2B3A"))
-    , square(FullScreenWindow::colour(display, "#E8A33D"))
-    , lit(FullScreenWindow::colour(display, "#F2F2F2"))
+MovingPicture::MovingPicture(Display* display, const std::optional<ContentWindow::Place>& place)
+    : screen(display, ContentWindow::colour(display, "#1D2B3A"), place)
+    , ground(ContentWindow::colour(display, "#1D2B3A"))
+    , square(ContentWindow::colour(display, "#E8A33D"))
+    , lit(ContentWindow::colour(display, "#F2F2F2"))
     , canvas(XCreatePixmap(display, screen.window, static_cast<unsigned>(screen.width),
                            static_cast<unsigned>(screen.height),
                            static_cast<unsigned>(DefaultDepth(display, DefaultScreen(display))))) {}

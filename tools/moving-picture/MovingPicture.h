@@ -1,7 +1,7 @@
 #pragma once
 
 #include "tools/moving-picture/Content.h"
-#include "tools/moving-picture/FullScreenWindow.h"
+#include "tools/moving-picture/ContentWindow.h"
 
 #include <cstdint>
 
@@ -11,7 +11,8 @@ namespace vintra {
 /// the start in large digits. Owned by `main`; one thread.
 class MovingPicture : public Content {
 public:
-    explicit MovingPicture(Display* display);
+    MovingPicture(Display* display, const std::optional<ContentWindow::Place>& place);
+    Window window() const override { return screen.window; }
     ~MovingPicture() override;
     void paint(int64_t milliseconds) override;
 
@@ -29,7 +30,7 @@ private:
     void paintTime(int64_t milliseconds);
     void paintDigit(int digit, Box box);
 
-    FullScreenWindow screen;
+    ContentWindow screen;
     const unsigned long ground;
     const unsigned long square;
     const unsigned long lit;

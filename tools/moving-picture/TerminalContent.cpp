@@ -10,8 +10,8 @@ constexpr int kMargin = 4; // pixels
 
 } // namespace
 
-TerminalContent::TerminalContent(Display* display)
-    : screen(display, BlackPixel(display, DefaultScreen(display)))
+TerminalContent::TerminalContent(Display* display, const std::optional<ContentWindow::Place>& place)
+    : screen(display, BlackPixel(display, DefaultScreen(display)), place)
     , font(XLoadQueryFont(display, "fixed"))
     , lineHeight(font ? font->ascent + font->descent : 13) {
     if (font) XSetFont(display, screen.context, font->fid);

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "tools/moving-picture/Content.h"
-#include "tools/moving-picture/FullScreenWindow.h"
+#include "tools/moving-picture/ContentWindow.h"
 
 #include <random>
 
@@ -11,7 +11,8 @@ namespace vintra {
 /// all others one line up.
 class TerminalContent : public Content {
 public:
-    explicit TerminalContent(Display* display);
+    TerminalContent(Display* display, const std::optional<ContentWindow::Place>& place);
+    Window window() const override { return screen.window; }
     ~TerminalContent() override;
     void paint(int64_t milliseconds) override;
 
@@ -19,7 +20,7 @@ private:
     void scroll();
     void writeLine(int64_t milliseconds);
 
-    FullScreenWindow screen;
+    ContentWindow screen;
     XFontStruct* const font;
     const int lineHeight;
     std::minstd_rand words{1}; ///< the same text in every run

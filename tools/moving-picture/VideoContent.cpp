@@ -21,8 +21,8 @@ uint32_t channel(double value, int grain) {
 
 } // namespace
 
-VideoContent::VideoContent(Display* display)
-    : screen(display, FullScreenWindow::colour(display, "#202428")) {
+VideoContent::VideoContent(Display* display, const std::optional<ContentWindow::Place>& place)
+    : screen(display, ContentWindow::colour(display, "#202428"), place) {
     for (int number = 0; number < kPictures; ++number)
         pictures.push_back(makePicture(number));
 }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "tools/moving-picture/Content.h"
-#include "tools/moving-picture/FullScreenWindow.h"
+#include "tools/moving-picture/ContentWindow.h"
 
 #include <vector>
 
@@ -12,14 +12,15 @@ namespace vintra {
 /// next to nothing.
 class VideoContent : public Content {
 public:
-    explicit VideoContent(Display* display);
+    VideoContent(Display* display, const std::optional<ContentWindow::Place>& place);
+    Window window() const override { return screen.window; }
     ~VideoContent() override;
     void paint(int64_t milliseconds) override;
 
 private:
     Pixmap makePicture(int number) const;
 
-    FullScreenWindow screen;
+    ContentWindow screen;
     std::vector<Pixmap> pictures;
 };
 

@@ -1,7 +1,8 @@
-// Fills the screen of $DISPLAY with something that moves, 30 times a second, until it is interrupted. Says
-// "ready" once the first picture is on the screen.
+// Fills the screen of $DISPLAY with something that moves, 30 times a second, until it is interrupted; or an
+// ordinary window, of that size at that place. Says "ready" and the window's number once the first picture is
+// on the screen.
 //
-//     moving-picture [--content square|terminal|video]
+//     moving-picture [--content square|terminal|video] [--window WIDTHxHEIGHT+X+Y]
 
 #include "tools/moving-picture/MovingPicture.h"
 #include "tools/moving-picture/TerminalContent.h"
@@ -11,6 +12,7 @@
 #include <cstdio>
 #include <ctime>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace {
@@ -23,20 +25,50 @@ void end(int) {
 
 constexpr int64_t kPicturesPerSecond = 30;
 
+struct Options {
+    std::string content = "square";
+    std::optional<vintra::ContentWindow::Place> place;
+};
+
+/// Nothing if they can't be understood.
+std::optional<Options> parse(int count, char** arguments) {
+    Options options;
+    for (int i = 1; i < count; i += 2) {
+        const std::string option = arguments[i];
+        if (i + 1 == count) return std::nullopt;
+        if (option == "--content") {
+            options.content = arguments[i + 1];
+        } else if (option == "--window") {
+            vintra::ContentWindow::Place place;
+            if (std::sscanf(arguments[i + 1], "%dx%d+%d+%d", &place.width, &place.height, &place.x,
+                            &place.y) != 4 ||
+                place.width <= 0 || place.height <= 0) {
+                return std::nullopt;
+            }
+            options.place = place;
+        } else {
+            return std::nullopt;
+        }
+    }
+    return options;
+}
+
 /// Null if there is no such content.
-std::unique_ptr<vintra::Content> makeContent(const std::string& name, Display* display) {
-    if (name == "square") return std::make_unique<vintra::MovingPicture>(display);
-    if (name == "terminal") return std::make_unique<vintra::TerminalContent>(display);
-    if (name == "video") return std::make_unique<vintra::VideoContent>(display);
+std::unique_ptr<vintra::Content> makeContent(const Options& options, Display* display) {
+    const auto& [name, place] = options;
+    if (name == "square") return std::make_unique<vintra::MovingPicture>(display, place);
+    if (name == "terminal") return std::make_unique<vintra::TerminalContent>(display, place);
+    if (name == "video") return std::make_unique<vintra::VideoContent>(display, place);
     return nullptr;
 }
 
 } // namespace
 
 int main(int count, char** arguments) {
-    const bool chosen = count == 3 && std::string(arguments[1]) == "--content";
-    if (count != 1 && !chosen) {
-        std::fprintf(stderr, "usage: moving-picture [--content square|terminal|video]\n");
+    const auto options = parse(count, arguments);
+    if (!options) {
+        std::fprintf(stderr, "usage: moving-picture [--content square|terminal|video] "
+                             "[--window WIDTHxHEIGHT+X+Y]\n");
         return 2;
     }
     Display* display = XOpenDisplay(nullptr);
@@ -47,10 +79,10 @@ int main(int count, char** arguments) {
     std::signal(SIGINT, end);
     std::signal(SIGTERM, end);
     {
-        const auto picture = makeContent(chosen ? arguments[2] : "square", display);
+        const auto picture = makeContent(*options, display);
         if (!picture) {
             std::fprintf(stderr, "There is no content \"%s\". Choose square, terminal or video.\n",
-                         arguments[2]);
+                         options->content.c_str());
             return 2;
         }
         timespec start{};
@@ -59,7 +91,7 @@ int main(int count, char** arguments) {
             const int64_t milliseconds = number * 1000 / kPicturesPerSecond;
             picture->paint(milliseconds);
             if (number == 0) {
-                std::puts("ready");
+                std::printf("ready %lu\n", picture->window());
                 std::fflush(stdout);
             }
             const int64_t due = start.tv_nsec + (number + 1) * 1'000'000'000 / kPicturesPerSecond;
