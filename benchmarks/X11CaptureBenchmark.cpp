@@ -2,7 +2,7 @@
 // for it, against the grabbing of `ffmpeg -f x11grab` on the same moving pictures. An X server of its own,
 // 1920x1080.
 //
-//     X11CaptureBenchmark [SECONDS A MEASUREMENT]
+//     X11CaptureBenchmark [SECONDS A MEASUREMENT [SCENE]]
 
 #include "Vintra/platform/linux/LinuxDispatchQueues.h"
 #include "Vintra/platform/linux/X11ScreenCapture.h"
@@ -191,7 +191,7 @@ std::string machine() {
     return "unknown processor";
 }
 
-int benchmark(const char* program, double length) {
+int benchmark(const char* program, double length, const std::string& only) {
     int ends[2];
     if (::pipe(ends) != 0) return 1;
     const pid_t server = spawn({"Xvfb", "-displayfd", std::to_string(ends[1]), "-screen", "0", "1920x1080x24",
@@ -209,6 +209,7 @@ int benchmark(const char* program, double length) {
     std::printf("%-9s %8s %8s %8s %8s %8s %8s %8s %6s\n", "scene", "frames/s", "wakes/s", "client", "server",
                 "frames/s", "client", "server", "ratio");
     for (const Scene& scene : kScenes) {
+        if (!only.empty() && only != scene.name) continue;
         const pid_t painter = spawn({program, "--paint", scene.name, name});
         pause(1);
         const double idleBefore = secondsOf(server);
@@ -236,5 +237,6 @@ int benchmark(const char* program, double length) {
 int main(int count, char** arguments) {
     if (count == 4 && std::string(arguments[1]) == "--paint")
         return vintra::paint(arguments[2], arguments[3]);
-    return vintra::benchmark(arguments[0], count > 1 ? std::atof(arguments[1]) : 10);
+    return vintra::benchmark(arguments[0], count > 1 ? std::atof(arguments[1]) : 10,
+                             count > 2 ? arguments[2] : "");
 }
