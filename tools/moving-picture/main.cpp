@@ -1,6 +1,6 @@
 // Fills the screen of $DISPLAY with something that moves, 30 times a second, until it is interrupted; or an
-// ordinary window, of that size at that place. Says "ready" and the window's number once the first picture is
-// on the screen.
+// ordinary window, of that size at that place. Says "ready", and the ordinary window's number, once the first
+// picture is on the screen.
 //
 //     moving-picture [--content square|terminal|video] [--window WIDTHxHEIGHT+X+Y]
 
@@ -91,7 +91,7 @@ int main(int count, char** arguments) {
             const int64_t milliseconds = number * 1000 / kPicturesPerSecond;
             picture->paint(milliseconds);
             if (number == 0) {
-                std::printf("ready %lu\n", picture->window());
+                options->place ? std::printf("ready %lu\n", picture->window()) : std::printf("ready\n");
                 std::fflush(stdout);
             }
             const int64_t due = start.tv_nsec + (number + 1) * 1'000'000'000 / kPicturesPerSecond;
