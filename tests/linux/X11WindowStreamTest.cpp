@@ -271,7 +271,10 @@ TEST_F(X11WindowStreamTest, aWindowThatIsResizedWhileHiddenComesBackInItsNewSize
     window.hide();
     window.resize(90, 70);
     window.show();
-    EXPECT_TRUE(waitForPicture(plain(90, 70, 0x336699)));
+    EXPECT_TRUE(waitForPicture(plain(90, 70, 0x336699)))
+        << newestPicture()->width << "x" << newestPicture()->height << " " << std::hex
+        << newestPicture()->at(0, 0) << std::dec << ", " << listener->errors().size() << " errors, "
+        << stream->wakeUps() << " wake-ups";
     stop(*stream);
 }
 

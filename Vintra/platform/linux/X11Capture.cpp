@@ -283,6 +283,8 @@ void X11Capture::handleEvents() {
 }
 
 void X11Capture::sleep(bool listens, std::optional<int64_t> untilNanoseconds) {
+    // What came in with the answer to a request no longer shows on the connection.
+    if (listens && XEventsQueued(display->get(), QueuedAlready) > 0) return;
     timespec rest{};
     if (untilNanoseconds) {
         const int64_t nanoseconds = std::max<int64_t>(*untilNanoseconds - monotonicNanoseconds(), 0);
