@@ -4,6 +4,7 @@
 
 #include "Vintra/platform/linux/LinuxDispatchQueues.h"
 #include "Vintra/platform/linux/LinuxHostClock.h"
+#include "Vintra/platform/linux/LinuxMainThread.h"
 #include "Vintra/platform/linux/PipeWireCaptureDevices.h"
 #include "Vintra/platform/linux/PipeWireConnection.h"
 
@@ -18,7 +19,7 @@ public:
     CapturedSound(std::shared_ptr<PipeWireConnection> connection, const std::string& device,
                   uint32_t channels,
                   AVAudioSettings settings = {.linearPCMBitDepth = 32, .linearPCMIsFloat = true})
-        : devices(std::move(connection)) {
+        : devices(std::move(connection), std::make_shared<LinuxMainThread>()) {
         const auto found = devices.deviceWithUniqueID(device);
         if (!found) return;
         settings.numberOfChannels = channels;

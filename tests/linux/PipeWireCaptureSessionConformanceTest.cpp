@@ -3,6 +3,7 @@
 #include "PublishedMicrophone.h"
 #include "Vintra/platform/linux/LinuxDispatchQueues.h"
 #include "Vintra/platform/linux/LinuxHostClock.h"
+#include "Vintra/platform/linux/LinuxMainThread.h"
 #include "Vintra/platform/linux/PipeWireCaptureDevices.h"
 #include "Vintra/platform/linux/PipeWireConnection.h"
 
@@ -31,7 +32,8 @@ public:
 
 private:
     PublishedMicrophone microphone{"conformance", {"--channels", "2", "--signal", "tones"}};
-    PipeWireCaptureDevices devices{std::make_shared<PipeWireConnection>()};
+    PipeWireCaptureDevices devices{std::make_shared<PipeWireConnection>(),
+                                   std::make_shared<LinuxMainThread>()};
     LinuxDispatchQueues queues;
     LinuxHostClock clock;
     std::shared_ptr<DispatchQueue> sessionQueue = queues.makeSerialQueue("sessions");

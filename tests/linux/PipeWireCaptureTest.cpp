@@ -141,7 +141,8 @@ TEST(PipeWireCapture, integersAreDeliveredWhereTheyAreAskedFor) {
 }
 
 TEST(PipeWireCapture, settingsThatNoDeviceDeliversAreRefusedByTheSession) {
-    PipeWireCaptureDevices devices(std::make_shared<PipeWireConnection>());
+    PipeWireCaptureDevices devices(std::make_shared<PipeWireConnection>(),
+                                   std::make_shared<LinuxMainThread>());
     const auto session = devices.makeSession();
     EXPECT_FALSE(session->canAddOutput(*devices.makeAudioDataOutput({.linearPCMBitDepth = 12})));
     EXPECT_FALSE(session->canAddOutput(*devices.makeAudioDataOutput({.numberOfChannels = 0})));

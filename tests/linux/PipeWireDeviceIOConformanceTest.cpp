@@ -1,6 +1,7 @@
 #include "../platform/AudioDeviceIOConformance.h"
 
 #include "Vintra/platform/linux/LinuxHostClock.h"
+#include "Vintra/platform/linux/LinuxLog.h"
 #include "Vintra/platform/linux/LinuxMainThread.h"
 #include "Vintra/platform/linux/PipeWireAudioHardware.h"
 #include "Vintra/platform/linux/PipeWireConnection.h"
@@ -26,7 +27,7 @@ public:
 private:
     const std::shared_ptr<PipeWireConnection> connection = std::make_shared<PipeWireConnection>();
     PipeWireAudioHardware hardware_{connection, std::make_shared<LinuxMainThread>()};
-    PipeWireDeviceIO io_{connection};
+    PipeWireDeviceIO io_{connection, std::make_shared<LinuxLog>(LogLevel::error)};
     LinuxHostClock clock;
 };
 

@@ -10,7 +10,7 @@ namespace {
 TEST(PipeWireWithoutServer, thereAreNoDevicesAndASentenceSaysWhy) {
     const auto connection = std::make_shared<PipeWireConnection>("vintra-test-no-such-server");
     const PipeWireAudioHardware hardware(connection, std::make_shared<LinuxMainThread>());
-    PipeWireCaptureDevices devices(connection);
+    PipeWireCaptureDevices devices(connection, std::make_shared<LinuxMainThread>());
     EXPECT_TRUE(hardware.devices().empty());
     EXPECT_EQ(devices.deviceWithUniqueID("VintraAudioDevice"), nullptr);
     EXPECT_EQ(devices.problem(), "No PipeWire server answers, so there is no sound input.");

@@ -63,7 +63,7 @@ LinuxPlatform LinuxPlatform::make(std::shared_ptr<LinuxMainThread> mainThread, S
     LinuxPlatform machine;
     machine.mainThread = std::move(mainThread);
     const auto connection = std::make_shared<PipeWireConnection>();
-    machine.captureDevices = std::make_shared<PipeWireCaptureDevices>(connection);
+    machine.captureDevices = std::make_shared<PipeWireCaptureDevices>(connection, machine.mainThread);
 
     Platform& services = machine.services;
     services.hostClock = std::make_shared<LinuxHostClock>();
@@ -75,7 +75,7 @@ LinuxPlatform LinuxPlatform::make(std::shared_ptr<LinuxMainThread> mainThread, S
     services.processInfo = std::make_shared<LinuxProcessInfo>();
     services.assetWriters = std::make_shared<LinuxAssetWriters>();
     services.captureDevices = machine.captureDevices;
-    services.audioDeviceIO = std::make_shared<PipeWireDeviceIO>(connection);
+    services.audioDeviceIO = std::make_shared<PipeWireDeviceIO>(connection, services.log);
     addScreenServices(services);
     services.audioHardware = std::make_shared<PipeWireAudioHardware>(connection, machine.mainThread);
     services.assetProbing = std::make_shared<LinuxAssetProbing>();

@@ -1,6 +1,7 @@
 #include "Vintra/platform/linux/PipeWireCaptureDevices.h"
 
 #include "Vintra/platform/linux/PipeWireCaptureDevice.h"
+#include "Vintra/platform/linux/PipeWireCaptureNotifier.h"
 #include "Vintra/platform/linux/PipeWireCaptureSession.h"
 #include "Vintra/platform/linux/PipeWireConnection.h"
 
@@ -8,8 +9,10 @@
 
 namespace vintra {
 
-PipeWireCaptureDevices::PipeWireCaptureDevices(std::shared_ptr<PipeWireConnection> itsConnection)
-    : connection(std::move(itsConnection)) {}
+PipeWireCaptureDevices::PipeWireCaptureDevices(std::shared_ptr<PipeWireConnection> itsConnection,
+                                               std::shared_ptr<MainThread> mainThread)
+    : connection(std::move(itsConnection))
+    , notifier(std::make_shared<PipeWireCaptureNotifier>(connection, std::move(mainThread))) {}
 
 std::shared_ptr<AVCaptureDevice> PipeWireCaptureDevices::deviceWithUniqueID(const std::string& uniqueID) {
     auto node = connection->deviceNamed(uniqueID);
@@ -41,11 +44,11 @@ PipeWireCaptureDevices::makeAudioDataOutput(const AVAudioSettings& audioSettings
 }
 
 std::shared_ptr<AVCaptureSession> PipeWireCaptureDevices::makeSession() {
-    return std::make_shared<PipeWireCaptureSession>(connection);
+    return std::make_shared<PipeWireCaptureSession>(connection, notifier);
 }
 
-Observation PipeWireCaptureDevices::observe(CaptureDeviceNotifications) {
-    return nullptr;
+Observation PipeWireCaptureDevices::observe(CaptureDeviceNotifications notifications) {
+    return notifier->observe(std::move(notifications));
 }
 
 std::optional<std::string> PipeWireCaptureDevices::problem() const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Vintra/platform/CaptureDevices.h"
+#include "Vintra/platform/MainThread.h"
 
 #include <memory>
 #include <optional>
@@ -8,12 +9,14 @@
 
 namespace vintra {
 
+class PipeWireCaptureNotifier;
 class PipeWireConnection;
 
 /// PipeWire's sources as microphones, and the virtual device through its monitor. Main thread.
 class PipeWireCaptureDevices : public CaptureDevices {
 public:
-    explicit PipeWireCaptureDevices(std::shared_ptr<PipeWireConnection> connection);
+    PipeWireCaptureDevices(std::shared_ptr<PipeWireConnection> connection,
+                           std::shared_ptr<MainThread> mainThread);
 
     std::shared_ptr<AVCaptureDevice> deviceWithUniqueID(const std::string& uniqueID) override;
     /// PipeWire lets every program of the user record: nobody is asked.
@@ -31,6 +34,7 @@ public:
 
 private:
     const std::shared_ptr<PipeWireConnection> connection;
+    const std::shared_ptr<PipeWireCaptureNotifier> notifier;
 };
 
 } // namespace vintra

@@ -1,5 +1,6 @@
 #include "Vintra/platform/linux/PipeWireCaptureSession.h"
 
+#include "Vintra/platform/linux/PipeWireCaptureNotifier.h"
 #include "Vintra/platform/linux/PipeWireCaptureStream.h"
 #include "Vintra/platform/linux/PipeWireConnection.h"
 
@@ -43,8 +44,10 @@ bool PipeWireAudioDataOutput::isUsable() const {
     return settings.formatID == kAudioFormatLinearPCM && PipeWireCaptureStream::canDeliver(format_);
 }
 
-PipeWireCaptureSession::PipeWireCaptureSession(std::shared_ptr<PipeWireConnection> itsConnection)
-    : connection(std::move(itsConnection)) {}
+PipeWireCaptureSession::PipeWireCaptureSession(std::shared_ptr<PipeWireConnection> itsConnection,
+                                               std::shared_ptr<PipeWireCaptureNotifier> itsNotifier)
+    : connection(std::move(itsConnection))
+    , notifier(std::move(itsNotifier)) {}
 
 PipeWireCaptureSession::~PipeWireCaptureSession() {
     stopRunning();
@@ -91,8 +94,10 @@ void PipeWireCaptureSession::startRunning() {
             if (receiver && sender) receiver->captureOutput(sender, sample);
         });
     };
-    stream =
-        std::make_unique<PipeWireCaptureStream>(*connection, *node, output->format(), std::move(handler));
+    auto ended = [to = notifier, self = std::weak_ptr<AVCaptureSession>(weak_from_this()),
+                  name = node->name] { to->sessionHasEnded(self, name); };
+    stream = std::make_unique<PipeWireCaptureStream>(*connection, *node, output->format(), std::move(handler),
+                                                     std::move(ended));
     const int64_t deadline = PipeWireLoop::deadlineIn(secondsUntilRefused);
     while (!stream->isStreaming() && !stream->hasEnded()) {
         if (!connection->loop().waitUntil(deadline)) break;

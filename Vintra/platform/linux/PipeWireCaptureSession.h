@@ -9,6 +9,7 @@
 
 namespace vintra {
 
+class PipeWireCaptureNotifier;
 class PipeWireCaptureStream;
 class PipeWireConnection;
 
@@ -47,9 +48,11 @@ private:
 ///
 /// It never runs on another device than its own: when that one goes, the session is no longer running and
 /// stays so until it is started again.
-class PipeWireCaptureSession : public AVCaptureSession {
+class PipeWireCaptureSession : public AVCaptureSession,
+                               public std::enable_shared_from_this<PipeWireCaptureSession> {
 public:
-    explicit PipeWireCaptureSession(std::shared_ptr<PipeWireConnection> connection);
+    PipeWireCaptureSession(std::shared_ptr<PipeWireConnection> connection,
+                           std::shared_ptr<PipeWireCaptureNotifier> notifier);
     ~PipeWireCaptureSession() override;
 
     bool canAddInput(const AVCaptureDeviceInput& input) const override;
@@ -63,6 +66,7 @@ public:
 
 private:
     const std::shared_ptr<PipeWireConnection> connection;
+    const std::shared_ptr<PipeWireCaptureNotifier> notifier;
     std::shared_ptr<PipeWireDeviceInput> input;
     std::shared_ptr<PipeWireAudioDataOutput> output;
     std::unique_ptr<PipeWireCaptureStream> stream; ///< under the connection's loop lock

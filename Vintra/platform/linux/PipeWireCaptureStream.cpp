@@ -67,11 +67,12 @@ bool PipeWireCaptureStream::canDeliver(const AudioStreamBasicDescription& format
 
 PipeWireCaptureStream::PipeWireCaptureStream(PipeWireConnection& itsConnection, const PipeWireNode& node,
                                              const AudioStreamBasicDescription& itsFormat,
-                                             SampleHandler itsHandler)
+                                             SampleHandler itsHandler, EndHandler itsEndHandler)
     : connection(itsConnection)
     , format(itsFormat)
     , description(CMAudioFormatDescriptionCreate(itsFormat))
     , handler(std::move(itsHandler))
+    , ended(std::move(itsEndHandler))
     , hook(std::make_unique<spa_hook>())
     , ring(static_cast<size_t>(itsFormat.mSampleRate) / ringFractionOfSecond * itsFormat.mBytesPerFrame,
            ringBlocks)
@@ -129,7 +130,9 @@ void PipeWireCaptureStream::stateChanged(int, int now) {
     connection.loop().assertHeld();
     if (status == Status::ended) return;
     if (now == PW_STREAM_STATE_ERROR || now == PW_STREAM_STATE_UNCONNECTED) {
+        const bool wasStreaming = status == Status::streaming;
         status = Status::ended;
+        if (wasStreaming) ended();
     } else if (now == PW_STREAM_STATE_STREAMING) {
         status = Status::streaming;
     }

@@ -28,9 +28,11 @@ class PipeWireCaptureStream {
 public:
     /// Called on PipeWire's thread, with the loop's lock held; must not block.
     using SampleHandler = std::function<void(CMSampleBuffer)>;
+    /// Called once, likewise, if the stream ends by itself while it streams.
+    using EndHandler = std::function<void()>;
 
     PipeWireCaptureStream(PipeWireConnection& connection, const PipeWireNode& node,
-                          const AudioStreamBasicDescription& format, SampleHandler handler);
+                          const AudioStreamBasicDescription& format, SampleHandler handler, EndHandler ended);
     /// No sample is handed on after this.
     ~PipeWireCaptureStream();
     PipeWireCaptureStream(const PipeWireCaptureStream&) = delete;
@@ -57,6 +59,7 @@ private:
     const AudioStreamBasicDescription format;
     const std::shared_ptr<const CMFormatDescription> description;
     const SampleHandler handler;
+    const EndHandler ended;
     pw_stream* stream = nullptr;
     spa_source* wakeUp = nullptr; ///< an event that runs `handOn`
     std::unique_ptr<spa_hook> hook;

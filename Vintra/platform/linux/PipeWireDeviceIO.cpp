@@ -18,8 +18,10 @@ constexpr double secondsBetweenLooks = 0.005; ///< a clock's rate changes withou
 
 } // namespace
 
-PipeWireDeviceIO::PipeWireDeviceIO(std::shared_ptr<PipeWireConnection> itsConnection)
-    : connection(std::move(itsConnection)) {}
+PipeWireDeviceIO::PipeWireDeviceIO(std::shared_ptr<PipeWireConnection> itsConnection,
+                                   std::shared_ptr<Log> itsLog)
+    : connection(std::move(itsConnection))
+    , log(std::move(itsLog)) {}
 
 PipeWireDeviceIO::~PipeWireDeviceIO() {
     PipeWireLock lock(connection->loop());
@@ -31,7 +33,22 @@ std::unique_ptr<AudioIOProc> PipeWireDeviceIO::createIOProc(AudioObjectID device
     if (!node || !block || node->format.channels == 0 || node->format.sampleRate == 0) return nullptr;
     auto& shared = cycles[device];
     if (!shared) shared = std::make_shared<PipeWireCycles>();
-    return std::make_unique<PipeWireIOProc>(connection, node->name, std::move(block), shared);
+    return std::make_unique<PipeWireIOProc>(connection, node->name, std::move(block), shared,
+                                            [this, device] { lookForSharedClock(device); });
+}
+
+void PipeWireDeviceIO::lookForSharedClock(AudioObjectID device) const {
+    const auto name = [this](AudioObjectID number) {
+        const auto node = connection->device(number);
+        return node ? node->name : std::to_string(number);
+    };
+    const uint32_t driver = cycles.at(device)->driver;
+    for (const auto& [other, itsCycles] : cycles) {
+        if (other == device || driver == 0 || itsCycles->driver != driver) continue;
+        log->write("audio-io", LogLevel::standard,
+                   name(device) + " and " + name(other) + " run on one clock, that of node " +
+                       std::to_string(driver) + ".");
+    }
 }
 
 PipeWireDeviceIO::Limits PipeWireDeviceIO::limits(uint32_t rate) const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Vintra/platform/AudioDeviceIO.h"
+#include "Vintra/platform/Log.h"
 
 #include <map>
 #include <memory>
@@ -24,10 +25,13 @@ struct PipeWireNode;
 /// The same goes for the rate: the virtual device runs at 44.1 or 48 kHz as asked, every other device at the
 /// rate that the server has chosen, and refuses.
 ///
+/// Two devices on which blocks run have a clock each, unless somebody has linked one to the other, or a card
+/// has both: the log tells.
+///
 /// A block on the virtual device gets what is played to the device; it is not asked for output.
 class PipeWireDeviceIO : public AudioDeviceIO {
 public:
-    explicit PipeWireDeviceIO(std::shared_ptr<PipeWireConnection> connection);
+    PipeWireDeviceIO(std::shared_ptr<PipeWireConnection> connection, std::shared_ptr<Log> log);
     ~PipeWireDeviceIO() override;
 
     std::unique_ptr<AudioIOProc> createIOProc(AudioObjectID device, AudioIOBlock block) override;
@@ -44,8 +48,10 @@ private:
     };
     Limits limits(uint32_t rate) const;
     bool pin(const PipeWireNode& node);
+    void lookForSharedClock(AudioObjectID device) const;
 
     const std::shared_ptr<PipeWireConnection> connection;
+    const std::shared_ptr<Log> log;
     std::map<AudioObjectID, std::shared_ptr<PipeWireCycles>> cycles;
     uint32_t pinnedRate = 0;   ///< of the virtual device; 0: the server's
     uint32_t pinnedFrames = 0; ///< likewise

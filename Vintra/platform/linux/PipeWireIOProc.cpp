@@ -13,17 +13,25 @@ constexpr double secondsUntilRefused = 3.0;
 } // namespace
 
 PipeWireIOProc::PipeWireIOProc(std::shared_ptr<PipeWireConnection> itsConnection, std::string itsDeviceName,
-                               AudioIOBlock itsBlock, std::shared_ptr<PipeWireCycles> itsCycles)
+                               AudioIOBlock itsBlock, std::shared_ptr<PipeWireCycles> itsCycles,
+                               std::function<void()> itsStarted)
     : connection(std::move(itsConnection))
     , deviceName(std::move(itsDeviceName))
     , block(std::move(itsBlock))
-    , cycles(std::move(itsCycles)) {}
+    , cycles(std::move(itsCycles))
+    , started(std::move(itsStarted)) {}
 
 PipeWireIOProc::~PipeWireIOProc() {
     stop();
 }
 
 bool PipeWireIOProc::start() {
+    if (!connectStream()) return false;
+    started();
+    return true;
+}
+
+bool PipeWireIOProc::connectStream() {
     const auto node = connection->deviceNamed(deviceName);
     if (!node) return false;
     PipeWireLock lock(connection->loop());
@@ -43,11 +51,6 @@ bool PipeWireIOProc::start() {
 void PipeWireIOProc::stop() {
     PipeWireLock lock(connection->loop());
     stream.reset();
-}
-
-uint32_t PipeWireIOProc::driver() const {
-    PipeWireLock lock(connection->loop());
-    return stream ? stream->driver() : 0;
 }
 
 } // namespace vintra

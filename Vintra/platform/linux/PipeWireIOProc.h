@@ -16,21 +16,23 @@ struct PipeWireCycles;
 /// to a sink, while it is started. Main thread; the connection's lock guards the stream.
 class PipeWireIOProc : public AudioIOProc {
 public:
+    /// `started` is called whenever the device has begun to run.
     PipeWireIOProc(std::shared_ptr<PipeWireConnection> connection, std::string deviceName, AudioIOBlock block,
-                   std::shared_ptr<PipeWireCycles> cycles);
+                   std::shared_ptr<PipeWireCycles> cycles, std::function<void()> started);
     ~PipeWireIOProc() override;
 
     /// A device that does not run within 3 s has refused.
     bool start() override;
     void stop() override;
-    /// The node whose clock drives the block's cycles; 0 while it doesn't run.
-    uint32_t driver() const;
 
 private:
+    bool connectStream();
+
     const std::shared_ptr<PipeWireConnection> connection;
     const std::string deviceName;
     const AudioIOBlock block;
     const std::shared_ptr<PipeWireCycles> cycles;
+    const std::function<void()> started;
     std::unique_ptr<PipeWireIOStream> stream;
 };
 

@@ -81,6 +81,7 @@ PipeWireIOStream::~PipeWireIOStream() {
     if (core != nullptr) pw_core_disconnect(core);
     if (context != nullptr) pw_context_destroy(context);
     cycles->frames = 0;
+    cycles->driver = 0;
 }
 
 /// A context for the stream alone, for its real-time thread: what other streams of the program do in their
@@ -136,8 +137,10 @@ void PipeWireIOStream::stateChanged(int now) {
     if (now == PW_STREAM_STATE_ERROR || now == PW_STREAM_STATE_UNCONNECTED) {
         status = Status::ended;
         cycles->frames = 0;
+        cycles->driver = 0;
     } else if (now == PW_STREAM_STATE_STREAMING) {
         status = Status::streaming;
+        cycles->driver = driver();
     }
     connection.loop().signal();
 }

@@ -17,9 +17,10 @@ namespace vintra {
 
 class PipeWireConnection;
 
-/// What a stream sees of its device's cycles. Written by the stream's real-time thread, read by any.
+/// What a stream sees of its device's cycles. Any thread.
 struct PipeWireCycles {
     std::atomic<uint32_t> frames{0}; ///< of the latest cycle; 0: none
+    std::atomic<uint32_t> driver{0}; ///< the node whose clock drives them; 0: none
 };
 
 /// The running part of an IO proc: a stream between one device and the block, on a real-time thread of its

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "ChildProcess.h"
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace vintra {
+
+/// A null sink of a test's own in a PipeWire server. Ends with this object.
+class PublishedSink {
+public:
+    /// Properties as in a configuration file.
+    PublishedSink(std::string itsName, const std::string& properties,
+                  std::vector<std::string> itsEnvironment = {})
+        : name(std::move(itsName))
+        , environment(std::move(itsEnvironment)) {
+        ChildProcess made({"pw-cli", "create-node", "adapter",
+                           "{ factory.name=support.null-audio-sink media.class=Audio/Sink object.linger=true "
+                           "node.name=" +
+                               name + " " + properties + " }"},
+                          environment);
+        made.wait();
+        isThere = true;
+    }
+    ~PublishedSink() { unplug(); }
+    PublishedSink(const PublishedSink&) = delete;
+    PublishedSink& operator=(const PublishedSink&) = delete;
+
+    void unplug() {
+        if (!std::exchange(isThere, false)) return;
+        ChildProcess gone({"pw-cli", "destroy", name}, environment);
+        gone.wait();
+    }
+
+private:
+    const std::string name;
+    const std::vector<std::string> environment;
+    bool isThere = false;
+};
+
+} // namespace vintra
