@@ -8,7 +8,8 @@
 
 namespace vintra {
 
-/// A null sink of a test's own in a PipeWire server. Ends with this object.
+/// A null sink of a test's own in a PipeWire server. Ends with this object. It is never suspended:
+/// WirePlumber 0.4 crashes when a device goes for which it has a suspension in mind.
 class PublishedSink {
 public:
     /// Properties as in a configuration file.
@@ -18,6 +19,7 @@ public:
         , environment(std::move(itsEnvironment)) {
         ChildProcess made({"pw-cli", "create-node", "adapter",
                            "{ factory.name=support.null-audio-sink media.class=Audio/Sink object.linger=true "
+                           "session.suspend-timeout-seconds=0 "
                            "node.name=" +
                                name + " " + properties + " }"},
                           environment);

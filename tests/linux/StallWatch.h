@@ -22,6 +22,8 @@ public:
 
     /// Seconds, the longest so far.
     double longest() const { return worst; }
+    /// The longest since the last call.
+    double takeLongest() { return worst.exchange(0); }
 
 private:
     using Clock = std::chrono::steady_clock;

@@ -1,0 +1,50 @@
+// Relays what is played to the virtual device to an output, and nothing else, until it is interrupted.
+//
+//     relay [OUTPUT]        by its node.name; otherwise the default output
+
+#include "Vintra/audio/SystemAudioRelay.h"
+#include "Vintra/platform/linux/LinuxLog.h"
+#include "Vintra/platform/linux/LinuxMainThread.h"
+#include "Vintra/platform/linux/LinuxWallClock.h"
+#include "Vintra/platform/linux/MemoryUserDefaults.h"
+#include "Vintra/platform/linux/PipeWireAudioHardware.h"
+#include "Vintra/platform/linux/PipeWireConnection.h"
+#include "Vintra/platform/linux/PipeWireDeviceIO.h"
+
+#include <csignal>
+#include <cstdio>
+
+int main(int argumentCount, char** arguments) {
+    using namespace vintra;
+    sigset_t interrupts;
+    sigemptyset(&interrupts);
+    sigaddset(&interrupts, SIGINT);
+    sigaddset(&interrupts, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &interrupts, nullptr);
+
+    const auto connection = std::make_shared<PipeWireConnection>();
+    PipeWireAudioHardware hardware(connection, std::make_shared<LinuxMainThread>());
+    PipeWireDeviceIO io(connection, std::make_shared<LinuxLog>(LogLevel::standard));
+    const MemoryUserDefaults userDefaults;
+    const LinuxWallClock wallClock;
+    const auto source = connection->numberNamed(kVirtualAudioDeviceName);
+    const auto output =
+        argumentCount > 1 ? connection->numberNamed(arguments[1]) : hardware.defaultOutputDevice();
+    if (!source || !output) {
+        std::fputs("relay: the devices aren't there\n", stderr);
+        return 1;
+    }
+    SystemAudioRelay relay(
+        {.hardware = hardware, .io = io, .userDefaults = userDefaults, .wallClock = wallClock}, *source,
+        *output, false);
+    if (!relay.start()) {
+        std::fputs("relay: it does not start\n", stderr);
+        return 1;
+    }
+    std::puts("ready");
+    std::fflush(stdout);
+    int received = 0;
+    sigwait(&interrupts, &received);
+    std::printf("%s\n", relay.telemetry().summary(wallClock).c_str());
+    return 0;
+}
