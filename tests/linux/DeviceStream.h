@@ -27,13 +27,13 @@ public:
     using Direction = PipeWireIOStream::Direction;
 
     DeviceStream(std::shared_ptr<PipeWireConnection> itsConnection, const std::string& device,
-                 Direction direction, AudioIOBlock itsBlock)
+                 Direction direction, AudioIOBlock itsBlock, uint32_t frames = 1024)
         : connection(std::move(itsConnection))
         , block(std::move(itsBlock)) {
         const auto node = connection->deviceNamed(device);
         if (!node) return;
         PipeWireLock lock(connection->loop());
-        stream = std::make_unique<PipeWireIOStream>(*connection, *node, direction, block, cycles);
+        stream = std::make_unique<PipeWireIOStream>(*connection, *node, direction, block, cycles, frames);
     }
     ~DeviceStream() {
         PipeWireLock lock(connection->loop());

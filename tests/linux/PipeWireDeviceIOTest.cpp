@@ -190,6 +190,23 @@ TEST_F(PipeWireDeviceIOTest, theRangeIsTheServers) {
     EXPECT_EQ(io.bufferFrameSize(virtualDevice), 1024u);
 }
 
+TEST_F(PipeWireDeviceIOTest, aProgramThatIsContentWithLongCyclesDoesNotMakeThemLonger) {
+    DeviceStream played(
+        connection, "VintraAudioDevice", DeviceStream::Direction::output, [](auto, auto) {}, 4096);
+    ASSERT_TRUE(played.awaitStreaming());
+    std::atomic<uint32_t> longest{0};
+    std::atomic<int> calls{0};
+    const auto proc = io.createIOProc(virtualDevice, [&](AudioBufferList buffers, AudioBufferList) {
+        // The first cycles may still be those of the time before.
+        if (++calls > 5)
+            longest = std::max<uint32_t>(longest, buffers[0].mDataByteSize / (2 * sizeof(float)));
+    });
+    ASSERT_TRUE(proc && proc->start());
+    ASSERT_TRUE(awaitCondition([&] { return calls > 20; }));
+    EXPECT_EQ(longest, 1024u);
+    EXPECT_EQ(io.bufferFrameSize(virtualDevice), 1024u);
+}
+
 TEST_F(PipeWireDeviceIOTest, aBlockGetsTheDevicesOwnChannels) {
     const PublishedSink four("io-test-four", "audio.channels=4 audio.position=[FL,FR,RL,RR]");
     const PublishedSink one("io-test-one", "audio.channels=1 audio.position=[MONO]");

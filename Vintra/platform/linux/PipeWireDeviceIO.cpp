@@ -34,6 +34,7 @@ std::unique_ptr<AudioIOProc> PipeWireDeviceIO::createIOProc(AudioObjectID device
     auto& shared = cycles[device];
     if (!shared) shared = std::make_shared<PipeWireCycles>();
     return std::make_unique<PipeWireIOProc>(connection, node->name, std::move(block), shared,
+                                            limits(node->format.sampleRate).usual,
                                             [this, device] { lookForSharedClock(device); });
 }
 

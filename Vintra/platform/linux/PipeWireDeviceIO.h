@@ -18,9 +18,10 @@ struct PipeWireNode;
 /// PipeWire has no buffer of a device's own: a device's driver wakes all nodes that hang on it once a cycle,
 /// and how long a cycle is follows from what those nodes ask for, within the server's limits. So the buffer
 /// size of a device is the length of its driver's cycles: while a block runs on it what that block is called
-/// with, otherwise what has been asked for, otherwise what the server uses where nobody asks. It is set on
-/// the virtual device alone, which has its cycles to itself; on other devices the request is ignored, since
-/// it would be one for every program that plays there.
+/// with, otherwise what has been asked for, otherwise what the server uses where nobody asks, which the
+/// blocks' own streams ask for: so a program that is content with longer cycles doesn't make them longer. It
+/// is set on the virtual device alone, which has its cycles to itself; on other devices the request is
+/// ignored, since it would be one for every program that plays there.
 ///
 /// The same goes for the rate: the virtual device runs at 44.1 or 48 kHz as asked, every other device at the
 /// rate that the server has chosen, and refuses.

@@ -14,11 +14,12 @@ constexpr double secondsUntilRefused = 3.0;
 
 PipeWireIOProc::PipeWireIOProc(std::shared_ptr<PipeWireConnection> itsConnection, std::string itsDeviceName,
                                AudioIOBlock itsBlock, std::shared_ptr<PipeWireCycles> itsCycles,
-                               std::function<void()> itsStarted)
+                               uint32_t itsFrames, std::function<void()> itsStarted)
     : connection(std::move(itsConnection))
     , deviceName(std::move(itsDeviceName))
     , block(std::move(itsBlock))
     , cycles(std::move(itsCycles))
+    , frames(itsFrames)
     , started(std::move(itsStarted)) {}
 
 PipeWireIOProc::~PipeWireIOProc() {
@@ -39,7 +40,7 @@ bool PipeWireIOProc::connectStream() {
     stream.reset();
     const auto direction =
         node->isInput() ? PipeWireIOStream::Direction::input : PipeWireIOStream::Direction::output;
-    stream = std::make_unique<PipeWireIOStream>(*connection, *node, direction, block, cycles);
+    stream = std::make_unique<PipeWireIOStream>(*connection, *node, direction, block, cycles, frames);
     const int64_t deadline = PipeWireLoop::deadlineIn(secondsUntilRefused);
     while (!stream->isStreaming() && !stream->hasEnded()) {
         if (!connection->loop().waitUntil(deadline)) break;

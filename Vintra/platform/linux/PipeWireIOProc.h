@@ -16,9 +16,9 @@ struct PipeWireCycles;
 /// to a sink, while it is started. Main thread; the connection's lock guards the stream.
 class PipeWireIOProc : public AudioIOProc {
 public:
-    /// `started` is called whenever the device has begun to run.
+    /// Its cycles are to have `frames` at most. `started` is called whenever the device has begun to run.
     PipeWireIOProc(std::shared_ptr<PipeWireConnection> connection, std::string deviceName, AudioIOBlock block,
-                   std::shared_ptr<PipeWireCycles> cycles, std::function<void()> started);
+                   std::shared_ptr<PipeWireCycles> cycles, uint32_t frames, std::function<void()> started);
     ~PipeWireIOProc() override;
 
     /// A device that does not run within 3 s has refused.
@@ -32,6 +32,7 @@ private:
     const std::string deviceName;
     const AudioIOBlock block;
     const std::shared_ptr<PipeWireCycles> cycles;
+    const uint32_t frames;
     const std::function<void()> started;
     std::unique_ptr<PipeWireIOStream> stream;
 };

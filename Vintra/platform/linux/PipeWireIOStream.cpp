@@ -57,13 +57,14 @@ struct PipeWireIOStream::Events {
 
 PipeWireIOStream::PipeWireIOStream(PipeWireConnection& itsConnection, const PipeWireNode& node,
                                    Direction direction, const AudioIOBlock& itsBlock,
-                                   std::shared_ptr<PipeWireCycles> itsCycles)
+                                   std::shared_ptr<PipeWireCycles> itsCycles, uint32_t frames)
     : connection(itsConnection)
     , block(itsBlock)
     , cycles(std::move(itsCycles))
     , channels(std::clamp<uint32_t>(node.format.channels, 1, SPA_AUDIO_MAX_CHANNELS))
     , sampleRate(node.format.sampleRate)
     , isInput(direction == Direction::input)
+    , usualFrames(frames)
     , hook(std::make_unique<spa_hook>()) {
     connection.loop().assertHeld();
     if (!connectServer() || !connect(node)) status = Status::ended;
@@ -109,6 +110,7 @@ bool PipeWireIOStream::connect(const PipeWireNode& node) {
         "channelmix.normalize", "false", "state.restore-props", "false", "state.restore-target", "false",
         nullptr);
     if (isInput && node.isMonitored()) pw_properties_set(properties, PW_KEY_STREAM_CAPTURE_SINK, "true");
+    pw_properties_setf(properties, PW_KEY_NODE_LATENCY, "%u/%u", usualFrames, sampleRate);
     // Nobody else depends on the virtual device's clock, so its cycles are held at the rate it has been
     // given.
     if (node.isVirtualDevice()) pw_properties_setf(properties, PW_KEY_NODE_FORCE_RATE, "%u", sampleRate);

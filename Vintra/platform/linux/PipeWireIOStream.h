@@ -32,9 +32,10 @@ class PipeWireIOStream {
 public:
     enum class Direction { input, output };
 
-    /// A sink's input is its monitor. The block outlives the stream.
+    /// A sink's input is its monitor. The block outlives the stream. Cycles longer than `frames` are asked
+    /// not to be: of all that the streams on a device ask for, the least counts.
     PipeWireIOStream(PipeWireConnection& connection, const PipeWireNode& node, Direction direction,
-                     const AudioIOBlock& block, std::shared_ptr<PipeWireCycles> cycles);
+                     const AudioIOBlock& block, std::shared_ptr<PipeWireCycles> cycles, uint32_t frames);
     /// No call of the block is under way after this.
     ~PipeWireIOStream();
     PipeWireIOStream(const PipeWireIOStream&) = delete;
@@ -63,7 +64,7 @@ private:
     const uint32_t channels;
     const uint32_t sampleRate;
     const bool isInput;
-    uint32_t usualFrames = 1024; ///< of a cycle that doesn't say its length
+    uint32_t usualFrames; ///< of a cycle that doesn't say its length
     pw_context* context = nullptr;
     pw_core* core = nullptr;
     pw_stream* stream = nullptr;
