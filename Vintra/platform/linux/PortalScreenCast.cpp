@@ -1,7 +1,9 @@
 #include "Vintra/platform/linux/PortalScreenCast.h"
 
+#include "Vintra/platform/linux/LinuxHostClock.h"
+
 #include <algorithm>
-#include <cstring>
+#include <cerrno>
 #include <fcntl.h>
 #include <functional>
 #include <string_view>
@@ -134,7 +136,12 @@ PortalScreenCast::Answer PortalScreenCast::ask(const char* member, const std::st
     const char* path = nullptr;
     requireBus(sd_bus_message_read(reply.get(), "o", &path));
     // The answer may have come before the path that it is told by.
-    bus.waitUntil([&] { return answers.contains(path) || closed || portalHasGone; }, std::nullopt);
+    const auto isOver = [&] { return answers.contains(path) || closed || portalHasGone; };
+    if (!bus.waitUntil(isOver, monotonicNanoseconds() + patience)) {
+        throw SystemError("portal", 10,
+                          "The screen wasn't shared: nobody answered the desktop's question. Start again and "
+                          "choose what to share.");
+    }
     const auto found = answers.find(path);
     if (found == answers.end()) requireGranted(2);
     Answer answer{0, std::move(found->second)};
@@ -170,6 +177,7 @@ PortalScreenCast::Stream PortalScreenCast::start(const Request& request) {
                                 "Install the one of your desktop (xdg-desktop-portal-gnome, -kde or -wlr), "
                                 "and log in again.");
     }
+    patience = request.patience;
     session = createSession();
 
     PortalOptions options{{"types", source}, {"multiple", false}};

@@ -24,6 +24,8 @@ public:
         std::string restoreToken;
         /// Whether the session is to be given one.
         bool isRemembered = true;
+        /// How long the user may take, nanoseconds.
+        int64_t patience = 120'000'000'000;
     };
     /// What was granted.
     struct Stream {
@@ -40,7 +42,7 @@ public:
 
     /// Each throws `SystemError` with a sentence for the user.
     explicit PortalScreenCast(PortalBus& bus);
-    /// Once. Asks the user unless the token does; that may take as long as it takes.
+    /// Once. The desktop asks the user, unless the token saves the question.
     Stream start(const Request& request);
 
     /// The desktop has ended the session.
@@ -66,6 +68,7 @@ private:
     uint32_t version = 0;
     uint32_t sourceTypes = 0;
     uint32_t cursorModes = 0;
+    int64_t patience = 0;
     std::string session; ///< object path
     bool closed = false;
     bool portalHasGone = false;
