@@ -49,12 +49,9 @@ TEST_F(WaylandScreenStreamTest, onlyThePartAskedForIsCaptured) {
     expected.fill(198, 98, 1, 1, 0x00ff00);
     EXPECT_TRUE(newestPicture() == expected || waitForPicture(expected));
     const size_t frames = collector->samples().size();
-    // One after the other: a compositor may tell the smallest rectangle around all that changed in a frame.
-    for (const WaylandWindow::Box outside : {WaylandWindow::Box{0, 0, 640, 51}, {0, 150, 640, 51}}) {
-        window->fill(outside, 0xffffff);
-        window->showAndAwaitFrame();
-        window->showAndAwaitFrame();
-    }
+    // One box: the compositor tells the smallest rectangle around all that changed since its last frame.
+    window->fill({0, 150, 640, 330}, 0xffffff);
+    window->showAndAwaitFrame();
     clock.sleep(200'000);
     EXPECT_EQ(collector->samples().size(), frames);
     paint({91, 41, 20, 20}, 0x0000ff);

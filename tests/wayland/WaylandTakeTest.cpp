@@ -106,6 +106,22 @@ TEST_F(WaylandTakeTest, aWindowCannotBeNamed) {
     EXPECT_FALSE(std::filesystem::exists(movie("window").path()));
 }
 
+TEST_F(WaylandTakeTest, aRegionIsJustThatPartOfTheDisplay) {
+    window->fill({0, 0, 640, 480}, 0xC86432);
+    window->fill({101, 51, 202, 101}, 0x3264C8);
+    window->showAndAwaitFrame();
+    ChildProcess take(command("region", {"--seconds", "0.5", "--region", "101,51,201,101"}), environment());
+    const std::string text = take.restOfOutput();
+    ASSERT_EQ(take.wait(), 0) << text;
+    const MediaProbe probe(movie("region"));
+    EXPECT_EQ(probe.track(0).width, 200); // even, as the encoder wants it
+    EXPECT_EQ(probe.track(0).height, 100);
+    const auto mean = MediaProbe::meanColour(movie("region"), 0, {0, 0, 200, 100});
+    EXPECT_NEAR(mean[0], 0x32, 2);
+    EXPECT_NEAR(mean[1], 0x64, 2);
+    EXPECT_NEAR(mean[2], 0xC8, 2);
+}
+
 TEST_F(WaylandTakeTest, aDisplayThatChangesItsSizeIsScaledIntoTheMovie) {
     ChildProcess take(command("resized", {"--seconds", "3"}), environment());
     ASSERT_TRUE(waitUntil([this] { return std::filesystem::exists(movie("resized").path()); }));

@@ -224,7 +224,9 @@ void WaylandWindow::Client::close() {
 WaylandWindow::WaylandWindow(const std::string& outputName)
     : client(std::make_unique<Client>()) {
     if (client->open(outputName)) {
-        showAndAwaitFrame();
+        // The first frame may still be that of the place before; the compositor is done moving by the third.
+        for (int frame = 0; frame < 3; ++frame)
+            showAndAwaitFrame();
         return;
     }
     client->close();
