@@ -64,6 +64,15 @@ bool WaylandScreenFixture::waitUntil(const std::function<bool()>& condition) {
     return condition();
 }
 
+bool WaylandScreenFixture::waitForRest() {
+    for (int i = 0; i < 50; ++i) {
+        const size_t before = collector->samples().size();
+        clock.sleep(200'000);
+        if (collector->samples().size() == before) return true;
+    }
+    return false;
+}
+
 std::optional<ScreenPicture> WaylandScreenFixture::newestPicture() const {
     const auto samples = collector->samples();
     if (samples.empty()) return std::nullopt;

@@ -39,6 +39,8 @@ protected:
     bool waitForFrames(size_t count) {
         return waitUntil([this, count] { return collector->samples().size() >= count; });
     }
+    /// Until 200 ms bring no frame: sway may still be painting what a window before left behind.
+    bool waitForRest();
     /// Until the newest picture is this one.
     bool waitForPicture(const ScreenPicture& expected);
     bool waitForColour(int x, int y, uint32_t colour);

@@ -27,14 +27,19 @@ bool sway(const std::vector<std::string>& command) {
 }
 
 bool resize(const std::string& display, int width, int height) {
+    const auto isSo = [&] {
+        for (const WaylandOutput& output : readWaylandOutputs()) {
+            if (output.name == display) return output.pixelWidth == width && output.pixelHeight == height;
+        }
+        return false;
+    };
+    // Told what it is already, sway paints the display anew all the same, some time later.
+    if (isSo()) return true;
     if (!sway({"output", display, "resolution", std::to_string(width) + "x" + std::to_string(height)})) {
         return false;
     }
     for (int i = 0; i < 1000; ++i) {
-        for (const WaylandOutput& output : readWaylandOutputs()) {
-            if (output.name == display && output.pixelWidth == width && output.pixelHeight == height)
-                return true;
-        }
+        if (isSo()) return true;
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     return false;
