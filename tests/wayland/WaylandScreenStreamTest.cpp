@@ -228,6 +228,19 @@ TEST_F(WaylandScreenStreamTest, aWindowByNumberIsRefusedInASentence) {
     EXPECT_TRUE(content().content.windows.empty());
 }
 
+TEST_F(WaylandScreenStreamTest, aFilterThatLeavesAProgramOutIsRefusedInASentence) {
+    EXPECT_TRUE(content().content.applications.empty());
+    try {
+        WaylandScreenCapture(desktop).makeStream({SCContentFilter::Display{display(), {{1, "any"}}, {}}},
+                                                 configuration, listener);
+        FAIL() << "not refused";
+    } catch (const SystemError& error) {
+        EXPECT_EQ(error.localizedDescription(),
+                  "A program's windows can't be left out of a recording on this desktop. "
+                  "Move them off what is recorded.");
+    }
+}
+
 TEST_F(WaylandScreenStreamTest, aDisplayThatTheUserDoesNotGrantIsToldInASentence) {
     WaylandSession::choose("");
     const auto error = start(*makeStream());

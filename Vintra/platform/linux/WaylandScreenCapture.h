@@ -10,8 +10,8 @@ namespace vintra {
 /// The desktop itself asks the user what to share, once for each display unless the user takes it back; a
 /// program can neither see the windows nor name one. So the list of windows is empty, and a window by number
 /// is refused. A window numbered 0 stands for the one that the user chooses in the desktop's question, where
-/// the desktop's portal can share windows. Nor can a window be left out of a display: those of excluded
-/// applications are recorded where they show.
+/// the desktop's portal can share windows. Nor can a window be left out of a display, so no application is
+/// listed that could be, and a filter that names one is refused.
 ///
 /// The first frame comes when the desktop sends it. The portal for wlroots' compositors (0.7) compares with
 /// the last frame of the capture before, and so sends none until something changes.
