@@ -62,7 +62,7 @@ TEST_F(WaylandTakeTest, aColourOnTheScreenIsThatColourInTheMovie) {
         window->fill({0, 0, 640, 480}, colour);
         window->showAndAwaitFrame();
         const std::string name = "colour" + std::to_string(colour);
-        ChildProcess take(command(name, {"--seconds", "0.5"}), environment());
+        ChildProcess take(command(name, {"--seconds", "1.5"}), environment());
         const std::string text = take.restOfOutput();
         ASSERT_EQ(take.wait(), 0) << text;
         const auto mean = MediaProbe::meanColour(movie(name), 0, {20, 20, 600, 440});
