@@ -5,8 +5,8 @@
 //     X11CaptureBenchmark [SECONDS A MEASUREMENT [SCENE]]
 
 #include "Vintra/platform/linux/LinuxDispatchQueues.h"
+#include "Vintra/platform/linux/LinuxScreenStream.h"
 #include "Vintra/platform/linux/X11ScreenCapture.h"
-#include "Vintra/platform/linux/X11ScreenStream.h"
 
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
@@ -159,7 +159,7 @@ Cost measureOurs(const std::string& displayName, pid_t server, int framesASecond
     SCStreamConfiguration configuration;
     configuration.minimumFrameInterval = CMTimeMake(1, framesASecond);
     const auto holder = std::make_shared<Holder>();
-    const auto stream = std::dynamic_pointer_cast<X11ScreenStream>(capture.makeStream(
+    const auto stream = std::dynamic_pointer_cast<LinuxScreenStream>(capture.makeStream(
         {SCContentFilter::Display{content.content.displays.front(), {}, {}}}, configuration, {}));
     stream->addStreamOutput(holder, SCStreamOutputType::screen, queues.makeSerialQueue("samples"));
     stream->startCapture([](std::optional<SystemError>) {});

@@ -20,13 +20,13 @@ ScreenCapture::Content X11ScreenFixture::content() {
     return result;
 }
 
-std::shared_ptr<X11ScreenStream> X11ScreenFixture::makeStream(const SCContentFilter& filter) {
+std::shared_ptr<LinuxScreenStream> X11ScreenFixture::makeStream(const SCContentFilter& filter) {
     auto stream = capture.makeStream(filter, configuration, listener);
     stream->addStreamOutput(collector, SCStreamOutputType::screen, queue);
-    return std::dynamic_pointer_cast<X11ScreenStream>(stream);
+    return std::dynamic_pointer_cast<LinuxScreenStream>(stream);
 }
 
-std::shared_ptr<X11ScreenStream> X11ScreenFixture::run(const SCContentFilter& filter) {
+std::shared_ptr<LinuxScreenStream> X11ScreenFixture::run(const SCContentFilter& filter) {
     auto stream = makeStream(filter);
     const size_t before = collector->samples().size();
     EXPECT_EQ(start(*stream), std::nullopt);
@@ -34,14 +34,14 @@ std::shared_ptr<X11ScreenStream> X11ScreenFixture::run(const SCContentFilter& fi
     return stream;
 }
 
-std::optional<SystemError> X11ScreenFixture::start(X11ScreenStream& stream) {
+std::optional<SystemError> X11ScreenFixture::start(LinuxScreenStream& stream) {
     CompletionResult started;
     stream.startCapture(started.function());
     EXPECT_TRUE(waitUntil([&] { return started.calls() > 0; }));
     return started.error();
 }
 
-void X11ScreenFixture::stop(X11ScreenStream& stream) {
+void X11ScreenFixture::stop(LinuxScreenStream& stream) {
     CompletionResult stopped;
     stream.stopCapture(stopped.function());
     EXPECT_TRUE(waitUntil([&] { return stopped.calls() > 0; }));

@@ -5,8 +5,8 @@
 #include "ScreenPicture.h"
 #include "Vintra/platform/linux/LinuxDispatchQueues.h"
 #include "Vintra/platform/linux/LinuxHostClock.h"
+#include "Vintra/platform/linux/LinuxScreenStream.h"
 #include "Vintra/platform/linux/X11ScreenCapture.h"
-#include "Vintra/platform/linux/X11ScreenStream.h"
 #include "X11Painter.h"
 #include "XvfbServer.h"
 
@@ -26,18 +26,18 @@ protected:
                               std::vector<std::string> options = {});
 
     ScreenCapture::Content content();
-    std::shared_ptr<X11ScreenStream> makeStream(const SCContentFilter& filter);
-    std::shared_ptr<X11ScreenStream> makeStream(const SCDisplay& display) {
+    std::shared_ptr<LinuxScreenStream> makeStream(const SCContentFilter& filter);
+    std::shared_ptr<LinuxScreenStream> makeStream(const SCDisplay& display) {
         return makeStream({SCContentFilter::Display{display, {}, {}}});
     }
     /// A running stream after its first frame.
-    std::shared_ptr<X11ScreenStream> run(const SCContentFilter& filter);
-    std::shared_ptr<X11ScreenStream> run(const SCDisplay& display) {
+    std::shared_ptr<LinuxScreenStream> run(const SCContentFilter& filter);
+    std::shared_ptr<LinuxScreenStream> run(const SCDisplay& display) {
         return run({SCContentFilter::Display{display, {}, {}}});
     }
-    std::shared_ptr<X11ScreenStream> run() { return run(content().content.displays.at(0)); }
-    std::optional<SystemError> start(X11ScreenStream& stream);
-    void stop(X11ScreenStream& stream);
+    std::shared_ptr<LinuxScreenStream> run() { return run(content().content.displays.at(0)); }
+    std::optional<SystemError> start(LinuxScreenStream& stream);
+    void stop(LinuxScreenStream& stream);
 
     bool waitUntil(const std::function<bool()>& condition);
     bool waitForFrames(size_t count) {

@@ -26,14 +26,14 @@ SCDisplay WaylandScreenFixture::display() {
     return content().content.displays.at(0);
 }
 
-std::shared_ptr<WaylandScreenStream> WaylandScreenFixture::makeStream() {
+std::shared_ptr<LinuxScreenStream> WaylandScreenFixture::makeStream() {
     auto stream = WaylandScreenCapture(desktop).makeStream({SCContentFilter::Display{display(), {}, {}}},
                                                            configuration, listener);
     stream->addStreamOutput(collector, SCStreamOutputType::screen, queue);
-    return std::dynamic_pointer_cast<WaylandScreenStream>(stream);
+    return std::dynamic_pointer_cast<LinuxScreenStream>(stream);
 }
 
-std::shared_ptr<WaylandScreenStream> WaylandScreenFixture::run() {
+std::shared_ptr<LinuxScreenStream> WaylandScreenFixture::run() {
     auto stream = makeStream();
     const size_t before = collector->samples().size();
     const auto error = start(*stream);
@@ -42,14 +42,14 @@ std::shared_ptr<WaylandScreenStream> WaylandScreenFixture::run() {
     return stream;
 }
 
-std::optional<SystemError> WaylandScreenFixture::start(WaylandScreenStream& stream) {
+std::optional<SystemError> WaylandScreenFixture::start(LinuxScreenStream& stream) {
     CompletionResult started;
     stream.startCapture(started.function());
     EXPECT_TRUE(waitUntil([&] { return started.calls() > 0; }));
     return started.error();
 }
 
-void WaylandScreenFixture::stop(WaylandScreenStream& stream) {
+void WaylandScreenFixture::stop(LinuxScreenStream& stream) {
     CompletionResult stopped;
     stream.stopCapture(stopped.function());
     EXPECT_TRUE(waitUntil([&] { return stopped.calls() > 0; }));

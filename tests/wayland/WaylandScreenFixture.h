@@ -7,8 +7,8 @@
 
 #include "Vintra/platform/linux/LinuxDispatchQueues.h"
 #include "Vintra/platform/linux/LinuxHostClock.h"
+#include "Vintra/platform/linux/LinuxScreenStream.h"
 #include "Vintra/platform/linux/WaylandScreenCapture.h"
-#include "Vintra/platform/linux/WaylandScreenStream.h"
 #include "tools/painted-window/WaylandWindow.h"
 
 #include <functional>
@@ -29,11 +29,11 @@ protected:
 
     ScreenCapture::Content content();
     SCDisplay display();
-    std::shared_ptr<WaylandScreenStream> makeStream();
+    std::shared_ptr<LinuxScreenStream> makeStream();
     /// A running stream after its first frame.
-    std::shared_ptr<WaylandScreenStream> run();
-    std::optional<SystemError> start(WaylandScreenStream& stream);
-    void stop(WaylandScreenStream& stream);
+    std::shared_ptr<LinuxScreenStream> run();
+    std::optional<SystemError> start(LinuxScreenStream& stream);
+    void stop(LinuxScreenStream& stream);
 
     bool waitUntil(const std::function<bool()>& condition);
     bool waitForFrames(size_t count) {

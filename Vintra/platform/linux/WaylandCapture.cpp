@@ -6,9 +6,8 @@
 #include "Vintra/platform/linux/WaylandOutputs.h"
 
 #include <algorithm>
-#include <csignal>
 #include <poll.h>
-#include <pthread.h>
+#include <utility>
 
 namespace vintra {
 namespace {
@@ -17,112 +16,11 @@ constexpr int32_t kSecond = 1'000'000'000; // nanoseconds
 /// From the user's answer to a stream that runs.
 constexpr int64_t kPatience = 10LL * kSecond;
 
-/// Rounded up, so that two stamps so far apart are never nearer than the interval.
-int64_t nanosecondsFrom(CMTime interval) {
-    if (!interval.isNumeric() || interval.value <= 0) return 0;
-    const CMTime nearest = CMTimeConvertScale(interval, kSecond);
-    return nearest < interval ? nearest.value + 1 : nearest.value;
-}
-
-/// Signals are for the main thread; a write to a bus that has gone must not end the process either.
-class AllSignalsBlocked {
-public:
-    AllSignalsBlocked() {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &before);
-    }
-    ~AllSignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before, nullptr); }
-    AllSignalsBlocked(const AllSignalsBlocked&) = delete;
-    AllSignalsBlocked& operator=(const AllSignalsBlocked&) = delete;
-
-private:
-    sigset_t before;
-};
-
 } // namespace
 
-std::shared_ptr<WaylandCapture> WaylandCapture::make(Settings settings) {
-    return std::shared_ptr<WaylandCapture>(new WaylandCapture(std::move(settings)));
-}
-
-WaylandCapture::WaylandCapture(Settings someSettings)
-    : settings(std::move(someSettings))
-    , interval(nanosecondsFrom(settings.configuration.minimumFrameInterval)) {}
-
-void WaylandCapture::start(Completion completion) {
-    const AllSignalsBlocked inheritedByTheThread;
-    thread = std::thread([self = shared_from_this(), started = std::move(completion)] {
-        pthread_setname_np(pthread_self(), "screen capture");
-        self->run(started);
-    });
-}
-
-void WaylandCapture::stop(Completion completion) {
-    {
-        MutexLock lock(mutex);
-        stopping = true;
-        if (!ended) {
-            if (completion) stopCompletions.push_back(std::move(completion));
-            completion = nullptr;
-        }
-    }
-    wakeUp->set();
-    if (completion) completion(std::nullopt);
-}
-
-void WaylandCapture::end() {
-    stop({});
-    if (!thread.joinable()) return;
-    if (thread.get_id() == std::this_thread::get_id()) {
-        thread.detach(); // it is about to end, and keeps this alive until then
-    } else {
-        thread.join();
-    }
-}
-
-bool WaylandCapture::hasEnded() const {
-    MutexLock lock(mutex);
-    return ended;
-}
-
-bool WaylandCapture::isStopping() const {
-    MutexLock lock(mutex);
-    return stopping;
-}
-
-WaylandCapture::Counts WaylandCapture::counts() const {
-    return {wakeUps.load(), frames.load(), leftOut.load()};
-}
-
-void WaylandCapture::run(const Completion& started) {
-    std::optional<SystemError> failure;
-    bool isOpen = false;
-    try {
-        open();
-        isOpen = true;
-    } catch (const SystemError& error) {
-        failure = error;
-    }
-    if (isOpen) {
-        started(std::nullopt);
-        failure = captureUntilStopped();
-    }
-    close();
-
-    std::vector<Completion> stopped;
-    bool endedByItself = false;
-    {
-        MutexLock lock(mutex);
-        ended = true;
-        endedByItself = failure.has_value() && !stopping;
-        stopped.swap(stopCompletions);
-    }
-    if (!isOpen) started(failure);
-    if (isOpen && endedByItself) settings.onFailure(*failure);
-    for (const Completion& completion : stopped)
-        completion(std::nullopt);
-}
+WaylandCapture::WaylandCapture(Settings someSettings, Outlets someOutlets)
+    : ScreenCaptureThread(someSettings.configuration.minimumFrameInterval, std::move(someOutlets))
+    , settings(std::move(someSettings)) {}
 
 void WaylandCapture::open() {
     double displayWidth = 0; // points
@@ -262,10 +160,7 @@ void WaylandCapture::deliver() {
     // thread woke.
     const int64_t stamp = std::max(shownAt, earliestNext);
     earliestNext = stamp + interval;
-    ++frames;
-    const CMSampleTimingInfo timing{kCMTimeInvalid, hostTimeFromNanoseconds(stamp), kCMTimeInvalid};
-    settings.onFrame(CMSampleBuffer::makeVideo(
-        picture, timing, {{{SCStreamFrameInfoStatus, static_cast<int64_t>(SCFrameStatus::complete)}}}));
+    send(picture, stamp);
 }
 
 void WaylandCapture::sleep(std::optional<int64_t> untilNanoseconds) {

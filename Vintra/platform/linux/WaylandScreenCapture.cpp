@@ -1,7 +1,8 @@
 #include "Vintra/platform/linux/WaylandScreenCapture.h"
 
+#include "Vintra/platform/linux/LinuxScreenStream.h"
+#include "Vintra/platform/linux/WaylandCapture.h"
 #include "Vintra/platform/linux/WaylandOutputs.h"
-#include "Vintra/platform/linux/WaylandScreenStream.h"
 
 namespace vintra {
 
@@ -41,7 +42,11 @@ std::shared_ptr<SCStream> WaylandScreenCapture::makeStream(const SCContentFilter
             "On a Wayland desktop no program can name a window to record: only the desktop's own "
             "question lets one be chosen. Record the display, or a region of it.");
     }
-    return std::make_shared<WaylandScreenStream>(desktop, captured, configuration, std::move(delegate));
+    const auto makeCapture = [settings = WaylandCapture::Settings{desktop, captured, configuration}](
+                                 ScreenCaptureThread::Outlets outlets) {
+        return std::make_shared<WaylandCapture>(settings, std::move(outlets));
+    };
+    return std::make_shared<LinuxScreenStream>(makeCapture, std::move(delegate));
 }
 
 } // namespace vintra

@@ -16,6 +16,9 @@ namespace vintra {
 /// The first frame comes when the desktop sends it. The portal for wlroots' compositors (0.7) compares with
 /// the last frame of the capture before, and so sends none until something changes.
 ///
+/// The alpha bytes of the pictures mean nothing. A picture has the size that its display, or the part of it,
+/// has on the screen, whatever size the configuration gives: who writes it scales.
+///
 /// Main thread; completions are called at once.
 class WaylandScreenCapture : public ScreenCapture {
 public:

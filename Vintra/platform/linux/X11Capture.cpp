@@ -1,107 +1,21 @@
 #include "Vintra/platform/linux/X11Capture.h"
 
-#include "Vintra/platform/linux/AllSignalsBlocked.h"
 #include "Vintra/platform/linux/LinuxHostClock.h"
 
 #include <algorithm>
 #include <poll.h>
-#include <pthread.h>
+#include <utility>
 
 namespace vintra {
 namespace {
 
 constexpr int32_t kSecond = 1'000'000'000; // nanoseconds
 
-/// Rounded up, so that two stamps so far apart are never nearer than the interval.
-int64_t nanosecondsFrom(CMTime interval) {
-    if (!interval.isNumeric() || interval.value <= 0) return 0;
-    const CMTime nearest = CMTimeConvertScale(interval, kSecond);
-    return nearest < interval ? nearest.value + 1 : nearest.value;
-}
-
 } // namespace
 
-std::shared_ptr<X11Capture> X11Capture::make(Settings settings) {
-    return std::shared_ptr<X11Capture>(new X11Capture(std::move(settings)));
-}
-
-X11Capture::X11Capture(Settings someSettings)
-    : settings(std::move(someSettings))
-    , interval(nanosecondsFrom(settings.configuration.minimumFrameInterval)) {}
-
-void X11Capture::start(Completion completion) {
-    const AllSignalsBlocked inheritedByTheThread;
-    thread = std::thread([self = shared_from_this(), started = std::move(completion)] {
-        pthread_setname_np(pthread_self(), "screen capture");
-        self->run(started);
-    });
-}
-
-void X11Capture::stop(Completion completion) {
-    {
-        MutexLock lock(mutex);
-        stopping = true;
-        if (!ended) {
-            if (completion) stopCompletions.push_back(std::move(completion));
-            completion = nullptr;
-        }
-    }
-    wakeUp->set();
-    if (completion) completion(std::nullopt);
-}
-
-void X11Capture::end() {
-    stop({});
-    if (!thread.joinable()) return;
-    if (thread.get_id() == std::this_thread::get_id()) {
-        thread.detach(); // it is about to end, and keeps this alive until then
-    } else {
-        thread.join();
-    }
-}
-
-bool X11Capture::hasEnded() const {
-    MutexLock lock(mutex);
-    return ended;
-}
-
-bool X11Capture::isStopping() const {
-    MutexLock lock(mutex);
-    return stopping;
-}
-
-X11Capture::Counts X11Capture::counts() const {
-    return {wakeUps.load(), frames.load(), leftOut.load()};
-}
-
-void X11Capture::run(const Completion& started) {
-    std::optional<SystemError> failure;
-    bool isOpen = false;
-    try {
-        open();
-        isOpen = true;
-    } catch (const SystemError& error) {
-        failure = error;
-    }
-    if (isOpen) {
-        started(std::nullopt);
-        failure = captureUntilStopped();
-    }
-    close();
-
-    std::vector<Completion> stopped;
-    bool endedByItself = false;
-    {
-        MutexLock lock(mutex);
-        ended = true;
-        endedByItself = failure.has_value() && !stopping;
-        stopped.swap(stopCompletions);
-    }
-    if (!isOpen) started(failure);
-    if (isOpen && endedByItself) settings.onFailure(*failure);
-    for (const Completion& completion : stopped)
-        completion(std::nullopt);
-}
+X11Capture::X11Capture(Settings someSettings, Outlets someOutlets)
+    : ScreenCaptureThread(someSettings.configuration.minimumFrameInterval, std::move(someOutlets))
+    , settings(std::move(someSettings)) {}
 
 void X11Capture::open() {
     display = X11Display::open(settings.displayName);
@@ -259,12 +173,7 @@ void X11Capture::deliver(X11PicturePool::Picture& picture, int64_t stampNanoseco
         cursor.blend(pool->plane(picture), area);
         picture.stale.add(intersection(pointer, {0, 0, area.width, area.height}));
     }
-    ++frames;
-    const CMSampleTimingInfo timing{kCMTimeInvalid, hostTimeFromNanoseconds(stampNanoseconds),
-                                    kCMTimeInvalid};
-    settings.onFrame(CMSampleBuffer::makeVideo(
-        pool->handOut(picture), timing,
-        {{{SCStreamFrameInfoStatus, static_cast<int64_t>(SCFrameStatus::complete)}}}));
+    send(pool->handOut(picture), stampNanoseconds);
 }
 
 bool X11Capture::mayHaveChanged() const {

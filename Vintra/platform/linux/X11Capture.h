@@ -1,22 +1,17 @@
 #pragma once
 
-#include "Vintra/platform/Mutex.h"
 #include "Vintra/platform/ScreenCapture.h"
-#include "Vintra/platform/linux/WakeUp.h"
+#include "Vintra/platform/linux/ScreenCaptureThread.h"
 #include "Vintra/platform/linux/X11CursorImage.h"
 #include "Vintra/platform/linux/X11DamageWatch.h"
 #include "Vintra/platform/linux/X11Display.h"
 #include "Vintra/platform/linux/X11PicturePool.h"
 #include "Vintra/platform/linux/X11PictureSource.h"
 
-#include <atomic>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
-#include <thread>
-#include <vector>
 
 namespace vintra {
 
@@ -31,43 +26,20 @@ namespace vintra {
 /// a still screen as for a busy one.
 ///
 /// Made and let go on the main thread; the functions given to it are called on its own.
-class X11Capture : public std::enable_shared_from_this<X11Capture> {
+class X11Capture : public ScreenCaptureThread {
 public:
-    using Completion = std::function<void(std::optional<SystemError>)>;
-
     struct Settings {
         std::string displayName;
         X11PictureSubject subject;
         SCStreamConfiguration configuration;
-        std::function<void(const CMSampleBuffer&)> onFrame;
-        std::function<void(const SystemError&)> onFailure; ///< at most once, after the last frame
     };
-    struct Counts {
-        uint64_t wakeUps = 0; ///< times the thread woke from its sleep
-        uint64_t frames = 0;
-        uint64_t leftOut = 0; ///< frames that found every picture still out
-    };
-
-    static std::shared_ptr<X11Capture> make(Settings settings);
-
-    /// Once. The completion comes before the first frame.
-    void start(Completion completion);
-    /// No frame comes after the completion. Any number of times, also before the start has ended.
-    void stop(Completion completion);
-    /// Stops and waits for the thread. The last call; on any thread, its own too.
-    void end();
-    bool hasEnded() const;
-    /// Any thread.
-    Counts counts() const;
+    X11Capture(Settings settings, Outlets outlets);
 
 private:
-    explicit X11Capture(Settings settings);
-
     // On the capture's thread.
-    void run(const Completion& started);
-    void open();
-    void close();
-    std::optional<SystemError> captureUntilStopped();
+    void open() override;
+    void close() override;
+    std::optional<SystemError> captureUntilStopped() override;
     std::optional<SystemError> look(int64_t now);
     std::optional<SystemError> adoptDesktop();
     void makePool();
@@ -79,12 +51,8 @@ private:
     void handleEvents();
     bool mayHaveChanged() const;
     void sleep(bool listens, std::optional<int64_t> untilNanoseconds);
-    bool isStopping() const;
 
     const Settings settings;
-    const int64_t interval; ///< nanoseconds
-    const std::shared_ptr<WakeUp> wakeUp = std::make_shared<WakeUp>();
-    std::thread thread; ///< the main thread's
 
     // The capture's thread alone.
     std::unique_ptr<X11Display> display;
@@ -98,15 +66,6 @@ private:
     bool sleptForLook = false;        ///< something had changed before `earliestLook`
     int refusedReads = 0;             ///< in a row
     std::optional<int64_t> goneUntil; ///< set while the subject isn't there: when to give up
-
-    std::atomic<uint64_t> wakeUps{0};
-    std::atomic<uint64_t> frames{0};
-    std::atomic<uint64_t> leftOut{0};
-
-    mutable Mutex mutex;
-    bool stopping GUARDED_BY(mutex) = false;
-    bool ended GUARDED_BY(mutex) = false;
-    std::vector<Completion> stopCompletions GUARDED_BY(mutex);
 };
 
 } // namespace vintra

@@ -1,7 +1,8 @@
 #include "Vintra/platform/linux/X11ScreenCapture.h"
 
+#include "Vintra/platform/linux/LinuxScreenStream.h"
+#include "Vintra/platform/linux/X11Capture.h"
 #include "Vintra/platform/linux/X11Monitors.h"
-#include "Vintra/platform/linux/X11ScreenStream.h"
 #include "Vintra/platform/linux/X11Windows.h"
 
 namespace vintra {
@@ -54,7 +55,11 @@ std::shared_ptr<SCStream> X11ScreenCapture::makeStream(const SCContentFilter& fi
         }
         subject = whole.display;
     }
-    return std::make_shared<X11ScreenStream>(displayName, subject, configuration, std::move(delegate));
+    const auto makeCapture = [settings = X11Capture::Settings{displayName, subject, configuration}](
+                                 ScreenCaptureThread::Outlets outlets) {
+        return std::make_shared<X11Capture>(settings, std::move(outlets));
+    };
+    return std::make_shared<LinuxScreenStream>(makeCapture, std::move(delegate));
 }
 
 } // namespace vintra

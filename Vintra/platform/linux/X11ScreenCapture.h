@@ -8,8 +8,13 @@ namespace vintra {
 
 /// What can be captured of an X desktop: the displays that RandR tells, whole or a part, and single windows.
 /// The server hands out a display only as a whole, with all that shows on it: so the content names no
-/// application that could be left out, and a filter that excludes one is refused. Main thread; completions
-/// are called at once.
+/// application that could be left out, and a filter that excludes one is refused.
+///
+/// The alpha bytes of the pictures mean nothing: a window's own translucency shows as if it lay on black. A
+/// picture has the size that its subject has on the screen, less an odd row or column, whatever size the
+/// configuration gives: who writes it scales.
+///
+/// Main thread; completions are called at once.
 class X11ScreenCapture : public ScreenCapture {
 public:
     /// An empty name stands for the DISPLAY of the environment.

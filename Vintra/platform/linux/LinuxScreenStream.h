@@ -1,25 +1,22 @@
 #pragma once
 
 #include "Vintra/platform/ScreenCapture.h"
-#include "Vintra/platform/linux/X11PictureSource.h"
+#include "Vintra/platform/linux/ScreenCaptureThread.h"
 
+#include <cstdint>
+#include <functional>
 #include <memory>
-#include <string>
 #include <vector>
 
 namespace vintra {
 
-class X11Capture;
-
-/// A stream of a display of an X desktop, or of one window. The alpha bytes of its pictures mean nothing: a
-/// window's own translucency shows as if it lay on black. A picture has the size that its subject has on the
-/// screen, less an odd row or column, whatever size the configuration gives: who writes it scales. Made by
-/// `X11ScreenCapture`. Main thread.
-class X11ScreenStream : public SCStream, public std::enable_shared_from_this<X11ScreenStream> {
+/// A stream of the screen, by a capture thread that it makes at each start. Main thread.
+class LinuxScreenStream : public SCStream, public std::enable_shared_from_this<LinuxScreenStream> {
 public:
-    X11ScreenStream(std::string displayName, X11PictureSubject subject, SCStreamConfiguration configuration,
-                    std::weak_ptr<SCStreamDelegate> delegate);
-    ~X11ScreenStream() override;
+    using MakeCapture = std::function<std::shared_ptr<ScreenCaptureThread>(ScreenCaptureThread::Outlets)>;
+
+    LinuxScreenStream(MakeCapture makeCapture, std::weak_ptr<SCStreamDelegate> delegate);
+    ~LinuxScreenStream() override;
 
     void addStreamOutput(std::weak_ptr<SCStreamOutput> output, SCStreamOutputType type,
                          std::shared_ptr<DispatchQueue> sampleHandlerQueue) override;
@@ -37,12 +34,10 @@ private:
         std::shared_ptr<DispatchQueue> queue;
     };
 
-    const std::string displayName;
-    const X11PictureSubject subject;
-    const SCStreamConfiguration configuration;
+    const MakeCapture makeCapture;
     const std::weak_ptr<SCStreamDelegate> delegate;
     std::vector<Output> outputs;
-    std::shared_ptr<X11Capture> capture;
+    std::shared_ptr<ScreenCaptureThread> capture;
 };
 
 } // namespace vintra
