@@ -15,11 +15,13 @@
 
 namespace vintra {
 
-/// A display as it can be captured. Sizes in points.
+/// A display as it can be captured.
 struct SCDisplay {
     uint32_t displayID = 0;
-    int width = 0;
+    int width = 0; ///< points
     int height = 0;
+    int pixelWidth = 0; ///< 0 where the machine tells points alone
+    int pixelHeight = 0;
     bool operator==(const SCDisplay&) const = default;
 };
 

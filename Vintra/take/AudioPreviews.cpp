@@ -82,8 +82,22 @@ Task<> ScreenRecorderManager::stopSession(std::shared_ptr<AVCaptureSession> sess
 }
 
 Task<> ScreenRecorderManager::takeDown(AudioPreview& preview) {
-    if (const auto session = preview.session) co_await stopSession(session);
-    preview = {};
+    const auto session = preview.session;
+    if (session) co_await stopSession(session);
+    // Another configure may have built the next one meanwhile.
+    if (preview.session == session) preview = {};
+}
+
+Task<> ScreenRecorderManager::endPreviews() {
+    co_await takeDown(micPreview);
+    co_await takeDown(dawPreview);
+    while (!extraPreviews.empty()) {
+        const auto session = extraPreviews.back().session;
+        co_await stopSession(session);
+        std::erase_if(extraPreviews, [&](const ExtraPreview& preview) { return preview.session == session; });
+    }
+    for (const auto& queue : {micOutputQueue, dawOutputQueue, extraInputOutputQueue})
+        co_await drain(queue);
 }
 
 bool ScreenRecorderManager::isDelivering(const AudioPreview& preview, const ActivityStamp& activity) {
@@ -93,6 +107,7 @@ bool ScreenRecorderManager::isDelivering(const AudioPreview& preview, const Acti
 Task<> ScreenRecorderManager::configureMicPreview() {
     if (micPreview.deviceID == *selectedMicDeviceID) co_return;
     co_await takeDown(micPreview);
+    if (micPreview.session && micPreview.deviceID == *selectedMicDeviceID) co_return;
     if (!*isRecording) levels->set(LevelKey::mic(), 0);
     syncRoutingCache();
     if (*isRecording) co_return; // a session must not appear in the middle of a take
@@ -121,6 +136,7 @@ Task<> ScreenRecorderManager::configureMicPreview() {
 Task<> ScreenRecorderManager::configureDawPreview() {
     if (dawPreview.deviceID == dawPreviewTargetDeviceID()) co_return;
     co_await takeDown(dawPreview);
+    if (dawPreview.session && dawPreview.deviceID == dawPreviewTargetDeviceID()) co_return;
     if (!*isRecording) levels->set(LevelKey::daw(), 0);
     syncRoutingCache();
     if (*isRecording) co_return;
@@ -161,12 +177,12 @@ Task<> ScreenRecorderManager::configureExtraPreviews() {
         }
         return wanted;
     };
-    const auto wanted = wantedDevices();
     const auto hasPreview = [this](const std::string& deviceID) {
         return std::any_of(extraPreviews.begin(), extraPreviews.end(),
                            [&](const ExtraPreview& preview) { return preview.deviceID == deviceID; });
     };
-    const auto isUnwanted = [&wanted](const ExtraPreview& preview) {
+    const auto isUnwanted = [&wantedDevices](const ExtraPreview& preview) {
+        const auto wanted = wantedDevices();
         return std::find(wanted.begin(), wanted.end(), preview.deviceID) == wanted.end();
     };
     for (auto gone = std::find_if(extraPreviews.begin(), extraPreviews.end(), isUnwanted);
@@ -181,9 +197,11 @@ Task<> ScreenRecorderManager::configureExtraPreviews() {
         rows.insert(row.id);
     levels->pruneExtraLevels(rows);
     syncRoutingCache();
+    auto wanted = wantedDevices();
     if (std::all_of(wanted.begin(), wanted.end(), hasPreview)) co_return;
     const bool granted = co_await requestMicPermissionIfNeeded();
     if (!granted) co_return;
+    wanted = wantedDevices(); // the wait may have been long
     for (const std::string& deviceID : wanted) {
         const auto device = availableAudioInput(deviceID);
         if (*isRecording || !device || hasPreview(deviceID)) continue;
@@ -215,8 +233,7 @@ ScreenRecorderManager::watchSampleRate(const std::string& deviceUID,
 void ScreenRecorderManager::handleMicDeviceFormatChanged() {
     if (*isRecording) {
         lastError.set("Mic input's audio format changed unexpectedly mid-recording. That track may have "
-                      "stopped receiving "
-                      "data — other tracks are still recording.");
+                      "stopped receiving data — other tracks are still recording.");
         return;
     }
     micPreview.deviceID = std::nullopt;

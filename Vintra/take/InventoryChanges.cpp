@@ -85,7 +85,8 @@ void ScreenRecorderManager::handleDeviceDisconnected(const std::shared_ptr<AVCap
     };
     std::vector<std::string> names;
     if (micTrack && isIt(micTrack->device)) names.push_back("Mic");
-    if (dawTrack && isIt(dawTrack->device)) names.push_back("Virtual input");
+    // Computer audio's track has no device of its own: it is its preview's.
+    if (dawTrack && (isIt(dawTrack->device) || dawPreview.deviceID == id)) names.push_back("Virtual input");
     if (isIt(webcamDevice)) names.push_back("Webcam");
     if (std::any_of(extraCameraRigs.begin(), extraCameraRigs.end(),
                     [&](const ExtraCameraRig& rig) { return isIt(rig.device); }))

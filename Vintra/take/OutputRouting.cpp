@@ -10,6 +10,8 @@
 #include "Vintra/platform/MainThread.h"
 #include "Vintra/take/ScreenRecorderManager.h"
 
+#include <algorithm>
+
 namespace vintra {
 namespace {
 
@@ -33,8 +35,14 @@ Task<> ScreenRecorderManager::startSystemAudioRelayIfNeeded() {
     const double rate = platform.audioHardware->nominalSampleRate(*output).value_or(0);
     // What came of it is asked of the relay.
     co_await SystemAudioRelay::setSampleRate(platform, rate, *virtualDevice, kPatienceWithRate);
-    // Meanwhile another caller may have built the relay, or the user have changed their mind.
-    if (systemAudioRelay || !*captureSystemAudioForDaw) co_return;
+    // Meanwhile another caller may have built the relay, the user have changed their mind, or a device have
+    // gone.
+    const auto isThere = [this](AudioObjectID device) {
+        const auto devices = SystemOutputRouter::allDevices(*platform.audioHardware);
+        return std::find(devices.begin(), devices.end(), device) != devices.end();
+    };
+    if (systemAudioRelay || !*captureSystemAudioForDaw || !isThere(*virtualDevice) || !isThere(*output))
+        co_return;
     makeSystemAudioRelay(*virtualDevice, *output);
 }
 

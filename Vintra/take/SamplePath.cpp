@@ -83,11 +83,12 @@ void ScreenRecorderManager::captureDaw(double gainDB, const CMSampleBuffer& samp
 void ScreenRecorderManager::captureExtra(const AudioRoutingCache::ExtraRouting& routing,
                                          const CMSampleBuffer& sample) {
     std::shared_ptr<ExtraInputDeviceGroup> group;
-    if (const auto groups = extraSink.get()) {
-        const auto found = std::find_if(groups->begin(), groups->end(), [&](const auto& candidate) {
+    if (const auto sink = extraSink.get()) {
+        const auto& groups = **sink;
+        const auto found = std::find_if(groups.begin(), groups.end(), [&](const auto& candidate) {
             return candidate->dataOutput == routing.output;
         });
-        if (found != groups->end()) group = *found;
+        if (found != groups.end()) group = *found;
     }
     for (const AudioRoutingCache::ExtraConfigRouting& config : routing.configs) {
         const int channel = std::min(std::max(config.channelIndex, 0), routing.totalChannels - 1);

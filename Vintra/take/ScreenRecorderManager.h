@@ -70,7 +70,8 @@ namespace vintra {
 ///      +-------------+-------------------------------------------------------------------------------+
 ///
 /// Main thread, with the exception of the sample callbacks (`stream(...)`, `captureOutput`): those run on
-/// serial queues and touch only the objects marked as shared below, each of which has a lock of its own.
+/// serial queues and touch only the objects marked as shared below, each of which has a lock of its own, and
+/// the tracks that these hold, which are their queue's alone until the take has drained it.
 ///
 /// The header is the map of the controller; each group of operations has a source file of its own.
 class ScreenRecorderManager final : public std::enable_shared_from_this<ScreenRecorderManager>,
@@ -108,6 +109,9 @@ public:
     Task<> configureDawPreview();
     Task<> configureExtraPreviews();
     Task<> rebuildDawPreview();
+    /// Ends every preview, for the end of the program: when it returns no sample callback will come. Not in a
+    /// take.
+    Task<> endPreviews();
 
     /// Ends the listening to the computer's sound and puts the user's own output back. To be called on every
     /// way out of the program. A take that runs goes on without it.
@@ -480,8 +484,9 @@ private:
     void forgetOutputClock();
 
     // -- Windows that follow the take (TakeWindows.cpp)
-    // ------------------------------------------------------------ Empty until the overlays, the preview
-    // windows and the marker key are built.
+    // ------------------------------------------------------------
+
+    // There are no overlays, preview windows or marker key yet: these do nothing.
 
     void syncRegionGuide();
     void showRegionGuideOnFirstLoad();
@@ -568,7 +573,7 @@ private:
     Sink<std::shared_ptr<AVAssetWriterInput>> webcamSink;
     Sink<std::shared_ptr<AudioTrack>> micSink;
     Sink<std::shared_ptr<AudioTrack>> dawSink;
-    Sink<std::vector<std::shared_ptr<ExtraInputDeviceGroup>>> extraSink;
+    Sink<std::shared_ptr<const std::vector<std::shared_ptr<ExtraInputDeviceGroup>>>> extraSink;
     Sink<std::vector<std::shared_ptr<ExtraCameraTap>>> extraCameraTaps;
     const std::shared_ptr<ScreenBeat> screenBeat;
     const std::shared_ptr<CameraWriteQueue> webcamWriteQueue;

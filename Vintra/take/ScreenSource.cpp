@@ -19,6 +19,12 @@ namespace {
 constexpr double kScaleWithoutScreen = 2.0; // pixels a point of a display that no screen matches
 constexpr int kQueueDepth = 8;              // frames
 
+/// Where the scale isn't a whole number, whole points say less than the machine does.
+CMVideoDimensions pixelsOf(const SCDisplay& display, double scale) {
+    if (display.pixelWidth > 0 && display.pixelHeight > 0) return {display.pixelWidth, display.pixelHeight};
+    return {static_cast<int>(scale * display.width), static_cast<int>(scale * display.height)};
+}
+
 int evenSide(double pixels) {
     return std::max(2, static_cast<int>(std::floor(pixels)) & ~1);
 }
@@ -116,7 +122,8 @@ SCStreamConfiguration ScreenRecorderManager::makeStreamConfiguration(const SCDis
         configuration.sourceRect =
             CGRect{(*captureRegion)->rect.origin, {pixels.width / scale, pixels.height / scale}};
     } else {
-        size = {evenSide(scale * display.width), evenSide(scale * display.height)};
+        const CMVideoDimensions whole = pixelsOf(display, scale);
+        size = {evenSide(whole.width), evenSide(whole.height)};
     }
     const CMVideoDimensions capped = cappedSize(size.first, size.second);
     configuration.width = capped.width;
@@ -170,12 +177,12 @@ Task<> ScreenRecorderManager::refreshDisplays() {
     std::vector<CaptureDisplay> displays;
     for (const SCDisplay& display : content.displays) {
         const auto screen = screenWithNumber(display.displayID);
-        const double scale = backingScale(display.displayID);
+        const CMVideoDimensions pixels = pixelsOf(display, backingScale(display.displayID));
         displays.push_back(
             {.id = display.displayID,
              .name = screen ? screen->localizedName : "Display " + std::to_string(display.displayID),
-             .width = static_cast<int>(scale * display.width),
-             .height = static_cast<int>(scale * display.height)});
+             .width = pixels.width,
+             .height = pixels.height});
     }
     availableDisplays.set(displays);
     const bool listed = std::any_of(displays.begin(), displays.end(), [&](const CaptureDisplay& display) {

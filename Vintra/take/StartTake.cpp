@@ -251,7 +251,10 @@ void ScreenRecorderManager::openSinks() {
     if (videoInput) videoSink.fill(videoInput);
     if (micTrack) micSink.fill(micTrack);
     if (dawTrack) dawSink.fill(dawTrack);
-    if (!extraInputGroups.empty()) extraSink.fill(extraInputGroups);
+    if (!extraInputGroups.empty()) {
+        extraSink.fill(
+            std::make_shared<const std::vector<std::shared_ptr<ExtraInputDeviceGroup>>>(extraInputGroups));
+    }
     if (webcamInput) webcamSink.fill(webcamInput);
     for (const ExtraCameraRecording& camera : extraCameraRecordings) {
         camera.tap->frames->reset();

@@ -93,6 +93,20 @@ TEST_F(PipeWireDefaultOutputTest, anotherDeviceThanTheOneBeforeIsConfigured) {
     EXPECT_EQ(said("vintra.default.audio.sink"), "");
 }
 
+TEST_F(PipeWireDefaultOutputTest, whatTheSessionManagerSaysAtTheEndOfAHoldDoesNotBringItBack) {
+    for (int round = 0; round < 20; ++round) {
+        ASSERT_TRUE(hardware->setDefaultOutputDevice(virtualDevice));
+        ChildProcess idea(
+            {"pw-metadata", "0", effectiveKey, R"({"name":"headless.output"})", "Spa:String:JSON"},
+            server.environment());
+        if (round % 2 == 0) idea.wait();
+        ASSERT_TRUE(hardware->setDefaultOutputDevice(output));
+        if (round % 2 == 1) idea.wait();
+        ASSERT_EQ(said(effectiveKey), R"({"name":"headless.output"})") << "round " << round;
+        ASSERT_EQ(said(configuredKey), "") << "round " << round;
+    }
+}
+
 /// Not a test: the program that the next one kills.
 TEST(PipeWireDefaultOutputHolder, DISABLED_holdsUntilItIsKilled) {
     const auto connection = std::make_shared<PipeWireConnection>();

@@ -266,7 +266,7 @@ std::string usageText() {
     return R"(vintra-take records a take: one movie of the screen and one WAV per sound source, all on one clock.
 
     vintra-take --list [--json]      shows the displays, the windows, the sound inputs and outputs
-    vintra-take [options]            records until --seconds are over, or until SIGINT (Ctrl-C) or SIGTERM
+    vintra-take [options]            records until --seconds are over, or until a signal, as of Ctrl-C
 
   --seconds S                        stop after S seconds
   --folder DIR                       where the files go; made if missing (default: Vintra in the films folder)

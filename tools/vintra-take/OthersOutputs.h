@@ -6,8 +6,8 @@
 
 namespace vintra {
 
-/// The sound devices of a machine whose default outputs another process has the say over: they can be neither
-/// read nor set. All else is the machine's own.
+/// The sound devices of a machine whose default outputs another process has the say over: the default
+/// output can be neither read nor set, nor can where alerts go be set. All else is the machine's own.
 class OthersOutputs : public AudioHardware {
 public:
     explicit OthersOutputs(std::shared_ptr<AudioHardware> aMachine)

@@ -23,6 +23,7 @@ constexpr int64_t kSecond = 1'000'000'000;           // nanoseconds
 constexpr int64_t kPatienceWithInputs = 5 * kSecond; // a device that has not begun by then won't
 constexpr int64_t kBetweenLooks = kSecond / 100;     // at what tells no one of its change
 constexpr int64_t kBetweenStatusLines = kSecond / 5;
+constexpr double kLongestStart = 1;    // seconds, without a question to the user
 constexpr double kLeastPadding = 0.01; // seconds: a gap up to this is left as it is
 constexpr size_t kStatusColumns = 79;
 
@@ -41,6 +42,9 @@ TakeRunner::TakeRunner(LinuxPlatform& aMachine, Options someOptions, Outlets som
 
 TakeRunner::~TakeRunner() {
     putOutputBack();
+    // No sample callback may be the last to hold the controller, and nothing may be routed from here on.
+    manager->captureSystemAudioForDaw.set(false);
+    await(manager->endPreviews());
 }
 
 void TakeRunner::awaitStartUp() {
@@ -246,11 +250,14 @@ URL TakeRunner::movieURL(const URL& inFolder) {
     return inFolder.appendingPathComponent(name + "_video.mov");
 }
 
-/// Until the seconds are over, measured as the files are from the common start, until a signal, or until the
-/// take has ended by itself.
+/// Until the seconds are over, until a signal, or until the take has ended by itself. The seconds are
+/// measured as the files are, from the common start, unless the user was asked a question since then: by the
+/// desktop, whether the screen may be shared.
 void TakeRunner::recordUntilTheEnd() {
     const auto isOver = [this] { return interrupted || !*manager->isRecording; };
-    const CMTime start = manager->commonStartTime().value_or(machine.services.hostClock->now());
+    const CMTime running = machine.services.hostClock->now();
+    const CMTime common = manager->commonStartTime().value_or(running);
+    const CMTime start = CMTimeGetSeconds(running - common) > kLongestStart ? running : common;
     while (!isOver()) {
         int64_t wait = kBetweenStatusLines;
         if (options.seconds) {

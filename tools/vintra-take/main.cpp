@@ -52,14 +52,14 @@ int carryOut(const Options& options) {
         else
             early = true;
     });
-    LinuxPlatform machine =
-        LinuxPlatform::make(mainThread, {.logLevel = options.verbose ? LogLevel::info : LogLevel::error,
-                                         .keepsSettingsInMemory = true,
-                                         .crashSafeKey = SystemOutputRouter::pendingRestoreKey});
     // A start mends an output that a crash has left on the virtual device. One that a run which still goes on
     // holds there is to stay.
     SoundRoutingClaim claim(SoundRoutingClaim::standardPath());
     const bool isFree = claim.take(kStartUpMilliseconds);
+    LinuxPlatform machine =
+        LinuxPlatform::make(mainThread, {.logLevel = options.verbose ? LogLevel::info : LogLevel::error,
+                                         .keepsSettingsInMemory = true,
+                                         .crashSafeKey = SystemOutputRouter::pendingRestoreKey});
     if (!isFree) leaveOutputsAlone(machine);
     TakeRunner::Outlets outlets{.note = say, .status = {}};
     if (isWatched) outlets.status = [](const std::string& line) { print("\r" + line + "\x1b[K"); };

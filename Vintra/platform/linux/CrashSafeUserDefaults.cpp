@@ -89,8 +89,14 @@ void CrashSafeUserDefaults::write(const std::string& text) const {
     const FileDescriptor descriptor(
         ::open(beside.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, S_IRUSR | S_IWUSR));
     if (!descriptor.isOpen() || !writeAll(descriptor.get(), text) ||
-        std::rename(beside.c_str(), path.c_str()) != 0)
+        std::rename(beside.c_str(), path.c_str()) != 0) {
         complain("can't be written");
+        return;
+    }
+    // The name is on disk once its folder is.
+    const FileDescriptor folder(
+        ::open(std::filesystem::path(path).parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (folder.isOpen()) fsync(folder.get());
 }
 
 void CrashSafeUserDefaults::complain(const std::string& what) const {

@@ -37,7 +37,7 @@ std::string_view environment(const char* name) {
 }
 
 /// WAYLAND_DISPLAY, or XDG_SESSION_TYPE where a service doesn't inherit the former, says that there is a
-/// Wayland desktop; it must also answer, so that a stale variable doesn't hide an X server. An X server
+/// Wayland desktop; it must also be there, so that a stale variable doesn't hide an X server. An X server
 /// beside it serves the desktop's X programs and shows their windows alone.
 bool isWaylandSession() {
     const bool isSaid =

@@ -85,10 +85,7 @@ PipeWireConnection::~PipeWireConnection() {
 }
 
 bool PipeWireConnection::connect() {
-    // With real-time scheduling, where the system allows it, for the thread that takes what is captured out
-    // of the graph's cycles: a cycle that it misses is a gap in a file.
-    context =
-        pw_context_new(loop_.loop(), pw_properties_new(PW_KEY_CONFIG_NAME, "client-rt.conf", nullptr), 0);
+    context = pw_context_new(loop_.loop(), nullptr, 0);
     if (context == nullptr) return false;
     pw_properties* properties = nullptr;
     if (!serverName_.empty()) {

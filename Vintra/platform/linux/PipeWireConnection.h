@@ -55,8 +55,9 @@ public:
     std::optional<uint32_t> numberNamed(const std::string& name) const EXCLUDES(mutex);
     std::optional<PipeWireNode> deviceNamed(const std::string& name) const EXCLUDES(mutex);
 
-    /// Calls the block on PipeWire's thread after each change for as long as the result is kept. When the
-    /// result goes, a call that is under way goes on. The block must not wait for anything.
+    /// Calls the block with PipeWire's lock held, mostly on its thread, after each change for as long as the
+    /// result is kept. When the result goes, a call that is under way goes on. The block must not wait for
+    /// anything.
     [[nodiscard]] std::shared_ptr<void> observe(std::function<void(const PipeWireChange&)> block)
         EXCLUDES(mutex);
 

@@ -70,17 +70,38 @@ bool PipeWireDefaultOutput::setDevice(uint32_t number) {
     PipeWireMetadata* const defaults = table();
     const auto node = connection->device(number);
     if (defaults == nullptr || !node || !node->isOutput()) return false;
-    if (effectiveName() == node->name) return true;
+    // While the virtual device is held the session manager may have another idea for a moment, and what was
+    // said against it may still be on its way.
+    const bool endsHold = isHolding && !node->isVirtualDevice();
+    if (effectiveName() == node->name && !endsHold) return true;
     if (node->isVirtualDevice()) {
         if (!holdVirtualDevice(*defaults)) return false;
     } else {
         release(*defaults, node->name);
     }
+    // Of a release the end of the way back is said last: once that is read back, all else has been taken in.
+    const auto isInForce = [&] {
+        const PipeWireMetadata* const now = table();
+        const bool isReleased = !endsHold || (now != nullptr && !now->nodeName(heldKey));
+        return effectiveName() == node->name && isReleased;
+    };
     const int64_t deadline = PipeWireLoop::deadlineIn(secondsUntilRefused);
-    while (effectiveName() != node->name) {
-        if (!connection->loop().waitUntil(deadline)) return false;
+    while (!isInForce()) {
+        if (connection->loop().waitUntil(deadline)) continue;
+        if (isHolding) giveUpHold();
+        return false;
     }
     return true;
+}
+
+/// What was asked for must not come into force after it has been called refused.
+void PipeWireDefaultOutput::giveUpHold() {
+    isHolding = false;
+    PipeWireMetadata* const defaults = table();
+    if (defaults == nullptr) return;
+    const auto before = defaults->nodeName(heldKey);
+    if (before) defaults->setNodeName(effectiveKey, *before);
+    defaults->remove(heldKey);
 }
 
 bool PipeWireDefaultOutput::holdVirtualDevice(PipeWireMetadata& defaults) {
@@ -97,7 +118,8 @@ bool PipeWireDefaultOutput::holdVirtualDevice(PipeWireMetadata& defaults) {
 }
 
 void PipeWireDefaultOutput::release(PipeWireMetadata& defaults, const std::string& name) {
-    const bool isHandedBack = isVirtual(effectiveName()) && defaults.nodeName(heldKey) == name &&
+    const bool isHandedBack = (isHolding || isVirtual(effectiveName())) &&
+                              defaults.nodeName(heldKey) == name &&
                               !isVirtual(defaults.nodeName(configuredKey));
     isHolding = false;
     if (!isHandedBack) defaults.setNodeName(configuredKey, name);

@@ -46,6 +46,7 @@ private:
     PipeWireMetadata* table() const;
     std::optional<std::string> effectiveName() const;
     bool holdVirtualDevice(PipeWireMetadata& defaults);
+    void giveUpHold();
     void release(PipeWireMetadata& defaults, const std::string& name);
     void changed(const PipeWireChange& change);
 

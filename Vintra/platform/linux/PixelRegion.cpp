@@ -25,6 +25,12 @@ PixelRect intersection(const PixelRect& a, const PixelRect& b) {
     return common.isEmpty() ? PixelRect{} : common;
 }
 
+PixelRect evenSized(PixelRect rect) {
+    if (rect.width > 1) rect.width &= ~1;
+    if (rect.height > 1) rect.height &= ~1;
+    return rect;
+}
+
 PixelRect boundingBox(const PixelRect& a, const PixelRect& b) {
     if (a.isEmpty()) return b;
     if (b.isEmpty()) return a;

@@ -21,6 +21,8 @@ struct PixelRect {
 
 /// Empty rectangles are all alike: zero.
 PixelRect intersection(const PixelRect& a, const PixelRect& b);
+/// The sides with their lowest bit cleared, which is what encoders take; a side of 1 stays.
+PixelRect evenSized(PixelRect rect);
 /// The smallest rectangle that holds both.
 PixelRect boundingBox(const PixelRect& a, const PixelRect& b);
 

@@ -32,7 +32,7 @@ void PortalFrameCopier::fail(int code, const char* sentence) {
 bool PortalFrameCopier::adoptArea(const PortalFrame& frame) {
     if (scale <= 0) scale = settings.displayWidth > 0 ? frame.content.width / settings.displayWidth : 1;
     const PixelRect now =
-        settings.sourceRect ? pixelsOf(*settings.sourceRect, frame.content, scale) : frame.content;
+        settings.sourceRect ? pixelsOf(*settings.sourceRect, frame.content, scale) : evenSized(frame.content);
     if (now.isEmpty()) {
         fail(3, "The area to record lies outside of its display.");
         return false;

@@ -1,10 +1,12 @@
 #include "Vintra/platform/linux/PortalRestoreTokens.h"
 
 #include "Vintra/platform/SystemError.h"
+#include "Vintra/platform/linux/FileDescriptor.h"
 #include "Vintra/platform/linux/LinuxFileManager.h"
 #include "Vintra/platform/linux/UserDirectories.h"
 
 #include <cstdlib>
+#include <fcntl.h>
 #include <fstream>
 #include <sys/stat.h>
 
@@ -60,8 +62,10 @@ void PortalRestoreTokens::write(const std::map<std::string, std::string>& tokens
     try {
         LinuxFileManager files;
         files.createDirectory(file.deletingLastPathComponent());
+        // The user's alone from the first instant: a file keeps the permissions that it is found with.
+        const FileDescriptor made(
+            ::open(file.path().c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR));
         files.writeAtomically(file, text);
-        ::chmod(file.path().c_str(), S_IRUSR | S_IWUSR);
     } catch (const SystemError&) {
         // The user is asked again.
     }

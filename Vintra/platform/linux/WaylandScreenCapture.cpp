@@ -13,7 +13,8 @@ void WaylandScreenCapture::getShareableContent(bool, bool, std::function<void(Co
     Content result;
     try {
         for (const WaylandOutput& output : readWaylandOutputs(desktop.displayName)) {
-            result.content.displays.push_back({output.displayID, output.frame.width, output.frame.height});
+            result.content.displays.push_back({output.displayID, output.frame.width, output.frame.height,
+                                               output.pixelWidth, output.pixelHeight});
         }
     } catch (const SystemError& error) {
         result = {{}, error};

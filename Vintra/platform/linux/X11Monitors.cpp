@@ -146,7 +146,8 @@ CGRect pointsOf(const PixelRect& frame, double scale) {
 }
 
 int nearestPixel(double points, double scale) {
-    return static_cast<int>(std::lround(points * scale));
+    constexpr double kFarthest = 1 << 24; // beyond any desktop, and sums of it are still whole numbers
+    return static_cast<int>(std::lround(std::clamp(points * scale, -kFarthest, kFarthest)));
 }
 
 } // namespace vintra

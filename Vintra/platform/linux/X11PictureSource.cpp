@@ -15,12 +15,6 @@ std::unique_ptr<X11PictureSource> makePictureSource(X11Display& display, const X
     return std::make_unique<X11DisplaySource>(display, std::get<SCDisplay>(subject), sourceRect);
 }
 
-PixelRect evenSized(PixelRect rect) {
-    if (rect.width > 1) rect.width &= ~1;
-    if (rect.height > 1) rect.height &= ~1;
-    return rect;
-}
-
 bool hasReadablePixels(X11Display& display, const Visual& visual, int depth) {
     int bitsPerPixel = 0;
     int count = 0;

@@ -54,9 +54,6 @@ using X11PictureSubject = std::variant<SCDisplay, SCWindow>;
 std::unique_ptr<X11PictureSource> makePictureSource(X11Display& display, const X11PictureSubject& subject,
                                                     std::optional<CGRect> sourceRect);
 
-/// The sides with their lowest bit cleared, which is what encoders take; a side of 1 stays.
-PixelRect evenSized(PixelRect rect);
-
 /// Are a drawable's pixels 8 bits of blue, green and red in 32, in this order?
 bool hasReadablePixels(X11Display& display, const Visual& visual, int depth);
 

@@ -19,7 +19,8 @@ void X11ScreenCapture::getShareableContent(bool excludingDesktopWindows, bool on
         for (const X11Monitor& monitor : readMonitors(*display)) {
             result.content.displays.push_back({monitor.displayID,
                                                wholePointsCovering(monitor.frame.width, scale),
-                                               wholePointsCovering(monitor.frame.height, scale)});
+                                               wholePointsCovering(monitor.frame.height, scale),
+                                               monitor.frame.width, monitor.frame.height});
         }
         for (const X11Window& window : readWindows(*display)) {
             if (window.kind == X11Window::Kind::passing) continue;
