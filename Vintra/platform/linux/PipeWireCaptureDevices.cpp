@@ -12,7 +12,7 @@ namespace vintra {
 PipeWireCaptureDevices::PipeWireCaptureDevices(std::shared_ptr<PipeWireConnection> itsConnection,
                                                std::shared_ptr<MainThread> mainThread)
     : connection(std::move(itsConnection))
-    , notifier(std::make_shared<PipeWireCaptureNotifier>(connection, std::move(mainThread))) {}
+    , notifier(PipeWireCaptureNotifier::make(connection, std::move(mainThread))) {}
 
 std::shared_ptr<AVCaptureDevice> PipeWireCaptureDevices::deviceWithUniqueID(const std::string& uniqueID) {
     auto node = connection->deviceNamed(uniqueID);

@@ -11,12 +11,20 @@ namespace vintra {
 PipeWireCaptureNotifier::PipeWireCaptureNotifier(std::shared_ptr<PipeWireConnection> itsConnection,
                                                  std::shared_ptr<MainThread> itsMainThread)
     : connection(std::move(itsConnection))
-    , mainThread(std::move(itsMainThread)) {
-    PipeWireLock lock(connection->loop());
-    known = inputs();
-    observation = connection->observe([this](const PipeWireChange& change) {
-        if (change.devices) devicesHaveChanged();
+    , mainThread(std::move(itsMainThread)) {}
+
+/// It listens once it can be held weakly.
+std::shared_ptr<PipeWireCaptureNotifier>
+PipeWireCaptureNotifier::make(std::shared_ptr<PipeWireConnection> connection,
+                              std::shared_ptr<MainThread> mainThread) {
+    const std::shared_ptr<PipeWireCaptureNotifier> made(
+        new PipeWireCaptureNotifier(std::move(connection), std::move(mainThread)));
+    PipeWireLock lock(made->connection->loop());
+    made->known = made->inputs();
+    made->observation = made->connection->observe([self = made.get()](const PipeWireChange& change) {
+        if (change.devices) self->devicesHaveChanged();
     });
+    return made;
 }
 
 PipeWireCaptureNotifier::~PipeWireCaptureNotifier() {

@@ -17,8 +17,8 @@ class PipeWireConnection;
 /// the capture devices and their sessions; the last reference must not go on PipeWire's thread.
 class PipeWireCaptureNotifier : public std::enable_shared_from_this<PipeWireCaptureNotifier> {
 public:
-    PipeWireCaptureNotifier(std::shared_ptr<PipeWireConnection> connection,
-                            std::shared_ptr<MainThread> mainThread);
+    static std::shared_ptr<PipeWireCaptureNotifier> make(std::shared_ptr<PipeWireConnection> connection,
+                                                         std::shared_ptr<MainThread> mainThread);
     ~PipeWireCaptureNotifier();
     PipeWireCaptureNotifier(const PipeWireCaptureNotifier&) = delete;
     PipeWireCaptureNotifier& operator=(const PipeWireCaptureNotifier&) = delete;
@@ -30,6 +30,8 @@ public:
     void sessionHasEnded(std::weak_ptr<AVCaptureSession> session, const std::string& deviceName);
 
 private:
+    PipeWireCaptureNotifier(std::shared_ptr<PipeWireConnection> connection,
+                            std::shared_ptr<MainThread> mainThread);
     using Call = void (PipeWireCaptureNotifier::*)(const PipeWireNode&);
 
     std::map<std::string, PipeWireNode> inputs() const;
