@@ -88,18 +88,6 @@ Task<> ScreenRecorderManager::takeDown(AudioPreview& preview) {
     if (preview.session == session) preview = {};
 }
 
-Task<> ScreenRecorderManager::endPreviews() {
-    co_await takeDown(micPreview);
-    co_await takeDown(dawPreview);
-    while (!extraPreviews.empty()) {
-        const auto session = extraPreviews.back().session;
-        co_await stopSession(session);
-        std::erase_if(extraPreviews, [&](const ExtraPreview& preview) { return preview.session == session; });
-    }
-    for (const auto& queue : {micOutputQueue, dawOutputQueue, extraInputOutputQueue})
-        co_await drain(queue);
-}
-
 bool ScreenRecorderManager::isDelivering(const AudioPreview& preview, const ActivityStamp& activity) {
     return preview.session && preview.session->isRunning() && activity.last() > preview.configuredAt;
 }

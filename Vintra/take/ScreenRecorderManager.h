@@ -109,9 +109,6 @@ public:
     Task<> configureDawPreview();
     Task<> configureExtraPreviews();
     Task<> rebuildDawPreview();
-    /// Ends every preview, for the end of the program: when it returns no sample callback will come. Not in a
-    /// take.
-    Task<> endPreviews();
 
     /// Ends the listening to the computer's sound and puts the user's own output back. To be called on every
     /// way out of the program. A take that runs goes on without it.

@@ -42,9 +42,6 @@ TakeRunner::TakeRunner(LinuxPlatform& aMachine, Options someOptions, Outlets som
 
 TakeRunner::~TakeRunner() {
     putOutputBack();
-    // No sample callback may be the last to hold the controller, and nothing may be routed from here on.
-    manager->captureSystemAudioForDaw.set(false);
-    await(manager->endPreviews());
 }
 
 void TakeRunner::awaitStartUp() {
