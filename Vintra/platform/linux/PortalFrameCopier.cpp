@@ -39,8 +39,9 @@ bool PortalFrameCopier::adoptArea(const PortalFrame& frame) {
     }
     if (pool && now == area) return false;
     if (!pool || now.width != area.width || now.height != area.height) {
-        pool = PortalPicturePool::make(
-            {.width = now.width, .height = now.height, .limit = std::max<size_t>(settings.queueDepth, 1)},
+        pool = std::make_shared<PortalPicturePool>(
+            PicturePool::Shape{
+                .width = now.width, .height = now.height, .limit = std::max<size_t>(settings.queueDepth, 1)},
             settings.onFree);
     }
     area = now;
@@ -77,7 +78,7 @@ bool PortalFrameCopier::look(const PortalFrame& frame) {
 }
 
 std::shared_ptr<CVPixelBuffer> PortalFrameCopier::copy(const PortalFrame& frame) {
-    PortalPicturePool::Picture* const picture = pool->acquire();
+    PicturePool::Picture* const picture = pool->acquire();
     if (!picture) {
         if (pool->isEmpty()) fail(4, "There is too little memory to record the screen.");
         return nullptr;

@@ -45,7 +45,7 @@ std::optional<SystemError> X11Capture::adoptDesktop() {
     if (now.width != before.width || now.height != before.height) {
         makePool();
     } else {
-        pool->markStale({0, 0, now.width, now.height});
+        pool->markAllStale();
         owesFrame = true;
     }
     return std::nullopt;
@@ -55,11 +55,10 @@ void X11Capture::makePool() {
     if (pool) pool->detach(*display);
     const X11PicturePlace& place = source->place();
     const int limit = std::max(settings.configuration.queueDepth, 1);
-    pool = X11PicturePool::make({.width = place.watched.width,
-                                 .height = place.watched.height,
-                                 .depth = place.depth,
-                                 .limit = static_cast<size_t>(limit)},
-                                wakeUp);
+    pool = std::make_shared<X11PicturePool>(PicturePool::Shape{.width = place.watched.width,
+                                                               .height = place.watched.height,
+                                                               .limit = static_cast<size_t>(limit)},
+                                            place.depth, wakeUp);
     owesFrame = true;
 }
 
@@ -100,7 +99,7 @@ bool X11Capture::hasBeenGone() {
 }
 
 std::optional<SystemError> X11Capture::look(int64_t now) {
-    X11PicturePool::Picture* const picture = pool->acquire(*display);
+    PicturePool::Picture* const picture = pool->acquire(*display);
     if (!picture) {
         if (pool->isEmpty()) return SystemError("x11", 7, "There is too little memory to record the screen.");
         ++leftOut;
@@ -167,7 +166,7 @@ bool X11Capture::pointerHasChanged() {
     return !(pointer == before) || (isOther && isOnPicture);
 }
 
-void X11Capture::deliver(X11PicturePool::Picture& picture, int64_t stampNanoseconds) {
+void X11Capture::deliver(PicturePool::Picture& picture, int64_t stampNanoseconds) {
     if (!pointer.isEmpty()) {
         const PixelRect& area = source->place().onRoot;
         cursor.blend(pool->plane(picture), area);

@@ -47,7 +47,7 @@ private:
     std::optional<SystemError> readingFailed(int64_t now);
     bool takeChanges();
     bool pointerHasChanged();
-    void deliver(X11PicturePool::Picture& picture, int64_t stampNanoseconds);
+    void deliver(PicturePool::Picture& picture, int64_t stampNanoseconds);
     void handleEvents();
     bool mayHaveChanged() const;
     void sleep(bool listens, std::optional<int64_t> untilNanoseconds);
