@@ -20,6 +20,17 @@ protected:
         EXPECT_TRUE(collector->samples().empty());
         return error ? error->localizedDescription() : "not refused";
     }
+    static X11TestWindow::Settings usual() {
+        return {.x = 100, .y = 100, .width = 200, .height = 120, .ground = 0x336699};
+    }
+    static ScreenPicture usualPicture() { return plain(200, 120, 0x336699); }
+    /// What is drawn into the window shows in its picture, and nothing else.
+    void drawAndExpect(X11TestWindow& window, ScreenPicture& expected, int x, int y, int width, int height,
+                       uint32_t colour) {
+        window.fill(x, y, width, height, colour);
+        expected.fill(x, y, width, height, colour);
+        EXPECT_TRUE(waitForPicture(expected));
+    }
     static ScreenPicture plain(int width, int height, uint32_t colour) {
         ScreenPicture picture(width, height);
         picture.fill(0, 0, width, height, colour);
@@ -41,13 +52,11 @@ TEST_F(X11WindowStreamTest, aWindowArrivesWithTheExactPixelsThatAScreenshotHas) 
 }
 
 TEST_F(X11WindowStreamTest, whatIsDrawnArrivesAndWhatIsDrawnBesideItIsNoFrame) {
-    X11TestWindow window = open({.x = 100, .y = 100, .width = 200, .height = 120, .ground = 0x336699});
+    X11TestWindow window = open(usual());
     const auto stream = run(only(window.id()));
     painter.fill(0, 0, 90, 480, 0xffffff);
-    window.fill(5, 6, 7, 8, 0xabcdef);
-    ScreenPicture expected = plain(200, 120, 0x336699);
-    expected.fill(5, 6, 7, 8, 0xabcdef);
-    EXPECT_TRUE(waitForPicture(expected));
+    ScreenPicture expected = usualPicture();
+    drawAndExpect(window, expected, 5, 6, 7, 8, 0xabcdef);
     EXPECT_EQ(collector->samples().size(), 2u);
     stop(*stream);
 }
@@ -67,56 +76,48 @@ TEST_F(X11WindowStreamTest, aStillWindowWakesNobody) {
 }
 
 TEST_F(X11WindowStreamTest, aCoveredWindowShowsItsOwnContentsAndWhatIsDrawnBeneath) {
-    X11TestWindow window = open({.x = 100, .y = 100, .width = 200, .height = 120, .ground = 0x336699});
+    X11TestWindow window = open(usual());
     window.fill(50, 50, 20, 20, 0x00ff00);
     const auto stream = run(only(window.id()));
-    ScreenPicture expected = plain(200, 120, 0x336699);
+    ScreenPicture expected = usualPicture();
     expected.fill(50, 50, 20, 20, 0x00ff00);
     EXPECT_EQ(newestPicture(), expected);
     X11TestWindow cover = open({.x = 0, .y = 0, .width = 640, .height = 480, .ground = 0xff0000});
     EXPECT_EQ(screenshot().at(150, 150), 0xff0000u);
-    window.fill(0, 0, 10, 10, 0x0000ff);
-    expected.fill(0, 0, 10, 10, 0x0000ff);
-    EXPECT_TRUE(waitForPicture(expected));
+    drawAndExpect(window, expected, 0, 0, 10, 10, 0x0000ff);
     EXPECT_EQ(screenshot().at(105, 105), 0xff0000u); // what the user sees is left as it was
     stop(*stream);
 }
 
 TEST_F(X11WindowStreamTest, aWindowThatIsCoveredFromTheStartShowsWhatItDraws) {
-    X11TestWindow window = open({.x = 100, .y = 100, .width = 200, .height = 120, .ground = 0x336699});
+    X11TestWindow window = open(usual());
     X11TestWindow cover = open({.x = 50, .y = 50, .width = 300, .height = 300, .ground = 0xff0000});
     const auto stream = run(only(window.id()));
-    window.fill(10, 10, 50, 50, 0x123456);
-    ScreenPicture expected = plain(200, 120, 0x336699);
-    expected.fill(10, 10, 50, 50, 0x123456);
-    EXPECT_TRUE(waitForPicture(expected));
+    ScreenPicture expected = usualPicture();
+    drawAndExpect(window, expected, 10, 10, 50, 50, 0x123456);
     stop(*stream);
 }
 
 TEST_F(X11WindowStreamTest, aWindowPartlyOutsideOfTheScreenIsWhole) {
     X11TestWindow window = open({.x = -50, .y = 440, .width = 200, .height = 120, .ground = 0x336699});
     const auto stream = run(only(window.id()));
-    window.fill(0, 100, 20, 20, 0x123456);
-    ScreenPicture expected = plain(200, 120, 0x336699);
-    expected.fill(0, 100, 20, 20, 0x123456);
-    EXPECT_TRUE(waitForPicture(expected));
+    ScreenPicture expected = usualPicture();
+    drawAndExpect(window, expected, 0, 100, 20, 20, 0x123456);
     stop(*stream);
 }
 
 TEST_F(X11WindowStreamTest, aMoveIsNoFrameAndTheContentsStay) {
-    X11TestWindow window = open({.x = 100, .y = 100, .width = 200, .height = 120, .ground = 0x336699});
+    X11TestWindow window = open(usual());
     const auto stream = run(only(window.id()));
     for (int x = 0; x < 300; x += 50)
         window.move(x, 200);
-    window.fill(1, 2, 3, 4, 0x654321);
-    ScreenPicture expected = plain(200, 120, 0x336699);
-    expected.fill(1, 2, 3, 4, 0x654321);
-    EXPECT_TRUE(waitForPicture(expected));
+    ScreenPicture expected = usualPicture();
+    drawAndExpect(window, expected, 1, 2, 3, 4, 0x654321);
     stop(*stream);
 }
 
 TEST_F(X11WindowStreamTest, aResizeGivesFramesOfTheNewSize) {
-    X11TestWindow window = open({.x = 100, .y = 100, .width = 200, .height = 120, .ground = 0x336699});
+    X11TestWindow window = open(usual());
     const auto stream = run(only(window.id()));
     for (const auto& [width, height] : {std::pair{300, 200}, {300, 90}, {44, 22}, {640, 480}}) {
         window.resize(width, height);
@@ -157,7 +158,7 @@ TEST_F(X11WindowStreamTest, aWindowInAFrameIsCapturedWithoutTheFrame) {
     X11TestWindow window =
         open({.x = 100, .y = 100, .width = 200, .height = 120, .ground = 0x336699, .hasFrame = true});
     const auto stream = run(only(window.id()));
-    EXPECT_EQ(newestPicture(), plain(200, 120, 0x336699));
+    EXPECT_EQ(newestPicture(), usualPicture());
     X11TestWindow cover = open({.x = 0, .y = 0, .width = 640, .height = 480, .ground = 0xff0000});
     window.fill(3, 3, 30, 30, 0x00ff00);
     ASSERT_TRUE(waitForColour(5, 5, 0x00ff00));
@@ -188,7 +189,7 @@ TEST_F(X11WindowStreamTest, thePointerShowsWhereItIsOverTheWindow) {
     const int left = 101 + X11TestWindow::kFrameLeft; // the frame has a border of 1
     const int top = 101 + X11TestWindow::kFrameTop;
     const auto stream = run(only(window.id()));
-    const ScreenPicture bare = plain(200, 120, 0x336699);
+    const ScreenPicture bare = usualPicture();
     EXPECT_EQ(newestPicture(), bare);
     const auto with = [&bare](int x, int y) {
         ScreenPicture picture = bare;
@@ -210,16 +211,16 @@ TEST_F(X11WindowStreamTest, aPointerOverAnotherWindowInFrontIsNotInThePicture) {
     configuration.showsCursor = true;
     painter.setSquarePointer(8, 0xffffffff);
     painter.movePointer(120, 120);
-    X11TestWindow window = open({.x = 100, .y = 100, .width = 200, .height = 120, .ground = 0x336699});
+    X11TestWindow window = open(usual());
     X11TestWindow cover = open({.x = 100, .y = 100, .width = 50, .height = 50, .ground = 0xff0000});
     const auto stream = run(only(window.id()));
-    EXPECT_EQ(newestPicture(), plain(200, 120, 0x336699));
+    EXPECT_EQ(newestPicture(), usualPicture());
     painter.movePointer(250, 180);
-    ScreenPicture expected = plain(200, 120, 0x336699);
+    ScreenPicture expected = usualPicture();
     expected.fill(150, 80, 8, 8, 0xffffff);
     EXPECT_TRUE(waitForPicture(expected));
     painter.movePointer(120, 120);
-    EXPECT_TRUE(waitForPicture(plain(200, 120, 0x336699)));
+    EXPECT_TRUE(waitForPicture(usualPicture()));
     stop(*stream);
 }
 
@@ -266,7 +267,7 @@ TEST_F(X11WindowStreamTest, aHiddenWindowKeepsItsLastPictureAndGoesOnWhenItIsSho
 }
 
 TEST_F(X11WindowStreamTest, aWindowThatIsResizedWhileHiddenComesBackInItsNewSize) {
-    X11TestWindow window = open({.x = 100, .y = 100, .width = 200, .height = 120, .ground = 0x336699});
+    X11TestWindow window = open(usual());
     const auto stream = run(only(window.id()));
     window.hide();
     window.resize(90, 70);
@@ -299,7 +300,7 @@ TEST_F(X11WindowStreamTest, theServerGoingEndsTheStream) {
 }
 
 TEST_F(X11WindowStreamTest, afterTheStreamTheWindowIsOnTheScreenAsBefore) {
-    X11TestWindow window = open({.x = 100, .y = 100, .width = 200, .height = 120, .ground = 0x336699});
+    X11TestWindow window = open(usual());
     auto stream = run(only(window.id()));
     window.fill(0, 0, 200, 120, 0x445566);
     ASSERT_TRUE(waitForColour(0, 0, 0x445566));
@@ -311,7 +312,7 @@ TEST_F(X11WindowStreamTest, afterTheStreamTheWindowIsOnTheScreenAsBefore) {
 }
 
 TEST_F(X11WindowStreamTest, twoStreamsOfOneWindowShowTheSame) {
-    X11TestWindow window = open({.x = 100, .y = 100, .width = 200, .height = 120, .ground = 0x336699});
+    X11TestWindow window = open(usual());
     const auto first = run(only(window.id()));
     const auto second = run(only(window.id()));
     stop(*first);
@@ -348,7 +349,7 @@ protected:
 };
 
 TEST_F(X11WindowWithoutCompositeTest, isRefusedInASentenceAndTheDisplayIsNot) {
-    X11TestWindow window = open({.x = 100, .y = 100, .width = 200, .height = 120, .ground = 0x336699});
+    X11TestWindow window = open(usual());
     EXPECT_EQ(refusal(window.id()),
               "A single window can't be recorded on this X server: it lacks the extension Composite. Turn "
               "that on in the server's configuration, or record the display or a region of it.");
@@ -366,7 +367,7 @@ protected:
 TEST_F(X11WindowWithoutSharedMemoryTest, arrivesWithItsExactPixels) {
     X11TestWindow window = open({.x = -10, .y = 100, .width = 200, .height = 120, .ground = 0x336699});
     const auto stream = run(only(window.id()));
-    EXPECT_EQ(newestPicture(), plain(200, 120, 0x336699));
+    EXPECT_EQ(newestPicture(), usualPicture());
     window.fill(0, 0, 5, 5, 0x0f0f0f);
     EXPECT_TRUE(waitForColour(4, 4, 0x0f0f0f));
     stop(*stream);

@@ -8,7 +8,6 @@ void WaylandScreenFixture::SetUp() {
     ASSERT_TRUE(WaylandSession::resize(kDisplay, 640, 480));
     window = std::make_unique<WaylandWindow>(kDisplay);
     ASSERT_TRUE(window->isOpen());
-    configuration.minimumFrameInterval = CMTimeMake(1, 30);
 }
 
 void WaylandScreenFixture::TearDown() {
@@ -16,10 +15,8 @@ void WaylandScreenFixture::TearDown() {
 }
 
 ScreenCapture::Content WaylandScreenFixture::content() {
-    ScreenCapture::Content result;
-    WaylandScreenCapture(desktop).getShareableContent(
-        false, true, [&](ScreenCapture::Content read) { result = std::move(read); });
-    return result;
+    WaylandScreenCapture capture(desktop);
+    return contentOf(capture);
 }
 
 SCDisplay WaylandScreenFixture::display() {
@@ -27,10 +24,8 @@ SCDisplay WaylandScreenFixture::display() {
 }
 
 std::shared_ptr<LinuxScreenStream> WaylandScreenFixture::makeStream() {
-    auto stream = WaylandScreenCapture(desktop).makeStream({SCContentFilter::Display{display(), {}, {}}},
-                                                           configuration, listener);
-    stream->addStreamOutput(collector, SCStreamOutputType::screen, queue);
-    return std::dynamic_pointer_cast<LinuxScreenStream>(stream);
+    WaylandScreenCapture capture(desktop);
+    return ScreenStreamFixture::makeStream(capture, {SCContentFilter::Display{display(), {}, {}}});
 }
 
 std::shared_ptr<LinuxScreenStream> WaylandScreenFixture::run() {
@@ -48,28 +43,6 @@ std::shared_ptr<LinuxScreenStream> WaylandScreenFixture::run() {
     return stream;
 }
 
-std::optional<SystemError> WaylandScreenFixture::start(LinuxScreenStream& stream) {
-    CompletionResult started;
-    stream.startCapture(started.function());
-    EXPECT_TRUE(waitUntil([&] { return started.calls() > 0; }));
-    return started.error();
-}
-
-void WaylandScreenFixture::stop(LinuxScreenStream& stream) {
-    CompletionResult stopped;
-    stream.stopCapture(stopped.function());
-    EXPECT_TRUE(waitUntil([&] { return stopped.calls() > 0; }));
-    EXPECT_EQ(stopped.error(), std::nullopt);
-}
-
-bool WaylandScreenFixture::waitUntil(const std::function<bool()>& condition) {
-    for (int i = 0; i < 5000; ++i) {
-        if (condition()) return true;
-        clock.sleep(2000);
-    }
-    return condition();
-}
-
 bool WaylandScreenFixture::waitForRest() {
     for (int i = 0; i < 50; ++i) {
         const size_t before = collector->samples().size();
@@ -77,29 +50,6 @@ bool WaylandScreenFixture::waitForRest() {
         if (collector->samples().size() == before) return true;
     }
     return false;
-}
-
-std::optional<ScreenPicture> WaylandScreenFixture::newestPicture() const {
-    const auto samples = collector->samples();
-    if (samples.empty()) return std::nullopt;
-    return ScreenPicture(*samples.back().imageBuffer());
-}
-
-bool WaylandScreenFixture::waitForPicture(const ScreenPicture& expected) {
-    std::shared_ptr<CVPixelBuffer> seen;
-    return waitUntil([&] {
-        const auto samples = collector->samples();
-        if (samples.empty() || samples.back().imageBuffer() == seen) return false;
-        seen = samples.back().imageBuffer();
-        return ScreenPicture(*seen) == expected;
-    });
-}
-
-bool WaylandScreenFixture::waitForColour(int x, int y, uint32_t colour) {
-    return waitUntil([&] {
-        const auto picture = newestPicture();
-        return picture && x < picture->width && y < picture->height && picture->at(x, y) == colour;
-    });
 }
 
 } // namespace vintra
