@@ -2,6 +2,7 @@
 
 #include "Vintra/platform/HostClock.h"
 #include "Vintra/platform/linux/PipeWireConnection.h"
+#include "Vintra/platform/linux/PipeWireStreamSetup.h"
 
 #include <pipewire/pipewire.h>
 #include <spa/param/audio/format-utils.h>
@@ -30,15 +31,6 @@ spa_audio_format sampleFormat(const AudioStreamBasicDescription& format) {
         return SPA_AUDIO_FORMAT_S32;
     default:
         return SPA_AUDIO_FORMAT_UNKNOWN;
-    }
-}
-
-/// Channel for channel as the device has them. Where their places are known the stream names the same ones:
-/// then there is nothing to mix. Otherwise they are numbered.
-void setPositions(spa_audio_info_raw& raw, const PipeWireAudioFormat& device) {
-    const bool areKnown = device.positions.size() >= raw.channels;
-    for (uint32_t channel = 0; channel < raw.channels; ++channel) {
-        raw.position[channel] = areKnown ? device.positions[channel] : SPA_AUDIO_CHANNEL_AUX0 + channel;
     }
 }
 
@@ -98,14 +90,8 @@ bool PipeWireCaptureStream::connect(const PipeWireNode& node) {
     if (connection.core() == nullptr || !canDeliver(format)) return false;
     wakeUp = pw_loop_add_event(connection.loop().loop(), Events::handOn, this);
     if (wakeUp == nullptr) return false;
-    // Never another device than this one, neither now nor when it goes, and never a mix of its channels.
-    pw_properties* properties = pw_properties_new(
-        PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY, "Capture", PW_KEY_MEDIA_ROLE, "Production",
-        PW_KEY_NODE_NAME, "vintra.capture", PW_KEY_NODE_DESCRIPTION, "Vintra", PW_KEY_TARGET_OBJECT,
-        node.name.c_str(), PW_KEY_NODE_DONT_RECONNECT, "true", PW_KEY_STREAM_DONT_REMIX, "true",
-        "channelmix.upmix", "false", "channelmix.normalize", "false", "state.restore-props", "false",
-        "state.restore-target", "false", nullptr);
-    if (node.isMonitored()) pw_properties_set(properties, PW_KEY_STREAM_CAPTURE_SINK, "true");
+    pw_properties* properties =
+        pipeWireStreamProperties("vintra.capture", node, PipeWireStreamDirection::capture);
     pw_properties_setf(properties, PW_KEY_NODE_LATENCY, "512/%u", static_cast<unsigned>(format.mSampleRate));
     stream = pw_stream_new(connection.core(), "Vintra", properties);
     if (stream == nullptr) return false;
@@ -115,15 +101,8 @@ bool PipeWireCaptureStream::connect(const PipeWireNode& node) {
     raw.format = sampleFormat(format);
     raw.rate = static_cast<uint32_t>(format.mSampleRate);
     raw.channels = format.mChannelsPerFrame;
-    setPositions(raw, node.format);
-    uint8_t memory[2048];
-    spa_pod_builder builder{};
-    spa_pod_builder_init(&builder, memory, sizeof memory);
-    const spa_pod* params[] = {spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &raw)};
-    const auto flags =
-        static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS |
-                                     PW_STREAM_FLAG_RT_PROCESS | PW_STREAM_FLAG_DONT_RECONNECT);
-    return pw_stream_connect(stream, PW_DIRECTION_INPUT, PW_ID_ANY, flags, params, 1) >= 0;
+    setChannelPositions(raw, node.format);
+    return connectPipeWireStream(stream, PipeWireStreamDirection::capture, raw);
 }
 
 void PipeWireCaptureStream::stateChanged(int, int now) {

@@ -1,6 +1,7 @@
 #include "Vintra/platform/linux/PipeWireDevicePin.h"
 
 #include "Vintra/platform/linux/PipeWireConnection.h"
+#include "Vintra/platform/linux/PipeWireStreamSetup.h"
 
 #include <pipewire/pipewire.h>
 #include <spa/node/io.h>
@@ -35,12 +36,9 @@ PipeWireDevicePin::PipeWireDevicePin(PipeWireConnection& itsConnection, const Pi
     , nodeID(node.globalID) {
     connection.loop().assertHeld();
     if (connection.core() == nullptr) return;
-    pw_properties* properties = pw_properties_new(
-        PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY, "Capture", PW_KEY_MEDIA_ROLE, "Production",
-        PW_KEY_NODE_NAME, "vintra.pin", PW_KEY_NODE_DESCRIPTION, "Vintra", PW_KEY_TARGET_OBJECT,
-        node.name.c_str(), PW_KEY_NODE_DONT_RECONNECT, "true", PW_KEY_STREAM_CAPTURE_SINK, "true",
-        PW_KEY_NODE_PASSIVE, "true", PW_KEY_STREAM_DONT_REMIX, "true", "state.restore-props", "false",
-        "state.restore-target", "false", nullptr);
+    pw_properties* properties =
+        pipeWireStreamProperties("vintra.pin", node, PipeWireStreamDirection::capture);
+    pw_properties_set(properties, PW_KEY_NODE_PASSIVE, "true");
     if (wishes.rate != 0) pw_properties_setf(properties, PW_KEY_NODE_FORCE_RATE, "%u", wishes.rate);
     if (wishes.frames != 0) pw_properties_setf(properties, PW_KEY_NODE_FORCE_QUANTUM, "%u", wishes.frames);
     stream = pw_stream_new(connection.core(), "Vintra", properties);
@@ -50,16 +48,8 @@ PipeWireDevicePin::PipeWireDevicePin(PipeWireConnection& itsConnection, const Pi
     spa_audio_info_raw raw{};
     raw.format = SPA_AUDIO_FORMAT_F32P;
     raw.channels = std::clamp<uint32_t>(node.format.channels, 1, 2);
-    std::copy_n(node.format.positions.begin(), std::min<size_t>(raw.channels, node.format.positions.size()),
-                raw.position);
-    uint8_t memory[1024];
-    spa_pod_builder builder{};
-    spa_pod_builder_init(&builder, memory, sizeof memory);
-    const spa_pod* params[] = {spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &raw)};
-    const auto flags =
-        static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS |
-                                     PW_STREAM_FLAG_RT_PROCESS | PW_STREAM_FLAG_DONT_RECONNECT);
-    pw_stream_connect(stream, PW_DIRECTION_INPUT, PW_ID_ANY, flags, params, 1);
+    setChannelPositions(raw, node.format);
+    connectPipeWireStream(stream, PipeWireStreamDirection::capture, raw);
 }
 
 PipeWireDevicePin::~PipeWireDevicePin() {

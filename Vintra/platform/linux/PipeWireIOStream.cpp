@@ -1,6 +1,7 @@
 #include "Vintra/platform/linux/PipeWireIOStream.h"
 
 #include "Vintra/platform/linux/PipeWireConnection.h"
+#include "Vintra/platform/linux/PipeWireStreamSetup.h"
 
 #include <pipewire/pipewire.h>
 #include <spa/node/io.h>
@@ -11,24 +12,6 @@
 #include <utility>
 
 namespace vintra {
-namespace {
-
-const spa_pod* formatPod(spa_pod_builder& builder, uint32_t rate, uint32_t channels,
-                         const PipeWireAudioFormat& device) {
-    spa_audio_info_raw raw{};
-    raw.format = SPA_AUDIO_FORMAT_F32;
-    raw.rate = rate;
-    raw.channels = channels;
-    // Channel for channel as the device has them, numbered where it doesn't say their places.
-    const bool areKnown = device.positions.size() >= channels;
-    for (uint32_t channel = 0; channel < channels; ++channel) {
-        raw.position[channel] = areKnown ? device.positions[channel] : SPA_AUDIO_CHANNEL_AUX0 + channel;
-    }
-    return spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &raw);
-}
-
-} // namespace
-
 struct PipeWireIOStream::Events {
     static PipeWireIOStream& self(void* data) { return *static_cast<PipeWireIOStream*>(data); }
 
@@ -102,14 +85,9 @@ bool PipeWireIOStream::connectServer() {
 }
 
 bool PipeWireIOStream::connect(const PipeWireNode& node) {
-    pw_properties* properties = pw_properties_new(
-        PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY, isInput ? "Capture" : "Playback",
-        PW_KEY_MEDIA_ROLE, "Production", PW_KEY_NODE_NAME, isInput ? "vintra.io.input" : "vintra.io.output",
-        PW_KEY_NODE_DESCRIPTION, "Vintra", PW_KEY_TARGET_OBJECT, node.name.c_str(),
-        PW_KEY_NODE_DONT_RECONNECT, "true", PW_KEY_STREAM_DONT_REMIX, "true", "channelmix.upmix", "false",
-        "channelmix.normalize", "false", "state.restore-props", "false", "state.restore-target", "false",
-        nullptr);
-    if (isInput && node.isMonitored()) pw_properties_set(properties, PW_KEY_STREAM_CAPTURE_SINK, "true");
+    const auto way = isInput ? PipeWireStreamDirection::capture : PipeWireStreamDirection::playback;
+    pw_properties* properties =
+        pipeWireStreamProperties(isInput ? "vintra.io.input" : "vintra.io.output", node, way);
     pw_properties_setf(properties, PW_KEY_NODE_LATENCY, "%u/%u", usualFrames, sampleRate);
     // Nobody else depends on the virtual device's clock, so its cycles are held at the rate it has been
     // given.
@@ -118,15 +96,12 @@ bool PipeWireIOStream::connect(const PipeWireNode& node) {
     if (stream == nullptr) return false;
     pw_stream_add_listener(stream, hook.get(), &Events::table, this);
 
-    uint8_t memory[2048];
-    spa_pod_builder builder{};
-    spa_pod_builder_init(&builder, memory, sizeof memory);
-    const spa_pod* params[] = {formatPod(builder, sampleRate, channels, node.format)};
-    const auto flags =
-        static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS |
-                                     PW_STREAM_FLAG_RT_PROCESS | PW_STREAM_FLAG_DONT_RECONNECT);
-    return pw_stream_connect(stream, isInput ? PW_DIRECTION_INPUT : PW_DIRECTION_OUTPUT, PW_ID_ANY, flags,
-                             params, 1) >= 0;
+    spa_audio_info_raw raw{};
+    raw.format = SPA_AUDIO_FORMAT_F32;
+    raw.rate = sampleRate;
+    raw.channels = channels;
+    setChannelPositions(raw, node.format);
+    return connectPipeWireStream(stream, way, raw);
 }
 
 uint32_t PipeWireIOStream::driver() const {
