@@ -176,6 +176,29 @@ TEST_F(PipeWireDefaultOutputTest, aBetterDeviceThatIsPluggedInDoesNotEndTheLoan)
     EXPECT_TRUE(monitor.awaitLineWith("VintraAudioDevice"));
 }
 
+TEST_F(PipeWireDefaultOutputTest, aSessionManagerThatIsStartedAnewDoesNotEndTheLoan) {
+    for (const bool isConfigured : {false, true}) {
+        const auto speaker = plugIn("speaker", 10);
+        if (isConfigured) choose("speaker");
+        const std::string before = isConfigured ? "speaker" : "headless.output";
+        ASSERT_TRUE(awaitDefault(number(before)));
+        const std::string written = said(configuredKey);
+        ASSERT_TRUE(hardware->setDefaultOutputDevice(virtualDevice));
+        ASSERT_TRUE(server.restartSessionManager());
+        if (isConfigured) choose("speaker"); // a desktop's session manager has kept it
+        EXPECT_TRUE(awaitCondition([&] {
+            return said("vintra.default.audio.sink") == "{\"name\":\"" + before + "\"}" &&
+                   said(effectiveKey) == R"({"name":"VintraAudioDevice"})";
+        })) << said("vintra.default.audio.sink")
+            << ", " << said(effectiveKey);
+        EXPECT_TRUE(awaitDefault(virtualDevice));
+        ASSERT_TRUE(hardware->setDefaultOutputDevice(number(before)));
+        EXPECT_EQ(said(effectiveKey), "{\"name\":\"" + before + "\"}");
+        EXPECT_EQ(said(configuredKey), written);
+        EXPECT_EQ(said("vintra.default.audio.sink"), "");
+    }
+}
+
 TEST_F(PipeWireDefaultOutputTest, whenTheDeviceBeforeGoesTheNextBestTakesOver) {
     auto headphones = plugIn("headphones", 3000);
     ASSERT_TRUE(awaitDefault(number("headphones")));

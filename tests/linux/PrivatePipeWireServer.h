@@ -14,11 +14,7 @@ class PrivatePipeWireServer {
 public:
     PrivatePipeWireServer()
         : server({"pipewire"}, {"PIPEWIRE_CORE=" + name_, "PIPEWIRE_CONFIG_DIR=" + sessionsFolder()}) {
-        if (!server.awaitLineWith("ready")) return;
-        policy = std::make_unique<ChildProcess>(std::vector<std::string>{"wireplumber"}, environment());
-        defaults = std::make_unique<ChildProcess>(
-            std::vector<std::string>{"pw-metadata", "-m", "0", "default.audio.sink"}, environment());
-        isReady_ = defaults->awaitLineWith("key:'default.audio.sink'");
+        if (server.awaitLineWith("ready")) isReady_ = startSessionManager();
     }
     /// It answers and links streams.
     bool isReady() const { return isReady_; }
@@ -27,8 +23,19 @@ public:
     std::vector<std::string> environment() const { return {"PIPEWIRE_REMOTE=" + name_}; }
     /// At once, as in a crash.
     void kill() { server.kill(); }
+    /// As after an update of the system. False if the new one doesn't begin.
+    bool restartSessionManager() {
+        policy.reset();
+        return startSessionManager();
+    }
 
 private:
+    bool startSessionManager() {
+        policy = std::make_unique<ChildProcess>(std::vector<std::string>{"wireplumber"}, environment());
+        defaults = std::make_unique<ChildProcess>(
+            std::vector<std::string>{"pw-metadata", "-m", "0", "default.audio.sink"}, environment());
+        return defaults->awaitLineWith("key:'default.audio.sink'");
+    }
     /// The session's server is set up from here.
     static std::string sessionsFolder() {
         const char* const configuration = std::getenv("XDG_CONFIG_HOME");

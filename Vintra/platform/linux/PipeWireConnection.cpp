@@ -6,6 +6,7 @@
 #include <pipewire/extensions/metadata.h>
 #include <pipewire/pipewire.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -13,6 +14,13 @@
 #include <utility>
 
 namespace vintra {
+namespace {
+
+// A session manager that has just begun fills its table in a few milliseconds. Whoever writes to it before
+// may wedge it (WirePlumber 0.4.13).
+constexpr double secondsUntilTableIsFilled = 0.25;
+
+} // namespace
 
 struct PipeWireConnection::Events {
     static PipeWireConnection& self(void* data) { return *static_cast<PipeWireConnection*>(data); }
@@ -71,6 +79,7 @@ PipeWireConnection::PipeWireConnection(const std::string& serverName)
 
 PipeWireConnection::~PipeWireConnection() {
     PipeWireLock lock(loop_);
+    newTablesTimer.reset();
     bindings.clear();
     tables.clear();
     if (registry != nullptr) {
@@ -85,7 +94,13 @@ PipeWireConnection::~PipeWireConnection() {
 }
 
 bool PipeWireConnection::connect() {
-    context = pw_context_new(loop_.loop(), nullptr, 0);
+    newTablesTimer = std::make_unique<PipeWireTimer>(loop_, [this] {
+        loop_.assertHeld();
+        bindNewTables();
+    });
+    // Captured sound comes in on its data thread, which is a real-time one where the system lets it.
+    context =
+        pw_context_new(loop_.loop(), pw_properties_new(PW_KEY_CONFIG_NAME, "client-rt.conf", nullptr), 0);
     if (context == nullptr) return false;
     pw_properties* properties = nullptr;
     if (!serverName_.empty()) {
@@ -135,7 +150,7 @@ void PipeWireConnection::coreInfo(const pw_core_info* info) {
 
 void PipeWireConnection::globalAppeared(uint32_t id, const char* type, const spa_dict* properties) {
     if (properties == nullptr) return;
-    if (std::string_view(type) == PW_TYPE_INTERFACE_Metadata) metadataAppeared(id, type, properties);
+    if (std::string_view(type) == PW_TYPE_INTERFACE_Metadata) metadataAppeared(id, properties);
     if (std::string_view(type) != PW_TYPE_INTERFACE_Node) return;
     const auto kind = pipeWireNodeKind(spa_dict_lookup(properties, PW_KEY_MEDIA_CLASS));
     if (!kind) return;
@@ -144,11 +159,37 @@ void PipeWireConnection::globalAppeared(uint32_t id, const char* type, const spa
     bindings[id] = std::make_unique<PipeWireNodeBinding>(*this, proxy, id, *kind);
 }
 
-void PipeWireConnection::metadataAppeared(uint32_t id, const char* type, const spa_dict* properties) {
+void PipeWireConnection::metadataAppeared(uint32_t id, const spa_dict* properties) {
     const char* name = spa_dict_lookup(properties, PW_KEY_METADATA_NAME);
-    if (name == nullptr || metadata(name) != nullptr) return;
-    auto* proxy = static_cast<pw_proxy*>(pw_registry_bind(registry, id, type, PW_VERSION_METADATA, 0));
-    if (proxy != nullptr) tables[id] = std::make_unique<PipeWireMetadata>(*this, proxy, name);
+    if (name == nullptr) return;
+    if (syncsToCome > 0) {
+        bindTable(id, name);
+        return;
+    }
+    newTables[id] = name;
+    newTablesTimer->startOver(secondsUntilTableIsFilled);
+}
+
+void PipeWireConnection::bindNewTables() {
+    const auto appeared = std::exchange(newTables, {});
+    for (const auto& [id, name] : appeared)
+        bindTable(id, name);
+}
+
+void PipeWireConnection::bindTable(uint32_t id, const std::string& name) {
+    if (metadata(name) != nullptr) return;
+    void* const proxy = pw_registry_bind(registry, id, PW_TYPE_INTERFACE_Metadata, PW_VERSION_METADATA, 0);
+    if (proxy == nullptr) return;
+    tables[id] = std::make_unique<PipeWireMetadata>(*this, static_cast<pw_proxy*>(proxy), name);
+}
+
+void PipeWireConnection::readMetadataAgain(const std::string& name) {
+    const auto found = std::find_if(tables.begin(), tables.end(),
+                                    [&](const auto& table) { return table.second->name() == name; });
+    if (found == tables.end()) return;
+    const uint32_t id = found->first;
+    tables.erase(found);
+    bindTable(id, name);
 }
 
 PipeWireMetadata* PipeWireConnection::metadata(const std::string& name) {
@@ -174,7 +215,7 @@ uint32_t PipeWireConnection::graphRate() {
 }
 
 void PipeWireConnection::globalRemoved(uint32_t id) {
-    if (tables.erase(id) > 0) return;
+    if (tables.erase(id) > 0 || newTables.erase(id) > 0) return;
     if (bindings.erase(id) == 0) return;
     bool hasGone = false;
     {
@@ -201,6 +242,7 @@ void PipeWireConnection::lost(const std::string& reason) {
     // middle of using them.
     bindings.clear();
     tables.clear();
+    newTables.clear();
     syncsToCome = 0;
     {
         MutexLock values(mutex);

@@ -3,6 +3,7 @@
 #include "Vintra/platform/Mutex.h"
 #include "Vintra/platform/linux/PipeWireLoop.h"
 #include "Vintra/platform/linux/PipeWireNode.h"
+#include "Vintra/platform/linux/PipeWireTimer.h"
 
 #include <cstdint>
 #include <functional>
@@ -68,6 +69,9 @@ public:
     const std::string& serverName() const { return serverName_; }
     /// Null if the server has no such table.
     PipeWireMetadata* metadata(const std::string& name) REQUIRES(loop_);
+    /// Forgets the table and asks the server for all of it: an owner that has just begun may leave a client
+    /// untold of every change (PipeWire 0.3.65). Not from a callback of the table's own.
+    void readMetadataAgain(const std::string& name) REQUIRES(loop_);
     /// The rate that a cycle of the whole graph has where nobody asks for another one.
     uint32_t graphRate() REQUIRES(loop_);
 
@@ -87,7 +91,9 @@ private:
     int requestSync() REQUIRES(loop_);
 
     void globalAppeared(uint32_t id, const char* type, const spa_dict* properties) REQUIRES(loop_);
-    void metadataAppeared(uint32_t id, const char* type, const spa_dict* properties) REQUIRES(loop_);
+    void metadataAppeared(uint32_t id, const spa_dict* properties) REQUIRES(loop_);
+    void bindTable(uint32_t id, const std::string& name) REQUIRES(loop_);
+    void bindNewTables() REQUIRES(loop_);
     void metadataChanged(const PipeWireMetadata& metadata, const std::string& key);
     void globalRemoved(uint32_t id) REQUIRES(loop_);
     void coreInfo(const pw_core_info* info) REQUIRES(loop_);
@@ -106,6 +112,9 @@ private:
     std::unique_ptr<spa_hook> registryHook GUARDED_BY(loop_);
     std::map<uint32_t, std::unique_ptr<PipeWireNodeBinding>> bindings GUARDED_BY(loop_); ///< by global id
     std::map<uint32_t, std::unique_ptr<PipeWireMetadata>> tables GUARDED_BY(loop_);      ///< by global id
+    std::map<uint32_t, std::string>
+        newTables GUARDED_BY(loop_); ///< names by global id, soon to be taken hold of
+    std::unique_ptr<PipeWireTimer> newTablesTimer GUARDED_BY(loop_);
     uint32_t defaultRate GUARDED_BY(loop_) = 48000;
     int awaitedSync GUARDED_BY(loop_) = 0;
     int syncsToCome GUARDED_BY(loop_) = 0; ///< before the first list is complete

@@ -12,6 +12,8 @@ constexpr const char* effectiveKey = "default.audio.sink";
 constexpr const char* configuredKey = "default.configured.audio.sink";
 constexpr const char* heldKey = "vintra.default.audio.sink"; ///< what was in force before the virtual device
 constexpr double secondsUntilRefused = 1.0;
+constexpr double secondsUntilConfirmed = 0.2; // a hundred times as long as an answer takes
+constexpr int mostReminders = 50;             // 10 s: a session manager has begun by then
 
 bool isVirtual(const std::optional<std::string>& name) {
     return name == kVirtualAudioDeviceName;
@@ -21,6 +23,8 @@ bool isVirtual(const std::optional<std::string>& name) {
 
 PipeWireDefaultOutput::PipeWireDefaultOutput(std::shared_ptr<PipeWireConnection> itsConnection)
     : connection(std::move(itsConnection)) {
+    PipeWireLock lock(connection->loop());
+    reminder = std::make_unique<PipeWireTimer>(connection->loop(), [this] { insist(); });
     observation = connection->observe([this](const PipeWireChange& change) { changed(change); });
 }
 
@@ -28,6 +32,7 @@ PipeWireDefaultOutput::~PipeWireDefaultOutput() {
     // With the lock no call is under way on PipeWire's thread.
     PipeWireLock lock(connection->loop());
     observation.reset();
+    reminder.reset();
 }
 
 PipeWireMetadata* PipeWireDefaultOutput::table() const {
@@ -72,10 +77,10 @@ bool PipeWireDefaultOutput::setDevice(uint32_t number) {
     if (defaults == nullptr || !node || !node->isOutput()) return false;
     // While the virtual device is held the session manager may have another idea for a moment, and what was
     // said against it may still be on its way.
-    const bool endsHold = isHolding && !node->isVirtualDevice();
+    const bool endsHold = hold && !node->isVirtualDevice();
     if (effectiveName() == node->name && !endsHold) return true;
     if (node->isVirtualDevice()) {
-        if (!holdVirtualDevice(*defaults)) return false;
+        holdVirtualDevice(*defaults);
     } else {
         release(*defaults, node->name);
     }
@@ -88,7 +93,7 @@ bool PipeWireDefaultOutput::setDevice(uint32_t number) {
     const int64_t deadline = PipeWireLoop::deadlineIn(secondsUntilRefused);
     while (!isInForce()) {
         if (connection->loop().waitUntil(deadline)) continue;
-        if (isHolding) giveUpHold();
+        if (hold) giveUpHold();
         return false;
     }
     return true;
@@ -96,15 +101,15 @@ bool PipeWireDefaultOutput::setDevice(uint32_t number) {
 
 /// What was asked for must not come into force after it has been called refused.
 void PipeWireDefaultOutput::giveUpHold() {
-    isHolding = false;
+    const auto before = hold->before;
+    hold.reset();
     PipeWireMetadata* const defaults = table();
     if (defaults == nullptr) return;
-    const auto before = defaults->nodeName(heldKey);
     if (before) defaults->setNodeName(effectiveKey, *before);
     defaults->remove(heldKey);
 }
 
-bool PipeWireDefaultOutput::holdVirtualDevice(PipeWireMetadata& defaults) {
+void PipeWireDefaultOutput::holdVirtualDevice(PipeWireMetadata& defaults) {
     const auto before = defaults.nodeName(effectiveKey);
     // First the way back: a crash may come after any of these lines.
     if (before) {
@@ -113,15 +118,14 @@ bool PipeWireDefaultOutput::holdVirtualDevice(PipeWireMetadata& defaults) {
         defaults.remove(heldKey);
     }
     defaults.setNodeName(effectiveKey, kVirtualAudioDeviceName);
-    isHolding = true;
-    return true;
+    hold = Hold{.before = before, .configured = defaults.nodeName(configuredKey)};
 }
 
 void PipeWireDefaultOutput::release(PipeWireMetadata& defaults, const std::string& name) {
-    const bool isHandedBack = (isHolding || isVirtual(effectiveName())) &&
-                              defaults.nodeName(heldKey) == name &&
-                              !isVirtual(defaults.nodeName(configuredKey));
-    isHolding = false;
+    const bool isLent = hold || isVirtual(effectiveName());
+    const auto before = hold ? hold->before : defaults.nodeName(heldKey);
+    const bool isHandedBack = isLent && before == name && !isVirtual(defaults.nodeName(configuredKey));
+    hold.reset();
     if (!isHandedBack) defaults.setNodeName(configuredKey, name);
     // Said as well where it has been configured: a session manager of the same opinion as before says
     // nothing.
@@ -130,25 +134,54 @@ void PipeWireDefaultOutput::release(PipeWireMetadata& defaults, const std::strin
 }
 
 void PipeWireDefaultOutput::changed(const PipeWireChange& change) {
-    if (!isHolding) return;
+    if (!hold) return;
     connection->loop().assertHeld();
     PipeWireMetadata* const defaults = table();
     if (defaults == nullptr) return;
     if (change.defaultsKey == configuredKey) {
-        const auto chosen = defaults->nodeName(configuredKey);
-        if (!chosen || isVirtual(chosen)) return;
-        isHolding = false;
-        defaults->setNodeName(effectiveKey, *chosen);
-        defaults->remove(heldKey);
-    } else if (change.defaultsKey == effectiveKey && !isVirtual(defaults->nodeName(effectiveKey))) {
-        const auto before = defaults->nodeName(heldKey);
-        if (!before) return;
-        if (connection->deviceNamed(*before)) {
-            defaults->setNodeName(effectiveKey, kVirtualAudioDeviceName);
-        } else {
-            isHolding = false;
-            defaults->remove(heldKey);
-        }
+        choiceTold(*defaults);
+    } else if (change.defaultsKey == effectiveKey) {
+        effectiveTold(*defaults);
+    }
+}
+
+void PipeWireDefaultOutput::choiceTold(PipeWireMetadata& defaults) {
+    const auto chosen = defaults.nodeName(configuredKey);
+    // A choice that is made again isn't told: this one comes from a session manager that has just begun.
+    if (!chosen || isVirtual(chosen) || chosen == hold->configured) return;
+    hold.reset();
+    defaults.setNodeName(effectiveKey, *chosen);
+    defaults.remove(heldKey);
+}
+
+void PipeWireDefaultOutput::effectiveTold(PipeWireMetadata& defaults) {
+    const auto idea = defaults.nodeName(effectiveKey);
+    if (isVirtual(idea)) {
+        hold->unconfirmed = 0;
+        reminder->cancel();
+        return;
+    }
+    if (!hold->before) hold->before = idea; // there was none, and now there may be
+    if (hold->before && !connection->deviceNamed(*hold->before)) {
+        hold.reset();
+        reminder->cancel();
+        defaults.remove(heldKey);
+        return;
+    }
+    // A session manager that has just begun has left nothing of the way back.
+    if (hold->before) defaults.setNodeName(heldKey, *hold->before);
+    defaults.setNodeName(effectiveKey, kVirtualAudioDeviceName);
+    reminder->startOver(secondsUntilConfirmed);
+}
+
+void PipeWireDefaultOutput::insist() {
+    connection->loop().assertHeld();
+    if (!hold || isVirtual(effectiveName()) || ++hold->unconfirmed > mostReminders) return;
+    if (PipeWireMetadata* const defaults = table()) {
+        effectiveTold(*defaults);
+        connection->readMetadataAgain("default");
+    } else {
+        reminder->startOver(secondsUntilConfirmed);
     }
 }
 

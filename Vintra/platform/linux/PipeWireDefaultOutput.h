@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Vintra/platform/linux/PipeWireTimer.h"
+
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -25,7 +27,10 @@ struct PipeWireChange;
 /// device undoes both. Any other device is configured as if the user had chosen it.
 ///
 /// While this process holds the default, a user's choice ends the hold and takes effect. A session manager's
-/// own idea does not, unless the device before has gone: then the hold is over.
+/// own idea does not, unless the device before has gone: then the hold is over. The table is the session
+/// manager's, so one that is started anew brings a new table, without our key and with the choice that it has
+/// kept: both are known from before. Some of what others write while it begins is lost, so what isn't
+/// confirmed is written again.
 class PipeWireDefaultOutput {
 public:
     explicit PipeWireDefaultOutput(std::shared_ptr<PipeWireConnection> connection);
@@ -45,14 +50,25 @@ public:
 private:
     PipeWireMetadata* table() const;
     std::optional<std::string> effectiveName() const;
-    bool holdVirtualDevice(PipeWireMetadata& defaults);
+    void holdVirtualDevice(PipeWireMetadata& defaults);
     void giveUpHold();
     void release(PipeWireMetadata& defaults, const std::string& name);
     void changed(const PipeWireChange& change);
+    void choiceTold(PipeWireMetadata& defaults);
+    void effectiveTold(PipeWireMetadata& defaults);
+    void insist();
+
+    /// By this process.
+    struct Hold {
+        std::optional<std::string> before;     ///< what was in force
+        std::optional<std::string> configured; ///< what the user had chosen
+        int unconfirmed = 0;                   ///< times in a row that it was written again
+    };
 
     const std::shared_ptr<PipeWireConnection> connection;
     std::shared_ptr<void> observation;
-    bool isHolding = false; ///< by this process; under the loop's lock
+    std::optional<Hold> hold; ///< under the loop's lock
+    std::unique_ptr<PipeWireTimer> reminder;
 };
 
 } // namespace vintra
