@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <set>
+#include <utility>
+#include <vector>
 
 namespace vintra {
 namespace {
@@ -86,6 +88,18 @@ Task<> ScreenRecorderManager::takeDown(AudioPreview& preview) {
     if (session) co_await stopSession(session);
     // Another configure may have built the next one meanwhile.
     if (preview.session == session) preview = {};
+}
+
+Task<> ScreenRecorderManager::endPreviews() {
+    const std::vector<ExtraPreview> extras = std::exchange(extraPreviews, {});
+    co_await takeDown(micPreview);
+    co_await takeDown(dawPreview);
+    for (const ExtraPreview& preview : extras)
+        co_await stopSession(preview.session);
+    const std::vector<std::shared_ptr<DispatchQueue>> queues{micOutputQueue, dawOutputQueue,
+                                                             extraInputOutputQueue};
+    for (const auto& queue : queues)
+        co_await drain(queue);
 }
 
 bool ScreenRecorderManager::isDelivering(const AudioPreview& preview, const ActivityStamp& activity) {

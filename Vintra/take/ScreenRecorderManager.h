@@ -92,6 +92,9 @@ public:
     /// and all undone. Does nothing while a take runs, starts or stops. Call `generateSessionName` for the
     /// next take when it returns.
     Task<> startRecording(URL to);
+    /// A start that waits for its screen stream, as for the user's leave to record the screen, fails. Any
+    /// other goes on.
+    void cancelStart();
     /// Ends the take and finishes every file. The outcome is in `statusMessage` and `lastError`.
     /// Does nothing unless a take runs.
     Task<> stopRecording();
@@ -109,6 +112,9 @@ public:
     Task<> configureDawPreview();
     Task<> configureExtraPreviews();
     Task<> rebuildDawPreview();
+    /// Ends every preview, for the end of the program: afterwards no sample callback comes, so none is the
+    /// last to hold the controller. Not in a take.
+    Task<> endPreviews();
 
     /// Ends the listening to the computer's sound and puts the user's own output back. To be called on every
     /// way out of the program. A take that runs goes on without it.
@@ -531,6 +537,7 @@ private:
     // --------------------------------------------------------------------------
 
     std::shared_ptr<SCStream> stream_;
+    std::weak_ptr<SCStream> startingStream; ///< set while its start is awaited
     std::shared_ptr<AVAssetWriter> videoWriter;
     std::shared_ptr<AVAssetWriterInput> videoInput;
     std::shared_ptr<AVAssetWriter> webcamWriter;

@@ -73,13 +73,19 @@ Task<> ScreenRecorderManager::setUpTake(TakeInProgress& take) {
 
     if (take.stream) {
         const auto start = [stream = take.stream](auto done) { stream->startCapture(done); };
+        startingStream = take.stream;
         const auto error = co_await awaitCompletion<std::optional<SystemError>>(*platform.mainThread, start);
+        startingStream.reset();
         if (error) throw *error;
     }
     // A take that was to hold the computer's sound is refused rather than saved without it.
     if (*captureSystemAudioForDaw && !usesVirtualAudioDevice())
         throw RecordingError::systemAudioUnavailable();
     publishTake(take);
+}
+
+void ScreenRecorderManager::cancelStart() {
+    if (const auto stream = startingStream.lock()) stream->stopCapture([](const auto&) {});
 }
 
 /// The devices of the two chief audio tracks, the user's permission, and the previews that the tracks tap.

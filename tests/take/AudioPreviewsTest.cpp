@@ -184,5 +184,20 @@ TEST_F(AudioPreviewsTest, theVirtualInputIsSilentWithComputerAudioOnAndComesBack
     EXPECT_TRUE(recorder->isDawPreviewRunning());
 }
 
+TEST_F(AudioPreviewsTest, whenTheyEndNoSessionIsLeftAndNothingHoldsTheRecorder) {
+    selectMic();
+    recorder->selectedDawDeviceID.set("daw.two");
+    addExtraInput("multi.eight", 0);
+    machine.run(0.5);
+    ASSERT_TRUE(recorder->isMicPreviewRunning() && recorder->isDawPreviewRunning());
+    machine.complete(recorder->endPreviews());
+    for (const char* const uid : {"mic.one", "daw.two", "multi.eight"})
+        EXPECT_EQ(session(uid), nullptr) << uid;
+    EXPECT_FALSE(recorder->isMicPreviewRunning());
+    const std::weak_ptr<ScreenRecorderManager> left = recorder;
+    recorder.reset();
+    EXPECT_TRUE(left.expired());
+}
+
 } // namespace
 } // namespace vintra

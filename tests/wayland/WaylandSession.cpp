@@ -6,16 +6,26 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 
 namespace vintra::WaylandSession {
+namespace {
+
+const char* choiceFile() {
+    return std::getenv("VINTRA_SCREENCAST_CHOICE");
+}
+
+} // namespace
 
 bool isThere() {
-    return std::getenv("WAYLAND_DISPLAY") && std::getenv("SWAYSOCK") &&
-           std::getenv("VINTRA_SCREENCAST_CHOICE");
+    return std::getenv("WAYLAND_DISPLAY") && std::getenv("SWAYSOCK") && choiceFile();
 }
 
 bool sway(const std::vector<std::string>& command) {
@@ -46,7 +56,26 @@ bool resize(const std::string& display, int width, int height) {
 }
 
 void choose(const std::string& display) {
-    std::ofstream(std::getenv("VINTRA_SCREENCAST_CHOICE")) << display;
+    std::ofstream(choiceFile()) << display;
+}
+
+// The portal reads the answer from a pipe, which gives none as long as somebody has it open for writing.
+OpenQuestion::OpenQuestion() {
+    ::unlink(choiceFile());
+    EXPECT_EQ(::mkfifo(choiceFile(), 0600), 0);
+}
+
+OpenQuestion::~OpenQuestion() {
+    ::unlink(choiceFile());
+    if (answer >= 0) ::close(answer);
+}
+
+bool OpenQuestion::awaitAsked() {
+    for (int tries = 0; tries < 5000 && answer < 0; ++tries) {
+        answer = ::open(choiceFile(), O_WRONLY | O_NONBLOCK | O_CLOEXEC); // refused as long as nobody reads
+        if (answer < 0) std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return answer >= 0;
 }
 
 bool endSharing() {

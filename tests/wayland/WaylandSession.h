@@ -18,6 +18,19 @@ bool sway(const std::vector<std::string>& command);
 bool resize(const std::string& display, int width, int height);
 /// Answers the portal's next questions with that display; an empty name refuses.
 void choose(const std::string& display);
+/// Leaves the portal's next question open for as long as this lives. Then it is refused.
+class OpenQuestion {
+public:
+    OpenQuestion();
+    ~OpenQuestion();
+    OpenQuestion(const OpenQuestion&) = delete;
+    OpenQuestion& operator=(const OpenQuestion&) = delete;
+    /// Until the portal asks; false after 10 s.
+    bool awaitAsked();
+
+private:
+    int answer = -1;
+};
 /// Takes what the portal shares out of PipeWire, as when a display is unplugged: sway keeps its displays
 /// without a screen for ever. True if there was something.
 bool endSharing();

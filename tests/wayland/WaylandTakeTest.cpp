@@ -167,5 +167,19 @@ TEST_F(WaylandTakeTest, aRefusalFailsTheStartWithItsSentence) {
     EXPECT_FALSE(std::filesystem::exists(movie("refused").path()));
 }
 
+TEST_F(WaylandTakeTest, anInterruptDuringTheDesktopsQuestionEndsTheStart) {
+    WaylandSession::OpenQuestion question;
+    ChildProcess take(command("asked", {"--seconds", "1"}), environment());
+    ASSERT_TRUE(question.awaitAsked());
+    take.signal(SIGINT);
+    const std::string text = take.restOfOutput();
+    EXPECT_EQ(take.wait(), 1);
+    const Json json = Json::parse(text, nullptr, false);
+    ASSERT_TRUE(json.is_object()) << text;
+    EXPECT_EQ(json["status"], "Failed to start");
+    EXPECT_EQ(json["lastError"], "The recording was ended before the desktop had granted the screen.");
+    EXPECT_FALSE(std::filesystem::exists(movie("asked").path()));
+}
+
 } // namespace
 } // namespace vintra

@@ -42,6 +42,12 @@ TakeRunner::TakeRunner(LinuxPlatform& aMachine, Options someOptions, Outlets som
 
 TakeRunner::~TakeRunner() {
     putOutputBack();
+    await(manager->endPreviews());
+}
+
+void TakeRunner::interrupt() {
+    interrupted = true;
+    manager->cancelStart();
 }
 
 void TakeRunner::awaitStartUp() {

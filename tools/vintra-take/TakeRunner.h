@@ -28,7 +28,7 @@ public:
     enum class Routing { free, heldByAnother };
 
     TakeRunner(LinuxPlatform& machine, Options options, Outlets outlets, Routing routing = Routing::free);
-    /// Puts the user's own output back, whatever has happened.
+    /// Puts the user's own output back, whatever has happened, and ends the previews.
     ~TakeRunner();
 
     /// Waits until the start-up is over, and says what it had to mend.
@@ -37,9 +37,9 @@ public:
     MachineList list();
     /// The take from beginning to end, or why the command line asks for what can't be.
     std::variant<TakeSummary, UsageError> run();
-    /// Ends the take as soon as it can be: at once if it runs, right after its start if it starts. Only from
-    /// the main thread's own work.
-    void interrupt() { interrupted = true; }
+    /// Ends the take as soon as it can be: at once if it runs, right after its start if it starts, and
+    /// without the user's answer if that is what the start waits for. Only from the main thread's own work.
+    void interrupt();
 
 private:
     void await(Task<> task);
