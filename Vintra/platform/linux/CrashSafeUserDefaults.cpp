@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
@@ -38,8 +37,8 @@ bool writeAll(int descriptor, const std::string& text) {
 } // namespace
 
 URL CrashSafeUserDefaults::standardFile(const std::string& key) {
-    const char* const session = std::getenv("XDG_RUNTIME_DIR");
-    const std::string ofSession = session && *session ? "." + fileNameOf(session) : "";
+    const auto server = soundServerDirectory();
+    const std::string ofSession = server ? "." + fileNameOf(server->path()) : "";
     return userStateDirectory().appendingPathComponent("vintra").appendingPathComponent(key + ofSession);
 }
 

@@ -15,7 +15,7 @@ namespace vintra {
 class CrashSafeUserDefaults : public UserDefaults {
 public:
     /// A file for the key in the program's folder of $XDG_STATE_HOME, or of ".local/state" at home. It is of
-    /// this session's sound server alone, by $XDG_RUNTIME_DIR.
+    /// this session's sound server alone, by `soundServerDirectory`.
     static URL standardFile(const std::string& key);
 
     CrashSafeUserDefaults(std::shared_ptr<UserDefaults> others, std::string key, URL file,

@@ -1,7 +1,8 @@
 #include "Vintra/platform/linux/SoundRoutingClaim.h"
 
+#include "Vintra/platform/linux/UserDirectories.h"
+
 #include <cerrno>
-#include <cstdlib>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -14,11 +15,8 @@ constexpr int kBetweenTries = 10; // milliseconds
 } // namespace
 
 std::string SoundRoutingClaim::standardPath() {
-    for (const char* const name : {"PIPEWIRE_RUNTIME_DIR", "XDG_RUNTIME_DIR"}) {
-        const char* const folder = std::getenv(name);
-        if (folder && *folder == '/') return std::string(folder) + "/vintra-sound-routing.lock";
-    }
-    return {};
+    const auto folder = soundServerDirectory();
+    return folder ? folder->appendingPathComponent("vintra-sound-routing.lock").path() : "";
 }
 
 SoundRoutingClaim::SoundRoutingClaim(std::string aPath)

@@ -53,6 +53,14 @@ URL userHomeDirectory() {
     return URL::fileURL("/");
 }
 
+std::optional<URL> soundServerDirectory() {
+    for (const char* const name : {"PIPEWIRE_RUNTIME_DIR", "XDG_RUNTIME_DIR"}) {
+        const char* const folder = std::getenv(name);
+        if (folder && *folder == '/') return URL::fileURL(folder);
+    }
+    return std::nullopt;
+}
+
 URL userStateDirectory() {
     const char* const configured = std::getenv("XDG_STATE_HOME");
     if (configured && configured[0] == '/') return URL::fileURL(configured);

@@ -13,6 +13,10 @@ URL userHomeDirectory();
 /// $XDG_STATE_HOME if it is an absolute path, else ".local/state" at home.
 URL userStateDirectory();
 
+/// Where the sound server of this session is met: $PIPEWIRE_RUNTIME_DIR, else $XDG_RUNTIME_DIR, whichever is
+/// an absolute path; nothing if neither is. What concerns one server's sound is kept by it.
+std::optional<URL> soundServerDirectory();
+
 /// The folder that "user-dirs.dirs" in the configuration folder names for films, or "Videos" at home.
 URL videosDirectory(const FileManager& fileManager);
 
