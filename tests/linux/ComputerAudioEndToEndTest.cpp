@@ -21,6 +21,7 @@
 #include <gtest/gtest.h>
 #include <iterator>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <thread>
 #include <utility>
 
@@ -400,26 +401,51 @@ TEST_F(ComputerAudioEndToEndTest, oneInputOnBothChiefTracksIsRefused) {
         << run.output;
 }
 
+/// By how much the clock that a file's sound counts is ahead of the file, at that frame; nothing of a file
+/// that lacks sound in the second before or after it, which a busy machine loses.
+std::optional<int32_t> clockAt(int64_t frame, const RecordedWav& wav) {
+    if (wav.frames() < frame + kRate) return std::nullopt;
+    const auto ahead = [&](int64_t at) { return (wav.at(at, 0) - static_cast<int32_t>(at)) & 0x7FFFFF; };
+    for (int64_t at = frame - kRate; at < frame + kRate; ++at)
+        if (std::abs(ahead(at) - ahead(frame)) > 1) return std::nullopt; // the server rounds its times
+    return ahead(frame);
+}
+
 /// Eight channels of a box of 32, a channel of another, a microphone and the computer.
-TEST_F(ComputerAudioEndToEndTest, elevenFilesComeFromFourDevices) {
-    const PublishedMicrophone box("vintra.test.box", {"--channels", "32", "--signal", "tones"});
-    const PublishedMicrophone small("vintra.test.small", {"--channels", "4", "--signal", "tones"});
-    const PublishedMicrophone microphone("vintra.test.mic");
+TEST_F(ComputerAudioEndToEndTest, elevenFilesComeFromFourDevicesAlignedToTheSample) {
+    const PublishedMicrophone box("vintra.test.box", {"--channels", "32", "--signal", "clock"});
+    const PublishedMicrophone small("vintra.test.small", {"--channels", "4", "--signal", "clock"});
+    const PublishedMicrophone microphone("vintra.test.mic", {"--signal", "clock"});
     ASSERT_TRUE(box.isPublished() && small.isPublished() && microphone.isPublished());
-    std::vector<std::string> options{
-        "--mic",  "vintra.test.mic", "--computer-audio",         "--seconds", "4", "--name",
-        "eleven", "--input",         "vintra.test.small:4:Small"};
+    std::vector<std::string> options{"--mic", "vintra.test.mic", "--computer-audio",         "--seconds",
+                                     "4",     "--input",         "vintra.test.small:4:Small"};
     for (int channel = 4; channel <= 32; channel += 4) {
         options.push_back("--input");
         options.push_back("vintra.test.box:" + std::to_string(channel) + ":Box " + std::to_string(channel));
     }
-    const ProgramRun run = runProgram(takeCommand(options));
-    EXPECT_EQ(run.exitCode, 0) << run.output << run.errors;
-    const Json json = Json::parse(run.output, nullptr, false);
-    ASSERT_TRUE(json.is_object()) << run.output;
-    ASSERT_EQ(json["files"].size(), 11u) << json;
-    for (const Json& file : json["files"])
-        EXPECT_NEAR(file.value("seconds", 0.0), 4, 0.1) << file;
+    for (int attempt = 1; attempt <= kAttempts; ++attempt) {
+        auto command = takeCommand(options);
+        command.insert(command.end(), {"--name", "eleven" + std::to_string(attempt)});
+        const StallWatch stalls;
+        const ProgramRun run = runProgram(command);
+        ASSERT_EQ(run.exitCode, 0) << run.output << run.errors;
+        const Json json = Json::parse(run.output, nullptr, false);
+        ASSERT_TRUE(json.is_object()) << run.output;
+        ASSERT_EQ(json["files"].size(), 11u) << json;
+        for (const Json& file : json["files"])
+            EXPECT_NEAR(file.value("seconds", 0.0), 4, 0.1) << file;
+        std::vector<int32_t> clocks;
+        for (const Json& file : json["files"]) {
+            const auto clock = clockAt(2 * kRate, RecordedWav(URL::fileURL(file.value("path", "")), 1));
+            if (clock) clocks.push_back(*clock);
+        }
+        if (clocks.size() < 10 && stalls.longest() > kLongestStall) continue;
+        ASSERT_EQ(clocks.size(), 10u) << "all but the computer's, which was silent";
+        const auto [least, most] = std::minmax_element(clocks.begin(), clocks.end());
+        EXPECT_LE(*most - *least, 1);
+        return;
+    }
+    GTEST_SKIP() << "too busy a machine to tell anything";
 }
 
 TEST_F(ComputerAudioEndToEndTest, withoutTheVirtualDeviceTheTakeSaysHowToInstallIt) {

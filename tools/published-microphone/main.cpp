@@ -19,7 +19,7 @@ constexpr const char* usage = R"(usage: published-microphone [options]
   --description TEXT     node.description (Headless Microphone)
   --channels N           1...64 (1)
   --rate HZ              (48000)
-  --signal KIND          sine, tones, counter or silence (sine)
+  --signal KIND          sine, tones, counter, clock or silence (sine)
   --frequency HZ         of the sine, or of the first tone (440)
   --level DB             of the peak against full scale (-12)
 )";
@@ -52,6 +52,13 @@ bool readOption(Options& options, std::string_view name, const char* value) {
     return true;
 }
 
+/// The nearest frame, counted from the start of the machine's clock; `time` in nanoseconds.
+uint64_t clockFrame(int64_t time, uint32_t sampleRate) {
+    constexpr uint64_t second = 1'000'000'000;
+    const auto nanoseconds = static_cast<uint64_t>(time);
+    return nanoseconds / second * sampleRate + (nanoseconds % second * sampleRate + second / 2) / second;
+}
+
 bool isUsable(const Options& options) {
     return options.source.channels >= 1 && options.source.channels <= 64 &&
            options.source.sampleRate >= 8000 && options.source.sampleRate <= 192000;
@@ -80,7 +87,9 @@ int main(int argc, char** argv) {
 
     vintra::PublishedSource source(
         options.source, [signal = options.signal](const vintra::SourceFrames& frames) {
-            signal.fill(frames.samples, frames.frames, frames.channels, frames.firstFrame);
+            const bool isClock = signal.kind == vintra::SignalKind::clock;
+            signal.fill(frames.samples, frames.frames, frames.channels,
+                        isClock ? clockFrame(frames.firstFrameTime, signal.sampleRate) : frames.firstFrame);
         });
     source.onLost = [] { kill(getpid(), SIGTERM); };
     if (!source.start()) return 1;

@@ -10,6 +10,7 @@ std::optional<SignalKind> signalKindNamed(std::string_view name) {
     if (name == "sine") return SignalKind::sine;
     if (name == "tones") return SignalKind::tones;
     if (name == "counter") return SignalKind::counter;
+    if (name == "clock") return SignalKind::clock;
     if (name == "silence") return SignalKind::silence;
     return std::nullopt;
 }
@@ -21,15 +22,15 @@ void TestSignal::fill(float* samples, uint32_t frames, uint32_t channels, uint64
     }
     const double peak = std::pow(10.0, levelDB / 20.0);
     const double turn = 2.0 * std::numbers::pi * frequency / sampleRate;
+    const auto sample = [&](uint64_t index, uint32_t channel) {
+        if (kind == SignalKind::counter) return counterSample(index, channel);
+        if (kind == SignalKind::clock) return clockSample(index);
+        const uint32_t multiple = kind == SignalKind::tones ? channel + 1 : 1;
+        return static_cast<float>(peak * std::sin(turn * multiple * static_cast<double>(index)));
+    };
     for (uint32_t frame = 0; frame < frames; ++frame) {
-        const uint64_t index = firstFrame + frame;
-        for (uint32_t channel = 0; channel < channels; ++channel) {
-            const uint32_t multiple = kind == SignalKind::tones ? channel + 1 : 1;
-            *samples++ =
-                kind == SignalKind::counter
-                    ? counterSample(index, channel)
-                    : static_cast<float>(peak * std::sin(turn * multiple * static_cast<double>(index)));
-        }
+        for (uint32_t channel = 0; channel < channels; ++channel)
+            *samples++ = sample(firstFrame + frame, channel);
     }
 }
 
