@@ -32,14 +32,28 @@ TEST(SampleStamps, jitterOfTheGraphHardlyShows) {
     std::mt19937 random(seed);
     std::uniform_int_distribution<int64_t> jitter(-200'000, 200'000);
     SampleStamps stamps(48'000);
-    int64_t before = stamps.stamp(start, 480);
-    for (int64_t buffer = 1; buffer < 10'000; ++buffer) {
+    int64_t before = 0;
+    for (int64_t buffer = 0; buffer < 10'000; ++buffer) {
         const int64_t stamp = stamps.stamp(start + buffer * 10'000'000 + jitter(random), 480);
+        if (buffer <= 100) before = stamp - 10'000'000; // the second in which it settles
         // 100 millionths of 10 ms.
         ASSERT_LE(std::llabs(stamp - before - 10'000'000), 1'000) << buffer;
         before = stamp;
     }
     EXPECT_EQ(stamps.gaps(), 0u);
+}
+
+TEST(SampleStamps, aFirstCycleThatBeganLateIsForgottenAtTheFirstOnTime) {
+    SampleStamps stamps(48'000);
+    EXPECT_EQ(stamps.stamp(start + 1'900'000, 480), start + 1'900'000);
+    EXPECT_EQ(stamps.stamp(start + 10'000'000 + 700'000, 480), start + 10'700'000);
+    EXPECT_EQ(stamps.stamp(start + 20'000'000, 480), start + 20'000'000);
+    EXPECT_EQ(stamps.stamp(start + 30'000'000 + 640, 480), start + 30'000'010);
+    EXPECT_EQ(stamps.gaps(), 0u);
+    for (int64_t buffer = 4; buffer < 100; ++buffer)
+        stamps.stamp(start + buffer * 10'000'000, 480);
+    // A second later it is jitter like any other.
+    EXPECT_EQ(stamps.stamp(start + 1'000'000'000 - 640, 480), start + 1'000'000'000 - 10);
 }
 
 TEST(SampleStamps, aDifferenceOfTwoMillisecondsIsAGap) {
@@ -55,6 +69,32 @@ TEST(SampleStamps, aDifferenceJustBelowIsWornDownSlowly) {
     stamps.stamp(start, 480);
     EXPECT_EQ(stamps.stamp(start + 10'000'000 + 1'999'999, 480), start + 10'001'000);
     EXPECT_EQ(stamps.gaps(), 0u);
+}
+
+TEST(SampleStamps, aClockThatSlipsIsFollowedWithinThirtyTwoBuffers) {
+    for (const int64_t slip : {1'700'000, -1'700'000}) {
+        SampleStamps stamps(48'000);
+        for (int64_t buffer = 0; buffer < 200; ++buffer)
+            ASSERT_EQ(stamps.stamp(start + buffer * 10'000'000, 480), start + buffer * 10'000'000);
+        int64_t off = slip;
+        for (int64_t buffer = 200; buffer < 232; ++buffer) {
+            const int64_t graph = start + buffer * 10'000'000 + slip;
+            off = stamps.stamp(graph, 480) - graph;
+        }
+        EXPECT_LE(std::llabs(off), 32'000) << slip; // what 32 corrections of 1 µs have moved meanwhile
+        EXPECT_EQ(stamps.gaps(), 0u);
+    }
+}
+
+TEST(SampleStamps, fifteenLateCyclesAreJitterIfOneInBetweenIsOnTime) {
+    SampleStamps stamps(48'000);
+    for (int64_t buffer = 0; buffer < 1'000; ++buffer) {
+        const int64_t lateness = buffer % 16 == 0 ? 0 : 1'500'000;
+        const int64_t exact = start + buffer * 10'000'000;
+        const int64_t stamp = stamps.stamp(exact + lateness, 480);
+        // A microsecond a buffer.
+        ASSERT_LE(std::llabs(stamp - exact), buffer * 1'000) << buffer;
+    }
 }
 
 TEST(SampleStamps, aGraphThatGoesBackIsAGapToo) {
