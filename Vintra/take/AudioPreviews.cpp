@@ -44,10 +44,12 @@ std::optional<std::string> ScreenRecorderManager::dawPreviewTargetDeviceID() con
     return std::nullopt;
 }
 
-/// A session of the device with one output; nothing if any step fails, which leaves the preview absent.
+/// A session of the device with one output; nothing if any step fails, which leaves the preview absent, or
+/// once the previews have ended.
 std::optional<ScreenRecorderManager::CaptureChain>
 ScreenRecorderManager::makeCaptureChain(const std::shared_ptr<AVCaptureDevice>& device, int channels,
                                         const std::shared_ptr<DispatchQueue>& queue) {
+    if (previewsHaveEnded) return std::nullopt;
     CaptureChain chain;
     chain.session = platform.captureDevices->makeSession();
     std::shared_ptr<AVCaptureDeviceInput> input;
@@ -91,6 +93,7 @@ Task<> ScreenRecorderManager::takeDown(AudioPreview& preview) {
 }
 
 Task<> ScreenRecorderManager::endPreviews() {
+    previewsHaveEnded = true; // a device that comes meanwhile isn't taken up
     const std::vector<ExtraPreview> extras = std::exchange(extraPreviews, {});
     co_await takeDown(micPreview);
     co_await takeDown(dawPreview);

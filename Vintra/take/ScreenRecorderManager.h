@@ -112,8 +112,8 @@ public:
     Task<> configureDawPreview();
     Task<> configureExtraPreviews();
     Task<> rebuildDawPreview();
-    /// Ends every preview, for the end of the program: afterwards no sample callback comes, so none is the
-    /// last to hold the controller. Not in a take.
+    /// Ends every preview for good, for the end of the program: afterwards no sample callback comes, so none
+    /// is the last to hold the controller. Not in a take.
     Task<> endPreviews();
 
     /// Ends the listening to the computer's sound and puts the user's own output back. To be called on every
@@ -551,6 +551,7 @@ private:
     AudioPreview micPreview;
     AudioPreview dawPreview;
     std::vector<ExtraPreview> extraPreviews;
+    bool previewsHaveEnded = false;
     std::unique_ptr<SystemAudioRelay> systemAudioRelay;
     std::optional<AudioObjectID> outputDeviceBeforeRecording; ///< where to put the default output back
     std::optional<SystemOutputClock> outputClockAtRecordingStart;

@@ -29,7 +29,8 @@ ProgramRun runProgram(const std::vector<std::string>& command) {
     posix_spawn_file_actions_destroy(&actions);
     if (started != 0) return run;
     int status = 0;
-    if (waitpid(process, &status, 0) == process && WIFEXITED(status)) run.exitCode = WEXITSTATUS(status);
+    if (waitpid(process, &status, 0) == process)
+        run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     run.output = folder.read("output");
     run.errors = folder.read("errors");
     return run;

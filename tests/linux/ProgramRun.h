@@ -7,7 +7,7 @@ namespace vintra {
 
 /// A program that was run to its end.
 struct ProgramRun {
-    int exitCode = -1; ///< -1 if it could not be started or was ended by a signal
+    int exitCode = -1; ///< 128 + the signal that ended it; -1 if it could not be started
     std::string output;
     std::string errors;
 };

@@ -193,7 +193,12 @@ TEST_F(AudioPreviewsTest, whenTheyEndNoSessionIsLeftAndNothingHoldsTheRecorder) 
     machine.complete(recorder->endPreviews());
     for (const char* const uid : {"mic.one", "daw.two", "multi.eight"})
         EXPECT_EQ(session(uid), nullptr) << uid;
-    EXPECT_FALSE(recorder->isMicPreviewRunning());
+    machine.complete(recorder->configureMicPreview()); // as a change of the devices does
+    machine.complete(recorder->configureDawPreview());
+    machine.complete(recorder->configureExtraPreviews());
+    EXPECT_EQ(session("mic.one"), nullptr);
+    EXPECT_EQ(session("multi.eight"), nullptr);
+    EXPECT_FALSE(recorder->isMicPreviewRunning() || recorder->isDawPreviewRunning());
     const std::weak_ptr<ScreenRecorderManager> left = recorder;
     recorder.reset();
     EXPECT_TRUE(left.expired());
