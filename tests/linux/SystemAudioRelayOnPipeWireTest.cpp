@@ -100,8 +100,8 @@ void SystemAudioRelayOnPipeWire::playFor(double seconds) {
         }
         wasQuiet = isQuiet;
     }
+    relay->stop(); // what it did last is counted too
     const auto telemetry = relay->telemetry();
-    relay->stop();
     std::cout << telemetry.summary(wallClock) << "\n"
               << quiet << " of " << seconds << " seconds were quiet; heard " << heard.frames << " frames, "
               << heard.repeats << " repeated, " << heard.skips << " skipped, " << heard.faults << " faults\n";
