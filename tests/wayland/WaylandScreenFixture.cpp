@@ -52,4 +52,12 @@ bool WaylandScreenFixture::waitForRest() {
     return false;
 }
 
+void WaylandScreenFixture::keepShowing() {
+    for (int i = 0; i < 10; ++i) {
+        window->touched({0, 0, window->width(), window->height()});
+        window->show();
+        clock.sleep(100'000);
+    }
+}
+
 } // namespace vintra

@@ -26,6 +26,9 @@ protected:
     std::shared_ptr<LinuxScreenStream> run();
     /// Until 200 ms bring no frame: sway may still be painting what a window before left behind.
     bool waitForRest();
+    /// The same picture again and again for a second: this portal may tell a second capture nothing of a
+    /// screen that is as it was before.
+    void keepShowing();
     void paint(WaylandWindow::Box box, uint32_t colour) {
         window->fill(box, colour);
         window->show();

@@ -208,9 +208,11 @@ TEST_F(WaylandScreenStreamTest, framesAreLeftOutWhileEveryPictureIsHeldAndTheLas
 TEST_F(WaylandScreenStreamTest, aStoppedStreamCanStartAgain) {
     const auto stream = run();
     stop(*stream);
-    paint({0, 0, 10, 10}, 0x654321);
     EXPECT_EQ(start(*stream), std::nullopt);
-    EXPECT_TRUE(waitForColour(0, 0, 0x654321));
+    EXPECT_TRUE(waitUntil([this] {
+        paint({0, 0, 10, 10}, 0x654321);
+        return newestPicture()->at(0, 0) == 0x654321;
+    }));
     stop(*stream);
 }
 

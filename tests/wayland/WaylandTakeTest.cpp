@@ -63,6 +63,7 @@ TEST_F(WaylandTakeTest, aColourOnTheScreenIsThatColourInTheMovie) {
         window->showAndAwaitFrame();
         const std::string name = "colour" + std::to_string(colour);
         ChildProcess take(command(name, {"--seconds", "1.5"}), environment());
+        keepShowing();
         const std::string text = take.restOfOutput();
         ASSERT_EQ(take.wait(), 0) << text;
         const auto mean = MediaProbe::meanColour(movie(name), 0, {20, 20, 600, 440});
@@ -77,6 +78,7 @@ TEST_F(WaylandTakeTest, aRegionShowsItsEvenPartOfTheDisplay) {
     window->fill({101, 53, 200, 176}, 0x20A040);
     window->showAndAwaitFrame();
     ChildProcess take(command("region", {"--seconds", "0.5", "--region", "101,53,201,177"}), environment());
+    keepShowing();
     const std::string text = take.restOfOutput();
     ASSERT_EQ(take.wait(), 0) << text;
     const MediaProbe probe(movie("region"));
@@ -111,6 +113,7 @@ TEST_F(WaylandTakeTest, aRegionIsJustThatPartOfTheDisplay) {
     window->fill({101, 51, 202, 101}, 0x3264C8);
     window->showAndAwaitFrame();
     ChildProcess take(command("region", {"--seconds", "0.5", "--region", "101,51,201,101"}), environment());
+    keepShowing();
     const std::string text = take.restOfOutput();
     ASSERT_EQ(take.wait(), 0) << text;
     const MediaProbe probe(movie("region"));
@@ -139,6 +142,7 @@ TEST_F(WaylandTakeTest, aDisplayThatGoesEndsTheTakeWhichIsSaved) {
     ChildProcess take(command("gone", {}), environment());
     // A movie that has grown holds pictures.
     ASSERT_TRUE(waitUntil([this] {
+        paint({0, 0, 100, 100}, 0x123456);
         std::error_code none;
         return std::filesystem::file_size(movie("gone").path(), none) > 2000 && !none;
     }));
