@@ -364,7 +364,9 @@ TEST_F(ComputerAudioEndToEndTest, aMonitorOfAnotherRateIsFollowedAndHeard) {
                            "{ stream.capture.sink=true }", "--format", "f32", heard.path()});
     ASSERT_TRUE(awaitFileOf(heard, 1));
     ASSERT_TRUE(awaitFileOf(folder.file("far_computer-audio.wav"), 1));
-    EXPECT_EQ(runProgram({"pw-play", played.path()}).exitCode, 0);
+    // Twice: a player that begins right after the change may still be linked to the output before.
+    for (int time = 0; time < 2; ++time)
+        EXPECT_EQ(runProgram({"pw-play", played.path()}).exitCode, 0);
     take.signal(SIGINT);
     const std::string text = take.restOfOutput();
     EXPECT_EQ(take.wait(), 0) << text;
