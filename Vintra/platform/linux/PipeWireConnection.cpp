@@ -16,8 +16,8 @@
 namespace vintra {
 namespace {
 
-// A session manager that has just begun fills its table in a few milliseconds. Whoever writes to it before
-// may wedge it (WirePlumber 0.4.13).
+// A session manager that has just begun fills its table first. Whoever writes to it meanwhile may wedge it
+// (WirePlumber 0.4.13).
 constexpr double secondsUntilTableIsFilled = 0.25;
 
 } // namespace

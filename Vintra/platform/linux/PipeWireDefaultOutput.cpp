@@ -12,8 +12,8 @@ constexpr const char* effectiveKey = "default.audio.sink";
 constexpr const char* configuredKey = "default.configured.audio.sink";
 constexpr const char* heldKey = "vintra.default.audio.sink"; ///< what was in force before the virtual device
 constexpr double secondsUntilRefused = 1.0;
-constexpr double secondsUntilConfirmed = 0.2; // a hundred times as long as an answer takes
-constexpr int mostReminders = 50;             // 10 s: a session manager has begun by then
+constexpr double secondsUntilConfirmed = 0.2; // a server that answers at all has done so by then
+constexpr int mostReminders = 50;             // 10 s; then the session manager has its way
 
 bool isVirtual(const std::optional<std::string>& name) {
     return name == kVirtualAudioDeviceName;

@@ -12,6 +12,7 @@
 #include <utility>
 
 namespace vintra {
+
 struct PipeWireIOStream::Events {
     static PipeWireIOStream& self(void* data) { return *static_cast<PipeWireIOStream*>(data); }
 
