@@ -148,8 +148,8 @@ Task<> ScreenRecorderManager::repairDeadEndOutput() {
         goOn();
     if (!repair) co_return;
     const std::string sentence =
-        repair->wasOurs ? "Vintra didn't shut down cleanly last time and left your sound going nowhere. Your "
-                          "output is back on "
+        repair->wasOurs ? "Vintra didn't shut down cleanly last time and left "
+                          "your sound going nowhere. Your output is back on "
                         : "Your Mac's sound output had been set to Vintra Audio, which is silent unless "
                           "Vintra is recording. Your output is back on ";
     lastError.set(sentence + repair->deviceName + ".");
@@ -186,8 +186,8 @@ void ScreenRecorderManager::handleSystemOutputClockChanged() {
     }
     lastError.set("Your output device's sample rate changed mid-recording (" + wholeHertz(before) + " → " +
                   wholeHertz(current->sampleRate) +
-                  "). The recording is unaffected, but what you're hearing may be off-pitch until you "
-                  "restart it.");
+                  "). The recording is unaffected, but what you're "
+                  "hearing may be off-pitch until you restart it.");
 }
 
 void ScreenRecorderManager::noteOutputClock() {

@@ -29,12 +29,12 @@ struct Describe {
         return "No display available to capture.";
     }
     std::string operator()(const RecordingError::MicrophoneAccessDenied&) const {
-        return "Microphone access was denied. Enable it in System Settings > Privacy & Security > "
-               "Microphone.";
+        return "Microphone access was denied. Enable it in "
+               "System Settings > Privacy & Security > Microphone.";
     }
     std::string operator()(const RecordingError::DuplicateAudioDevice&) const {
-        return "Mic and Virtual Input are set to the same device. Choose two different devices, or set one "
-               "to None.";
+        return "Mic and Virtual Input are set to the same device. "
+               "Choose two different devices, or set one to None.";
     }
     std::string operator()(const RecordingError::CameraAccessDenied&) const {
         return "Camera access was denied. Enable it in System Settings > Privacy & Security > Camera.";

@@ -77,8 +77,8 @@ std::string droppedFramesWarning(const TakeObservations& seen) {
         text = std::to_string(screen) + " screen and " + std::to_string(webcam) + " webcam frames";
     }
     text += screen + webcam == 1 ? " was" : " were";
-    text += " dropped because the encoder couldn't keep up — the video is complete but momentarily less "
-            "smooth.";
+    text += " dropped because the encoder couldn't keep up — "
+            "the video is complete but momentarily less smooth.";
     if (!seen.frameLossRemedy.empty()) text += " " + seen.frameLossRemedy;
     if (seen.volumeIsInternal == false)
         text += " This recording went to an external drive, so the internal disk may help too.";
@@ -91,10 +91,10 @@ void addMissingMedia(const TakeObservations& seen, std::vector<std::string>& war
                            ". That file is empty — check the device is connected and running at 48kHz.");
     }
     if (seen.webcamWithoutVideo) {
-        warnings.push_back("No video was captured from the webcam — that file has no picture in it. The "
-                           "camera was listed and armed but sent nothing, check it is switched on and in a "
-                           "mode that sends video, then open the preview to confirm you can see yourself "
-                           "before recording.");
+        warnings.push_back("No video was captured from the webcam — that file has no picture in it. "
+                           "The camera was listed and armed but sent nothing, check it "
+                           "is switched on and in a mode that sends video, then open "
+                           "the preview to confirm you can see yourself before recording.");
     }
     if (!seen.extraCamerasWithoutVideo.empty()) {
         warnings.push_back("No video was captured from " + joined(seen.extraCamerasWithoutVideo, ", ") +

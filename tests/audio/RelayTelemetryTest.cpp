@@ -71,11 +71,9 @@ TEST(RelayTelemetryTest, withoutARateNothingIsGivenInSeconds) {
     telemetry.fillLow = 100;
     telemetry.skips = 1;
     telemetry.firstSkipAtFrame = telemetry.lastSkipAtFrame = 4000;
-    EXPECT_EQ(
-        summary(telemetry),
-        "target 0 (0ms) · now 0 (0ms) · low 100 (0ms) · high 900 · 0 underruns, 0 overruns · 1 skips, 0 "
-        "repeats, 0 primes · buffers 0/0 (device allows unknown) · cycle in 0/out 0 · 0s @0.0k · out to "
-        "Speakers");
+    EXPECT_EQ(summary(telemetry), "target 0 (0ms) · now 0 (0ms) · low 100 (0ms) · high 900 · 0 underruns, "
+                                  "0 overruns · 1 skips, 0 repeats, 0 primes · buffers 0/0 (device "
+                                  "allows unknown) · cycle in 0/out 0 · 0s @0.0k · out to Speakers");
 }
 
 } // namespace

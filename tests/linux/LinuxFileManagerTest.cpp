@@ -101,9 +101,8 @@ TEST_F(LinuxFileManagerTest, aFullDiskIsToldWithWhatToDo) {
         FAIL();
     } catch (const SystemError& error) {
         EXPECT_EQ(error.code(), ENOSPC);
-        EXPECT_EQ(error.localizedDescription(),
-                  "The file “/dev/full” can't be written: the disk is full. Free some space on it or choose "
-                  "another disk.");
+        EXPECT_EQ(error.localizedDescription(), "The file “/dev/full” can't be written: the disk is full. "
+                                                "Free some space on it or choose another disk.");
     }
 }
 

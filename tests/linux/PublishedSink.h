@@ -18,9 +18,8 @@ public:
         : name(std::move(itsName))
         , environment(std::move(itsEnvironment)) {
         ChildProcess made({"pw-cli", "create-node", "adapter",
-                           "{ factory.name=support.null-audio-sink media.class=Audio/Sink object.linger=true "
-                           "session.suspend-timeout-seconds=0 "
-                           "node.name=" +
+                           "{ factory.name=support.null-audio-sink media.class=Audio/Sink "
+                           "object.linger=true session.suspend-timeout-seconds=0 node.name=" +
                                name + " " + properties + " }"},
                           environment);
         made.wait();

@@ -138,8 +138,7 @@ TEST_F(RegionTakeTest, aRegionIsCountedOnTheChosenDisplay) {
     EXPECT_EQ(beyond.code, 1);
     EXPECT_EQ(beyond.json.value("lastError", ""),
               "The region reaches beyond display " + right +
-                  " (RIGHT), which has 240×480 points: from 200,0 there is "
-                  "room for 40×480.");
+                  " (RIGHT), which has 240×480 points: from 200,0 there is room for 40×480.");
 }
 
 TEST_F(RegionTakeTest, whatIsNotThereIsRefusedAndNoFileIsMade) {
@@ -150,8 +149,7 @@ TEST_F(RegionTakeTest, whatIsNotThereIsRefusedAndNoFileIsMade) {
                       "--list shows the displays.");
     expectRefused({"--region", "600,400,100,100"},
                   "The region reaches beyond display " + display +
-                      " (screen), which has 640×480 points: from 600,400 there "
-                      "is room for 40×80.");
+                      " (screen), which has 640×480 points: from 600,400 there is room for 40×80.");
     expectRefused({"--display", "1", "--region", "0,0,10,10"},
                   "There is no display 1. --list shows the ones there are.");
 }

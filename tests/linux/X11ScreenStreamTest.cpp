@@ -248,10 +248,8 @@ protected:
 TEST_F(X11ScreenWithoutDamageTest, isRefusedInASentence) {
     const auto error = start(*makeStream(content().content.displays.at(0)));
     ASSERT_TRUE(error.has_value());
-    EXPECT_EQ(
-        error->localizedDescription(),
-        "This X server can't be recorded: it lacks the extensions DAMAGE and XFIXES, which tell when the "
-        "screen changes.");
+    EXPECT_EQ(error->localizedDescription(), "This X server can't be recorded: it lacks the extensions "
+                                             "DAMAGE and XFIXES, which tell when the screen changes.");
 }
 
 } // namespace vintra

@@ -325,14 +325,14 @@ TEST_F(OutputRoutingTest, anotherRateDuringATakeIsToldOfAgainstItsStart) {
     start();
     hardware.setDefaultSystemOutputDevice(headphones->id);
     machine.run(0.1);
-    EXPECT_EQ(lastError(), "Your output device's sample rate changed mid-recording (48000Hz → 44100Hz). The "
-                           "recording is unaffected, but what you're hearing may be off-pitch until you "
-                           "restart it.");
+    EXPECT_EQ(lastError(), "Your output device's sample rate changed mid-recording "
+                           "(48000Hz → 44100Hz). The recording is unaffected, "
+                           "but what you're hearing may be off-pitch until you restart it.");
     hardware.setNominalSampleRate("headphones", 96'000);
     machine.run(0.1);
-    EXPECT_EQ(lastError(), "Your output device's sample rate changed mid-recording (48000Hz → 96000Hz). The "
-                           "recording is unaffected, but what you're hearing may be off-pitch until you "
-                           "restart it.");
+    EXPECT_EQ(lastError(), "Your output device's sample rate changed mid-recording "
+                           "(48000Hz → 96000Hz). The recording is unaffected, "
+                           "but what you're hearing may be off-pitch until you restart it.");
     stop();
     recorder->lastError.set(std::nullopt);
     hardware.setNominalSampleRate("headphones", 44'100);

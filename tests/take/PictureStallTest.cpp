@@ -39,8 +39,8 @@ TEST(PictureStallTest, ofFourStretchesThreeAreTold) {
                                                               {.from = 20, .to = 22},
                                                               {.from = 30, .to = 32}},
                                                    .stoppedAt = std::nullopt});
-    EXPECT_EQ(stall->sentence, "Webcam (A) froze from 0:00 to 0:02, and from 0:10 to 0:12, and from 0:20 to "
-                               "0:22, and 1 more times.");
+    EXPECT_EQ(stall->sentence, "Webcam (A) froze from 0:00 to 0:02, and from 0:10 "
+                               "to 0:12, and from 0:20 to 0:22, and 1 more times.");
 }
 
 } // namespace

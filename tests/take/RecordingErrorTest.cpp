@@ -42,8 +42,8 @@ TEST(RecordingErrorTest, theOthersSayWhatToDoNext) {
         RecordingError::microphoneAccessDenied().errorDescription(),
         "Microphone access was denied. Enable it in System Settings > Privacy & Security > Microphone.");
     EXPECT_EQ(RecordingError::duplicateAudioDevice().errorDescription(),
-              "Mic and Virtual Input are set to the same device. Choose two different devices, or set one to "
-              "None.");
+              "Mic and Virtual Input are set to the same device. "
+              "Choose two different devices, or set one to None.");
     EXPECT_EQ(RecordingError::cameraAccessDenied().errorDescription(),
               "Camera access was denied. Enable it in System Settings > Privacy & Security > Camera.");
     EXPECT_EQ(RecordingError::systemAudioUnavailable().errorDescription(),

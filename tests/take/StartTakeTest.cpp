@@ -140,8 +140,8 @@ TEST_F(StartTakeTest, theSameDeviceOnMicAndVirtualInputFails) {
     selectMic("mic.one");
     recorder->selectedDawDeviceID.set("mic.one");
     start();
-    expectUndone("Mic and Virtual Input are set to the same device. Choose two different devices, or set one "
-                 "to None.");
+    expectUndone("Mic and Virtual Input are set to the same device. "
+                 "Choose two different devices, or set one to None.");
     EXPECT_TRUE(files().empty());
 }
 
@@ -179,18 +179,16 @@ TEST_F(StartTakeTest, aWindowThatHasGoneFailsAndNeverFallsBackToTheDisplay) {
     recorder->selectedWindowID.set(77);
     recorder->screenCaptureMode.set(CaptureModeChoice::window);
     start();
-    expectUndone("The window you chose isn't available any more — it may have been closed. Pick another "
-                 "window, or switch "
-                 "to Full screen.");
+    expectUndone("The window you chose isn't available any more — it may have "
+                 "been closed. Pick another window, or switch to Full screen.");
     EXPECT_EQ(machine.screenCapture->streamsMade, 0);
 }
 
 TEST_F(StartTakeTest, windowModeWithoutAWindowFailsTheSameWay) {
     recorder->screenCaptureMode.set(CaptureModeChoice::window);
     start();
-    expectUndone("The window you chose isn't available any more — it may have been closed. Pick another "
-                 "window, or switch "
-                 "to Full screen.");
+    expectUndone("The window you chose isn't available any more — it may have "
+                 "been closed. Pick another window, or switch to Full screen.");
 }
 
 TEST_F(StartTakeTest, aMicThatIsNotRunningFailsByItsName) {
@@ -264,9 +262,8 @@ TEST_F(StartTakeTest, aPlannedFileThatExistsFailsAndIsNotTouched) {
     machine.fileManager->disk->records.clear();
     selectMic();
     start();
-    expectUndone("Output files already exist: take_video.mov, take_mic.wav. Choose a different session name "
-                 "— recording "
-                 "over them would fail silently.");
+    expectUndone("Output files already exist: take_video.mov, take_mic.wav. "
+                 "Choose a different session name — recording over them would fail silently.");
     EXPECT_EQ(machine.fileManager->contents(path("take_mic.wav")), "an earlier take");
     EXPECT_FALSE(machine.fileManager->wasChanged(path("take_mic.wav")));
     EXPECT_FALSE(machine.fileManager->wasChanged(path("take_video.mov")));
@@ -359,11 +356,10 @@ TEST_F(StartTakeTest, computerAudioWithoutARelayIsRefusedAfterCaptureHasBegun) {
         EXPECT_EQ(made->status(), AVAssetWriterStatus::cancelled);
     EXPECT_EQ(machine.screenCapture->streamsMade, 1);
     EXPECT_EQ(machine.screenCapture->stream(), nullptr) << "the capture is let go";
-    expectUndone("Computer audio couldn't be routed through Vintra's audio driver, so this recording was "
-                 "stopped rather than "
-                 "saved without it. Check the driver is installed, and that your output device's sample rate "
-                 "is one Vintra "
-                 "Audio supports (44.1kHz or 48kHz).");
+    expectUndone(
+        "Computer audio couldn't be routed through Vintra's audio driver, so this recording "
+        "was stopped rather than saved without it. Check the driver is installed, "
+        "and that your output device's sample rate is one Vintra Audio supports (44.1kHz or 48kHz).");
     EXPECT_TRUE(files().empty());
 }
 

@@ -117,9 +117,8 @@ TEST_F(StopTakeTest, aTrackWithoutABufferIsToldOfAndNotPadded) {
     selectMic();
     recordFor(2);
     EXPECT_EQ(*recorder->statusMessage, "Saved with warnings");
-    EXPECT_EQ(lastError(),
-              "No audio was captured for: microphone. That file is empty — check the device is connected and "
-              "running at 48kHz.");
+    EXPECT_EQ(lastError(), "No audio was captured for: microphone. That file is empty — "
+                           "check the device is connected and running at 48kHz.");
 }
 
 TEST_F(StopTakeTest, aTrackOfZerosIsToldOf) {
@@ -151,10 +150,9 @@ TEST_F(StopTakeTest, aTrackThatEndsEarlyIsToldOfWithItsGap) {
     machine.audioHardware->unplug("mic.one");
     machine.run(5);
     stop();
-    EXPECT_EQ(lastError(),
-              "Recording stopped early on: microphone (5s short). Those tracks end before the rest of the "
-              "recording, so audio is missing from the end — the recording is incomplete and worth doing "
-              "again.");
+    EXPECT_EQ(lastError(), "Recording stopped early on: microphone (5s short). Those tracks "
+                           "end before the rest of the recording, so audio is missing from "
+                           "the end — the recording is incomplete and worth doing again.");
 }
 
 TEST_F(StopTakeTest, warningsAreHiddenFromTheWindowOnRequest) {

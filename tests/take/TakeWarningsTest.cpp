@@ -102,9 +102,9 @@ TEST(TakeWarningsTest, camerasWithoutPictureAreWordedApart) {
             "No video was captured from the webcam — that file has no picture in it. The camera was "
             "listed and armed but sent nothing, check it is switched on and in a mode that sends video, "
             "then open the preview to confirm you can see yourself before recording.",
-            "No video was captured from Cam B, Cam C — those files have no picture in them. Check each "
-            "camera is switched on and in a mode that sends video, and that its preview shows a picture "
-            "before recording."}));
+            "No video was captured from Cam B, Cam C — those files have no "
+            "picture in them. Check each camera is switched on and in a mode that "
+            "sends video, and that its preview shows a picture before recording."}));
 }
 
 TEST(TakeWarningsTest, pictureStallsMakeOneWarningInTheNumberTheyHave) {

@@ -169,10 +169,9 @@ TEST(OptionsTest, aWindowIsADecimalOrHexNumber) {
     EXPECT_EQ(accepted({"--window", "0"}).window, 0u);
     for (const char* text : {"", "0x", "x10", "0x1G", "0x-1", "0x+1", "-1", "1.5", "4294967296",
                              "0x100000000", "0x10000000000000000", "Notes", "12 "})
-        EXPECT_EQ(refused({"--window", text}),
-                  std::string("--window takes the number of a window as --list shows it, or in hex as 0x2A, "
-                              "not “") +
-                      text + "”.");
+        EXPECT_EQ(refused({"--window", text}), std::string("--window takes the number of a window as "
+                                                           "--list shows it, or in hex as 0x2A, not “") +
+                                                   text + "”.");
 }
 
 TEST(OptionsTest, oneThingOfTheScreenIsRecorded) {

@@ -32,17 +32,15 @@ TEST(RegionChoiceTest, whatLiesOutsideIsRefusedWithTheDisplaysSize) {
 }
 
 TEST(RegionChoiceTest, whatLiesPartlyOutsideIsRefusedWithTheRoomThereIs) {
-    EXPECT_EQ(
-        problem({{1800, 0}, {200, 100}}, kPlain),
-        "The region reaches beyond display 66 (HDMI-1), which has 1920×1080 points: from 1800,0 there is "
-        "room for 120×1080.");
+    EXPECT_EQ(problem({{1800, 0}, {200, 100}}, kPlain),
+              "The region reaches beyond display 66 (HDMI-1), which has "
+              "1920×1080 points: from 1800,0 there is room for 120×1080.");
     EXPECT_EQ(problem({{0, 0.5}, {1440, 900}}, kDense),
-              "The region reaches beyond display 5 (eDP-1), which has 1440×900 points: from 0,0.5 there is "
-              "room for 1440×899.5.");
-    EXPECT_EQ(
-        problem({{0, 0}, {910.67, 512}}, kOdd),
-        "The region reaches beyond display 7 (LVDS), which has 910.66×512 points: from 0,0 there is room "
-        "for 910.66×512.")
+              "The region reaches beyond display 5 (eDP-1), which has "
+              "1440×900 points: from 0,0.5 there is room for 1440×899.5.");
+    EXPECT_EQ(problem({{0, 0}, {910.67, 512}}, kOdd),
+              "The region reaches beyond display 7 (LVDS), which has "
+              "910.66×512 points: from 0,0 there is room for 910.66×512.")
         << "what is told to fit does";
 }
 

@@ -66,15 +66,14 @@ TEST(ScreenDropSummaryTest, aTakeWithoutLossesSaysSo) {
 }
 
 TEST(ScreenDropSummaryTest, lossesAreSpreadOverTensOfSeconds) {
-    EXPECT_EQ(screenDropSummary({1, 12, 15}, ""),
-              "last take dropped 3 screen frames · first at 1.00s, last at 15.00s · 1 in the first 3s · "
-              "0–10s: 1, 10–20s: 2");
+    EXPECT_EQ(screenDropSummary({1, 12, 15}, ""), "last take dropped 3 screen frames · first at 1.00s, "
+                                                  "last at 15.00s · 1 in the first 3s · 0–10s: 1, 10–20s: 2");
 }
 
 TEST(ScreenDropSummaryTest, aLossAtThreeSecondsIsNoLongerInTheFirstThree) {
     EXPECT_EQ(screenDropSummary({3.0, 2.996}, "on a beat"),
-              "last take dropped 2 screen frames · first at 3.00s, last at 3.00s · 1 in the first 3s · "
-              "0–10s: 2 · on a beat");
+              "last take dropped 2 screen frames · first at 3.00s, "
+              "last at 3.00s · 1 in the first 3s · 0–10s: 2 · on a beat");
 }
 
 TEST(ScreenDropSummaryTest, bucketsWithoutLossesAreLeftOutAndTheirOrderIsThatOfTime) {

@@ -10,16 +10,14 @@
 namespace vintra {
 namespace {
 
-constexpr const char* kDeclined =
-    "The screen wasn't shared: the desktop's question was declined. Start again and "
-    "choose what to share.";
+constexpr const char* kDeclined = "The screen wasn't shared: the desktop's question "
+                                  "was declined. Start again and choose what to share.";
 constexpr const char* kUnanswered =
     "The screen wasn't shared: the desktop ended its question without an answer. "
     "Start again; if that doesn't help, log in again.";
 constexpr const char* kNoScreenCast =
     "The screen can't be recorded: the desktop portal can't share the screen. "
-    "Install the one of your desktop (xdg-desktop-portal-gnome, -kde or -wlr), "
-    "and log in again.";
+    "Install the one of your desktop (xdg-desktop-portal-gnome, -kde or -wlr), and log in again.";
 
 /// A bus of its own with a portal that follows a script.
 class PortalScreenCastTest : public ::testing::Test {
@@ -111,9 +109,8 @@ TEST_F(PortalScreenCastTest, aWindowIsAskedForWhereThePortalSharesThem) {
 TEST_F(PortalScreenCastTest, aWindowIsRefusedWhereThePortalSharesOnlyDisplays) {
     begin({.sourceTypes = 1});
     EXPECT_EQ(refusal({.source = PortalScreenCast::Source::window}),
-              "A single window can't be recorded: the portal of this desktop shares only whole displays. "
-              "Record the "
-              "display, or a region of it.");
+              "A single window can't be recorded: the portal of this desktop "
+              "shares only whole displays. Record the display, or a region of it.");
     EXPECT_TRUE(portal->calls().empty());
 }
 
@@ -143,10 +140,8 @@ TEST_F(PortalScreenCastTest, aSessionWithoutAHandleIsASentence) {
 
 TEST_F(PortalScreenCastTest, aQuestionThatNobodyAnswersEndsInASentence) {
     begin({.silentAt = "Start"});
-    EXPECT_EQ(
-        refusal({.patience = 50'000'000}),
-        "The screen wasn't shared: nobody answered the desktop's question. Start again and choose what to "
-        "share.");
+    EXPECT_EQ(refusal({.patience = 50'000'000}), "The screen wasn't shared: nobody answered the desktop's "
+                                                 "question. Start again and choose what to share.");
 }
 
 TEST_F(PortalScreenCastTest, aPortalThatGoesDuringItsQuestionIsASentence) {
@@ -208,10 +203,8 @@ TEST_F(PortalScreenCastTest, withoutABusTheSentenceSaysSo) {
         PortalBus("unix:path=/nonexistent/bus", PortalBus::GivingUp{wakeUp, [] { return false; }});
         FAIL() << "not refused";
     } catch (const SystemError& error) {
-        EXPECT_EQ(
-            error.localizedDescription(),
-            "The screen can't be recorded: there is no session bus. Start Vintra inside of the desktop's "
-            "session.");
+        EXPECT_EQ(error.localizedDescription(), "The screen can't be recorded: there is no session bus. "
+                                                "Start Vintra inside of the desktop's session.");
     }
 }
 

@@ -11,10 +11,9 @@ namespace vintra {
 namespace {
 
 constexpr const char* kNoVirtualDevice =
-    "The computer's own sound goes through the virtual device Vintra Audio, which isn't there. To install "
-    "it, copy packaging/pipewire.conf.d/vintra-audio.conf to ~/.config/pipewire/pipewire.conf.d/ and restart "
-    "the "
-    "sound server: systemctl --user restart pipewire";
+    "The computer's own sound goes through the virtual device Vintra Audio, which isn't there. "
+    "To install it, copy packaging/pipewire.conf.d/vintra-audio.conf to "
+    "~/.config/pipewire/pipewire.conf.d/ and restart the sound server: systemctl --user restart pipewire";
 
 } // namespace
 

@@ -15,8 +15,8 @@ LinuxMainThread::LinuxMainThread()
     : wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
     if (!wakeUp.isOpen()) {
         throw SystemError("posix", errno,
-                          "The event loop can't be made: the system has too many files open. Close other "
-                          "programs and try again.");
+                          "The event loop can't be made: the system has too "
+                          "many files open. Close other programs and try again.");
     }
 }
 

@@ -36,8 +36,8 @@ struct PipeWireConnection::Events {
     static void error(void* data, uint32_t id, int, int result, const char*) {
         self(data).loop_.assertHeld();
         if (id == PW_ID_CORE && result == -EPIPE) {
-            self(data).lost("The PipeWire server has stopped, so there is no sound input until Vintra is "
-                            "started again.");
+            self(data).lost("The PipeWire server has stopped, so there is "
+                            "no sound input until Vintra is started again.");
         }
     }
     static void global(void* data, uint32_t id, uint32_t, const char* type, uint32_t,

@@ -17,8 +17,8 @@ constexpr int64_t kPatience = 15'000'000'000; // nanoseconds
 
 SystemError noBus() {
     return SystemError("portal", 1,
-                       "The screen can't be recorded: there is no session bus. Start Vintra inside of the "
-                       "desktop's session.");
+                       "The screen can't be recorded: there is no session bus. "
+                       "Start Vintra inside of the desktop's session.");
 }
 
 SystemError noPortal() {

@@ -64,8 +64,8 @@ void requireGranted(uint32_t code) {
     if (code == 0) return;
     if (code == 1) {
         throw SystemError("portal", 6,
-                          "The screen wasn't shared: the desktop's question was declined. Start again and "
-                          "choose what to share.");
+                          "The screen wasn't shared: the desktop's question "
+                          "was declined. Start again and choose what to share.");
     }
     throw SystemError(
         "portal", 7,
@@ -139,8 +139,8 @@ PortalScreenCast::Answer PortalScreenCast::ask(const char* member, const std::st
     const auto isOver = [&] { return answers.contains(path) || closed || portalHasGone; };
     if (!bus.waitUntil(isOver, monotonicNanoseconds() + patience)) {
         throw SystemError("portal", 10,
-                          "The screen wasn't shared: nobody answered the desktop's question. Start again and "
-                          "choose what to share.");
+                          "The screen wasn't shared: nobody answered the desktop's "
+                          "question. Start again and choose what to share.");
     }
     const auto found = answers.find(path);
     if (found == answers.end()) requireGranted(2);
@@ -173,9 +173,9 @@ PortalScreenCast::Stream PortalScreenCast::start(const Request& request) {
                           request.source == Source::window
                               ? "A single window can't be recorded: the portal of this desktop shares only "
                                 "whole displays. Record the display, or a region of it."
-                              : "The screen can't be recorded: the desktop portal can't share the screen. "
-                                "Install the one of your desktop (xdg-desktop-portal-gnome, -kde or -wlr), "
-                                "and log in again.");
+                              : "The screen can't be recorded: the desktop portal can't "
+                                "share the screen. Install the one of your desktop "
+                                "(xdg-desktop-portal-gnome, -kde or -wlr), and log in again.");
     }
     patience = request.patience;
     session = createSession();

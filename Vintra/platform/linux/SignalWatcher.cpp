@@ -32,8 +32,8 @@ SignalWatcher::SignalWatcher(LinuxMainThread& mainThread, std::initializer_list<
     int ends[2];
     if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) {
         throw SystemError("posix", errno,
-                          "Signals can't be watched: the system has too many files open. Close other "
-                          "programs and try again.");
+                          "Signals can't be watched: the system has too many "
+                          "files open. Close other programs and try again.");
     }
     readEnd = FileDescriptor(ends[0]);
     writeEnd = FileDescriptor(ends[1]);

@@ -64,8 +64,8 @@ PortalScreenCast::Stream WaylandCapture::askForDisplay(const SCDisplay& display)
     if (!other.empty()) {
         throw SystemError("portal", 8,
                           "The desktop was told to share " + other + ", but " + chosen->name +
-                              " is to be recorded. Choose the same one in Vintra and in the desktop's "
-                              "question.");
+                              " is to be recorded. Choose the same one "
+                              "in Vintra and in the desktop's question.");
     }
     tokens.keep(chosen->name, granted.restoreToken);
     return granted;

@@ -31,10 +31,9 @@ std::shared_ptr<SCStream> WaylandScreenCapture::makeStream(const SCContentFilter
     std::optional<SCDisplay> captured;
     if (const auto* const display = std::get_if<SCContentFilter::Display>(&filter.content)) {
         if (!display->excludingApplications.empty()) {
-            throw SystemError(
-                "wayland", 10,
-                "A program's windows can't be left out of a recording on this desktop. Move them "
-                "off what is recorded.");
+            throw SystemError("wayland", 10,
+                              "A program's windows can't be left out of a recording "
+                              "on this desktop. Move them off what is recorded.");
         }
         captured = display->display;
     } else if (std::get<SCContentFilter::DesktopIndependentWindow>(filter.content).window.windowID != 0) {

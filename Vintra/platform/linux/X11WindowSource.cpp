@@ -39,8 +39,7 @@ X11WindowSource::X11WindowSource(X11Display& display, uint32_t windowID)
     if (attributes.map_state != IsViewable) {
         throw SystemError(
             "x11", 14,
-            "The window to record isn't shown: it is minimised or hidden. Bring it up, and start "
-            "again.");
+            "The window to record isn't shown: it is minimised or hidden. Bring it up, and start again.");
     }
     if (attributes.c_class != InputOutput ||
         !hasReadablePixels(display, *attributes.visual, attributes.depth)) {
