@@ -35,12 +35,17 @@ if(VINTRA_THREAD_SAFETY)
   target_compile_options(vintra_options INTERFACE -Wthread-safety -Wthread-safety-beta)
 endif()
 
-# vintra_library(NAME [DEPENDS target...] [SYSTEM target...])
-# A static library of every .cpp in the current folder. DEPENDS names the layers below it: what is not
-# named can't be linked, so the build enforces the layering.
+# vintra_library(NAME [SOURCES file...] [DEPENDS target...] [SYSTEM target...])
+# A static library of the current folder: of SOURCES or else of every .cpp. DEPENDS names the libraries that it
+# includes and links; one that is not named can't be included (VintraLayers.cmake).
 function(vintra_library name)
-  cmake_parse_arguments(ARG "" "" "DEPENDS;SYSTEM" ${ARGN})
-  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS;SYSTEM" ${ARGN})
+  set(sources ${ARG_SOURCES})
+  if(NOT sources)
+    file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  endif()
+  file(RELATIVE_PATH folder ${CMAKE_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
+  vintra_layer(${name} FOLDER ${folder} SOURCES ${sources} DEPENDS ${ARG_DEPENDS})
   if(NOT sources)
     add_library(${name} INTERFACE)
     target_link_libraries(${name} INTERFACE vintra_options ${ARG_DEPENDS})
@@ -48,4 +53,13 @@ function(vintra_library name)
   endif()
   add_library(${name} STATIC ${sources})
   target_link_libraries(${name} PUBLIC vintra_options Threads::Threads ${ARG_DEPENDS} PRIVATE ${ARG_SYSTEM})
+endfunction()
+
+# vintra_program(NAME SOURCES file... [DEPENDS target...] [SYSTEM target...])
+# A program, which includes and links what DEPENDS names.
+function(vintra_program name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS;SYSTEM" ${ARGN})
+  vintra_layer(${name} SOURCES ${ARG_SOURCES} DEPENDS ${ARG_DEPENDS})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE vintra_options ${ARG_DEPENDS} ${ARG_SYSTEM})
 endfunction()
