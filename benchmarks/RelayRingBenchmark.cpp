@@ -18,30 +18,30 @@ namespace {
 
 using namespace vintra;
 
-constexpr int64_t cycleFrames = 512;
-constexpr size_t cycleSamples = cycleFrames * 2;
+constexpr int64_t kCycleFrames = 512;
+constexpr size_t kCycleSamples = kCycleFrames * 2;
 
 struct Cycle {
-    std::vector<float> samples = std::vector<float>(cycleSamples, 0.25f);
-    AudioBuffer buffer{2, cycleSamples * sizeof(float), samples.data()};
+    std::vector<float> samples = std::vector<float>(kCycleSamples, 0.25f);
+    AudioBuffer buffer{2, kCycleSamples * sizeof(float), samples.data()};
     AudioBufferList list() const { return {&buffer, 1}; }
 };
 
 void copyInAndOut(benchmark::State& state) {
     const Cycle in;
     Cycle out;
-    std::vector<float> between(cycleSamples);
+    std::vector<float> between(kCycleSamples);
     for (auto _ : state) {
-        std::memcpy(between.data(), in.samples.data(), cycleSamples * sizeof(float));
+        std::memcpy(between.data(), in.samples.data(), kCycleSamples * sizeof(float));
         benchmark::ClobberMemory();
-        std::memcpy(out.samples.data(), between.data(), cycleSamples * sizeof(float));
+        std::memcpy(out.samples.data(), between.data(), kCycleSamples * sizeof(float));
         benchmark::ClobberMemory();
     }
 }
 BENCHMARK(copyInAndOut);
 
 void consumeAndProduce(benchmark::State& state) {
-    RelayRing ring({2 * cycleFrames, false});
+    RelayRing ring({2 * kCycleFrames, false});
     const Cycle in;
     const Cycle out;
     ring.consume(in.list());
@@ -66,23 +66,23 @@ public:
     }
 
 private:
-    RelayRing ring{{2 * cycleFrames, false}};
+    RelayRing ring{{2 * kCycleFrames, false}};
 };
 
 /// The measure: the same bytes copied into and out of memory of the same size, with no lock and no account.
 class PlainCopy {
 public:
     void in(const Cycle& cycle, int64_t number) {
-        std::memcpy(place(number), cycle.samples.data(), cycleSamples * sizeof(float));
+        std::memcpy(place(number), cycle.samples.data(), kCycleSamples * sizeof(float));
     }
     void out(Cycle& cycle, int64_t number) {
-        std::memcpy(cycle.samples.data(), place(number), cycleSamples * sizeof(float));
+        std::memcpy(cycle.samples.data(), place(number), kCycleSamples * sizeof(float));
     }
     bool lostItsBalance() const { return false; }
 
 private:
-    float* place(int64_t number) { return between.data() + static_cast<size_t>(number % 32) * cycleSamples; }
-    std::vector<float> between = std::vector<float>(32 * cycleSamples);
+    float* place(int64_t number) { return between.data() + static_cast<size_t>(number % 32) * kCycleSamples; }
+    std::vector<float> between = std::vector<float>(32 * kCycleSamples);
 };
 
 /// Two threads that follow each other closely, as fast as they can: neither gets more than two cycles ahead,
@@ -90,7 +90,7 @@ private:
 template <typename Between>
 class FollowingThreads {
 public:
-    static constexpr int64_t calls = 200'000;
+    static constexpr int64_t kCalls = 200'000;
 
     void run() {
         between.in(cycle, 0);
@@ -102,7 +102,7 @@ public:
     }
     /// Microseconds of a pair: the sum of both sides.
     double percentile(double part) const {
-        const auto index = static_cast<size_t>(part * static_cast<double>(calls - 1));
+        const auto index = static_cast<size_t>(part * static_cast<double>(kCalls - 1));
         return consumed[index] + produced[index];
     }
     bool lostItsBalance() const { return between.lostItsBalance(); }
@@ -138,8 +138,8 @@ private:
     const Cycle cycle;
     std::atomic<int64_t> cyclesIn{0};
     std::atomic<int64_t> cyclesOut{0};
-    std::vector<double> consumed = std::vector<double>(calls);
-    std::vector<double> produced = std::vector<double>(calls);
+    std::vector<double> consumed = std::vector<double>(kCalls);
+    std::vector<double> produced = std::vector<double>(kCalls);
 };
 
 /// Each call timed by itself; the time of a reading of the clock is in it.

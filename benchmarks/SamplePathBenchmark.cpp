@@ -20,8 +20,8 @@ namespace {
 
 using namespace vintra;
 
-constexpr size_t framesPerBuffer = 512;
-constexpr int manyChannels = 32;
+constexpr size_t kFramesPerBuffer = 512;
+constexpr int kManyChannels = 32;
 
 CMSampleBuffer floatSound(size_t frames, uint32_t channels, float amplitude) {
     auto data = CMBlockBuffer::make(frames * channels * sizeof(float));
@@ -65,7 +65,7 @@ void copy(benchmark::State& state) {
     }
     countBytes(state, bytes);
 }
-BENCHMARK(copy)->Arg(framesPerBuffer)->Arg(framesPerBuffer* manyChannels);
+BENCHMARK(copy)->Arg(kFramesPerBuffer)->Arg(kFramesPerBuffer* kManyChannels);
 
 /// Peak and level alone.
 void gainOfUnity(benchmark::State& state) {
@@ -75,7 +75,7 @@ void gainOfUnity(benchmark::State& state) {
         benchmark::DoNotOptimize(applyGain(sound, 0, kGainCeiling).level);
     countBytes(state, frames * sizeof(float));
 }
-BENCHMARK(gainOfUnity)->Arg(framesPerBuffer)->Arg(framesPerBuffer* manyChannels);
+BENCHMARK(gainOfUnity)->Arg(kFramesPerBuffer)->Arg(kFramesPerBuffer* kManyChannels);
 
 /// Peak, level and scaling. Two gains that undo each other, so that the samples stay of one size.
 void gainUpAndDown(benchmark::State& state) {
@@ -88,16 +88,16 @@ void gainUpAndDown(benchmark::State& state) {
     }
     countBytes(state, frames * sizeof(float));
 }
-BENCHMARK(gainUpAndDown)->Arg(framesPerBuffer)->Arg(framesPerBuffer* manyChannels);
+BENCHMARK(gainUpAndDown)->Arg(kFramesPerBuffer)->Arg(kFramesPerBuffer* kManyChannels);
 
 void gainUpAndDownOfIntegers(benchmark::State& state) {
-    const auto sound = integerSound(framesPerBuffer, 3000);
+    const auto sound = integerSound(kFramesPerBuffer, 3000);
     double gain = 6;
     for (auto _ : state) {
         benchmark::DoNotOptimize(applyGain(sound, gain, kGainCeiling).level);
         gain = -gain;
     }
-    countBytes(state, framesPerBuffer * sizeof(int16_t));
+    countBytes(state, kFramesPerBuffer * sizeof(int16_t));
 }
 BENCHMARK(gainUpAndDownOfIntegers);
 
@@ -110,17 +110,17 @@ void signalInSilence(benchmark::State& state) {
         benchmark::DoNotOptimize(containsNonZeroSample(sound));
     countBytes(state, frames * sizeof(float));
 }
-BENCHMARK(signalInSilence)->Arg(framesPerBuffer)->Arg(framesPerBuffer* manyChannels);
+BENCHMARK(signalInSilence)->Arg(kFramesPerBuffer)->Arg(kFramesPerBuffer* kManyChannels);
 
 void oneChannelOf32(benchmark::State& state) {
-    const auto sound = floatSound(framesPerBuffer, manyChannels, 0.5f);
+    const auto sound = floatSound(kFramesPerBuffer, kManyChannels, 0.5f);
     MonoFormatCache formats;
     int channel = 0;
     for (auto _ : state) {
-        benchmark::DoNotOptimize(extractMonoChannel(channel, manyChannels, sound, 48000.0, formats));
-        channel = (channel + 1) % manyChannels;
+        benchmark::DoNotOptimize(extractMonoChannel(channel, kManyChannels, sound, 48000.0, formats));
+        channel = (channel + 1) % kManyChannels;
     }
-    countBytes(state, framesPerBuffer * sizeof(float));
+    countBytes(state, kFramesPerBuffer * sizeof(float));
 }
 BENCHMARK(oneChannelOf32);
 
@@ -146,28 +146,28 @@ public:
 /// All 32 channels of a device, each extracted, raised, metered and appended to a track whose file takes
 /// everything and does nothing. 100 times real time is 1% of a core.
 void allChannelsOf32(benchmark::State& state) {
-    const auto sound = floatSound(framesPerBuffer, manyChannels, 0.1f);
+    const auto sound = floatSound(kFramesPerBuffer, kManyChannels, 0.1f);
     const LinuxHostClock clock;
     DroppingMainThread mainThread;
     const auto levels = LevelsModel::make(clock, mainThread);
     MonoFormatCache formats;
-    std::vector<ExtraInputTrack> tracks(manyChannels);
-    for (int channel = 0; channel < manyChannels; ++channel) {
+    std::vector<ExtraInputTrack> tracks(kManyChannels);
+    for (int channel = 0; channel < kManyChannels; ++channel) {
         tracks[static_cast<size_t>(channel)].input = std::make_shared<TrivialInput>();
         tracks[static_cast<size_t>(channel)].configID = UUID{{static_cast<uint8_t>(channel)}};
     }
     for (auto _ : state) {
-        for (int channel = 0; channel < manyChannels; ++channel) {
-            const auto mono = extractMonoChannel(channel, manyChannels, sound, 48000.0, formats);
+        for (int channel = 0; channel < kManyChannels; ++channel) {
+            const auto mono = extractMonoChannel(channel, kManyChannels, sound, 48000.0, formats);
             const auto [gained, level] = applyGain(*mono, 6, kGainCeiling);
             auto& track = tracks[static_cast<size_t>(channel)];
             track.append(gained);
             levels->publish(LevelKey::extra(track.configID), level);
         }
     }
-    countBytes(state, framesPerBuffer * manyChannels * sizeof(float));
+    countBytes(state, kFramesPerBuffer * kManyChannels * sizeof(float));
     state.counters["times_real_time"] = benchmark::Counter(
-        static_cast<double>(state.iterations() * framesPerBuffer) / 48000, benchmark::Counter::kIsRate);
+        static_cast<double>(state.iterations() * kFramesPerBuffer) / 48000, benchmark::Counter::kIsRate);
 }
 BENCHMARK(allChannelsOf32);
 

@@ -10,12 +10,12 @@ namespace vintra {
 namespace {
 
 // Goal: one pass for the peak and at most one for the samples, on capture queues, of buffers that may lie at
-// any address. Method: both passes go in blocks of `blockSamples` with one running value a lane, which
+// any address. Method: both passes go in blocks of `kBlockSamples` with one running value a lane, which
 // compilers turn into vector instructions without leave to reorder floating-point sums; the rest of the
 // buffer goes through the same arithmetic one sample at a time, so where the blocks end changes no result.
-constexpr size_t blockSamples = 16;
+constexpr size_t kBlockSamples = 16;
 
-constexpr double fullScale16 = 32767;
+constexpr double kFullScale16 = 32767;
 
 struct Samples {
     uint8_t* bytes = nullptr;
@@ -24,12 +24,12 @@ struct Samples {
 
 template <typename Sample, typename Combine>
 Sample reduce(const Samples& samples, Combine combine) {
-    std::array<Sample, blockSamples> lanes{};
+    std::array<Sample, kBlockSamples> lanes{};
     size_t index = 0;
-    for (; index + blockSamples <= samples.count; index += blockSamples) {
-        std::array<Sample, blockSamples> block;
+    for (; index + kBlockSamples <= samples.count; index += kBlockSamples) {
+        std::array<Sample, kBlockSamples> block;
         std::memcpy(block.data(), samples.bytes + index * sizeof(Sample), sizeof block);
-        for (size_t lane = 0; lane < blockSamples; ++lane)
+        for (size_t lane = 0; lane < kBlockSamples; ++lane)
             lanes[lane] = combine(lanes[lane], block[lane]);
     }
     for (; index < samples.count; ++index) {
@@ -46,8 +46,8 @@ Sample reduce(const Samples& samples, Combine combine) {
 template <typename Sample, typename Change>
 void transform(const Samples& samples, Change change) {
     size_t index = 0;
-    for (; index + blockSamples <= samples.count; index += blockSamples) {
-        std::array<Sample, blockSamples> block;
+    for (; index + kBlockSamples <= samples.count; index += kBlockSamples) {
+        std::array<Sample, kBlockSamples> block;
         std::memcpy(block.data(), samples.bytes + index * sizeof(Sample), sizeof block);
         for (Sample& sample : block)
             sample = change(sample);
@@ -122,7 +122,7 @@ GainResult applyGain(const CMSampleBuffer& to, double gainDB, double ceilingFrac
     const bool isFloat = description->isFloat();
     if (description->isBigEndian() || description->mBitsPerChannel != (isFloat ? 32u : 16u)) return {to, 0};
     const Samples samples{pointer.bytes, pointer.totalLength / (isFloat ? sizeof(float) : sizeof(int16_t))};
-    const double fullScale = isFloat ? 1.0 : fullScale16;
+    const double fullScale = isFloat ? 1.0 : kFullScale16;
     const double peak = isFloat ? peakOfFloats(samples) : peakOfIntegers(samples);
     if (!(peak > 0)) return {to, 0};
 

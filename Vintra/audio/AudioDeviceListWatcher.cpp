@@ -2,8 +2,8 @@
 
 namespace vintra {
 
-AudioDeviceListWatcher::AudioDeviceListWatcher(AudioHardware& someHardware)
-    : hardware(someHardware) {}
+AudioDeviceListWatcher::AudioDeviceListWatcher(AudioHardware& hardware)
+    : hardware(hardware) {}
 
 void AudioDeviceListWatcher::start(std::function<void()> onChange) {
     if (listener) return;

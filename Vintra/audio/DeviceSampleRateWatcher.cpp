@@ -13,9 +13,9 @@ std::unique_ptr<DeviceSampleRateWatcher> DeviceSampleRateWatcher::make(AudioHard
     return nullptr;
 }
 
-DeviceSampleRateWatcher::DeviceSampleRateWatcher(AudioHardware& someHardware, AudioObjectID aDeviceID)
-    : hardware(someHardware)
-    , deviceID(aDeviceID) {}
+DeviceSampleRateWatcher::DeviceSampleRateWatcher(AudioHardware& hardware, AudioObjectID deviceID)
+    : hardware(hardware)
+    , deviceID(deviceID) {}
 
 void DeviceSampleRateWatcher::start(std::function<void()> onChange) {
     if (listener) return;

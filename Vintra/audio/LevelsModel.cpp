@@ -6,9 +6,9 @@ std::shared_ptr<LevelsModel> LevelsModel::make(const HostClock& hostClock, MainT
     return std::shared_ptr<LevelsModel>(new LevelsModel(hostClock, mainThread));
 }
 
-LevelsModel::LevelsModel(const HostClock& hostClock, MainThread& aMainThread)
+LevelsModel::LevelsModel(const HostClock& hostClock, MainThread& mainThread)
     : gate(hostClock)
-    , mainThread(aMainThread) {}
+    , mainThread(mainThread) {}
 
 void LevelsModel::publish(const LevelKey& key, float level) {
     if (!gate.allow(key)) return;

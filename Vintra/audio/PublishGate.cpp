@@ -2,8 +2,8 @@
 
 namespace vintra {
 
-PublishGate::PublishGate(const HostClock& aHostClock)
-    : hostClock(aHostClock) {}
+PublishGate::PublishGate(const HostClock& hostClock)
+    : hostClock(hostClock) {}
 
 bool PublishGate::allow(const LevelKey& key) {
     // Host times are compared as the rationals they are: two readings just `interval` apart pass.

@@ -8,14 +8,14 @@ namespace vintra {
 /// The state of a relay's ring and all that is counted on it. Counts of frames run from the start and are
 /// never wrapped. A value.
 struct RelayCounters {
-    static constexpr int64_t largest = std::numeric_limits<int64_t>::max();
+    static constexpr int64_t kLargest = std::numeric_limits<int64_t>::max();
 
     // One cache line of what both sides read and write in every cycle, then one of each side's own: the less
     // moves between their processors, the shorter a cycle.
     alignas(64) int64_t writeIndex = 0; ///< frames ever written
     int64_t readIndex = 0;              ///< frames ever consumed
     int64_t targetFillFrames = 0;       ///< changes by growth alone
-    int64_t fillLow = largest;          ///< while primed, since the last growth
+    int64_t fillLow = kLargest;         ///< while primed, since the last growth
     int64_t fillHigh = 0;
     int64_t fillHighAtFrame = 0; ///< `framesIn` then
     bool primed = false;         ///< false: the output is silent and lets the ring fill

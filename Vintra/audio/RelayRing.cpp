@@ -6,9 +6,9 @@
 namespace vintra {
 namespace {
 
-constexpr int64_t ringChannels = 2;
-constexpr int64_t bytesPerFrame = ringChannels * static_cast<int64_t>(sizeof(float));
-constexpr int64_t underrunsThatGrow = 3;
+constexpr int64_t kRingChannels = 2;
+constexpr int64_t kBytesPerFrame = kRingChannels * static_cast<int64_t>(sizeof(float));
+constexpr int64_t kUnderrunsThatGrow = 3;
 
 const AudioBuffer* firstStereoStream(AudioBufferList input) {
     const auto found = std::find_if(input.begin(), input.end(),
@@ -30,14 +30,14 @@ void silence(float* samples, int64_t frames, uint32_t channels) {
 
 RelayRing::RelayRing(RelayTarget target)
     : targetIsPinned(target.isPinned)
-    , ring(std::make_unique<float[]>(capacityFrames * ringChannels)) {
+    , ring(std::make_unique<float[]>(capacityFrames * kRingChannels)) {
     state.targetFillFrames = target.frames;
 }
 
 void RelayRing::consume(AudioBufferList input) noexcept {
     const AudioBuffer* const buffer = firstStereoStream(input);
     if (buffer == nullptr || buffer->mData == nullptr) return;
-    const int64_t frames = buffer->mDataByteSize / bytesPerFrame;
+    const int64_t frames = buffer->mDataByteSize / kBytesPerFrame;
     if (frames < 1) return;
 
     const Begun begun = beginConsume(frames);
@@ -46,7 +46,7 @@ void RelayRing::consume(AudioBufferList input) noexcept {
     const int64_t writable = overrun ? std::max<int64_t>(capacityFrames - begun.fill, 0) : frames;
     // In a full ring there is no room for the frame that would be skipped either.
     const int64_t stored = std::max<int64_t>(writable - skip, 0);
-    copyIn(begun.index, buffer->mData + skip * ringChannels, stored);
+    copyIn(begun.index, buffer->mData + skip * kRingChannels, stored);
     endConsume(stored, skip == 1, overrun);
 }
 
@@ -150,36 +150,37 @@ void RelayRing::noteFill() noexcept {
 void RelayRing::noteUnderrun() noexcept {
     ++state.underruns;
     ++state.underrunsSinceGrow;
-    const bool grows = !targetIsPinned && state.underrunsSinceGrow >= underrunsThatGrow &&
+    const bool grows = !targetIsPinned && state.underrunsSinceGrow >= kUnderrunsThatGrow &&
                        state.targetFillFrames < maxTargetFillFrames;
     if (!grows) return;
     state.targetFillFrames = std::min(2 * state.targetFillFrames, maxTargetFillFrames);
     state.underrunsSinceGrow = 0;
     ++state.grows;
     state.primed = false;
-    state.fillLow = RelayCounters::largest;
+    state.fillLow = RelayCounters::kLargest;
 }
 
 void RelayRing::copyIn(int64_t index, const float* from, int64_t frames) noexcept {
     const int64_t position = index % capacityFrames;
     const int64_t beforeWrap = std::min(frames, capacityFrames - position);
-    std::memcpy(ring.get() + position * ringChannels, from, static_cast<size_t>(beforeWrap * bytesPerFrame));
-    std::memcpy(ring.get(), from + beforeWrap * ringChannels,
-                static_cast<size_t>((frames - beforeWrap) * bytesPerFrame));
+    std::memcpy(ring.get() + position * kRingChannels, from,
+                static_cast<size_t>(beforeWrap * kBytesPerFrame));
+    std::memcpy(ring.get(), from + beforeWrap * kRingChannels,
+                static_cast<size_t>((frames - beforeWrap) * kBytesPerFrame));
 }
 
 void RelayRing::copyOut(int64_t index, float* to, int64_t frames, uint32_t channels) const noexcept {
-    if (channels == ringChannels) {
+    if (channels == kRingChannels) {
         const int64_t position = index % capacityFrames;
         const int64_t beforeWrap = std::min(frames, capacityFrames - position);
-        std::memcpy(to, ring.get() + position * ringChannels,
-                    static_cast<size_t>(beforeWrap * bytesPerFrame));
-        std::memcpy(to + beforeWrap * ringChannels, ring.get(),
-                    static_cast<size_t>((frames - beforeWrap) * bytesPerFrame));
+        std::memcpy(to, ring.get() + position * kRingChannels,
+                    static_cast<size_t>(beforeWrap * kBytesPerFrame));
+        std::memcpy(to + beforeWrap * kRingChannels, ring.get(),
+                    static_cast<size_t>((frames - beforeWrap) * kBytesPerFrame));
         return;
     }
     for (int64_t frame = 0; frame < frames; ++frame, to += channels) {
-        const float* const from = ring.get() + (index + frame) % capacityFrames * ringChannels;
+        const float* const from = ring.get() + (index + frame) % capacityFrames * kRingChannels;
         to[0] = from[0];
         to[1] = from[1];
         std::fill(to + 2, to + channels, 0.0f);

@@ -45,7 +45,7 @@ std::string RelayTelemetry::fillSummary() const {
     };
     std::string text = "target " + framesAndTime(targetFrames);
     text += " · now " + framesAndTime(fillNow);
-    text += " · low " + (fillLow == RelayCounters::largest ? std::string("—") : framesAndTime(fillLow));
+    text += " · low " + (fillLow == RelayCounters::kLargest ? std::string("—") : framesAndTime(fillLow));
     text += " · high " + std::to_string(fillHigh);
     if (sampleRate > 0 && fillHigh >= 1)
         text += " at " + fixedText(static_cast<double>(fillHighAtFrame) / sampleRate, 1) + "s";

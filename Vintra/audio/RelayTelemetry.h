@@ -21,7 +21,7 @@ struct RelayTelemetry {
     int64_t targetFrames = 0;
     int64_t grows = 0;
     int64_t fillNow = 0;
-    int64_t fillLow = RelayCounters::largest;
+    int64_t fillLow = RelayCounters::kLargest;
     int64_t fillHigh = 0;
     int64_t framesIn = 0;
     int64_t framesOut = 0;

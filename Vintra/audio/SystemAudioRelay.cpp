@@ -8,7 +8,7 @@ namespace vintra {
 namespace {
 
 constexpr uint32_t lowLatencyBufferFrames = 64;
-constexpr int64_t betweenLooksNanoseconds = 20'000'000; // at a rate that is to change
+constexpr int64_t kBetweenLooksNanoseconds = 20'000'000; // at a rate that is to change
 
 std::string wholeHertz(double rate) {
     return std::to_string(static_cast<int64_t>(rate)) + "Hz";
@@ -24,7 +24,7 @@ Task<> untilNextLook(Platform platform) {
     std::unique_ptr<DispatchTimer> timer;
     const auto begin = [&timer,
                         queue = platform.dispatchQueues->globalQueue(QualityOfService::utility)](auto done) {
-        timer = queue->makeTimer({.delayNanoseconds = betweenLooksNanoseconds}, done);
+        timer = queue->makeTimer({.delayNanoseconds = kBetweenLooksNanoseconds}, done);
         timer->resume();
     };
     co_await awaitCompletion<void>(*platform.mainThread, begin);
@@ -32,11 +32,11 @@ Task<> untilNextLook(Platform platform) {
 
 } // namespace
 
-SystemAudioRelay::SystemAudioRelay(Services someServices, AudioObjectID aSourceDevice,
-                                   AudioObjectID anOutputDevice, bool isLowLatency)
-    : services(someServices)
-    , sourceDevice(aSourceDevice)
-    , outputDevice(anOutputDevice)
+SystemAudioRelay::SystemAudioRelay(Services services, AudioObjectID sourceDevice, AudioObjectID outputDevice,
+                                   bool isLowLatency)
+    : services(services)
+    , sourceDevice(sourceDevice)
+    , outputDevice(outputDevice)
     , lowLatency(isLowLatency) {
     if (lowLatency) {
         restoreSourceBufferFrames = services.io.bufferFrameSize(sourceDevice).value_or(0);

@@ -10,16 +10,16 @@ std::optional<AudioObjectID> systemOutput(const AudioHardware& hardware) {
 
 } // namespace
 
-SystemOutputClockWatcher::SystemOutputClockWatcher(AudioHardware& someHardware)
-    : hardware(someHardware) {}
+SystemOutputClockWatcher::SystemOutputClockWatcher(AudioHardware& hardware)
+    : hardware(hardware) {}
 
 SystemOutputClockWatcher::~SystemOutputClockWatcher() {
     stop();
 }
 
-void SystemOutputClockWatcher::start(std::function<void()> anOnChange) {
+void SystemOutputClockWatcher::start(std::function<void()> whenChanged) {
     if (onChange) return;
-    onChange = std::move(anOnChange);
+    onChange = std::move(whenChanged);
     // A block is called no more once its listener has gone, and the listeners go with the watcher.
     defaultBlock = hardware.addPropertyListener(kAudioObjectSystemObject,
                                                 AudioProperty::defaultSystemOutputDevice, [this] {

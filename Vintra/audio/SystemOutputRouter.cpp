@@ -87,10 +87,10 @@ std::vector<Output> availableOutputs(const AudioHardware& hardware) {
     std::vector<Output> outputs;
     for (const AudioObjectID device : allDevices(hardware)) {
         if (!hasOutputs(hardware, device)) continue;
-        auto itsUID = uid(hardware, device);
-        auto itsName = name(hardware, device);
-        if (!itsUID || !itsName || *itsUID == virtualDeviceUID) continue;
-        outputs.push_back({std::move(*itsUID), std::move(*itsName)});
+        auto deviceUID = uid(hardware, device);
+        auto deviceName = name(hardware, device);
+        if (!deviceUID || !deviceName || *deviceUID == virtualDeviceUID) continue;
+        outputs.push_back({std::move(*deviceUID), std::move(*deviceName)});
     }
     return outputs;
 }
@@ -103,37 +103,37 @@ std::optional<AudioObjectID> switchToVirtualDevice(Services services) {
     const auto previousUID = uid(services.hardware, *previous);
     if (!previousUID) return std::nullopt;
     // First, while the old device is still the default: a crash at any later instant leaves the way back.
-    services.userDefaults.set(pendingRestoreKey, *previousUID);
+    services.userDefaults.set(kPendingRestoreKey, *previousUID);
     if (!services.hardware.setDefaultOutputDevice(*virtualDevice)) {
-        services.userDefaults.remove(pendingRestoreKey);
+        services.userDefaults.remove(kPendingRestoreKey);
         return std::nullopt;
     }
     return previous;
 }
 
 void noteRestoreTarget(Services services, AudioObjectID device) {
-    const auto itsUID = uid(services.hardware, device);
-    if (!itsUID || *itsUID == virtualDeviceUID) return;
-    services.userDefaults.set(pendingRestoreKey, *itsUID);
+    const auto deviceUID = uid(services.hardware, device);
+    if (!deviceUID || *deviceUID == virtualDeviceUID) return;
+    services.userDefaults.set(kPendingRestoreKey, *deviceUID);
 }
 
 void restore(Services services, std::optional<AudioObjectID> to) {
     if (!to) {
-        const auto pending = stringForKey(services.userDefaults, pendingRestoreKey);
+        const auto pending = stringForKey(services.userDefaults, kPendingRestoreKey);
         if (pending) to = deviceID(services.hardware, *pending);
     }
     if (to) services.hardware.setDefaultOutputDevice(*to);
-    services.userDefaults.remove(pendingRestoreKey);
+    services.userDefaults.remove(kPendingRestoreKey);
 }
 
 Task<std::optional<DeadEndRepair>> repairDeadEndOutput(Platform platform) {
-    const auto pending = stringForKey(*platform.userDefaults, pendingRestoreKey);
+    const auto pending = stringForKey(*platform.userDefaults, kPendingRestoreKey);
     const auto begin = [queue = platform.dispatchQueues->globalQueue(QualityOfService::utility),
                         hardware = platform.audioHardware, pending](auto done) {
         queue->async([hardware, pending, done] { done(repair(*hardware, pending)); });
     };
     auto repaired = co_await awaitCompletion<std::optional<DeadEndRepair>>(*platform.mainThread, begin);
-    platform.userDefaults->remove(pendingRestoreKey);
+    platform.userDefaults->remove(kPendingRestoreKey);
     co_return repaired;
 }
 

@@ -22,7 +22,7 @@ namespace SystemOutputRouter {
 /// The loopback device that stands beside the program.
 inline constexpr const char* virtualDeviceUID = "VintraAudioDevice";
 /// The setting that holds the uid of the device to return to.
-inline constexpr const char* pendingRestoreKey = "systemOutputPendingRestoreUID";
+inline constexpr const char* kPendingRestoreKey = "systemOutputPendingRestoreUID";
 
 struct Services {
     AudioHardware& hardware;

@@ -11,8 +11,8 @@ namespace {
 int wholePixels(double scale, double points) {
     const double pixels = std::floor(scale * points);
     if (!(pixels > 0)) return 0;
-    constexpr int kMost = std::numeric_limits<int>::max();
-    return pixels >= kMost ? kMost : static_cast<int>(pixels);
+    constexpr int most = std::numeric_limits<int>::max();
+    return pixels >= most ? most : static_cast<int>(pixels);
 }
 
 int evenAtLeastTwo(int pixels) {

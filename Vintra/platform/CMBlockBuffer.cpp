@@ -5,10 +5,10 @@
 
 namespace vintra {
 
-CMBlockBuffer::CMBlockBuffer(std::vector<Piece> somePieces, std::shared_ptr<void> anOwner)
-    : pieces(std::move(somePieces))
-    , owner(std::move(anOwner)) {
-    for (const Piece& piece : pieces)
+CMBlockBuffer::CMBlockBuffer(std::vector<Piece> pieces, std::shared_ptr<void> owner)
+    : pieces(std::move(pieces))
+    , owner(std::move(owner)) {
+    for (const Piece& piece : this->pieces)
         total += piece.length;
 }
 

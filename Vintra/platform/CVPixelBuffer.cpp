@@ -19,13 +19,13 @@ std::shared_ptr<uint8_t> alignedMemory(size_t bytes) {
 
 } // namespace
 
-CVPixelBuffer::CVPixelBuffer(uint32_t aFormat, size_t width, size_t height, std::vector<Plane> somePlanes,
-                             std::shared_ptr<void> anOwner)
-    : format(aFormat)
+CVPixelBuffer::CVPixelBuffer(uint32_t format, size_t width, size_t height, std::vector<Plane> planes,
+                             std::shared_ptr<void> owner)
+    : format(format)
     , pixelWidth(width)
     , pixelHeight(height)
-    , planes(std::move(somePlanes))
-    , owner(std::move(anOwner)) {}
+    , planes(std::move(planes))
+    , owner(std::move(owner)) {}
 
 std::shared_ptr<CVPixelBuffer> CVPixelBuffer::make(uint32_t pixelFormat, size_t width, size_t height) {
     if (pixelFormat == kCVPixelFormatType_32BGRA) {

@@ -13,8 +13,8 @@ void stopForProgramFault(const char* fault) {
 
 int64_t checkedInt64(double value) {
     // 2^63 is the first double beyond the range; its negative is the last within. A NaN fails both.
-    constexpr double kBound = 9223372036854775808.0;
-    if (!(value >= -kBound && value < kBound)) stopForProgramFault("a number is no 64-bit whole number");
+    constexpr double bound = 9223372036854775808.0;
+    if (!(value >= -bound && value < bound)) stopForProgramFault("a number is no 64-bit whole number");
     return static_cast<int64_t>(value);
 }
 

@@ -105,8 +105,8 @@ public:
 
 private:
     friend promise_type;
-    explicit Task(Handle aHandle)
-        : handle(aHandle) {}
+    explicit Task(Handle handle)
+        : handle(handle) {}
     Handle handle;
 };
 
@@ -146,8 +146,8 @@ public:
 private:
     struct Root {
         struct promise_type {
-            promise_type(TaskScope& aScope, Task<void>&)
-                : scope(aScope) {
+            promise_type(TaskScope& scope, Task<void>&)
+                : scope(scope) {
                 scope.running.insert(address());
             }
             ~promise_type() { scope.running.erase(address()); }
@@ -183,9 +183,9 @@ struct CompletionAwaiter {
     using Function = std::conditional_t<std::is_void_v<Value>, std::function<void()>,
                                         std::function<void(CompletionValue<Value>)>>;
 
-    CompletionAwaiter(MainThread& aMainThread, std::function<void(Function)> aBegin)
-        : mainThread(aMainThread)
-        , begin(std::move(aBegin)) {}
+    CompletionAwaiter(MainThread& mainThread, std::function<void(Function)> begin)
+        : mainThread(mainThread)
+        , begin(std::move(begin)) {}
     CompletionAwaiter(const CompletionAwaiter&) = delete;
     CompletionAwaiter& operator=(const CompletionAwaiter&) = delete;
     ~CompletionAwaiter() { state->waiting = nullptr; }

@@ -7,7 +7,7 @@
 namespace vintra {
 namespace {
 
-constexpr size_t shownNames = 4;
+constexpr size_t kShownNames = 4;
 
 struct Describe {
     std::string operator()(const RecordingError::CannotConfigureWriter& error) const {
@@ -15,7 +15,7 @@ struct Describe {
     }
     std::string operator()(const RecordingError::OutputFilesExist& error) const {
         const auto& names = error.names;
-        const size_t shown = std::min(names.size(), shownNames);
+        const size_t shown = std::min(names.size(), kShownNames);
         std::string text = "Output files already exist: ";
         text += joined({names.begin(), names.begin() + static_cast<std::ptrdiff_t>(shown)}, ", ");
         if (names.size() > shown) text += " (and " + std::to_string(names.size() - shown) + " more)";
@@ -52,8 +52,8 @@ struct Describe {
 
 } // namespace
 
-RecordingError::RecordingError(Case aCase)
-    : kind_(std::move(aCase))
+RecordingError::RecordingError(Case kind)
+    : kind_(std::move(kind))
     , errorDescription_(std::visit(Describe{}, kind_)) {}
 
 RecordingError RecordingError::cannotConfigureWriter(std::string name) {

@@ -43,7 +43,7 @@ public:
     static RecordingError systemAudioUnavailable();
     static RecordingError windowUnavailable();
 
-    explicit RecordingError(Case aCase);
+    explicit RecordingError(Case kind);
 
     const Case& kind() const { return kind_; }
     template <typename Alternative>

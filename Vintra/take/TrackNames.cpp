@@ -6,7 +6,7 @@
 namespace vintra {
 namespace {
 
-constexpr std::string_view videoEnding = "_video";
+constexpr std::string_view kVideoEnding = "_video";
 
 URL besideVideo(const URL& videoURL, const std::string& ending) {
     return videoURL.deletingLastPathComponent().appendingPathComponent(takeBaseName(videoURL) + ending);
@@ -21,7 +21,7 @@ std::string cleanedSuffix(const std::string& name) {
 
 std::string takeBaseName(const URL& forVideoURL) {
     std::string base = forVideoURL.stem();
-    if (base.ends_with(videoEnding)) base.resize(base.size() - videoEnding.size());
+    if (base.ends_with(kVideoEnding)) base.resize(base.size() - kVideoEnding.size());
     return base;
 }
 

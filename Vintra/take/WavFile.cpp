@@ -11,13 +11,13 @@
 namespace vintra {
 namespace {
 
-constexpr uint64_t smallestFile = 45; ///< a header of 44 bytes and one byte of sound
-constexpr size_t headerLimit = 65'536;
-constexpr size_t firstChunk = 12;
-constexpr size_t chunkHeaderLength = 8;
-constexpr size_t formatLength = 16;
-constexpr double largestGapLeftAlone = 0.01; ///< seconds
-constexpr size_t pieceLength = 4'194'304;
+constexpr uint64_t kSmallestFile = 45; ///< a header of 44 bytes and one byte of sound
+constexpr size_t kHeaderLimit = 65'536;
+constexpr size_t kFirstChunk = 12;
+constexpr size_t kChunkHeaderLength = 8;
+constexpr size_t kFormatLength = 16;
+constexpr double kLargestGapLeftAlone = 0.01; ///< seconds
+constexpr size_t kPieceLength = 4'194'304;
 
 uint32_t read16(const uint8_t* bytes) {
     return static_cast<uint32_t>(bytes[0] | bytes[1] << 8);
@@ -38,10 +38,10 @@ bool hasTag(const uint8_t* bytes, const char (&tag)[5]) {
     return std::memcmp(bytes, tag, 4) == 0;
 }
 
-/// Up to `headerLimit` bytes from the file's front.
+/// Up to `kHeaderLimit` bytes from the file's front.
 std::vector<uint8_t> readFront(FileManager& files, const URL& at) {
     const auto file = files.openForReading(at);
-    std::vector<uint8_t> front(headerLimit);
+    std::vector<uint8_t> front(kHeaderLimit);
     size_t length = 0;
     while (length < front.size()) {
         const size_t count = file->read(front.data() + length, front.size() - length);
@@ -63,11 +63,11 @@ struct Chunks {
 /// Walks the chunks up to "data"; nothing if the walk leaves the bytes before.
 std::optional<Chunks> walkChunks(const std::vector<uint8_t>& front) {
     Chunks chunks;
-    uint64_t cursor = firstChunk;
-    while (cursor + chunkHeaderLength <= front.size()) {
+    uint64_t cursor = kFirstChunk;
+    while (cursor + kChunkHeaderLength <= front.size()) {
         const uint8_t* const header = front.data() + cursor;
         const uint32_t size = read32(header + 4);
-        const uint64_t body = cursor + chunkHeaderLength;
+        const uint64_t body = cursor + kChunkHeaderLength;
         if (hasTag(header, "data")) {
             chunks.dataStart = body;
             chunks.dataSize = size;
@@ -84,10 +84,10 @@ std::optional<Chunks> walkChunks(const std::vector<uint8_t>& front) {
 }
 
 std::optional<WavHeader> parseHeader(const std::vector<uint8_t>& front, uint64_t fileSize) {
-    if (front.size() < smallestFile) return std::nullopt;
+    if (front.size() < kSmallestFile) return std::nullopt;
     if (!hasTag(front.data(), "RIFF") || !hasTag(front.data() + 8, "WAVE")) return std::nullopt;
     const auto chunks = walkChunks(front);
-    if (!chunks || chunks->format == nullptr || chunks->formatSize < formatLength) return std::nullopt;
+    if (!chunks || chunks->format == nullptr || chunks->formatSize < kFormatLength) return std::nullopt;
     if (fileSize < chunks->dataStart) return std::nullopt;
 
     const uint32_t channels = read16(chunks->format + 2);
@@ -113,7 +113,7 @@ std::vector<uint8_t> paddedHeader(const WavHeader& header, uint64_t padBytes) {
 }
 
 void writeSilence(FileHandle& file, uint64_t length) {
-    const std::vector<uint8_t> zeros(static_cast<size_t>(std::min<uint64_t>(length, pieceLength)));
+    const std::vector<uint8_t> zeros(static_cast<size_t>(std::min<uint64_t>(length, kPieceLength)));
     while (length > 0) {
         const auto count = static_cast<size_t>(std::min<uint64_t>(length, zeros.size()));
         file.write(zeros.data(), count);
@@ -122,7 +122,7 @@ void writeSilence(FileHandle& file, uint64_t length) {
 }
 
 void copyRest(FileHandle& source, FileHandle& destination) {
-    std::vector<uint8_t> piece(pieceLength);
+    std::vector<uint8_t> piece(kPieceLength);
     while (const size_t count = source.read(piece.data(), piece.size()))
         destination.write(piece.data(), count);
 }
@@ -171,13 +171,13 @@ void replaceByPadded(FileManager& files, const URL& at, const URL& temporary, co
 
 std::optional<WavHeader> readWavHeader(FileManager& files, const URL& at) {
     const uint64_t fileSize = files.sizeOfFile(at);
-    if (fileSize < smallestFile) return std::nullopt;
+    if (fileSize < kSmallestFile) return std::nullopt;
     return parseHeader(readFront(files, at), fileSize);
 }
 
 void padWavFileWithLeadingSilence(FileManager& files, ProcessInfo& process, const URL& at,
                                   double gapSeconds) {
-    if (!std::isfinite(gapSeconds) || !(gapSeconds > largestGapLeftAlone)) return;
+    if (!std::isfinite(gapSeconds) || !(gapSeconds > kLargestGapLeftAlone)) return;
     try {
         const auto header = readWavHeader(files, at);
         const uint64_t padBytes = header ? paddingLength(*header, gapSeconds) : 0;

@@ -49,8 +49,8 @@ int64_t soundTicks(CMTime duration) {
 /// One document in the making.
 class Writer {
 public:
-    explicit Writer(const Take& aTake)
-        : take(aTake) {}
+    explicit Writer(const Take& take)
+        : take(take) {}
 
     std::string document() {
         const std::string sequenceFormat = formatOf(3840, 2160, take.rate);

@@ -6,30 +6,29 @@
 
 namespace vintra::TimelineFile {
 
-Node::Node(std::string aName, Attributes attributes, std::vector<Node> someChildren)
-    : name(std::move(aName))
+Node::Node(std::string name, Attributes attributes, std::vector<Node> children)
+    : name(std::move(name))
     , attrs(std::move(attributes))
-    , children(std::move(someChildren)) {}
+    , children(std::move(children)) {}
 
-Node::Node(std::string aName, const std::map<std::string, std::string>& attributes,
-           std::vector<Node> someChildren)
-    : name(std::move(aName))
+Node::Node(std::string name, const std::map<std::string, std::string>& attributes, std::vector<Node> children)
+    : name(std::move(name))
     , attrs(attributes.begin(), attributes.end())
-    , children(std::move(someChildren)) {}
+    , children(std::move(children)) {}
 
-Node Node::withValue(std::string aName, std::string value) {
-    Node node(std::move(aName));
+Node Node::withValue(std::string name, std::string value) {
+    Node node(std::move(name));
     node.value = std::move(value);
     return node;
 }
 
-Node Node::withValue(std::string aName, int64_t value) {
-    return withValue(std::move(aName), std::to_string(value));
+Node Node::withValue(std::string name, int64_t value) {
+    return withValue(std::move(name), std::to_string(value));
 }
 
-void Node::add(std::vector<Node> someChildren) {
-    children.insert(children.end(), std::make_move_iterator(someChildren.begin()),
-                    std::make_move_iterator(someChildren.end()));
+void Node::add(std::vector<Node> more) {
+    children.insert(children.end(), std::make_move_iterator(more.begin()),
+                    std::make_move_iterator(more.end()));
 }
 
 std::string Node::text(size_t depth) const {

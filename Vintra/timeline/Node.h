@@ -18,15 +18,15 @@ struct Node {
     std::optional<std::string> value; ///< where present, the children are not printed
     std::vector<Node> children;
 
-    explicit Node(std::string aName, Attributes attributes = {}, std::vector<Node> someChildren = {});
+    explicit Node(std::string name, Attributes attributes = {}, std::vector<Node> children = {});
     /// Sorts the attributes by key.
-    Node(std::string aName, const std::map<std::string, std::string>& attributes,
-         std::vector<Node> someChildren = {});
-    static Node withValue(std::string aName, std::string value);
-    static Node withValue(std::string aName, int64_t value);
+    Node(std::string name, const std::map<std::string, std::string>& attributes,
+         std::vector<Node> children = {});
+    static Node withValue(std::string name, std::string value);
+    static Node withValue(std::string name, int64_t value);
 
     void add(Node child) { children.push_back(std::move(child)); }
-    void add(std::vector<Node> someChildren);
+    void add(std::vector<Node> more);
 
     /// Indented by `depth` tabs, without a line feed at the end.
     std::string text(size_t depth) const;

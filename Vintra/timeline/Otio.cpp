@@ -36,9 +36,9 @@ JSON makeTrack(std::string name, const char* kind, JSON clip, JSON::Object notes
 /// One document in the making.
 class Writer {
 public:
-    explicit Writer(const Take& aTake)
-        : take(aTake)
-        , fps(aTake.rate.framesPerSecond()) {}
+    explicit Writer(const Take& take)
+        : take(take)
+        , fps(take.rate.framesPerSecond()) {}
 
     JSON timeline() {
         for (const Media& sound : take.sounds)

@@ -86,10 +86,10 @@ Node outputsNode() {
 /// file carries the file's description, later ones refer to it.
 class Writer {
 public:
-    explicit Writer(const Take& aTake)
-        : take(aTake)
-        , pictures(aTake.pictures())
-        , sounds(premiereSounds(aTake)) {
+    explicit Writer(const Take& take)
+        : take(take)
+        , pictures(take.pictures())
+        , sounds(premiereSounds(take)) {
         for (const Media& picture : pictures) {
             numberFile(picture);
             picturePositions.try_emplace(picture.url, picturePositions.size());

@@ -2,10 +2,10 @@
 
 namespace vintra {
 
-TimelineEditorSetting::TimelineEditorSetting(std::shared_ptr<UserDefaults> aDefaults,
-                                             std::shared_ptr<Workspace> aWorkspace)
-    : defaults(std::move(aDefaults))
-    , workspace(std::move(aWorkspace)) {}
+TimelineEditorSetting::TimelineEditorSetting(std::shared_ptr<UserDefaults> defaults,
+                                             std::shared_ptr<Workspace> workspace)
+    : defaults(std::move(defaults))
+    , workspace(std::move(workspace)) {}
 
 TimelineEditor TimelineEditorSetting::current() {
     if (const auto stored = stringForKey(*defaults, kTimelineEditorKey))

@@ -12,7 +12,7 @@ namespace {
 
 using namespace tests;
 
-constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
+constexpr float kNotANumber = std::numeric_limits<float>::quiet_NaN();
 
 struct Applied {
     std::vector<float> samples;
@@ -194,13 +194,13 @@ TEST(ApplyGainTest, layoutsThatAreNotCapturedStayAsTheyAre) {
 }
 
 TEST(ApplyGainTest, samplesThatAreNoNumbersNeitherRaiseThePeakNorReachTheMeter) {
-    const auto [samples, level] = applied({0.25f, notANumber, 0.1f}, 6);
+    const auto [samples, level] = applied({0.25f, kNotANumber, 0.1f}, 6);
     EXPECT_NEAR(samples[0], 0.25 * std::pow(10, 0.3), 1e-6);
     EXPECT_TRUE(std::isnan(samples[1]));
     EXPECT_NEAR(level, (20 * std::log10(0.25) + 66) / 60, 1e-6);
-    EXPECT_EQ(applied({notANumber}, 6).level, 0);
+    EXPECT_EQ(applied({kNotANumber}, 6).level, 0);
     EXPECT_EQ(applied({std::numeric_limits<float>::infinity()}, 6).level, 1);
-    EXPECT_EQ(applied({0.5f}, notANumber).samples[0], 0.5f);
+    EXPECT_EQ(applied({0.5f}, kNotANumber).samples[0], 0.5f);
 }
 
 } // namespace

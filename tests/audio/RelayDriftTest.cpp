@@ -11,10 +11,10 @@
 namespace vintra {
 namespace {
 
-constexpr double nominalRate = 48'000;
-constexpr double hour = 3600;
+constexpr double kNominalRate = 48'000;
+constexpr double kHour = 3600;
 /// Passages of the cycles of one side over those of the other that a relay may take to find its target.
-constexpr int settlingPassages = 40;
+constexpr int kSettlingPassages = 40;
 
 struct Devices {
     int64_t sourceFrames;
@@ -31,7 +31,7 @@ void PrintTo(const Devices& devices, std::ostream* out) {
 /// From one passage of the shorter cycles over the longer ones to the next.
 double secondsBetweenPassages(const Devices& devices) {
     const auto shorter = static_cast<double>(std::min(devices.sourceFrames, devices.outputFrames));
-    return shorter / (nominalRate * std::abs(devices.sourcePPM) * 1e-6);
+    return shorter / (kNominalRate * std::abs(devices.sourcePPM) * 1e-6);
 }
 
 /// Lowest and highest fill that output cycles found.
@@ -42,21 +42,21 @@ struct FillRange {
 
 class SimulatedRelay {
 public:
-    explicit SimulatedRelay(const Devices& someDevices)
-        : devices(someDevices)
-        , ring(RelayTarget::initial(static_cast<uint32_t>(someDevices.sourceFrames),
-                                    static_cast<uint32_t>(someDevices.outputFrames), 0))
-        , input(static_cast<size_t>(someDevices.sourceFrames) * 2)
-        , output(static_cast<size_t>(someDevices.outputFrames) * 2) {}
+    explicit SimulatedRelay(const Devices& devices)
+        : devices(devices)
+        , ring(RelayTarget::initial(static_cast<uint32_t>(devices.sourceFrames),
+                                    static_cast<uint32_t>(devices.outputFrames), 0))
+        , input(static_cast<size_t>(devices.sourceFrames) * 2)
+        , output(static_cast<size_t>(devices.outputFrames) * 2) {}
 
     FillRange run(double seconds) {
         end += seconds;
         FillRange range;
-        const double sourceRate = nominalRate * (1 + devices.sourcePPM * 1e-6);
+        const double sourceRate = kNominalRate * (1 + devices.sourcePPM * 1e-6);
         while (true) {
             const double nextIn =
                 static_cast<double>((cyclesIn + 1) * devices.sourceFrames) / sourceRate + lateness;
-            const double nextOut = static_cast<double>((cyclesOut + 1) * devices.outputFrames) / nominalRate;
+            const double nextOut = static_cast<double>((cyclesOut + 1) * devices.outputFrames) / kNominalRate;
             if (std::min(nextIn, nextOut) > end) return range;
             if (nextIn <= nextOut) {
                 ++cyclesIn;
@@ -85,7 +85,7 @@ private:
     void give() {
         if (checksContent) {
             for (size_t index = 0; index < input.size(); index += 2) {
-                given = given % numbers + 1;
+                given = given % kNumbers + 1;
                 input[index] = static_cast<float>(given);
                 input[index + 1] = -input[index];
             }
@@ -105,7 +105,7 @@ private:
                 continue;
             }
             if (previous != 0) {
-                const int64_t step = (number - previous + numbers) % numbers;
+                const int64_t step = (number - previous + kNumbers) % kNumbers;
                 doubled += step == 0;
                 passedOver += step == 0 ? 0 : step - 1;
             }
@@ -113,7 +113,7 @@ private:
         }
     }
 
-    static constexpr int64_t numbers = 8'000'000; ///< frames are numbered 1 to this, and so on from 1
+    static constexpr int64_t kNumbers = 8'000'000; ///< frames are numbered 1 to this, and so on from 1
     int64_t cyclesIn = 0;
     int64_t cyclesOut = 0;
     double end = 0;
@@ -128,11 +128,11 @@ class RelayDriftTest : public testing::TestWithParam<Devices> {};
 
 TEST_P(RelayDriftTest, onceSettledNothingIsLostAndTheFillStaysWhereItIs) {
     SimulatedRelay relay(GetParam());
-    const double settling = settlingPassages * secondsBetweenPassages(GetParam()) +
-                            2048 / (nominalRate * std::abs(GetParam().sourcePPM) * 1e-6); // into the band
+    const double settling = kSettlingPassages * secondsBetweenPassages(GetParam()) +
+                            2048 / (kNominalRate * std::abs(GetParam().sourcePPM) * 1e-6); // into the band
     relay.run(settling);
     const auto settled = relay.ring.counters();
-    const double part = (GetParam().hours * hour - settling) / 4;
+    const double part = (GetParam().hours * kHour - settling) / 4;
     ASSERT_GT(part, secondsBetweenPassages(GetParam()));
     const FillRange first = relay.run(part);
     relay.run(2 * part);
@@ -146,7 +146,7 @@ TEST_P(RelayDriftTest, onceSettledNothingIsLostAndTheFillStaysWhereItIs) {
     EXPECT_NEAR(static_cast<double>(last.low), static_cast<double>(first.low), 4);
     EXPECT_NEAR(static_cast<double>(last.high), static_cast<double>(first.high), 4);
     // All that drifts apart in the time is made up for by single frames.
-    const double drifted = 4 * part * nominalRate * GetParam().sourcePPM * 1e-6;
+    const double drifted = 4 * part * kNominalRate * GetParam().sourcePPM * 1e-6;
     const auto corrected =
         static_cast<double>(ended.skips - settled.skips - (ended.repeats - settled.repeats));
     EXPECT_NEAR(corrected, drifted, 4096);
@@ -192,7 +192,7 @@ TEST(RelayDriftContentTest, soundThatComesLateWithinTheBandLosesNothing) {
     SimulatedRelay relay({512, 512, -500, 0});
     relay.random.seed(seed);
     relay.jitterSeconds = 0.004; // 192 frames
-    relay.run(settlingPassages * secondsBetweenPassages(relay.devices));
+    relay.run(kSettlingPassages * secondsBetweenPassages(relay.devices));
     const auto settled = relay.ring.counters();
     relay.run(600);
     EXPECT_EQ(relay.ring.counters().underruns, settled.underruns);
@@ -203,11 +203,11 @@ TEST(RelayDriftContentTest, twoOfTheLongestCyclesAreMoreThanGrowthCanCover) {
     // Repeats raise the fill to 3072; a source cycle of 2048 that comes after the output's instead of before
     // leaves 1024 for an output cycle of 2048. That is once in 2048 / 4.8 frames a second = 426.7 s.
     SimulatedRelay relay({2048, 2048, -100, 0});
-    relay.run(hour);
+    relay.run(kHour);
     const auto settled = relay.ring.counters();
     EXPECT_EQ(settled.targetFillFrames, 4096);
-    relay.run(6 * hour);
-    EXPECT_NEAR(static_cast<double>(relay.ring.counters().underruns - settled.underruns), 6 * hour / 426.7,
+    relay.run(6 * kHour);
+    EXPECT_NEAR(static_cast<double>(relay.ring.counters().underruns - settled.underruns), 6 * kHour / 426.7,
                 1);
 }
 

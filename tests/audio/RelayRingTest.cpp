@@ -23,11 +23,11 @@ public:
     int64_t given = 0;
 };
 
-constexpr float untouched = 99;
+constexpr float kUntouched = 99;
 
 /// One output cycle; the samples as they stand after it.
 std::vector<float> take(RelayRing& ring, int64_t frames, uint32_t channels = 2) {
-    std::vector<float> samples(static_cast<size_t>(frames) * channels, untouched);
+    std::vector<float> samples(static_cast<size_t>(frames) * channels, kUntouched);
     const AudioBuffer buffer{channels, static_cast<uint32_t>(samples.size() * 4), samples.data()};
     ring.produce({&buffer, 1});
     return samples;
@@ -107,7 +107,7 @@ TEST_F(RelayRingTest, theOutputIsSilentUntilTheTargetIsReached) {
     EXPECT_EQ(counters.outputIOCount, 1);
     EXPECT_EQ(counters.underruns, 0);
     EXPECT_EQ(counters.framesOut, 0);
-    EXPECT_EQ(counters.fillLow, RelayCounters::largest);
+    EXPECT_EQ(counters.fillLow, RelayCounters::kLargest);
 }
 
 TEST_F(RelayRingTest, theCycleThatFindsTheTargetReachedPlaysAtOnce) {
@@ -161,7 +161,7 @@ TEST_F(RelayRingTest, aMonoOutputIsNeverWrittenAndNotCounted) {
     RelayRing ring({128, false});
     prime(ring);
     const auto before = ring.counters();
-    EXPECT_EQ(take(ring, 4, 1), std::vector<float>(4, untouched));
+    EXPECT_EQ(take(ring, 4, 1), std::vector<float>(4, kUntouched));
     EXPECT_EQ(ring.counters(), before);
 }
 
@@ -331,7 +331,7 @@ TEST_F(RelayRingTest, theThirdUnderrunDoublesTheTargetAndSilencesUntilItIsReache
     EXPECT_EQ(counters.underruns, 3);
     EXPECT_EQ(counters.underrunsSinceGrow, 0);
     EXPECT_FALSE(counters.primed);
-    EXPECT_EQ(counters.fillLow, RelayCounters::largest);
+    EXPECT_EQ(counters.fillLow, RelayCounters::kLargest);
 
     source.give(ring, 255);
     EXPECT_EQ(takeNumbers(ring, 8), std::vector<int>(8));

@@ -57,9 +57,9 @@ public:
 private:
     class Proc : public AudioIOProc {
     public:
-        Proc(ScriptedDeviceIO& anIO, AudioObjectID aDevice)
-            : io(anIO)
-            , device(aDevice) {}
+        Proc(ScriptedDeviceIO& io, AudioObjectID device)
+            : io(io)
+            , device(device) {}
         ~Proc() override { io.record("destroy", device); }
         bool start() override {
             io.record("start", device);

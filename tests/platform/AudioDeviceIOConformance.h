@@ -59,7 +59,7 @@ private:
 template <typename Backend>
 class AudioDeviceIOConformance : public ::testing::Test {
 protected:
-    static constexpr AudioObjectID unknown = 999'999;
+    static constexpr AudioObjectID kUnknownDevice = 999'999;
 
     std::unique_ptr<AudioIOProc> make(AudioObjectID device) {
         return backend.io().createIOProc(device, cycles.block());
@@ -170,11 +170,11 @@ TYPED_TEST_P(AudioDeviceIOConformance, bothDevicesRunAtOnce) {
 
 TYPED_TEST_P(AudioDeviceIOConformance, aDeviceThatIsNotThereGivesNothing) {
     AudioDeviceIO& io = this->backend.io();
-    EXPECT_EQ(this->make(this->unknown), nullptr);
-    EXPECT_FALSE(io.bufferFrameSize(this->unknown).has_value());
-    EXPECT_FALSE(io.bufferFrameSizeRange(this->unknown).has_value());
-    EXPECT_FALSE(io.setNominalSampleRate(this->unknown, 48'000));
-    io.setBufferFrameSize(this->unknown, 64);
+    EXPECT_EQ(this->make(this->kUnknownDevice), nullptr);
+    EXPECT_FALSE(io.bufferFrameSize(this->kUnknownDevice).has_value());
+    EXPECT_FALSE(io.bufferFrameSizeRange(this->kUnknownDevice).has_value());
+    EXPECT_FALSE(io.setNominalSampleRate(this->kUnknownDevice, 48'000));
+    io.setBufferFrameSize(this->kUnknownDevice, 64);
 }
 
 TYPED_TEST_P(AudioDeviceIOConformance, theBufferSizeIsThatOfTheCyclesAndInItsRange) {
@@ -241,7 +241,7 @@ TYPED_TEST_P(AudioDeviceIOConformance, aDefaultOutputThatWasSetIsReadBack) {
     EXPECT_EQ(hardware.defaultSystemOutputDevice(), this->backend.output());
     ASSERT_TRUE(hardware.setDefaultOutputDevice(this->backend.output()));
     EXPECT_EQ(hardware.defaultOutputDevice(), this->backend.output());
-    EXPECT_FALSE(hardware.setDefaultOutputDevice(this->unknown));
+    EXPECT_FALSE(hardware.setDefaultOutputDevice(this->kUnknownDevice));
     EXPECT_EQ(hardware.defaultOutputDevice(), this->backend.output());
 }
 

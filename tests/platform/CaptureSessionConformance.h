@@ -70,14 +70,14 @@ public:
         bool onQueue = false;
     };
 
-    SoundSampleCollector(std::weak_ptr<ObservedQueue> itsQueue, std::function<CMTime()> itsClock)
-        : queue(std::move(itsQueue))
-        , clock(std::move(itsClock)) {}
+    SoundSampleCollector(std::weak_ptr<ObservedQueue> queue, std::function<CMTime()> clock)
+        : queue(std::move(queue))
+        , clock(std::move(clock)) {}
 
     void captureOutput(const std::shared_ptr<AVCaptureOutput>& output,
                        const CMSampleBuffer& didOutput) override {
-        const auto itsQueue = queue.lock();
-        Arrival arrival{didOutput, output.get(), clock(), itsQueue && itsQueue->isCurrent()};
+        const auto observed = queue.lock();
+        Arrival arrival{didOutput, output.get(), clock(), observed && observed->isCurrent()};
         MutexLock lock(mutex);
         arrivals_.push_back(std::move(arrival));
     }

@@ -148,7 +148,7 @@ protected:
         SCStreamConfiguration result;
         result.width = display.width & ~1;
         result.height = display.height & ~1;
-        result.minimumFrameInterval = CMTimeMake(1, framesASecond);
+        result.minimumFrameInterval = CMTimeMake(1, kFramesASecond);
         return result;
     }
     std::shared_ptr<SCStream> makeStream(const SCDisplay& display) {
@@ -183,7 +183,7 @@ protected:
         return backend.waitUntil([this, count] { return collector->completeSamples().size() >= count; });
     }
 
-    static constexpr int32_t framesASecond = 30;
+    static constexpr int32_t kFramesASecond = 30;
 
     Backend backend;
     std::shared_ptr<DispatchQueue> queue = backend.makeQueue();
@@ -256,7 +256,7 @@ TYPED_TEST_P(ScreenStreamConformance, stampsIncreaseByTheMinimumIntervalAndLieBe
     const CMTime after = this->backend.now();
     this->stop(*stream);
     const auto samples = this->collector->completeSamples();
-    const CMTime interval = CMTimeMake(1, this->framesASecond);
+    const CMTime interval = CMTimeMake(1, this->kFramesASecond);
     CMTime earliest = before;
     for (const CMSampleBuffer& sample : samples) {
         const CMTime stamp = sample.presentationTimeStamp();

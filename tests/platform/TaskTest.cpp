@@ -9,9 +9,9 @@ namespace {
 
 /// Notes its own end.
 struct Marker {
-    explicit Marker(std::vector<std::string>& aList, std::string aName)
-        : list(&aList)
-        , name(std::move(aName)) {}
+    explicit Marker(std::vector<std::string>& list, std::string name)
+        : list(&list)
+        , name(std::move(name)) {}
     Marker(const Marker&) = delete;
     Marker& operator=(const Marker&) = delete;
     ~Marker() { list->push_back(name); }

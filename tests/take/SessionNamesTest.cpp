@@ -7,8 +7,8 @@ namespace {
 
 class FixedWallClock : public WallClock {
 public:
-    explicit FixedWallClock(LocalTime aTime)
-        : time(aTime) {}
+    explicit FixedWallClock(LocalTime time)
+        : time(time) {}
     Date now() const override { return {}; }
     LocalTime localTime(Date) const override { return time; }
 
@@ -16,15 +16,15 @@ private:
     LocalTime time;
 };
 
-const FixedWallClock clockOnTheWall({2026, 3, 7, 9, 5, 1});
-constexpr const char* generated = "session_2026-03-07_090501";
+const FixedWallClock kWallClock({2026, 3, 7, 9, 5, 1});
+constexpr const char* kGenerated = "session_2026-03-07_090501";
 
 std::string sanitized(const std::string& name) {
-    return sanitizedSessionName(name, clockOnTheWall);
+    return sanitizedSessionName(name, kWallClock);
 }
 
 TEST(SessionNamesTest, aGeneratedNameIsTheLocalTimeWithLeadingZeros) {
-    EXPECT_EQ(generateSessionName(clockOnTheWall), generated);
+    EXPECT_EQ(generateSessionName(kWallClock), kGenerated);
     EXPECT_EQ(generateSessionName(FixedWallClock({2026, 12, 31, 23, 59, 58})), "session_2026-12-31_235958");
 }
 
@@ -40,10 +40,10 @@ TEST(SessionNamesTest, leadingDotsGoSoThatNoFileIsHidden) {
 }
 
 TEST(SessionNamesTest, dotsAloneOrBlanksAloneYieldAGeneratedName) {
-    EXPECT_EQ(sanitized(""), generated);
-    EXPECT_EQ(sanitized("..."), generated);
-    EXPECT_EQ(sanitized(" \t\n "), generated);
-    EXPECT_EQ(sanitized(" ... "), generated);
+    EXPECT_EQ(sanitized(""), kGenerated);
+    EXPECT_EQ(sanitized("..."), kGenerated);
+    EXPECT_EQ(sanitized(" \t\n "), kGenerated);
+    EXPECT_EQ(sanitized(" ... "), kGenerated);
 }
 
 TEST(SessionNamesTest, dotsBehindABlankAreNotLeadingOnes) {
@@ -52,7 +52,7 @@ TEST(SessionNamesTest, dotsBehindABlankAreNotLeadingOnes) {
 
 TEST(SessionNamesTest, everyKindOfUnicodeBlankIsTrimmed) {
     EXPECT_EQ(sanitized("\u00A0\u2028take one\u3000\u2029\r\n"), "take one");
-    EXPECT_EQ(sanitized("\u0085\u1680\u2000\u200A\u202F\u205F"), generated);
+    EXPECT_EQ(sanitized("\u0085\u1680\u2000\u200A\u202F\u205F"), kGenerated);
 }
 
 TEST(SessionNamesTest, otherCharactersOfSeveralBytesStayWhole) {

@@ -23,7 +23,7 @@ std::vector<std::string> dropped(int64_t screen, int64_t webcam) {
     return takeWarnings(seen);
 }
 
-constexpr const char* droppedTail =
+constexpr const char* kDroppedTail =
     " dropped because the encoder couldn't keep up — the video is complete but momentarily less smooth.";
 
 TEST(TakeWarningsTest, aTakeWithoutFlawHasNone) {
@@ -134,7 +134,7 @@ TEST(TakeWarningsTest, droppedAudioBuffersAreCounted) {
 
 TEST(TakeWarningsTest, droppedFramesAgreeInNumber) {
     const auto sentence = [](const std::string& start) {
-        return std::vector<std::string>{start + droppedTail};
+        return std::vector<std::string>{start + kDroppedTail};
     };
     EXPECT_EQ(dropped(1, 0), sentence("1 screen frame was"));
     EXPECT_EQ(dropped(2, 0), sentence("2 screen frames were"));
@@ -147,7 +147,7 @@ TEST(TakeWarningsTest, droppedFramesNameTheRemedyAndTheExternalDrive) {
     TakeObservations seen;
     seen.droppedScreenFrames = 5;
     seen.frameLossRemedy = "Lower the frame rate.";
-    const std::string start = std::string("5 screen frames were") + droppedTail + " Lower the frame rate.";
+    const std::string start = std::string("5 screen frames were") + kDroppedTail + " Lower the frame rate.";
     EXPECT_EQ(takeWarnings(seen), std::vector<std::string>{start});
     seen.volumeIsInternal = true;
     EXPECT_EQ(takeWarnings(seen), std::vector<std::string>{start});

@@ -5,20 +5,20 @@
 namespace vintra {
 namespace {
 
-const URL video = URL::fileURL("/films/My take_video.mov");
+const URL kVideo = URL::fileURL("/films/My take_video.mov");
 
 TEST(TrackNamesTest, everyFileOfATakeSharesTheBaseName) {
-    EXPECT_EQ(takeBaseName(video), "My take");
-    EXPECT_EQ(trackURL(video, "mic").path(), "/films/My take_mic.wav");
-    EXPECT_EQ(webcamURL(video).path(), "/films/My take_webcam.mov");
-    EXPECT_EQ(webcamURL(video, 3).path(), "/films/My take_webcam-3.mov");
+    EXPECT_EQ(takeBaseName(kVideo), "My take");
+    EXPECT_EQ(trackURL(kVideo, "mic").path(), "/films/My take_mic.wav");
+    EXPECT_EQ(webcamURL(kVideo).path(), "/films/My take_webcam.mov");
+    EXPECT_EQ(webcamURL(kVideo, 3).path(), "/films/My take_webcam-3.mov");
 }
 
 TEST(TrackNamesTest, aCameraNumberBelowTwoGivesTheFirstCamerasName) {
-    EXPECT_EQ(webcamURL(video, 1), webcamURL(video));
-    EXPECT_EQ(webcamURL(video, 0), webcamURL(video));
-    EXPECT_EQ(webcamURL(video, -4), webcamURL(video));
-    EXPECT_EQ(webcamURL(video, 2).path(), "/films/My take_webcam-2.mov");
+    EXPECT_EQ(webcamURL(kVideo, 1), webcamURL(kVideo));
+    EXPECT_EQ(webcamURL(kVideo, 0), webcamURL(kVideo));
+    EXPECT_EQ(webcamURL(kVideo, -4), webcamURL(kVideo));
+    EXPECT_EQ(webcamURL(kVideo, 2).path(), "/films/My take_webcam-2.mov");
 }
 
 TEST(TrackNamesTest, theEndingOfTheScreenMovieIsRemovedOnceOnly) {

@@ -21,9 +21,9 @@ public:
         size_t longestTransfer = 0;
     };
 
-    WatchedHandle(std::unique_ptr<FileHandle> aHandle, Watch& aWatch)
-        : handle(std::move(aHandle))
-        , watch(aWatch) {
+    WatchedHandle(std::unique_ptr<FileHandle> handle, Watch& watch)
+        : handle(std::move(handle))
+        , watch(watch) {
         ++watch.openHandles;
     }
     ~WatchedHandle() override { --watch.openHandles; }

@@ -59,7 +59,7 @@ int carryOut(const Options& options) {
     LinuxPlatform machine =
         LinuxPlatform::make(mainThread, {.logLevel = options.verbose ? LogLevel::info : LogLevel::error,
                                          .keepsSettingsInMemory = true,
-                                         .crashSafeKey = SystemOutputRouter::pendingRestoreKey});
+                                         .crashSafeKey = SystemOutputRouter::kPendingRestoreKey});
     if (!isFree) leaveOutputsAlone(machine);
     TakeRunner::Outlets outlets{.note = say, .status = {}};
     if (isWatched) outlets.status = [](const std::string& line) { print("\r" + line + "\x1b[K"); };

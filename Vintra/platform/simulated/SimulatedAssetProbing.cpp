@@ -5,8 +5,8 @@ namespace {
 
 class Asset : public AVURLAsset {
 public:
-    explicit Asset(SimulatedAsset aContent)
-        : content(std::move(aContent)) {}
+    explicit Asset(SimulatedAsset content)
+        : content(std::move(content)) {}
     std::optional<CMTime> loadDuration() override { return content.duration; }
     std::optional<std::vector<AVAssetTrack>> loadTracks(AVMediaType withMediaType) override {
         return withMediaType == AVMediaType::video ? content.videoTracks : content.audioTracks;

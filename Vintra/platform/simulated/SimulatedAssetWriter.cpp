@@ -24,12 +24,12 @@ int64_t framesBefore(CMTime session, const CMSampleBuffer& sample, double rate) 
 
 } // namespace
 
-SimulatedAssetWriter::SimulatedAssetWriter(Services someServices, URL aURL, AVFileType aFileType,
-                                           SimulatedWriterScript aScript)
-    : script(std::move(aScript))
-    , services(std::move(someServices))
-    , url(std::move(aURL))
-    , type(aFileType) {}
+SimulatedAssetWriter::SimulatedAssetWriter(Services services, URL url, AVFileType type,
+                                           SimulatedWriterScript script)
+    : script(std::move(script))
+    , services(std::move(services))
+    , url(std::move(url))
+    , type(type) {}
 
 bool SimulatedAssetWriter::canAdd(const AVAssetWriterInput& input) const {
     if (script.refusesInputs || currentStatus != AVAssetWriterStatus::unknown) return false;

@@ -4,9 +4,9 @@
 
 namespace vintra {
 
-SimulatedAssetWriterInput::SimulatedAssetWriterInput(AVOutputSettings someSettings, bool aRealTime)
-    : settings(std::move(someSettings))
-    , isRealTime(aRealTime) {}
+SimulatedAssetWriterInput::SimulatedAssetWriterInput(AVOutputSettings settings, bool isRealTime)
+    : settings(std::move(settings))
+    , isRealTime(isRealTime) {}
 
 AVMediaType SimulatedAssetWriterInput::mediaType() const {
     return videoSettings() ? AVMediaType::video : AVMediaType::audio;

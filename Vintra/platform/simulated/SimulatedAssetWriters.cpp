@@ -2,8 +2,8 @@
 
 namespace vintra {
 
-SimulatedAssetWriters::SimulatedAssetWriters(SimulatedAssetWriter::Services someServices)
-    : services(std::move(someServices)) {}
+SimulatedAssetWriters::SimulatedAssetWriters(SimulatedAssetWriter::Services services)
+    : services(std::move(services)) {}
 
 std::shared_ptr<AVAssetWriter> SimulatedAssetWriters::makeWriter(const URL& outputURL, AVFileType fileType) {
     SimulatedWriterScript behaviour = script ? script(outputURL, fileType) : SimulatedWriterScript{};

@@ -6,10 +6,10 @@
 
 namespace vintra {
 
-SimulatedAudioDeviceIO::SimulatedAudioDeviceIO(std::shared_ptr<VirtualTime> aTime,
-                                               std::shared_ptr<SimulatedAudioHardware> someHardware)
-    : time(std::move(aTime))
-    , hardware(std::move(someHardware)) {}
+SimulatedAudioDeviceIO::SimulatedAudioDeviceIO(std::shared_ptr<VirtualTime> time,
+                                               std::shared_ptr<SimulatedAudioHardware> hardware)
+    : time(std::move(time))
+    , hardware(std::move(hardware)) {}
 
 std::unique_ptr<AudioIOProc> SimulatedAudioDeviceIO::createIOProc(AudioObjectID id, AudioIOBlock block) {
     const auto device = hardware->device(id);

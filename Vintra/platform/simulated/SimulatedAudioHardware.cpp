@@ -21,8 +21,8 @@ private:
 };
 } // namespace
 
-SimulatedAudioHardware::SimulatedAudioHardware(std::shared_ptr<MainThread> aMainThread)
-    : mainThread(std::move(aMainThread)) {}
+SimulatedAudioHardware::SimulatedAudioHardware(std::shared_ptr<MainThread> mainThread)
+    : mainThread(std::move(mainThread)) {}
 
 std::vector<AudioObjectID> SimulatedAudioHardware::devices() const {
     std::vector<AudioObjectID> ids;

@@ -2,10 +2,10 @@
 
 namespace vintra {
 
-SimulatedCaptureDevice::SimulatedCaptureDevice(std::shared_ptr<SimulatedAudioHardware> someHardware,
-                                               std::shared_ptr<SimulatedAudioDevice> aDevice)
-    : hardware(std::move(someHardware))
-    , device(std::move(aDevice)) {}
+SimulatedCaptureDevice::SimulatedCaptureDevice(std::shared_ptr<SimulatedAudioHardware> hardware,
+                                               std::shared_ptr<SimulatedAudioDevice> device)
+    : hardware(std::move(hardware))
+    , device(std::move(device)) {}
 
 std::optional<AudioStreamBasicDescription> SimulatedCaptureDevice::activeAudioFormat() const {
     if (device->hasUnreadableFormat) return std::nullopt;

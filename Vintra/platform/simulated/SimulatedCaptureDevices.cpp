@@ -4,10 +4,10 @@
 
 namespace vintra {
 
-SimulatedCaptureDevices::SimulatedCaptureDevices(SimulatedCaptureSession::Services someServices,
-                                                 std::shared_ptr<SimulatedAudioHardware> someHardware)
-    : services(std::move(someServices))
-    , hardware(std::move(someHardware))
+SimulatedCaptureDevices::SimulatedCaptureDevices(SimulatedCaptureSession::Services services,
+                                                 std::shared_ptr<SimulatedAudioHardware> hardware)
+    : services(std::move(services))
+    , hardware(hardware)
     , plugs(
           hardware->observePlugs([this](const auto& device, bool isThere) { tellOfPlug(device, isThere); })) {
 }

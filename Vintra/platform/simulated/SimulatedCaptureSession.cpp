@@ -30,8 +30,8 @@ std::shared_ptr<CMBlockBuffer> makeData(const std::vector<float>& values, size_t
 
 } // namespace
 
-SimulatedCaptureSession::SimulatedCaptureSession(Services someServices)
-    : services(std::move(someServices)) {}
+SimulatedCaptureSession::SimulatedCaptureSession(Services services)
+    : services(std::move(services)) {}
 
 SimulatedCaptureSession::~SimulatedCaptureSession() {
     if (event) services.time->cancel(*event);

@@ -17,19 +17,19 @@ namespace vintra {
 
 class SimulatedCaptureDeviceInput : public AVCaptureDeviceInput {
 public:
-    explicit SimulatedCaptureDeviceInput(std::shared_ptr<SimulatedCaptureDevice> aDevice)
-        : device(std::move(aDevice)) {}
+    explicit SimulatedCaptureDeviceInput(std::shared_ptr<SimulatedCaptureDevice> device)
+        : device(std::move(device)) {}
     const std::shared_ptr<SimulatedCaptureDevice> device;
 };
 
 class SimulatedCaptureAudioDataOutput : public AVCaptureAudioDataOutput {
 public:
-    explicit SimulatedCaptureAudioDataOutput(AVAudioSettings someSettings)
-        : settings(someSettings) {}
-    void setSampleBufferDelegate(std::weak_ptr<AVCaptureDataOutputSampleBufferDelegate> aDelegate,
-                                 std::shared_ptr<DispatchQueue> aQueue) override {
-        delegate = std::move(aDelegate);
-        queue = std::move(aQueue);
+    explicit SimulatedCaptureAudioDataOutput(AVAudioSettings settings)
+        : settings(settings) {}
+    void setSampleBufferDelegate(std::weak_ptr<AVCaptureDataOutputSampleBufferDelegate> sampleBufferDelegate,
+                                 std::shared_ptr<DispatchQueue> callbackQueue) override {
+        delegate = std::move(sampleBufferDelegate);
+        queue = std::move(callbackQueue);
     }
 
     const AVAudioSettings settings;

@@ -4,12 +4,12 @@
 
 namespace vintra {
 
-SimulatedDispatchQueue::SimulatedDispatchQueue(std::shared_ptr<VirtualTime> aTime, std::string label,
-                                               Kind kind, std::shared_ptr<SimulatedTimerLateness> aLateness)
-    : time(std::move(aTime))
+SimulatedDispatchQueue::SimulatedDispatchQueue(std::shared_ptr<VirtualTime> time, std::string label,
+                                               Kind kind, std::shared_ptr<SimulatedTimerLateness> lateness)
+    : time(time)
     , name(std::move(label))
     , lane(kind == Kind::serial ? SimulatedLane::make(time) : nullptr)
-    , lateness(std::move(aLateness)) {}
+    , lateness(std::move(lateness)) {}
 
 SimulatedDispatchQueue::~SimulatedDispatchQueue() {
     if (lane) lane->runWaiting();

@@ -2,8 +2,8 @@
 
 namespace vintra {
 
-SimulatedDispatchQueues::SimulatedDispatchQueues(std::shared_ptr<VirtualTime> aTime)
-    : time(std::move(aTime))
+SimulatedDispatchQueues::SimulatedDispatchQueues(std::shared_ptr<VirtualTime> time)
+    : time(time)
     , userInitiated(std::make_shared<SimulatedDispatchQueue>(
           time, "global.userInitiated", SimulatedDispatchQueue::Kind::concurrent, lateness))
     , utility(std::make_shared<SimulatedDispatchQueue>(time, "global.utility",

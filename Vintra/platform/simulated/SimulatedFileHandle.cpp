@@ -5,12 +5,12 @@
 
 namespace vintra {
 
-SimulatedFileHandle::SimulatedFileHandle(std::shared_ptr<SimulatedDisk> aDisk, SimulatedDisk::Item aFile,
-                                         std::string aPath, Mode aMode)
-    : disk(std::move(aDisk))
-    , file(std::move(aFile))
-    , path(std::move(aPath))
-    , mode(aMode) {}
+SimulatedFileHandle::SimulatedFileHandle(std::shared_ptr<SimulatedDisk> disk, SimulatedDisk::Item file,
+                                         std::string path, Mode mode)
+    : disk(std::move(disk))
+    , file(std::move(file))
+    , path(std::move(path))
+    , mode(mode) {}
 
 size_t SimulatedFileHandle::read(uint8_t* bytes, size_t count) {
     checkOpen(Mode::reading);
@@ -29,9 +29,9 @@ void SimulatedFileHandle::write(const uint8_t* bytes, size_t count) {
     offset += count;
 }
 
-void SimulatedFileHandle::seek(uint64_t anOffset) {
+void SimulatedFileHandle::seek(uint64_t position) {
     if (!file) throwDiskError(EBADF, path);
-    offset = anOffset;
+    offset = position;
 }
 
 void SimulatedFileHandle::close() {

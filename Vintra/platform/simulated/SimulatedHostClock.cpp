@@ -2,10 +2,10 @@
 
 namespace vintra {
 
-SimulatedHostClock::SimulatedHostClock(std::shared_ptr<VirtualTime> aTime,
-                                       std::shared_ptr<SimulatedMainThread> aMainThread)
-    : time(std::move(aTime))
-    , mainThread(std::move(aMainThread)) {}
+SimulatedHostClock::SimulatedHostClock(std::shared_ptr<VirtualTime> time,
+                                       std::shared_ptr<SimulatedMainThread> mainThread)
+    : time(std::move(time))
+    , mainThread(std::move(mainThread)) {}
 
 CMTime SimulatedHostClock::now() const {
     return hostTimeFromNanoseconds(time->nowNanoseconds());

@@ -46,11 +46,11 @@ private:
 
 class SimulatedIOProc::Cycles : public std::enable_shared_from_this<Cycles> {
 public:
-    Cycles(Services someServices, std::shared_ptr<SimulatedAudioDevice> aDevice, AudioIOBlock aBlock)
-        : services(std::move(someServices))
-        , device(std::move(aDevice))
+    Cycles(Services services, std::shared_ptr<SimulatedAudioDevice> device, AudioIOBlock block)
+        : services(std::move(services))
+        , device(device)
         , id(device->id)
-        , block(std::move(aBlock)) {}
+        , block(std::move(block)) {}
 
     bool isThere() const { return services.hardware->device(id) == device; }
     bool begin() {
@@ -119,9 +119,9 @@ private:
     Streams output;
 };
 
-SimulatedIOProc::SimulatedIOProc(Services someServices, std::shared_ptr<SimulatedAudioDevice> device,
+SimulatedIOProc::SimulatedIOProc(Services services, std::shared_ptr<SimulatedAudioDevice> device,
                                  AudioIOBlock block)
-    : services(std::move(someServices))
+    : services(services)
     , cycles(std::make_shared<Cycles>(services, std::move(device), std::move(block))) {}
 
 SimulatedIOProc::~SimulatedIOProc() {

@@ -26,8 +26,8 @@ public:
     bool isCurrent() const { return time->currentContext() == this; }
 
 private:
-    explicit SimulatedLane(std::shared_ptr<VirtualTime> aTime)
-        : time(std::move(aTime)) {}
+    explicit SimulatedLane(std::shared_ptr<VirtualTime> time)
+        : time(std::move(time)) {}
     void turn();
     void run(const std::function<void()>& work);
     void scheduleTurn();

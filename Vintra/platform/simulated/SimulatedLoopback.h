@@ -14,8 +14,8 @@ public:
     float heard(int64_t frame, uint32_t channel) const;
 
 private:
-    static constexpr uint32_t channels = 64; ///< more than that go nowhere
-    static constexpr int64_t frames = 8192;  ///< kept, the latest of them
+    static constexpr uint32_t kChannels = 64; ///< more than that go nowhere
+    static constexpr int64_t kFrames = 8192;  ///< kept, the latest of them
     struct Frame {
         int64_t number = -1;
         std::vector<float> samples;

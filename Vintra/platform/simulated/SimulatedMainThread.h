@@ -10,8 +10,8 @@ namespace vintra {
 /// The main thread of a simulated machine. What a test does outside of all events counts as running on it.
 class SimulatedMainThread : public MainThread {
 public:
-    explicit SimulatedMainThread(std::shared_ptr<VirtualTime> aTime)
-        : time(std::move(aTime))
+    explicit SimulatedMainThread(std::shared_ptr<VirtualTime> time)
+        : time(time)
         , lane(SimulatedLane::make(time)) {}
 
     void post(std::function<void()> work) override { lane->post(std::move(work)); }

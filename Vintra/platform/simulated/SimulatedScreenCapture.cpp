@@ -4,12 +4,12 @@
 
 namespace vintra {
 
-SimulatedScreenCapture::SimulatedScreenCapture(std::shared_ptr<VirtualTime> aTime,
-                                               std::shared_ptr<SimulatedViolations> someViolations,
+SimulatedScreenCapture::SimulatedScreenCapture(std::shared_ptr<VirtualTime> time,
+                                               std::shared_ptr<SimulatedViolations> violations,
                                                int32_t processIdentifier)
     : content{{{1, 1440, 900}}, {}, {{processIdentifier, "Vintra"}}}
-    , time(std::move(aTime))
-    , violations(std::move(someViolations)) {}
+    , time(std::move(time))
+    , violations(std::move(violations)) {}
 
 void SimulatedScreenCapture::getShareableContent(bool, bool, std::function<void(Content)> completion) {
     ++contentQueries;

@@ -6,25 +6,25 @@
 
 namespace vintra {
 
-SimulatedScreenStream::SimulatedScreenStream(Services someServices, SCContentFilter aFilter,
-                                             SCStreamConfiguration aConfiguration,
-                                             std::weak_ptr<SCStreamDelegate> aDelegate,
-                                             SimulatedStreamScript aScript)
-    : filter(std::move(aFilter))
-    , configuration(aConfiguration)
-    , services(std::move(someServices))
-    , delegate(std::move(aDelegate))
-    , script(std::move(aScript)) {
-    if (script.frames) return;
+SimulatedScreenStream::SimulatedScreenStream(Services services, SCContentFilter filter,
+                                             SCStreamConfiguration configuration,
+                                             std::weak_ptr<SCStreamDelegate> delegate,
+                                             SimulatedStreamScript script)
+    : filter(std::move(filter))
+    , configuration(configuration)
+    , services(std::move(services))
+    , delegate(std::move(delegate))
+    , script(std::move(script)) {
+    if (this->script.frames) return;
     const double interval = CMTimeGetSeconds(configuration.minimumFrameInterval);
-    script.frames = steadyFrames(interval > 0 ? 1 / interval : 60);
+    this->script.frames = steadyFrames(interval > 0 ? 1 / interval : 60);
 }
 
-void SimulatedScreenStream::addStreamOutput(std::weak_ptr<SCStreamOutput> anOutput, SCStreamOutputType,
+void SimulatedScreenStream::addStreamOutput(std::weak_ptr<SCStreamOutput> streamOutput, SCStreamOutputType,
                                             std::shared_ptr<DispatchQueue> sampleHandlerQueue) {
     if (script.addOutputError) throw *script.addOutputError;
     if (state != State::made) services.violations->add("screen stream: output added after the start");
-    output = std::move(anOutput);
+    output = std::move(streamOutput);
     queue = std::move(sampleHandlerQueue);
 }
 

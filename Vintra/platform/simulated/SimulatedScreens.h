@@ -13,8 +13,8 @@ namespace vintra {
 /// The screens of a simulated machine: at the start one of 1440 × 900 points at two pixels a point, number 1.
 class SimulatedScreens : public Screens {
 public:
-    explicit SimulatedScreens(std::shared_ptr<MainThread> aMainThread)
-        : mainThread(std::move(aMainThread)) {}
+    explicit SimulatedScreens(std::shared_ptr<MainThread> mainThread)
+        : mainThread(std::move(mainThread)) {}
 
     std::vector<NSScreen> screens() const override { return list; }
     Observation observeChanges(std::function<void()> block) override {

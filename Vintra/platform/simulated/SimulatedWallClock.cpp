@@ -11,8 +11,8 @@ constexpr std::chrono::sys_seconds kStart = std::chrono::sys_days{std::chrono::y
                                             std::chrono::seconds{30};
 }
 
-SimulatedWallClock::SimulatedWallClock(std::shared_ptr<VirtualTime> aTime)
-    : time(std::move(aTime))
+SimulatedWallClock::SimulatedWallClock(std::shared_ptr<VirtualTime> time)
+    : time(time)
     , startSeconds(time->nowSeconds()) {}
 
 Date SimulatedWallClock::now() const {
