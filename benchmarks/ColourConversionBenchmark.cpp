@@ -2,7 +2,7 @@
 // conversion, beside libswscale for the same job. The time of the program's fastest variant over
 // libswscale's is printed at the end.
 
-#include "Vintra/platform/linux/ColourConverter.h"
+#include "Vintra/platform/linux/movie/ColourConverter.h"
 
 #include <algorithm>
 #include <benchmark/benchmark.h>

@@ -4,7 +4,7 @@
 // command does with the same pictures: libswscale, then libx264 at the same preset and bit rate; each
 // content's ratio to it is printed at the end.
 
-#include "Vintra/platform/linux/LinuxAssetWriters.h"
+#include "Vintra/platform/linux/movie/LinuxAssetWriters.h"
 
 #include <benchmark/benchmark.h>
 #include <cstdio>

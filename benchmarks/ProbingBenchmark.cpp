@@ -2,7 +2,7 @@
 // work on the machine does not count. Needs ffmpeg and ffprobe. Prints each round and the ratio of the
 // medians; ffprobe is also measured doing nothing, for each of its runs starts a process.
 
-#include "Vintra/platform/linux/LinuxAssetProbing.h"
+#include "Vintra/platform/linux/movie/LinuxAssetProbing.h"
 #include "Vintra/timeline/Media.h"
 
 #include <algorithm>

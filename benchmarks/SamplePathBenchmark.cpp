@@ -8,7 +8,7 @@
 #include "Vintra/audio/AudioRoutingCache.h"
 #include "Vintra/audio/ExtractMonoChannel.h"
 #include "Vintra/audio/LevelsModel.h"
-#include "Vintra/platform/linux/LinuxHostClock.h"
+#include "Vintra/platform/linux/runtime/LinuxHostClock.h"
 #include "Vintra/take/ContainsNonZeroSample.h"
 #include "Vintra/take/ExtraInputTrack.h"
 

@@ -3,8 +3,8 @@
 //
 //     TMPDIR=/where/takes/go build/release/bin/WavPaddingBenchmark
 
-#include "Vintra/platform/linux/LinuxFileManager.h"
-#include "Vintra/platform/linux/LinuxProcessInfo.h"
+#include "Vintra/platform/linux/files/LinuxFileManager.h"
+#include "Vintra/platform/linux/runtime/LinuxProcessInfo.h"
 #include "Vintra/take/WavFile.h"
 
 #include <benchmark/benchmark.h>

@@ -4,9 +4,9 @@
 //
 //     X11CaptureBenchmark [SECONDS A MEASUREMENT [SCENE]]
 
-#include "Vintra/platform/linux/LinuxDispatchQueues.h"
-#include "Vintra/platform/linux/LinuxScreenStream.h"
-#include "Vintra/platform/linux/X11ScreenCapture.h"
+#include "Vintra/platform/linux/runtime/LinuxDispatchQueues.h"
+#include "Vintra/platform/linux/screen/LinuxScreenStream.h"
+#include "Vintra/platform/linux/x11/X11ScreenCapture.h"
 
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>

@@ -3,13 +3,13 @@
 //     relay [OUTPUT]        by its node.name; otherwise the default output
 
 #include "Vintra/audio/SystemAudioRelay.h"
-#include "Vintra/platform/linux/LinuxLog.h"
-#include "Vintra/platform/linux/LinuxMainThread.h"
-#include "Vintra/platform/linux/LinuxWallClock.h"
-#include "Vintra/platform/linux/MemoryUserDefaults.h"
-#include "Vintra/platform/linux/PipeWireAudioHardware.h"
-#include "Vintra/platform/linux/PipeWireConnection.h"
-#include "Vintra/platform/linux/PipeWireDeviceIO.h"
+#include "Vintra/platform/linux/files/MemoryUserDefaults.h"
+#include "Vintra/platform/linux/pipewire/PipeWireAudioHardware.h"
+#include "Vintra/platform/linux/pipewire/PipeWireConnection.h"
+#include "Vintra/platform/linux/pipewire/PipeWireDeviceIO.h"
+#include "Vintra/platform/linux/runtime/LinuxLog.h"
+#include "Vintra/platform/linux/runtime/LinuxMainThread.h"
+#include "Vintra/platform/linux/runtime/LinuxWallClock.h"
 
 #include <csignal>
 #include <cstdio>

@@ -2,7 +2,7 @@
 
 #include "Vintra/audio/SystemOutputRouter.h"
 #include "Vintra/platform/AudioHardware.h"
-#include "Vintra/platform/linux/PipeWireCaptureDevices.h"
+#include "Vintra/platform/linux/pipewire/PipeWireCaptureDevices.h"
 #include "tools/vintra-take/TakeRunner.h"
 
 #include <algorithm>

@@ -2,10 +2,10 @@
 
 #include "Vintra/audio/SystemOutputRouter.h"
 #include "Vintra/platform/SystemError.h"
-#include "Vintra/platform/linux/LinuxMainThread.h"
-#include "Vintra/platform/linux/MemoryUserDefaults.h"
-#include "Vintra/platform/linux/SignalWatcher.h"
 #include "Vintra/platform/linux/SoundRoutingClaim.h"
+#include "Vintra/platform/linux/files/MemoryUserDefaults.h"
+#include "Vintra/platform/linux/runtime/LinuxMainThread.h"
+#include "Vintra/platform/linux/runtime/SignalWatcher.h"
 #include "tools/vintra-take/OthersOutputs.h"
 #include "tools/vintra-take/TakeRunner.h"
 

@@ -3,9 +3,9 @@
 #include "Options.h"
 
 #include "Vintra/platform/SystemError.h"
-#include "Vintra/platform/linux/LinuxAssetProbing.h"
-#include "Vintra/platform/linux/LinuxFileManager.h"
-#include "Vintra/platform/linux/LinuxLog.h"
+#include "Vintra/platform/linux/files/LinuxFileManager.h"
+#include "Vintra/platform/linux/movie/LinuxAssetProbing.h"
+#include "Vintra/platform/linux/runtime/LinuxLog.h"
 #include "Vintra/timeline/TakeFolder.h"
 #include "Vintra/timeline/TimelineFile.h"
 

@@ -1,6 +1,6 @@
 #include "Vintra/platform/linux/SoundRoutingClaim.h"
 
-#include "Vintra/platform/linux/UserDirectories.h"
+#include "Vintra/platform/linux/files/UserDirectories.h"
 
 #include <cerrno>
 #include <fcntl.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Vintra/platform/linux/FileDescriptor.h"
+#include "Vintra/platform/linux/runtime/FileDescriptor.h"
 
 #include <string>
 

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "Vintra/platform/FileManager.h"
+#include "Vintra/platform/linux/runtime/FileDescriptor.h"
+
+namespace vintra {
+
+/// An open file. One thread at a time.
+class LinuxFileHandle : public FileHandle {
+public:
+    LinuxFileHandle(FileDescriptor aDescriptor, URL aFile)
+        : descriptor(std::move(aDescriptor))
+        , file(std::move(aFile)) {}
+
+    size_t read(uint8_t* bytes, size_t count) override;
+    void write(const uint8_t* bytes, size_t count) override;
+    void seek(uint64_t offset) override;
+    void close() override;
+    /// Waits until what was written lies on the disk. Throws `SystemError`.
+    void synchronize();
+
+private:
+    FileDescriptor descriptor;
+    const URL file;
+};
+
+} // namespace vintra

@@ -1,0 +1,190 @@
+#include "Vintra/platform/linux/movie/LinuxAssetWriter.h"
+
+#include "Vintra/platform/linux/movie/MovieFile.h"
+#include "Vintra/platform/linux/movie/WaveFile.h"
+
+#include <exception>
+#include <unistd.h>
+
+namespace vintra {
+
+struct LinuxAssetWriter::Shared {
+    explicit Shared(const LinuxAssetWritersOptions& someOptions)
+        : options(someOptions) {}
+
+    const LinuxAssetWritersOptions options;
+    const std::shared_ptr<WriterQueue> queue = std::make_shared<WriterQueue>();
+    mutable Mutex mutex;
+    AVAssetWriterStatus status GUARDED_BY(mutex) = AVAssetWriterStatus::unknown;
+    std::optional<SystemError> error GUARDED_BY(mutex);
+    std::vector<std::function<void()>> completions GUARDED_BY(mutex);
+    bool running GUARDED_BY(mutex) = false;
+
+    /// Does nothing once the writer has ended.
+    void fail(const SystemError& anError) {
+        MutexLock lock(mutex);
+        if (status != AVAssetWriterStatus::writing && status != AVAssetWriterStatus::unknown) return;
+        status = AVAssetWriterStatus::failed;
+        error = anError;
+    }
+
+    bool isWriting() const {
+        MutexLock lock(mutex);
+        return status == AVAssetWriterStatus::writing;
+    }
+
+    /// The thread's last act.
+    void end(bool complete) {
+        std::vector<std::function<void()>> toCall;
+        {
+            MutexLock lock(mutex);
+            if (complete && status == AVAssetWriterStatus::writing) status = AVAssetWriterStatus::completed;
+            running = false;
+            toCall.swap(completions);
+        }
+        for (const auto& completion : toCall)
+            completion();
+    }
+
+    void write(MediaFile& file) {
+        CMTime start = kCMTimeInvalid;
+        while (const auto item = queue->pop()) {
+            if (!start.isValid()) start = queue->start();
+            if (options.encoderDelayMicroseconds > 0) queue->pause(options.encoderDelayMicroseconds);
+            if (queue->isAbandoned()) return;
+            file.write(item->input, item->sample, start);
+        }
+        if (!queue->isAbandoned()) file.finish();
+    }
+};
+
+LinuxAssetWriter::LinuxAssetWriter(const URL& outputURL, AVFileType aFileType,
+                                   const LinuxAssetWritersOptions& someOptions)
+    : url(outputURL)
+    , fileType(aFileType)
+    , options(someOptions)
+    , shared(std::make_shared<Shared>(someOptions)) {}
+
+LinuxAssetWriter::~LinuxAssetWriter() {
+    if (!finishing) shared->queue->abandon();
+    if (!thread.joinable()) return;
+    // A completion may hold the last reference to its writer.
+    if (thread.get_id() == std::this_thread::get_id())
+        thread.detach();
+    else
+        thread.join();
+}
+
+bool LinuxAssetWriter::canAdd(const AVAssetWriterInput& input) const {
+    if (status() != AVAssetWriterStatus::unknown) return false;
+    const auto* own = dynamic_cast<const LinuxAssetWriterInput*>(&input);
+    if (own == nullptr || own->isAttached()) return false;
+    if (fileType == AVFileType::wave) return inputs.empty() && WaveFile::canWrite(input.outputSettings());
+    return MovieFile::canWrite(input.outputSettings());
+}
+
+void LinuxAssetWriter::add(std::shared_ptr<AVAssetWriterInput> input) {
+    if (!canAdd(*input)) {
+        addError = SystemError("vintra", 1,
+                               "The file “" + url.lastPathComponent() +
+                                   "” can't hold a track with these settings. Pictures need even sizes.");
+        return;
+    }
+    auto own = std::static_pointer_cast<LinuxAssetWriterInput>(std::move(input));
+    own->attach(shared->queue);
+    inputs.push_back(std::move(own));
+}
+
+std::unique_ptr<MediaFile> LinuxAssetWriter::makeFile() const {
+    if (addError) throw *addError;
+    std::vector<AVOutputSettings> tracks;
+    for (const auto& input : inputs)
+        tracks.push_back(input->outputSettings());
+    if (fileType == AVFileType::wave) return WaveFile::create(url, tracks);
+    return MovieFile::create(url, tracks);
+}
+
+bool LinuxAssetWriter::startWriting() {
+    if (status() != AVAssetWriterStatus::unknown) return false;
+    try {
+        std::unique_ptr<MediaFile> file = makeFile();
+        {
+            MutexLock lock(shared->mutex);
+            shared->status = AVAssetWriterStatus::writing;
+            shared->running = true;
+        }
+        thread =
+            std::thread([held = shared, owned = std::move(file)]() mutable { run(held, std::move(owned)); });
+        return true;
+    } catch (const SystemError& error) {
+        shared->fail(error);
+    } catch (const std::exception& error) {
+        shared->fail(SystemError("vintra", 2,
+                                 std::string("The writer couldn't be started (") + error.what() +
+                                     "). Close other programs, then record again."));
+    }
+    MutexLock lock(shared->mutex);
+    shared->running = false;
+    return false;
+}
+
+void LinuxAssetWriter::run(const std::shared_ptr<Shared>& shared, std::unique_ptr<MediaFile> file) {
+    try {
+        shared->write(*file);
+    } catch (const SystemError& error) {
+        shared->fail(error);
+    } catch (const std::exception& error) {
+        shared->fail(SystemError("vintra", 3,
+                                 std::string("The recording couldn't be encoded (") + error.what() +
+                                     "). Close other programs, then record again."));
+    }
+    const bool complete = !shared->queue->isAbandoned() && shared->isWriting();
+    if (!complete) {
+        shared->queue->abandon();
+        file->abandon();
+    }
+    file.reset();
+    shared->end(complete);
+}
+
+void LinuxAssetWriter::startSession(CMTime atSourceTime) {
+    if (status() == AVAssetWriterStatus::writing && atSourceTime.isNumeric())
+        shared->queue->beginSession(atSourceTime);
+}
+
+void LinuxAssetWriter::finishWriting(std::function<void()> completion) {
+    bool wait = false;
+    {
+        MutexLock lock(shared->mutex);
+        wait = shared->running;
+        if (wait) shared->completions.push_back(std::move(completion));
+    }
+    if (!wait) {
+        completion();
+        return;
+    }
+    finishing = true;
+    shared->queue->close();
+}
+
+void LinuxAssetWriter::cancelWriting() {
+    {
+        MutexLock lock(shared->mutex);
+        if (shared->status != AVAssetWriterStatus::writing) return;
+        shared->status = AVAssetWriterStatus::cancelled;
+    }
+    shared->queue->abandon();
+    ::unlink(url.path().c_str());
+}
+
+AVAssetWriterStatus LinuxAssetWriter::status() const {
+    MutexLock lock(shared->mutex);
+    return shared->status;
+}
+
+std::optional<SystemError> LinuxAssetWriter::error() const {
+    MutexLock lock(shared->mutex);
+    return shared->error;
+}
+
+} // namespace vintra

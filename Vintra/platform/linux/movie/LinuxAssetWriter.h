@@ -1,0 +1,51 @@
+#pragma once
+
+#include "Vintra/platform/AVAssetWriter.h"
+#include "Vintra/platform/linux/movie/LinuxAssetWriterInput.h"
+#include "Vintra/platform/linux/movie/LinuxAssetWritersOptions.h"
+#include "Vintra/platform/linux/movie/MediaFile.h"
+
+#include <thread>
+#include <vector>
+
+namespace vintra {
+
+/// A writer with one thread of its own, which takes the samples from the `WriterQueue`, encodes them and
+/// fills the file. Made by `LinuxAssetWriters`; main thread, but for `status` and `error`.
+///
+///     capture threads --append--> WriterQueue --pop--> writer's thread: MediaFile --> disk
+///
+/// Neither cancelling nor failing waits for the thread. Destroying a writer that is still writing stops the
+/// thread after the sample in hand and leaves the file as `MediaFile::abandon` does.
+class LinuxAssetWriter final : public AVAssetWriter {
+public:
+    LinuxAssetWriter(const URL& outputURL, AVFileType fileType, const LinuxAssetWritersOptions& options);
+    ~LinuxAssetWriter() override;
+
+    const URL& outputURL() const override { return url; }
+    bool canAdd(const AVAssetWriterInput& input) const override;
+    void add(std::shared_ptr<AVAssetWriterInput> input) override;
+    bool startWriting() override;
+    void startSession(CMTime atSourceTime) override;
+    void finishWriting(std::function<void()> completion) override;
+    void cancelWriting() override;
+    AVAssetWriterStatus status() const override;
+    std::optional<SystemError> error() const override;
+
+private:
+    /// What the thread shares with its writer, and may outlive it.
+    struct Shared;
+    std::unique_ptr<MediaFile> makeFile() const;
+    static void run(const std::shared_ptr<Shared>& shared, std::unique_ptr<MediaFile> file);
+
+    const URL url;
+    const AVFileType fileType;
+    const LinuxAssetWritersOptions options;
+    std::vector<std::shared_ptr<LinuxAssetWriterInput>> inputs;
+    std::optional<SystemError> addError; ///< why an input that was added all the same can't be written
+    bool finishing = false;
+    std::shared_ptr<Shared> shared;
+    std::thread thread;
+};
+
+} // namespace vintra

@@ -1,0 +1,80 @@
+#include "Vintra/platform/linux/movie/LinuxAssetWriterInput.h"
+
+#include "Vintra/platform/linux/movie/SoundConverter.h"
+
+#include <algorithm>
+
+namespace vintra {
+namespace {
+
+// Pictures that may wait: enough to ride out a key frame or a busy moment, at most 64 MB of screen.
+constexpr int64_t kMostWaitingPictures = 8;
+constexpr int64_t kFewestWaitingPictures = 2;
+constexpr int64_t kMostWaitingPictureBytes = 64 << 20;
+// Sound that may wait: 2 s are 768 KB of stereo.
+constexpr int64_t kMostWaitingSound = 2'000'000; // microseconds
+
+} // namespace
+
+LinuxAssetWriterInput::LinuxAssetWriterInput(AVOutputSettings someSettings, bool expectsMediaDataInRealTime)
+    : settings(std::move(someSettings))
+    , realTime(expectsMediaDataInRealTime) {}
+
+AVMediaType LinuxAssetWriterInput::mediaType() const {
+    return std::holds_alternative<AVVideoSettings>(settings) ? AVMediaType::video : AVMediaType::audio;
+}
+
+void LinuxAssetWriterInput::attach(std::shared_ptr<WriterQueue> aQueue) {
+    queue = std::move(aQueue);
+    index = queue->addInput(capacity());
+}
+
+int64_t LinuxAssetWriterInput::capacity() const {
+    const auto* video = std::get_if<AVVideoSettings>(&settings);
+    if (video == nullptr) return kMostWaitingSound;
+    const int64_t bytes = std::max<int64_t>(1, int64_t{4} * video->width * video->height);
+    return std::clamp(kMostWaitingPictureBytes / bytes, kFewestWaitingPictures, kMostWaitingPictures);
+}
+
+int64_t LinuxAssetWriterInput::cost(const CMSampleBuffer& sample) const {
+    if (mediaType() == AVMediaType::video) return 1;
+    const double rate = sample.formatDescription()->streamBasicDescription()->mSampleRate;
+    return std::max<int64_t>(1, static_cast<int64_t>(static_cast<double>(sample.numSamples()) * 1e6 / rate));
+}
+
+bool LinuxAssetWriterInput::isReadyForMoreMediaData() const {
+    return queue && queue->isReady(index);
+}
+
+bool LinuxAssetWriterInput::isUsable(const CMSampleBuffer& sample) const {
+    if (!sample.isValid() || !sample.presentationTimeStamp().isNumeric()) return false;
+    if (mediaType() == AVMediaType::audio) return SoundConverter::canConvert(sample);
+    const auto image = sample.imageBuffer();
+    if (!image || image->width() == 0 || image->height() == 0) return false;
+    for (size_t i = 0; i < image->planeCount(); ++i)
+        if (image->plane(i).baseAddress == nullptr) return false;
+    return image->pixelFormat() == kCVPixelFormatType_32BGRA ||
+           image->pixelFormat() == kCVPixelFormatType_420YpCbCr8BiPlanarVideoRange;
+}
+
+bool LinuxAssetWriterInput::isInOrder(CMTime time) const {
+    if (!lastTime.isValid()) return true;
+    return mediaType() == AVMediaType::video ? time > lastTime : time >= lastTime;
+}
+
+bool LinuxAssetWriterInput::append(const CMSampleBuffer& sample) {
+    if (!queue || !isUsable(sample)) return false;
+    const std::optional<CMTime> start = queue->openSession();
+    const CMTime time = sample.presentationTimeStamp();
+    if (!start || !queue->isReady(index) || !isInOrder(time)) return false;
+    const bool leftOut = mediaType() == AVMediaType::video ? time < *start : endOfSound(sample) <= *start;
+    if (!leftOut && !queue->push(index, sample, cost(sample))) return false;
+    lastTime = time;
+    return true;
+}
+
+void LinuxAssetWriterInput::markAsFinished() {
+    if (queue) queue->finishInput(index);
+}
+
+} // namespace vintra

@@ -1,0 +1,54 @@
+#include "Vintra/platform/linux/movie/MovieFile.h"
+
+#include "Vintra/platform/linux/movie/MovieSoundTrack.h"
+#include "Vintra/platform/linux/movie/MovieVideoTrack.h"
+
+namespace vintra {
+namespace {
+
+constexpr int32_t kLargestSide = 16'384; // pixels: H.264's and libx265's limit
+
+bool isUsableSide(int32_t side) {
+    return side >= 2 && side <= kLargestSide && side % 2 == 0;
+}
+
+} // namespace
+
+bool MovieFile::canWrite(const AVOutputSettings& settings) {
+    if (const auto* video = std::get_if<AVVideoSettings>(&settings))
+        return isUsableSide(video->width) && isUsableSide(video->height) && video->averageBitRate > 0;
+    return SoundEncoder::canEncode(std::get<AVAudioSettings>(settings));
+}
+
+std::unique_ptr<MovieFile> MovieFile::create(const URL& url, const std::vector<AVOutputSettings>& tracks) {
+    std::unique_ptr<MovieFile> file(new MovieFile(OutputFile::create(url)));
+    for (const AVOutputSettings& settings : tracks)
+        file->addTrack(settings);
+    return file;
+}
+
+MovieFile::MovieFile(OutputFile file)
+    : movie(std::move(file)) {}
+
+void MovieFile::addTrack(const AVOutputSettings& settings) {
+    if (const auto* video = std::get_if<AVVideoSettings>(&settings))
+        tracks.push_back(std::make_unique<MovieVideoTrack>(movie, *video));
+    else
+        tracks.push_back(std::make_unique<MovieSoundTrack>(movie, std::get<AVAudioSettings>(settings)));
+}
+
+void MovieFile::write(size_t track, const CMSampleBuffer& sample, CMTime sessionStart) {
+    tracks[track]->write(sample, sessionStart);
+}
+
+void MovieFile::finish() {
+    for (const auto& track : tracks)
+        track->finish();
+    movie.finish();
+}
+
+void MovieFile::abandon() noexcept {
+    movie.abandon();
+}
+
+} // namespace vintra

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "Vintra/platform/AVAssetWriter.h"
+#include "Vintra/platform/linux/movie/MediaFile.h"
+#include "Vintra/platform/linux/movie/MovieTrack.h"
+#include "Vintra/platform/linux/movie/QuickTimeFile.h"
+
+#include <memory>
+#include <vector>
+
+namespace vintra {
+
+/// A QuickTime movie with H.264 or HEVC pictures and any number of AAC sounds, each track encoded on the
+/// writer's thread in the order in which the samples came.
+class MovieFile final : public MediaFile {
+public:
+    static bool canWrite(const AVOutputSettings& settings);
+    /// Throws `SystemError`.
+    static std::unique_ptr<MovieFile> create(const URL& url, const std::vector<AVOutputSettings>& tracks);
+
+    void write(size_t track, const CMSampleBuffer& sample, CMTime sessionStart) override;
+    void finish() override;
+    void abandon() noexcept override;
+
+private:
+    explicit MovieFile(OutputFile file);
+    void addTrack(const AVOutputSettings& settings);
+    QuickTimeFile movie;
+    std::vector<std::unique_ptr<MovieTrack>> tracks;
+};
+
+} // namespace vintra

@@ -1,0 +1,61 @@
+#include "Vintra/platform/linux/movie/MovieVideoTrack.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace vintra {
+namespace {
+
+constexpr int64_t kFinestTimescale = 1'000'000;
+constexpr int64_t kBaseTimescale = 600; // of the grid's phase
+constexpr CMTime kDefaultDuration = {1, 30, kCMTimeFlags_Valid};
+
+int64_t denominator(CMTime time) {
+    return time.timescale / std::gcd(time.value, int64_t{time.timescale});
+}
+
+} // namespace
+
+int32_t movieTimescale(CMTime firstTime, CMTime duration) {
+    int64_t timescale = kBaseTimescale;
+    for (const CMTime time : {duration, firstTime}) {
+        if (!time.isNumeric()) continue;
+        const int64_t finer = std::lcm(timescale, denominator(time));
+        if (finer <= kFinestTimescale) timescale = finer;
+    }
+    return static_cast<int32_t>(timescale);
+}
+
+MovieVideoTrack::MovieVideoTrack(QuickTimeFile& aMovie, const AVVideoSettings& someSettings)
+    : movie(aMovie)
+    , settings(someSettings)
+    , track(aMovie.addPictureTrack(someSettings.width, someSettings.height)) {}
+
+void MovieVideoTrack::begin(CMTime firstTime, CMTime duration) {
+    timescale = movieTimescale(firstTime, duration);
+    slotDuration = std::max<int64_t>(1, CMTimeConvertScale(duration, timescale).value);
+    encoder =
+        std::make_unique<VideoEncoder>(settings, timescale, slotDuration, [this](QuickTimeSample sample) {
+            movie.append(track, std::move(sample));
+        });
+    movie.describe(track, {.timescale = timescale, .sampleDescription = encoder->sampleDescription()});
+}
+
+void MovieVideoTrack::write(const CMSampleBuffer& sample, CMTime sessionStart) {
+    const CMTime given = sample.duration();
+    const CMTime duration = given.isNumeric() && given > kCMTimeZero ? given : kDefaultDuration;
+    const CMTime offset = sample.presentationTimeStamp() - sessionStart;
+    if (!encoder) begin(offset, duration);
+    const int64_t time = CMTimeConvertScale(offset, timescale).value;
+    if (lastTime && time <= *lastTime) return; // closer than a tick
+    lastTime = time;
+    encoder->encode(sample.imageBuffer(), time,
+                    std::max<int64_t>(1, CMTimeConvertScale(duration, timescale).value));
+}
+
+void MovieVideoTrack::finish() {
+    if (!encoder) begin(kCMTimeZero, kDefaultDuration);
+    encoder->finish();
+}
+
+} // namespace vintra

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "Vintra/platform/AVAssetWriter.h"
+#include "Vintra/platform/linux/movie/MovieTrack.h"
+#include "Vintra/platform/linux/movie/QuickTimeFile.h"
+#include "Vintra/platform/linux/movie/VideoEncoder.h"
+
+#include <memory>
+#include <optional>
+
+namespace vintra {
+
+/// The time scale at which every time of a picture track is exact: the least common multiple of 600 and the
+/// denominators of the first picture's time after the session's start and of its duration. A grid of phase
+/// k/600 s and slots of 1/n s thus has no rounding, however long the take. Denominators that would make it
+/// larger than a million are left out; times are then rounded to the nearest tick.
+int32_t movieTimescale(CMTime firstTime, CMTime duration);
+
+/// The pictures of a movie. Its encoder is made at the first picture, which tells the rate.
+class MovieVideoTrack final : public MovieTrack {
+public:
+    /// The movie outlives the track.
+    MovieVideoTrack(QuickTimeFile& movie, const AVVideoSettings& settings);
+    void write(const CMSampleBuffer& sample, CMTime sessionStart) override;
+    void finish() override;
+
+private:
+    void begin(CMTime firstTime, CMTime duration);
+
+    QuickTimeFile& movie;
+    const AVVideoSettings settings;
+    const size_t track;
+    int32_t timescale = 0;
+    int64_t slotDuration = 1; ///< ticks
+    std::unique_ptr<VideoEncoder> encoder;
+    std::optional<int64_t> lastTime;
+};
+
+} // namespace vintra

@@ -1,0 +1,145 @@
+#include "Vintra/platform/linux/pipewire/PipeWireAudioHardware.h"
+
+#include "Vintra/platform/linux/pipewire/PipeWireConnection.h"
+#include "Vintra/platform/linux/pipewire/PipeWireDefaultOutput.h"
+
+#include <utility>
+
+namespace vintra {
+namespace {
+
+/// Posted calls find out whether the listening has ended: the block is kept here alone, and goes on the main
+/// thread.
+class Listener : public AudioPropertyListener {
+public:
+    Listener(std::shared_ptr<PipeWireConnection> itsConnection,
+             std::shared_ptr<PipeWireDefaultOutput> itsDefaultOutput, AudioObjectID itsObject,
+             AudioProperty itsProperty)
+        : connection(std::move(itsConnection))
+        , defaultOutput(std::move(itsDefaultOutput))
+        , object(itsObject)
+        , property(itsProperty)
+        , realDevice(defaultOutput->realDevice()) {}
+    ~Listener() override {
+        // With the lock no call is under way on PipeWire's thread.
+        PipeWireLock lock(connection->loop());
+        observation.reset();
+    }
+
+    void begin(std::function<void()> itsBlock, const std::shared_ptr<MainThread>& mainThread) {
+        block = std::make_shared<std::function<void()>>(std::move(itsBlock));
+        // Only the main thread ever locks the weak reference, so that the block can't go on another one.
+        const std::weak_ptr<std::function<void()>> weak = block;
+        observation = connection->observe([this, weak, main = mainThread](const PipeWireChange& change) {
+            if (!concerns(change)) return;
+            main->post([weak] {
+                if (const auto listening = weak.lock()) (*listening)();
+            });
+        });
+    }
+
+private:
+    bool concerns(const PipeWireChange& change) {
+        switch (property) {
+        case AudioProperty::devices:
+            return change.devices;
+        case AudioProperty::defaultSystemOutputDevice: {
+            const uint32_t before = std::exchange(realDevice, defaultOutput->realDevice());
+            return realDevice != before;
+        }
+        case AudioProperty::nominalSampleRate:
+            return change.rateOfDevice == object;
+        }
+        return false;
+    }
+
+    const std::shared_ptr<PipeWireConnection> connection;
+    const std::shared_ptr<PipeWireDefaultOutput> defaultOutput;
+    const AudioObjectID object;
+    const AudioProperty property;
+    uint32_t realDevice; ///< as it was told last; PipeWire's thread's
+    std::shared_ptr<std::function<void()>> block;
+    std::shared_ptr<void> observation;
+};
+
+} // namespace
+
+PipeWireAudioHardware::PipeWireAudioHardware(std::shared_ptr<PipeWireConnection> itsConnection,
+                                             std::shared_ptr<MainThread> itsMainThread)
+    : connection(std::move(itsConnection))
+    , mainThread(std::move(itsMainThread))
+    , defaultOutput(std::make_shared<PipeWireDefaultOutput>(connection)) {}
+
+PipeWireAudioHardware::~PipeWireAudioHardware() = default;
+
+std::vector<AudioObjectID> PipeWireAudioHardware::devices() const {
+    return connection->deviceNumbers();
+}
+
+std::optional<std::vector<uint32_t>> PipeWireAudioHardware::inputStreamChannels(AudioObjectID device) const {
+    const auto node = connection->device(device);
+    if (!node) return std::nullopt;
+    std::vector<uint32_t> channels;
+    if (node->isInput() && node->format.channels > 0) channels.push_back(node->format.channels);
+    return channels;
+}
+
+std::optional<std::vector<uint32_t>> PipeWireAudioHardware::outputStreamChannels(AudioObjectID device) const {
+    const auto node = connection->device(device);
+    if (!node) return std::nullopt;
+    std::vector<uint32_t> channels;
+    if (node->isOutput() && node->format.channels > 0) channels.push_back(node->format.channels);
+    return channels;
+}
+
+std::optional<AudioTransportType> PipeWireAudioHardware::transportType(AudioObjectID device) const {
+    const auto node = connection->device(device);
+    if (!node) return std::nullopt;
+    return node->isBuiltIn ? AudioTransportType::builtIn : AudioTransportType::other;
+}
+
+std::optional<AudioObjectID> PipeWireAudioHardware::defaultOutputDevice() const {
+    if (connection->problem()) return std::nullopt;
+    return defaultOutput->device();
+}
+
+std::optional<AudioObjectID> PipeWireAudioHardware::defaultSystemOutputDevice() const {
+    if (connection->problem()) return std::nullopt;
+    return defaultOutput->realDevice();
+}
+
+bool PipeWireAudioHardware::setDefaultOutputDevice(AudioObjectID device) {
+    return defaultOutput->setDevice(device);
+}
+
+bool PipeWireAudioHardware::setDefaultSystemOutputDevice(AudioObjectID device) {
+    return device != 0 && device == defaultOutput->realDevice();
+}
+
+std::optional<std::string> PipeWireAudioHardware::deviceUID(AudioObjectID device) const {
+    const auto node = connection->device(device);
+    return node ? std::optional(node->name) : std::nullopt;
+}
+
+std::optional<std::string> PipeWireAudioHardware::deviceName(AudioObjectID device) const {
+    const auto node = connection->device(device);
+    return node ? std::optional(node->description) : std::nullopt;
+}
+
+std::optional<double> PipeWireAudioHardware::nominalSampleRate(AudioObjectID device) const {
+    const auto node = connection->device(device);
+    return node ? std::optional(static_cast<double>(node->format.sampleRate)) : std::nullopt;
+}
+
+std::unique_ptr<AudioPropertyListener>
+PipeWireAudioHardware::addPropertyListener(AudioObjectID object, AudioProperty property,
+                                           std::function<void()> block) {
+    const bool isKnown = property == AudioProperty::nominalSampleRate ? connection->device(object).has_value()
+                                                                      : object == kAudioObjectSystemObject;
+    if (!isKnown) return nullptr;
+    auto listener = std::make_unique<Listener>(connection, defaultOutput, object, property);
+    listener->begin(std::move(block), mainThread);
+    return listener;
+}
+
+} // namespace vintra

@@ -1,0 +1,24 @@
+#include "Vintra/platform/linux/pipewire/PipeWireCaptureDevice.h"
+
+#include "Vintra/platform/linux/pipewire/PipeWireConnection.h"
+
+#include <utility>
+
+namespace vintra {
+
+PipeWireCaptureDevice::PipeWireCaptureDevice(std::shared_ptr<PipeWireConnection> itsConnection,
+                                             PipeWireNode itsNode)
+    : connection(std::move(itsConnection))
+    , node(std::move(itsNode)) {}
+
+bool PipeWireCaptureDevice::isConnected() const {
+    return connection->deviceNamed(node.name).has_value();
+}
+
+std::optional<AudioStreamBasicDescription> PipeWireCaptureDevice::activeAudioFormat() const {
+    const auto current = connection->deviceNamed(node.name);
+    if (!current || current->format.channels == 0 || current->format.sampleRate == 0) return std::nullopt;
+    return floatPCMDescription(current->format.sampleRate, current->format.channels);
+}
+
+} // namespace vintra

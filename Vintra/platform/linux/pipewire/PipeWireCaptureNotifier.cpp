@@ -1,0 +1,107 @@
+#include "Vintra/platform/linux/pipewire/PipeWireCaptureNotifier.h"
+
+#include "Vintra/platform/linux/pipewire/PipeWireCaptureDevice.h"
+#include "Vintra/platform/linux/pipewire/PipeWireConnection.h"
+
+#include <cerrno>
+#include <utility>
+
+namespace vintra {
+
+PipeWireCaptureNotifier::PipeWireCaptureNotifier(std::shared_ptr<PipeWireConnection> itsConnection,
+                                                 std::shared_ptr<MainThread> itsMainThread)
+    : connection(std::move(itsConnection))
+    , mainThread(std::move(itsMainThread)) {}
+
+/// It listens once it can be held weakly.
+std::shared_ptr<PipeWireCaptureNotifier>
+PipeWireCaptureNotifier::make(std::shared_ptr<PipeWireConnection> connection,
+                              std::shared_ptr<MainThread> mainThread) {
+    const std::shared_ptr<PipeWireCaptureNotifier> made(
+        new PipeWireCaptureNotifier(std::move(connection), std::move(mainThread)));
+    PipeWireLock lock(made->connection->loop());
+    made->known = made->inputs();
+    made->observation = made->connection->observe([self = made.get()](const PipeWireChange& change) {
+        if (change.devices) self->devicesHaveChanged();
+    });
+    return made;
+}
+
+PipeWireCaptureNotifier::~PipeWireCaptureNotifier() {
+    // With the lock no call is under way on PipeWire's thread.
+    PipeWireLock lock(connection->loop());
+    observation.reset();
+}
+
+Observation PipeWireCaptureNotifier::observe(CaptureDeviceNotifications notifications) {
+    auto kept = std::make_shared<CaptureDeviceNotifications>(std::move(notifications));
+    observers.push_back(kept);
+    return kept;
+}
+
+std::map<std::string, PipeWireNode> PipeWireCaptureNotifier::inputs() const {
+    std::map<std::string, PipeWireNode> result;
+    for (const uint32_t number : connection->deviceNumbers()) {
+        if (auto node = connection->device(number); node && node->isInput()) result[node->name] = *node;
+    }
+    return result;
+}
+
+void PipeWireCaptureNotifier::devicesHaveChanged() {
+    const auto before = std::exchange(known, inputs());
+    for (const auto& [name, node] : before) {
+        if (!known.contains(name)) post(node, &PipeWireCaptureNotifier::tellDisconnected);
+    }
+    for (const auto& [name, node] : known) {
+        if (!before.contains(name)) post(node, &PipeWireCaptureNotifier::tellConnected);
+    }
+}
+
+void PipeWireCaptureNotifier::post(const PipeWireNode& node, Call call) {
+    // Only the main thread ever locks the weak reference, so that nothing can go on PipeWire's.
+    mainThread->post([weak = weak_from_this(), node, call] {
+        if (const auto self = weak.lock()) ((*self).*call)(node);
+    });
+}
+
+void PipeWireCaptureNotifier::sessionHasEnded(std::weak_ptr<AVCaptureSession> session,
+                                              const std::string& deviceName) {
+    // The server tells of a device's end before it tells what became of the streams on it.
+    const auto node = connection->deviceNamed(deviceName);
+    if (!node) return;
+    mainThread->post([weak = weak_from_this(), session = std::move(session), name = node->description] {
+        const auto self = weak.lock();
+        const auto ended = session.lock();
+        if (self && ended) self->tellRuntimeError(ended, name);
+    });
+}
+
+void PipeWireCaptureNotifier::tellConnected(const PipeWireNode& node) {
+    const auto device = std::make_shared<PipeWireCaptureDevice>(connection, node);
+    for (const auto& observer : present())
+        observer->deviceWasConnected(device);
+}
+
+void PipeWireCaptureNotifier::tellDisconnected(const PipeWireNode& node) {
+    const auto device = std::make_shared<PipeWireCaptureDevice>(connection, node);
+    for (const auto& observer : present())
+        observer->deviceWasDisconnected(device);
+}
+
+void PipeWireCaptureNotifier::tellRuntimeError(const std::shared_ptr<AVCaptureSession>& session,
+                                               const std::string& device) {
+    const SystemError error("pipewire", EIO, "PipeWire has stopped delivering sound from " + device + ".");
+    for (const auto& observer : present())
+        observer->sessionRuntimeError(session, error);
+}
+
+std::vector<std::shared_ptr<CaptureDeviceNotifications>> PipeWireCaptureNotifier::present() {
+    std::vector<std::shared_ptr<CaptureDeviceNotifications>> result;
+    std::erase_if(observers, [](const auto& observer) { return observer.expired(); });
+    for (const auto& observer : observers) {
+        if (auto kept = observer.lock()) result.push_back(std::move(kept));
+    }
+    return result;
+}
+
+} // namespace vintra

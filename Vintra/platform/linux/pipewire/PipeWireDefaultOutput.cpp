@@ -1,0 +1,188 @@
+#include "Vintra/platform/linux/pipewire/PipeWireDefaultOutput.h"
+
+#include "Vintra/platform/linux/pipewire/PipeWireConnection.h"
+#include "Vintra/platform/linux/pipewire/PipeWireMetadata.h"
+
+#include <utility>
+
+namespace vintra {
+namespace {
+
+constexpr const char* effectiveKey = "default.audio.sink";
+constexpr const char* configuredKey = "default.configured.audio.sink";
+constexpr const char* heldKey = "vintra.default.audio.sink"; ///< what was in force before the virtual device
+constexpr double secondsUntilRefused = 1.0;
+constexpr double secondsUntilConfirmed = 0.2; // a server that answers at all has done so by then
+constexpr int mostReminders = 50;             // 10 s; then the session manager has its way
+
+bool isVirtual(const std::optional<std::string>& name) {
+    return name == kVirtualAudioDeviceName;
+}
+
+} // namespace
+
+PipeWireDefaultOutput::PipeWireDefaultOutput(std::shared_ptr<PipeWireConnection> itsConnection)
+    : connection(std::move(itsConnection)) {
+    PipeWireLock lock(connection->loop());
+    reminder = std::make_unique<PipeWireTimer>(connection->loop(), [this] { insist(); });
+    observation = connection->observe([this](const PipeWireChange& change) { changed(change); });
+}
+
+PipeWireDefaultOutput::~PipeWireDefaultOutput() {
+    // With the lock no call is under way on PipeWire's thread.
+    PipeWireLock lock(connection->loop());
+    observation.reset();
+    reminder.reset();
+}
+
+PipeWireMetadata* PipeWireDefaultOutput::table() const {
+    connection->loop().assertHeld();
+    return connection->metadata("default");
+}
+
+std::optional<std::string> PipeWireDefaultOutput::effectiveName() const {
+    const PipeWireMetadata* const defaults = table();
+    return defaults != nullptr ? defaults->nodeName(effectiveKey) : std::nullopt;
+}
+
+uint32_t PipeWireDefaultOutput::device() const {
+    PipeWireLock lock(connection->loop());
+    const auto name = effectiveName();
+    return name ? connection->numberNamed(*name).value_or(0) : 0;
+}
+
+uint32_t PipeWireDefaultOutput::realDevice() const {
+    PipeWireLock lock(connection->loop());
+    auto name = effectiveName();
+    if (isVirtual(name)) name = table()->nodeName(heldKey);
+    if (name && !isVirtual(name)) {
+        if (const auto number = connection->numberNamed(*name)) return *number;
+    }
+    std::optional<int32_t> highest;
+    uint32_t best = 0;
+    for (const uint32_t number : connection->deviceNumbers()) {
+        const auto node = connection->device(number);
+        if (!node || !node->isOutput() || node->isVirtualDevice()) continue;
+        if (highest && node->sessionPriority <= *highest) continue;
+        highest = node->sessionPriority;
+        best = number;
+    }
+    return best;
+}
+
+bool PipeWireDefaultOutput::setDevice(uint32_t number) {
+    PipeWireLock lock(connection->loop());
+    PipeWireMetadata* const defaults = table();
+    const auto node = connection->device(number);
+    if (defaults == nullptr || !node || !node->isOutput()) return false;
+    // While the virtual device is held the session manager may have another idea for a moment, and what was
+    // said against it may still be on its way.
+    const bool endsHold = hold && !node->isVirtualDevice();
+    if (effectiveName() == node->name && !endsHold) return true;
+    if (node->isVirtualDevice()) {
+        holdVirtualDevice(*defaults);
+    } else {
+        release(*defaults, node->name);
+    }
+    // Of a release the end of the way back is said last: once that is read back, all else has been taken in.
+    const auto isInForce = [&] {
+        const PipeWireMetadata* const now = table();
+        const bool isReleased = !endsHold || (now != nullptr && !now->nodeName(heldKey));
+        return effectiveName() == node->name && isReleased;
+    };
+    const int64_t deadline = PipeWireLoop::deadlineIn(secondsUntilRefused);
+    while (!isInForce()) {
+        if (connection->loop().waitUntil(deadline)) continue;
+        if (hold) giveUpHold();
+        return false;
+    }
+    return true;
+}
+
+/// What was asked for must not come into force after it has been called refused.
+void PipeWireDefaultOutput::giveUpHold() {
+    const auto before = hold->before;
+    hold.reset();
+    PipeWireMetadata* const defaults = table();
+    if (defaults == nullptr) return;
+    if (before) defaults->setNodeName(effectiveKey, *before);
+    defaults->remove(heldKey);
+}
+
+void PipeWireDefaultOutput::holdVirtualDevice(PipeWireMetadata& defaults) {
+    const auto before = defaults.nodeName(effectiveKey);
+    // First the way back: a crash may come after any of these lines.
+    if (before) {
+        defaults.setNodeName(heldKey, *before);
+    } else {
+        defaults.remove(heldKey);
+    }
+    defaults.setNodeName(effectiveKey, kVirtualAudioDeviceName);
+    hold = Hold{.before = before, .configured = defaults.nodeName(configuredKey)};
+}
+
+void PipeWireDefaultOutput::release(PipeWireMetadata& defaults, const std::string& name) {
+    const bool isLent = hold || isVirtual(effectiveName());
+    const auto before = hold ? hold->before : defaults.nodeName(heldKey);
+    const bool isHandedBack = isLent && before == name && !isVirtual(defaults.nodeName(configuredKey));
+    hold.reset();
+    if (!isHandedBack) defaults.setNodeName(configuredKey, name);
+    // Said as well where it has been configured: a session manager of the same opinion as before says
+    // nothing.
+    defaults.setNodeName(effectiveKey, name);
+    defaults.remove(heldKey);
+}
+
+void PipeWireDefaultOutput::changed(const PipeWireChange& change) {
+    if (!hold) return;
+    connection->loop().assertHeld();
+    PipeWireMetadata* const defaults = table();
+    if (defaults == nullptr) return;
+    if (change.defaultsKey == configuredKey) {
+        choiceTold(*defaults);
+    } else if (change.defaultsKey == effectiveKey) {
+        effectiveTold(*defaults);
+    }
+}
+
+void PipeWireDefaultOutput::choiceTold(PipeWireMetadata& defaults) {
+    const auto chosen = defaults.nodeName(configuredKey);
+    // A choice that is made again isn't told: this one comes from a session manager that has just begun.
+    if (!chosen || isVirtual(chosen) || chosen == hold->configured) return;
+    hold.reset();
+    defaults.setNodeName(effectiveKey, *chosen);
+    defaults.remove(heldKey);
+}
+
+void PipeWireDefaultOutput::effectiveTold(PipeWireMetadata& defaults) {
+    const auto idea = defaults.nodeName(effectiveKey);
+    if (isVirtual(idea)) {
+        hold->unconfirmed = 0;
+        reminder->cancel();
+        return;
+    }
+    if (!hold->before) hold->before = idea; // there was none, and now there may be
+    if (hold->before && !connection->deviceNamed(*hold->before)) {
+        hold.reset();
+        reminder->cancel();
+        defaults.remove(heldKey);
+        return;
+    }
+    // A session manager that has just begun has left nothing of the way back.
+    if (hold->before) defaults.setNodeName(heldKey, *hold->before);
+    defaults.setNodeName(effectiveKey, kVirtualAudioDeviceName);
+    reminder->startOver(secondsUntilConfirmed);
+}
+
+void PipeWireDefaultOutput::insist() {
+    connection->loop().assertHeld();
+    if (!hold || isVirtual(effectiveName()) || ++hold->unconfirmed > mostReminders) return;
+    if (PipeWireMetadata* const defaults = table()) {
+        effectiveTold(*defaults);
+        connection->readMetadataAgain("default");
+    } else {
+        reminder->startOver(secondsUntilConfirmed);
+    }
+}
+
+} // namespace vintra

@@ -1,0 +1,134 @@
+#include "Vintra/platform/linux/pipewire/PipeWireDeviceIO.h"
+
+#include "Vintra/platform/linux/pipewire/PipeWireConnection.h"
+#include "Vintra/platform/linux/pipewire/PipeWireDevicePin.h"
+#include "Vintra/platform/linux/pipewire/PipeWireIOProc.h"
+#include "Vintra/platform/linux/pipewire/PipeWireIOStream.h"
+#include "Vintra/platform/linux/pipewire/PipeWireMetadata.h"
+
+#include <algorithm>
+#include <bit>
+#include <utility>
+
+namespace vintra {
+namespace {
+
+constexpr double secondsUntilRefused = 1.0;
+constexpr double secondsBetweenLooks = 0.005; ///< a clock's rate changes without a message
+
+} // namespace
+
+PipeWireDeviceIO::PipeWireDeviceIO(std::shared_ptr<PipeWireConnection> itsConnection,
+                                   std::shared_ptr<Log> itsLog)
+    : connection(std::move(itsConnection))
+    , log(std::move(itsLog)) {}
+
+PipeWireDeviceIO::~PipeWireDeviceIO() {
+    PipeWireLock lock(connection->loop());
+    pinned.reset();
+}
+
+std::unique_ptr<AudioIOProc> PipeWireDeviceIO::createIOProc(AudioObjectID device, AudioIOBlock block) {
+    const auto node = connection->device(device);
+    if (!node || !block || node->format.channels == 0 || node->format.sampleRate == 0) return nullptr;
+    auto& shared = cycles[device];
+    if (!shared) shared = std::make_shared<PipeWireCycles>();
+    return std::make_unique<PipeWireIOProc>(connection, node->name, std::move(block), shared,
+                                            limits(node->format.sampleRate).usual,
+                                            [this, device] { lookForSharedClock(device); });
+}
+
+void PipeWireDeviceIO::lookForSharedClock(AudioObjectID device) const {
+    const auto name = [this](AudioObjectID number) {
+        const auto node = connection->device(number);
+        return node ? node->name : std::to_string(number);
+    };
+    const uint32_t driver = cycles.at(device)->driver;
+    for (const auto& [other, itsCycles] : cycles) {
+        if (other == device || driver == 0 || itsCycles->driver != driver) continue;
+        log->write("audio-io", LogLevel::standard,
+                   name(device) + " and " + name(other) + " run on one clock, that of node " +
+                       std::to_string(driver) + ".");
+    }
+}
+
+PipeWireDeviceIO::Limits PipeWireDeviceIO::limits(uint32_t rate) const {
+    PipeWireLock lock(connection->loop());
+    Limits result;
+    const PipeWireMetadata* const settings = connection->metadata("settings");
+    if (settings == nullptr) return result;
+    const auto said = [settings](const char* key, uint32_t otherwise) {
+        const uint32_t value = settings->number(key);
+        return value != 0 ? value : otherwise;
+    };
+    result.minimum = said("clock.min-quantum", result.minimum);
+    result.maximum = std::max(said("clock.max-quantum", result.maximum), result.minimum);
+    result.usual = std::clamp(said("clock.quantum", result.usual), result.minimum, result.maximum);
+    // A cycle at another rate is to last about as long, but no longer, in a power of two of frames.
+    const uint32_t usualRate = said("clock.rate", 48'000);
+    if (rate != usualRate) {
+        result.usual = std::bit_floor(static_cast<uint32_t>(uint64_t{result.usual} * rate / usualRate));
+    }
+    result.usual = said("clock.force-quantum", result.usual);
+    return result;
+}
+
+std::optional<uint32_t> PipeWireDeviceIO::bufferFrameSize(AudioObjectID device) const {
+    const auto node = connection->device(device);
+    if (!node) return std::nullopt;
+    const auto running = cycles.find(device);
+    if (running != cycles.end()) {
+        if (const uint32_t frames = running->second->frames) return frames;
+    }
+    if (node->isVirtualDevice() && pinnedFrames != 0) return pinnedFrames;
+    return limits(node->format.sampleRate).usual;
+}
+
+std::optional<AudioBufferSizeRange> PipeWireDeviceIO::bufferFrameSizeRange(AudioObjectID device) const {
+    const auto node = connection->device(device);
+    if (!node) return std::nullopt;
+    const Limits all = limits(node->format.sampleRate);
+    return AudioBufferSizeRange{static_cast<double>(all.minimum), static_cast<double>(all.maximum)};
+}
+
+void PipeWireDeviceIO::setBufferFrameSize(AudioObjectID device, uint32_t frames) {
+    const auto node = connection->device(device);
+    if (!node || !node->isVirtualDevice()) return;
+    const Limits all = limits(node->format.sampleRate);
+    const uint32_t wanted = std::clamp(frames, all.minimum, all.maximum);
+    pinnedFrames = wanted == all.usual ? 0 : wanted;
+    {
+        PipeWireLock lock(connection->loop());
+        pin(*node);
+    }
+    const auto running = cycles.find(device);
+    // The next cycle tells what came of it.
+    if (running != cycles.end() && running->second->frames != 0) running->second->frames = wanted;
+}
+
+bool PipeWireDeviceIO::setNominalSampleRate(AudioObjectID device, double rate) {
+    const auto node = connection->device(device);
+    if (!node || !node->isVirtualDevice() || (rate != 44'100 && rate != 48'000)) return false;
+    PipeWireLock lock(connection->loop());
+    const auto wanted = static_cast<uint32_t>(rate);
+    pinnedRate = wanted == connection->graphRate() ? 0 : wanted;
+    if (!pin(*node)) return false;
+    connection->setForcedRate(device, pinnedRate);
+    return true;
+}
+
+bool PipeWireDeviceIO::pin(const PipeWireNode& node) {
+    connection->loop().assertHeld();
+    pinned.reset();
+    if (pinnedRate == 0 && pinnedFrames == 0) return true;
+    pinned = std::make_unique<PipeWireDevicePin>(
+        *connection, node, PipeWireCycleWishes{.rate = pinnedRate, .frames = pinnedFrames});
+    const int64_t deadline = PipeWireLoop::deadlineIn(secondsUntilRefused);
+    while (!pinned->isInForce()) {
+        connection->loop().waitUntil(std::min(PipeWireLoop::deadlineIn(secondsBetweenLooks), deadline));
+        if (PipeWireLoop::deadlineIn(0) >= deadline) return false;
+    }
+    return true;
+}
+
+} // namespace vintra

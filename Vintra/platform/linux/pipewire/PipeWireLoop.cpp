@@ -1,0 +1,55 @@
+#include "Vintra/platform/linux/pipewire/PipeWireLoop.h"
+
+#include "Vintra/platform/linux/runtime/LinuxHostClock.h"
+
+#include <pipewire/pipewire.h>
+
+#include <algorithm>
+#include <ctime>
+
+namespace vintra {
+
+PipeWireLoop::PipeWireLoop(const char* name) {
+    pw_init(nullptr, nullptr);
+    thread = pw_thread_loop_new(name, nullptr);
+    running = thread != nullptr && pw_thread_loop_start(thread) >= 0;
+}
+
+PipeWireLoop::~PipeWireLoop() {
+    if (thread != nullptr) {
+        if (running) pw_thread_loop_stop(thread);
+        pw_thread_loop_destroy(thread);
+    }
+    pw_deinit();
+}
+
+pw_loop* PipeWireLoop::loop() const {
+    return thread != nullptr ? pw_thread_loop_get_loop(thread) : nullptr;
+}
+
+void PipeWireLoop::lock() NO_THREAD_SAFETY_ANALYSIS {
+    if (thread != nullptr) pw_thread_loop_lock(thread);
+}
+
+void PipeWireLoop::unlock() NO_THREAD_SAFETY_ANALYSIS {
+    if (thread != nullptr) pw_thread_loop_unlock(thread);
+}
+
+void PipeWireLoop::signal() {
+    if (thread != nullptr) pw_thread_loop_signal(thread, false);
+}
+
+bool PipeWireLoop::waitUntil(int64_t deadline) {
+    // The loop's condition waits on the wall clock, so the deadline is turned into it for each wait.
+    const int64_t left = deadline - monotonicNanoseconds();
+    if (left <= 0 || thread == nullptr) return false;
+    timespec until{};
+    if (pw_thread_loop_get_time(thread, &until, left) < 0) return false;
+    return pw_thread_loop_timed_wait_full(thread, &until) == 0 || monotonicNanoseconds() < deadline;
+}
+
+int64_t PipeWireLoop::deadlineIn(double seconds) {
+    return monotonicNanoseconds() + static_cast<int64_t>(seconds * 1e9);
+}
+
+} // namespace vintra

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "Vintra/platform/linux/runtime/FileDescriptor.h"
+
+#include <csignal>
+#include <functional>
+#include <initializer_list>
+#include <memory>
+#include <vector>
+
+namespace vintra {
+
+class LinuxMainThread;
+
+/// Calls a block on the main thread for each arrival of one of the signals, in place of what the signal does
+/// otherwise, for as long as it lives; what the signals did before is then restored. At most one at a time.
+/// Main thread.
+class SignalWatcher {
+public:
+    SignalWatcher(LinuxMainThread& mainThread, std::initializer_list<int> signals,
+                  std::function<void(int signal)> handler);
+    ~SignalWatcher();
+    SignalWatcher(const SignalWatcher&) = delete;
+    SignalWatcher& operator=(const SignalWatcher&) = delete;
+
+private:
+    struct Previous {
+        int signal;
+        struct sigaction action;
+    };
+
+    void readSignals();
+
+    FileDescriptor readEnd;
+    FileDescriptor writeEnd;
+    std::function<void(int)> handler;
+    std::vector<Previous> previous;
+    std::shared_ptr<void> watch;
+};
+
+} // namespace vintra

@@ -1,0 +1,77 @@
+#include "Vintra/platform/linux/screen/LinuxScreenStream.h"
+
+#include <system_error>
+#include <utility>
+
+namespace vintra {
+
+LinuxScreenStream::LinuxScreenStream(MakeCapture aMakeCapture, std::weak_ptr<SCStreamDelegate> aDelegate)
+    : makeCapture(std::move(aMakeCapture))
+    , delegate(std::move(aDelegate)) {}
+
+LinuxScreenStream::~LinuxScreenStream() {
+    if (capture) capture->end();
+}
+
+void LinuxScreenStream::addStreamOutput(std::weak_ptr<SCStreamOutput> output, SCStreamOutputType type,
+                                        std::shared_ptr<DispatchQueue> sampleHandlerQueue) {
+    if (capture) throw SystemError("screen", 1, "A screen stream takes no output once it has started.");
+    // It carries no sound, so who asks for that hears nothing.
+    if (type == SCStreamOutputType::screen) {
+        outputs.push_back({std::move(output), std::move(sampleHandlerQueue)});
+    }
+}
+
+void LinuxScreenStream::startCapture(std::function<void(std::optional<SystemError>)> completion) {
+    if (capture && !capture->hasEnded()) {
+        completion(SystemError("screen", 2, "The screen stream is already running."));
+        return;
+    }
+    if (capture) capture->end();
+    const std::weak_ptr<LinuxScreenStream> weakStream = weak_from_this();
+    ScreenCaptureThread::Outlets outlets;
+    outlets.onFrame = [weakStream, to = outputs](const CMSampleBuffer& sample) {
+        for (const Output& each : to) {
+            each.queue->async([weakStream, output = each.output, sample] {
+                const auto stream = weakStream.lock();
+                const auto receiver = output.lock();
+                if (stream && receiver) receiver->stream(*stream, sample, SCStreamOutputType::screen);
+            });
+        }
+    };
+    outlets.onFailure = [weakStream, weakDelegate = delegate](const SystemError& error) {
+        const auto stream = weakStream.lock();
+        const auto told = weakDelegate.lock();
+        if (stream && told) told->stream(*stream, error);
+    };
+    capture = makeCapture(std::move(outlets));
+    try {
+        capture->start(completion);
+    } catch (const std::system_error& error) {
+        capture.reset();
+        completion(SystemError("posix", error.code().value(),
+                               "The screen can't be recorded: the system has no thread to spare."));
+    }
+}
+
+void LinuxScreenStream::stopCapture(std::function<void(std::optional<SystemError>)> completion) {
+    if (capture) {
+        capture->stop(std::move(completion));
+    } else {
+        completion(std::nullopt);
+    }
+}
+
+uint64_t LinuxScreenStream::wakeUps() const {
+    return capture ? capture->counts().wakeUps : 0;
+}
+
+uint64_t LinuxScreenStream::framesSent() const {
+    return capture ? capture->counts().frames : 0;
+}
+
+uint64_t LinuxScreenStream::framesLeftOut() const {
+    return capture ? capture->counts().leftOut : 0;
+}
+
+} // namespace vintra

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "Vintra/platform/ScreenCapture.h"
+#include "Vintra/platform/linux/screen/ScreenCaptureThread.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace vintra {
+
+/// A stream of the screen, by a capture thread that it makes at each start. Main thread.
+class LinuxScreenStream : public SCStream, public std::enable_shared_from_this<LinuxScreenStream> {
+public:
+    using MakeCapture = std::function<std::shared_ptr<ScreenCaptureThread>(ScreenCaptureThread::Outlets)>;
+
+    LinuxScreenStream(MakeCapture makeCapture, std::weak_ptr<SCStreamDelegate> delegate);
+    ~LinuxScreenStream() override;
+
+    void addStreamOutput(std::weak_ptr<SCStreamOutput> output, SCStreamOutputType type,
+                         std::shared_ptr<DispatchQueue> sampleHandlerQueue) override;
+    void startCapture(std::function<void(std::optional<SystemError>)> completion) override;
+    void stopCapture(std::function<void(std::optional<SystemError>)> completion) override;
+
+    /// Of the newest capture: how often its thread has woken, what it has sent, and what it has left out.
+    uint64_t wakeUps() const;
+    uint64_t framesSent() const;
+    uint64_t framesLeftOut() const;
+
+private:
+    struct Output {
+        std::weak_ptr<SCStreamOutput> output;
+        std::shared_ptr<DispatchQueue> queue;
+    };
+
+    const MakeCapture makeCapture;
+    const std::weak_ptr<SCStreamDelegate> delegate;
+    std::vector<Output> outputs;
+    std::shared_ptr<ScreenCaptureThread> capture;
+};
+
+} // namespace vintra

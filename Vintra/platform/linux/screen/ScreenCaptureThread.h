@@ -1,0 +1,80 @@
+#pragma once
+
+#include "Vintra/platform/Mutex.h"
+#include "Vintra/platform/ScreenCapture.h"
+#include "Vintra/platform/linux/runtime/WakeUp.h"
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <thread>
+#include <vector>
+
+namespace vintra {
+
+/// One run of a screen stream: a thread with connections of its own, from the start of the capture to its
+/// end. What is captured, and how, is for those who derive from it; they work on that thread alone, and sleep
+/// when there is nothing to do.
+///
+/// Made and let go on the main thread; the functions given to it are called on its own.
+class ScreenCaptureThread : public std::enable_shared_from_this<ScreenCaptureThread> {
+public:
+    using Completion = std::function<void(std::optional<SystemError>)>;
+
+    struct Outlets {
+        std::function<void(const CMSampleBuffer&)> onFrame;
+        std::function<void(const SystemError&)> onFailure; ///< at most once, after the last frame
+    };
+    struct Counts {
+        uint64_t wakeUps = 0; ///< times the thread woke from its sleep
+        uint64_t frames = 0;
+        uint64_t leftOut = 0; ///< times that a frame found every picture still out
+    };
+
+    virtual ~ScreenCaptureThread() = default;
+    ScreenCaptureThread(const ScreenCaptureThread&) = delete;
+    ScreenCaptureThread& operator=(const ScreenCaptureThread&) = delete;
+
+    /// Once. The completion comes before the first frame. Throws `std::system_error` if there is no thread.
+    void start(Completion completion);
+    /// No frame comes after the completion. Any number of times, also before the start has ended.
+    void stop(Completion completion);
+    /// Stops and waits for the thread. The last call; on any thread, its own too.
+    void end();
+    bool hasEnded() const;
+    /// Any thread.
+    Counts counts() const;
+
+protected:
+    ScreenCaptureThread(CMTime minimumFrameInterval, Outlets outlets);
+
+    /// Throws `SystemError`; `close` is called all the same.
+    virtual void open() = 0;
+    virtual void close() = 0;
+    /// Returns when `isStopping`, or with what ended the capture.
+    virtual std::optional<SystemError> captureUntilStopped() = 0;
+
+    void send(std::shared_ptr<CVPixelBuffer> picture, int64_t stampNanoseconds);
+    bool isStopping() const;
+
+    const int64_t interval; ///< nanoseconds, between two frames at the least
+    const std::shared_ptr<WakeUp> wakeUp = std::make_shared<WakeUp>();
+    std::atomic<uint64_t> wakeUps{0};
+    std::atomic<uint64_t> leftOut{0};
+
+private:
+    void run(const Completion& started);
+
+    const Outlets outlets;
+    std::thread thread; ///< the main thread's
+    std::atomic<uint64_t> frames{0};
+
+    mutable Mutex mutex;
+    bool stopping GUARDED_BY(mutex) = false;
+    bool ended GUARDED_BY(mutex) = false;
+    std::vector<Completion> stopCompletions GUARDED_BY(mutex);
+};
+
+} // namespace vintra

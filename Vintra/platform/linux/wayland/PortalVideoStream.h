@@ -1,0 +1,84 @@
+#pragma once
+
+#include "Vintra/platform/SystemError.h"
+#include "Vintra/platform/linux/runtime/FileDescriptor.h"
+#include "Vintra/platform/linux/wayland/PortalFrame.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+
+struct pw_buffer;
+struct pw_context;
+struct pw_core;
+struct pw_loop;
+struct pw_registry;
+struct pw_stream;
+struct spa_hook;
+struct spa_pod;
+
+namespace vintra {
+
+/// The video stream that the desktop portal granted: frames in shared memory, of which the newest is held
+/// until it is let go or a newer one comes. Buffers of the graphics card aren't asked for: every pixel is
+/// read by the processor, for which the desktop's own copy into shared memory is the quicker way.
+///
+/// One thread, which sleeps on `fileDescriptor` and calls `dispatch`; the functions given are called in
+/// there.
+class PortalVideoStream {
+public:
+    struct Listener {
+        std::function<void(const PortalVideoFormat&)> onFormat;
+        /// A frame with a picture. True to hold it, in the place of an earlier one.
+        std::function<bool(const PortalFrame&)> onFrame;
+        /// A frame has been lost: what the next one's damage says isn't all.
+        std::function<void()> onLoss;
+    };
+
+    /// Connects to a node of the PipeWire server at the other end of `remote`. Throws `SystemError`.
+    PortalVideoStream(FileDescriptor remote, uint32_t node, Listener listener);
+    ~PortalVideoStream();
+    PortalVideoStream(const PortalVideoStream&) = delete;
+    PortalVideoStream& operator=(const PortalVideoStream&) = delete;
+
+    int fileDescriptor() const;
+    void dispatch();
+
+    bool isStreaming() const { return streaming; }
+    /// Why no more frames will come; nothing while they do.
+    const std::optional<SystemError>& end() const { return end_; }
+
+    /// The held frame, or null.
+    const PortalFrame* frame() const { return held ? &heldFrame : nullptr; }
+    void releaseFrame();
+
+private:
+    struct Events;
+
+    void connect(FileDescriptor remote);
+    void connectStream();
+    void formatChanged(const spa_pod* param);
+    void process();
+    void take(pw_buffer* buffer);
+    void endWith(int code, const char* sentence);
+    void disconnect();
+
+    const uint32_t node;
+    const Listener listener;
+    pw_loop* loop = nullptr;
+    pw_context* context = nullptr;
+    pw_core* core = nullptr;
+    pw_registry* registry = nullptr;
+    pw_stream* stream = nullptr;
+    std::unique_ptr<spa_hook> coreHook;
+    std::unique_ptr<spa_hook> registryHook;
+    std::unique_ptr<spa_hook> streamHook;
+    std::optional<PortalVideoFormat> format;
+    bool streaming = false;
+    std::optional<SystemError> end_;
+    pw_buffer* held = nullptr;
+    PortalFrame heldFrame;
+};
+
+} // namespace vintra

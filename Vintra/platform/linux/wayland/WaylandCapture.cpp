@@ -1,0 +1,183 @@
+#include "Vintra/platform/linux/wayland/WaylandCapture.h"
+
+#include "Vintra/platform/linux/runtime/LinuxHostClock.h"
+#include "Vintra/platform/linux/wayland/PortalGrant.h"
+#include "Vintra/platform/linux/wayland/PortalRestoreTokens.h"
+#include "Vintra/platform/linux/wayland/WaylandOutputs.h"
+
+#include <algorithm>
+#include <poll.h>
+#include <utility>
+
+namespace vintra {
+namespace {
+
+constexpr int32_t kSecond = 1'000'000'000; // nanoseconds
+/// From the user's answer to a stream that runs.
+constexpr int64_t kPatience = 10LL * kSecond;
+
+} // namespace
+
+WaylandCapture::WaylandCapture(Settings someSettings, Outlets someOutlets)
+    : ScreenCaptureThread(someSettings.configuration.minimumFrameInterval, std::move(someOutlets))
+    , settings(std::move(someSettings)) {}
+
+void WaylandCapture::open() {
+    double displayWidth = 0; // points
+    PortalScreenCast::Stream granted;
+    if (settings.display) {
+        granted = askForDisplay(*settings.display);
+        displayWidth = settings.display->width;
+    } else {
+        bus = std::make_unique<PortalBus>(settings.desktop.busAddress,
+                                          PortalBus::GivingUp{wakeUp, [this] { return isStopping(); }});
+        session = std::make_unique<PortalScreenCast>(*bus);
+        granted = session->start({.source = PortalScreenCast::Source::window,
+                                  .showsCursor = settings.configuration.showsCursor,
+                                  .restoreToken = {},
+                                  .isRemembered = false});
+    }
+    connect(std::move(granted), displayWidth);
+    awaitStream();
+}
+
+PortalScreenCast::Stream WaylandCapture::askForDisplay(const SCDisplay& display) {
+    const auto outputs = readWaylandOutputs(settings.desktop.displayName);
+    const auto chosen = std::find_if(outputs.begin(), outputs.end(), [&](const WaylandOutput& output) {
+        return output.displayID == display.displayID;
+    });
+    if (chosen == outputs.end()) {
+        throw SystemError("wayland", 5,
+                          "The display to record isn't there: it was unplugged or switched off.");
+    }
+    bus = std::make_unique<PortalBus>(settings.desktop.busAddress,
+                                      PortalBus::GivingUp{wakeUp, [this] { return isStopping(); }});
+    session = std::make_unique<PortalScreenCast>(*bus);
+
+    const std::string& file = settings.desktop.restoreTokensFile;
+    PortalRestoreTokens tokens(file.empty() ? PortalRestoreTokens::standardFile() : URL::fileURL(file));
+    auto granted = session->start({.source = PortalScreenCast::Source::monitor,
+                                   .showsCursor = settings.configuration.showsCursor,
+                                   .restoreToken = tokens.take(chosen->name),
+                                   .isRemembered = true});
+    const std::string other = displayGrantedInstead(granted, *chosen, outputs, session->isOfWlroots());
+    if (!other.empty()) {
+        throw SystemError("portal", 8,
+                          "The desktop was told to share " + other + ", but " + chosen->name +
+                              " is to be recorded. Choose the same one "
+                              "in Vintra and in the desktop's question.");
+    }
+    tokens.keep(chosen->name, granted.restoreToken);
+    return granted;
+}
+
+void WaylandCapture::connect(PortalScreenCast::Stream granted, double displayWidth) {
+    const auto& configuration = settings.configuration;
+    begin = monotonicNanoseconds();
+    copier = std::make_unique<PortalFrameCopier>(
+        PortalFrameCopier::Settings{.sourceRect = displayWidth > 0 ? configuration.sourceRect : std::nullopt,
+                                    .displayWidth = displayWidth,
+                                    .queueDepth = static_cast<size_t>(std::max(configuration.queueDepth, 1)),
+                                    .onFree = wakeUp});
+    stream = std::make_unique<PortalVideoStream>(
+        std::move(granted.remote), granted.node,
+        PortalVideoStream::Listener{.onFormat = [this](const PortalVideoFormat&) { copier->lost(); },
+                                    .onFrame = [this](const PortalFrame& frame) { return tookNotice(frame); },
+                                    .onLoss = [this] { copier->lost(); }});
+}
+
+void WaylandCapture::awaitStream() {
+    const int64_t deadline = monotonicNanoseconds() + kPatience;
+    while (true) {
+        stream->dispatch();
+        bus->dispatch();
+        if (const auto error = problem()) throw SystemError(*error);
+        if (stream->isStreaming()) return;
+        if (isStopping()) {
+            throw SystemError("portal", 5,
+                              "The recording was ended before the desktop had granted the screen.");
+        }
+        if (monotonicNanoseconds() >= deadline) {
+            throw SystemError("pipewire", 4,
+                              "The desktop granted the screen, but its picture doesn't come. See that a "
+                              "PipeWire session manager (wireplumber) is running.");
+        }
+        sleep(deadline);
+    }
+}
+
+/// In this order: memory that the desktop shares before its session.
+void WaylandCapture::close() {
+    stream.reset();
+    copier.reset();
+    session.reset();
+    bus.reset();
+}
+
+std::optional<SystemError> WaylandCapture::problem() const {
+    if (stream->end()) return stream->end();
+    if (copier->problem()) return copier->problem();
+    if (session->isClosed()) {
+        return SystemError("portal", 9, "The desktop ended the sharing of the screen.");
+    }
+    return std::nullopt;
+}
+
+std::optional<SystemError> WaylandCapture::captureUntilStopped() {
+    while (!isStopping()) {
+        stream->dispatch();
+        bus->dispatch();
+        if (auto error = problem()) return error;
+        if (!stream->frame() || waitsForPicture) {
+            sleep(std::nullopt);
+        } else if (monotonicNanoseconds() < earliestNext) {
+            sleep(earliestNext);
+        } else {
+            deliver();
+        }
+    }
+    return std::nullopt;
+}
+
+bool WaylandCapture::tookNotice(const PortalFrame& frame) {
+    if (!copier->look(frame)) return false;
+    // A time that isn't of this clock, or of the picture before the capture, is no use.
+    const int64_t now = monotonicNanoseconds();
+    const int64_t told = frame.nanoseconds.value_or(now);
+    shownAt = told <= now && told > now - kSecond ? std::max(told, begin) : now;
+    return true;
+}
+
+void WaylandCapture::deliver() {
+    const auto picture = copier->copy(*stream->frame());
+    if (!picture) {
+        waitsForPicture = true;
+        ++leftOut;
+        return;
+    }
+    stream->releaseFrame();
+    // A frame that waited for the interval to end shows at that instant, not at the later one at which the
+    // thread woke.
+    const int64_t stamp = std::max(shownAt, earliestNext);
+    earliestNext = stamp + interval;
+    send(picture, stamp);
+}
+
+void WaylandCapture::sleep(std::optional<int64_t> untilNanoseconds) {
+    timespec rest{};
+    if (untilNanoseconds) {
+        const int64_t nanoseconds = std::max<int64_t>(*untilNanoseconds - monotonicNanoseconds(), 0);
+        rest = {nanoseconds / kSecond, nanoseconds % kSecond};
+    }
+    pollfd descriptors[] = {{stream->fileDescriptor(), POLLIN, 0},
+                            {bus->fileDescriptor(), POLLIN, 0},
+                            {wakeUp->fileDescriptor(), POLLIN, 0}};
+    ::ppoll(descriptors, 3, untilNanoseconds ? &rest : nullptr, nullptr);
+    if (descriptors[2].revents != 0) {
+        wakeUp->clear();
+        waitsForPicture = false;
+    }
+    ++wakeUps;
+}
+
+} // namespace vintra

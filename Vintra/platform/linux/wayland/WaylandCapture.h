@@ -1,0 +1,62 @@
+#pragma once
+
+#include "Vintra/platform/ScreenCapture.h"
+#include "Vintra/platform/linux/screen/ScreenCaptureThread.h"
+#include "Vintra/platform/linux/wayland/PortalBus.h"
+#include "Vintra/platform/linux/wayland/PortalFrameCopier.h"
+#include "Vintra/platform/linux/wayland/PortalScreenCast.h"
+#include "Vintra/platform/linux/wayland/PortalVideoStream.h"
+#include "Vintra/platform/linux/wayland/WaylandDesktop.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+namespace vintra {
+
+/// One run of a screen stream: a thread that asks the desktop portal for the display, and then takes its
+/// frames out of PipeWire, from the start of the capture to its end.
+///
+/// Goal: a frame soon after every change, no closer than the minimum interval, and no work at all without a
+/// change. Method: the thread sleeps until PipeWire, the bus or the owner has something for it. Of the frames
+/// that come within an interval the newest is held and copied when the interval has gone by, and then only
+/// those of its pixels that changed. If every picture is still out, the newest frame is held until one comes
+/// back. Rejected: PipeWire's own thread, which would need locks around all of this.
+///
+/// Made and let go on the main thread; the functions given to it are called on its own.
+class WaylandCapture : public ScreenCaptureThread {
+public:
+    struct Settings {
+        WaylandDesktop desktop;
+        std::optional<SCDisplay> display; ///< nothing for a window that the user chooses
+        SCStreamConfiguration configuration;
+    };
+    WaylandCapture(Settings settings, Outlets outlets);
+
+private:
+    // On the capture's thread.
+    void open() override;
+    void close() override;
+    PortalScreenCast::Stream askForDisplay(const SCDisplay& display);
+    void connect(PortalScreenCast::Stream granted, double displayWidth);
+    void awaitStream();
+    std::optional<SystemError> captureUntilStopped() override;
+    std::optional<SystemError> problem() const;
+    bool tookNotice(const PortalFrame& frame);
+    void deliver();
+    void sleep(std::optional<int64_t> untilNanoseconds);
+
+    const Settings settings;
+
+    // The capture's thread alone.
+    std::unique_ptr<PortalBus> bus;
+    std::unique_ptr<PortalScreenCast> session;
+    std::unique_ptr<PortalFrameCopier> copier;
+    std::unique_ptr<PortalVideoStream> stream;
+    int64_t begin = 0;        ///< nanoseconds of the monotonic clock, as all that follow
+    int64_t shownAt = 0;      ///< the held frame
+    int64_t earliestNext = 0; ///< frame
+    bool waitsForPicture = false;
+};
+
+} // namespace vintra

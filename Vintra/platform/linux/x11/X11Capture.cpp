@@ -1,0 +1,210 @@
+#include "Vintra/platform/linux/x11/X11Capture.h"
+
+#include "Vintra/platform/linux/runtime/LinuxHostClock.h"
+
+#include <algorithm>
+#include <poll.h>
+#include <utility>
+
+namespace vintra {
+namespace {
+
+constexpr int32_t kSecond = 1'000'000'000; // nanoseconds
+
+} // namespace
+
+X11Capture::X11Capture(Settings someSettings, Outlets someOutlets)
+    : ScreenCaptureThread(someSettings.configuration.minimumFrameInterval, std::move(someOutlets))
+    , settings(std::move(someSettings)) {}
+
+void X11Capture::open() {
+    display = X11Display::open(settings.displayName);
+    source = makePictureSource(*display, settings.subject, settings.configuration.sourceRect);
+    damage = std::make_unique<X11DamageWatch>(*display, source->watched());
+    if (settings.configuration.showsCursor) cursor.watch(*display);
+    makePool();
+}
+
+void X11Capture::close() {
+    if (pool) pool->detach(*display);
+    pool.reset();
+    damage.reset();
+    source.reset();
+    display.reset();
+}
+
+/// A changed size goes into the frames as it is: whoever writes them scales to the size that the movie began
+/// with.
+std::optional<SystemError> X11Capture::adoptDesktop() {
+    const PixelRect before = source->place().watched;
+    const auto outcome = source->update(*display);
+    if (const auto* error = std::get_if<SystemError>(&outcome)) return *error;
+    cursor.expectMove();
+    if (std::get<X11PictureSource::Update>(outcome) == X11PictureSource::Update::moved) return std::nullopt;
+    const PixelRect now = source->place().watched;
+    if (now.width != before.width || now.height != before.height) {
+        makePool();
+    } else {
+        pool->markAllStale();
+        owesFrame = true;
+    }
+    return std::nullopt;
+}
+
+void X11Capture::makePool() {
+    if (pool) pool->detach(*display);
+    const X11PicturePlace& place = source->place();
+    const int limit = std::max(settings.configuration.queueDepth, 1);
+    pool = std::make_shared<X11PicturePool>(PicturePool::Shape{.width = place.watched.width,
+                                                               .height = place.watched.height,
+                                                               .limit = static_cast<size_t>(limit)},
+                                            place.depth, wakeUp);
+    owesFrame = true;
+}
+
+std::optional<SystemError> X11Capture::captureUntilStopped() {
+    while (!isStopping()) {
+        handleEvents();
+        if (display->isDead()) return X11Display::serverGone();
+        if (source->isOutOfDate()) {
+            if (auto error = adoptDesktop()) {
+                if (hasBeenGone()) return error;
+                sleep(true, goneUntil);
+                continue;
+            }
+            goneUntil.reset();
+        }
+        if (!mayHaveChanged()) {
+            sleep(true, std::nullopt);
+            continue;
+        }
+        const int64_t now = monotonicNanoseconds();
+        if (now < earliestLook) {
+            sleptForLook = true;
+            sleep(false, earliestLook);
+            continue;
+        }
+        if (auto error = look(now)) return error;
+        sleptForLook = false;
+    }
+    return std::nullopt;
+}
+
+/// True once what is recorded has been gone for too long to come back.
+bool X11Capture::hasBeenGone() {
+    const int64_t now = monotonicNanoseconds();
+    if (display->isDead()) return true;
+    if (!goneUntil) goneUntil = now + source->longestAbsence();
+    return now >= *goneUntil;
+}
+
+std::optional<SystemError> X11Capture::look(int64_t now) {
+    PicturePool::Picture* const picture = pool->acquire(*display);
+    if (!picture) {
+        if (pool->isEmpty()) return SystemError("x11", 7, "There is too little memory to record the screen.");
+        ++leftOut;
+        sleep(false, std::nullopt);
+        return std::nullopt;
+    }
+    const bool isChanged = takeChanges();
+    if (!source->isShown() || (!isChanged && !owesFrame)) {
+        earliestLook = now + interval; // changes elsewhere on the desktop cost no more than one look a slot
+        return std::nullopt;
+    }
+    const X11PicturePlace& place = source->place();
+    if (!pool->refresh(*display, place.drawable, place.x, place.y, *picture)) return readingFailed(now);
+    refusedReads = 0;
+    owesFrame = false;
+    // A change that waited for the interval to end shows at that instant, not at the later one at which the
+    // thread woke: else every wake-up's delay would add to the frame's spacing, and the rate would sink below
+    // the one asked for. A wake-up that is very late starts a new rhythm.
+    const bool isInRhythm = sleptForLook && now - earliestLook <= interval / 4;
+    const int64_t stamp = isInRhythm ? earliestLook : now;
+    earliestLook = stamp + interval;
+    deliver(*picture, stamp);
+    return std::nullopt;
+}
+
+/// The desktop may have shrunk a moment ago, which its own event is about to tell.
+std::optional<SystemError> X11Capture::readingFailed(int64_t now) {
+    if (display->isDead()) return X11Display::serverGone();
+    constexpr int kMostRefusals = 20;
+    constexpr int64_t kRetryAfter = kSecond / 20;
+    if (++refusedReads > kMostRefusals) {
+        return SystemError("x11", 8, "The X server no longer lets the screen be read.");
+    }
+    owesFrame = true;
+    earliestLook = now + std::max(interval, kRetryAfter);
+    return std::nullopt;
+}
+
+/// Marks what has changed as out of date. True if that is anything within the captured area.
+bool X11Capture::takeChanges() {
+    const PixelRect& area = source->place().watched;
+    bool isChanged = false;
+    if (damage->isPending()) {
+        for (const PixelRect& rect : damage->take(*display)) {
+            const PixelRect inside = intersection(rect, area);
+            if (inside.isEmpty()) continue;
+            isChanged = true;
+            pool->markStale({inside.x - area.x, inside.y - area.y, inside.width, inside.height});
+        }
+    }
+    if (settings.configuration.showsCursor && pointerHasChanged()) isChanged = true;
+    return isChanged;
+}
+
+bool X11Capture::pointerHasChanged() {
+    const PixelRect before = pointer;
+    const bool isOther = cursor.update(*display);
+    const PixelRect& area = source->place().onRoot;
+    const PixelRect frame = cursor.frame();
+    const bool isOnPicture =
+        !intersection(frame, area).isEmpty() && source->isPointedAt(cursor.windowBelow());
+    pointer =
+        isOnPicture ? PixelRect{frame.x - area.x, frame.y - area.y, frame.width, frame.height} : PixelRect{};
+    return !(pointer == before) || (isOther && isOnPicture);
+}
+
+void X11Capture::deliver(PicturePool::Picture& picture, int64_t stampNanoseconds) {
+    if (!pointer.isEmpty()) {
+        const PixelRect& area = source->place().onRoot;
+        cursor.blend(pool->plane(picture), area);
+        picture.stale.add(intersection(pointer, {0, 0, area.width, area.height}));
+    }
+    send(pool->handOut(picture), stampNanoseconds);
+}
+
+bool X11Capture::mayHaveChanged() const {
+    return (owesFrame && source->isShown()) || damage->isPending() ||
+           (settings.configuration.showsCursor && cursor.mayHaveChanged());
+}
+
+void X11Capture::handleEvents() {
+    while (XPending(display->get()) > 0) {
+        XEvent event;
+        XNextEvent(display->get(), &event);
+        damage->handle(event);
+        cursor.handle(event);
+        source->handle(event);
+    }
+}
+
+void X11Capture::sleep(bool listens, std::optional<int64_t> untilNanoseconds) {
+    // What came in with the answer to a request no longer shows on the connection.
+    if (listens && XEventsQueued(display->get(), QueuedAlready) > 0) return;
+    timespec rest{};
+    if (untilNanoseconds) {
+        const int64_t nanoseconds = std::max<int64_t>(*untilNanoseconds - monotonicNanoseconds(), 0);
+        rest = {nanoseconds / kSecond, nanoseconds % kSecond};
+    }
+    // A server that goes is heard of even while its events are not.
+    const short wanted = listens ? POLLIN : POLLRDHUP;
+    pollfd descriptors[] = {{ConnectionNumber(display->get()), wanted, 0},
+                            {wakeUp->fileDescriptor(), POLLIN, 0}};
+    ::ppoll(descriptors, 2, untilNanoseconds ? &rest : nullptr, nullptr);
+    if (descriptors[1].revents != 0) wakeUp->clear();
+    ++wakeUps;
+}
+
+} // namespace vintra

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "Vintra/platform/ScreenCapture.h"
+#include "Vintra/platform/linux/screen/ScreenCaptureThread.h"
+#include "Vintra/platform/linux/x11/X11CursorImage.h"
+#include "Vintra/platform/linux/x11/X11DamageWatch.h"
+#include "Vintra/platform/linux/x11/X11Display.h"
+#include "Vintra/platform/linux/x11/X11PicturePool.h"
+#include "Vintra/platform/linux/x11/X11PictureSource.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace vintra {
+
+/// One run of a screen stream: a thread with a connection of its own, from the start of the capture to its
+/// end.
+///
+/// Goal: a frame soon after every change, and no work at all without one. Method: the thread sleeps until the
+/// server tells of damage, of the pointer or of the desktop. It then takes all the damage there is and reads
+/// just that, the damage first, so that nothing drawn meanwhile goes untold. Until the minimum interval has
+/// gone by it doesn't listen, so what happens in it is one wake-up. If every picture is still out it leaves
+/// the frame out and sleeps until one comes back. Rejected: looking at fixed times, which costs the same for
+/// a still screen as for a busy one.
+///
+/// Made and let go on the main thread; the functions given to it are called on its own.
+class X11Capture : public ScreenCaptureThread {
+public:
+    struct Settings {
+        std::string displayName;
+        X11PictureSubject subject;
+        SCStreamConfiguration configuration;
+    };
+    X11Capture(Settings settings, Outlets outlets);
+
+private:
+    // On the capture's thread.
+    void open() override;
+    void close() override;
+    std::optional<SystemError> captureUntilStopped() override;
+    std::optional<SystemError> look(int64_t now);
+    std::optional<SystemError> adoptDesktop();
+    void makePool();
+    bool hasBeenGone();
+    std::optional<SystemError> readingFailed(int64_t now);
+    bool takeChanges();
+    bool pointerHasChanged();
+    void deliver(PicturePool::Picture& picture, int64_t stampNanoseconds);
+    void handleEvents();
+    bool mayHaveChanged() const;
+    void sleep(bool listens, std::optional<int64_t> untilNanoseconds);
+
+    const Settings settings;
+
+    // The capture's thread alone.
+    std::unique_ptr<X11Display> display;
+    std::unique_ptr<X11PictureSource> source;
+    std::unique_ptr<X11DamageWatch> damage;
+    X11CursorImage cursor;
+    PixelRect pointer; ///< what its picture covers of the captured one, and beyond; empty if it isn't on it
+    std::shared_ptr<X11PicturePool> pool;
+    bool owesFrame = true;            ///< whatever changed or not
+    int64_t earliestLook = 0;         ///< nanoseconds of the monotonic clock
+    bool sleptForLook = false;        ///< something had changed before `earliestLook`
+    int refusedReads = 0;             ///< in a row
+    std::optional<int64_t> goneUntil; ///< set while the subject isn't there: when to give up
+};
+
+} // namespace vintra

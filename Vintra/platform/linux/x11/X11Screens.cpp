@@ -1,0 +1,48 @@
+#include "Vintra/platform/linux/x11/X11Screens.h"
+
+#include "Vintra/platform/linux/x11/X11Monitors.h"
+#include "Vintra/platform/linux/x11/X11ScreenWatch.h"
+
+namespace vintra {
+
+X11Screens::X11Screens(std::shared_ptr<MainThread> aMainThread, std::string aDisplayName)
+    : mainThread(std::move(aMainThread))
+    , displayName(std::move(aDisplayName)) {}
+
+X11Screens::~X11Screens() = default;
+
+std::vector<NSScreen> X11Screens::screens() const {
+    try {
+        return readScreens(*X11Display::open(displayName));
+    } catch (const SystemError&) {
+        return {}; // no desktop, no screens
+    }
+}
+
+Observation X11Screens::observeChanges(std::function<void()> block) {
+    if (!watch) {
+        const std::weak_ptr<Observers> told = observers;
+        try {
+            watch = std::make_unique<X11ScreenWatch>(displayName, [told, thread = mainThread] {
+                thread->post([told] {
+                    if (const auto list = told.lock()) list->tell();
+                });
+            });
+        } catch (const SystemError&) {
+            return nullptr;
+        }
+    }
+    auto kept = std::make_shared<Block>(std::move(block));
+    std::erase_if(observers->blocks, [](const auto& weak) { return weak.expired(); });
+    observers->blocks.push_back(kept);
+    return kept;
+}
+
+void X11Screens::Observers::tell() {
+    const auto all = blocks; // a block may add another
+    for (const auto& weak : all) {
+        if (const auto block = weak.lock()) (*block)();
+    }
+}
+
+} // namespace vintra

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "Vintra/platform/linux/screen/PixelRegion.h"
+#include "Vintra/platform/linux/x11/X11Display.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vintra {
+
+/// A window of a program, without what a window manager puts around it.
+struct X11Window {
+    enum class Kind {
+        ordinary,
+        desktop, ///< a background
+        dock,    ///< a panel
+        passing, ///< a menu, a tip, a notification, or a window that its program keeps from the window
+                 ///< manager
+    };
+
+    ::Window id = 0;
+    Kind kind = Kind::ordinary;
+    PixelRect frame; ///< on the root window
+    bool isOnScreen = false;
+
+    bool operator==(const X11Window&) const = default;
+};
+
+/// All windows with pixels, front to back. Empty if the server has gone.
+std::vector<X11Window> readWindows(X11Display& display);
+/// Nothing if there is no such window, or it has no pixels.
+std::optional<X11Window> readWindow(X11Display& display, ::Window window);
+
+/// Empty, or nothing, where the window doesn't say.
+std::string readTitle(X11Display& display, ::Window window);
+std::string readApplicationName(X11Display& display, ::Window window);
+std::optional<int32_t> readProcess(X11Display& display, ::Window window);
+
+} // namespace vintra

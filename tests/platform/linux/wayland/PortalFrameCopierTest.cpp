@@ -1,0 +1,173 @@
+#include "tests/support/ScreenPicture.h"
+
+#include "Vintra/platform/linux/wayland/PortalFrameCopier.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace vintra {
+namespace {
+
+/// A desktop's picture that a test paints, as a frame in one buffer.
+struct Desk {
+    explicit Desk(int aWidth = 40, int aHeight = 30)
+        : picture(aWidth, aHeight) {}
+
+    PortalFrame frame(std::optional<std::vector<PixelRect>> damage = std::nullopt) {
+        PortalFrame made;
+        made.pixels = reinterpret_cast<const uint8_t*>(picture.pixels.data());
+        made.bytesPerRow = static_cast<size_t>(picture.width) * 4;
+        made.content = {0, 0, picture.width, picture.height};
+        made.sequence = ++sequence;
+        made.damage = std::move(damage);
+        return made;
+    }
+
+    ScreenPicture picture;
+    uint64_t sequence = 0;
+};
+
+PortalFrameCopier makeCopier(std::optional<CGRect> sourceRect = std::nullopt, double displayWidth = 40,
+                             size_t queueDepth = 8) {
+    return PortalFrameCopier({.sourceRect = sourceRect,
+                              .displayWidth = displayWidth,
+                              .queueDepth = queueDepth,
+                              .onFree = std::make_shared<WakeUp>()});
+}
+
+ScreenPicture copied(PortalFrameCopier& copier, const PortalFrame& frame) {
+    return ScreenPicture(*copier.copy(frame));
+}
+
+TEST(PortalFrameCopier, theFirstFrameIsNewWhateverItsDamage) {
+    Desk desk;
+    desk.picture.fill(3, 4, 5, 6, 0xabcdef);
+    PortalFrameCopier copier = makeCopier();
+    const PortalFrame frame = desk.frame(std::vector<PixelRect>{});
+    EXPECT_TRUE(copier.look(frame));
+    EXPECT_TRUE(copied(copier, frame) == desk.picture);
+}
+
+TEST(PortalFrameCopier, onlyDamageInsideOfTheCapturedPartIsNew) {
+    Desk desk;
+    PortalFrameCopier copier = makeCopier(CGRect{{10, 10}, {20, 10}});
+    EXPECT_TRUE(copier.look(desk.frame()));
+    EXPECT_FALSE(copier.look(desk.frame(std::vector<PixelRect>{})));
+    EXPECT_FALSE(copier.look(desk.frame(std::vector<PixelRect>{{0, 0, 40, 10}, {30, 0, 10, 30}})));
+    desk.picture.fill(29, 19, 5, 5, 0xff0000);
+    const PortalFrame frame = desk.frame(std::vector<PixelRect>{{29, 19, 5, 5}});
+    EXPECT_TRUE(copier.look(frame));
+    EXPECT_TRUE(copied(copier, frame) == desk.picture.part(10, 10, 20, 10));
+}
+
+TEST(PortalFrameCopier, aPartIsInPointsOfTheDisplayAndKeepsItsScale) {
+    Desk desk; // 40 pixels of a display of 20 points
+    desk.picture.fill(4, 6, 2, 2, 0x00ff00);
+    PortalFrameCopier copier = makeCopier(CGRect{{2, 3}, {5, 4}}, 20);
+    const PortalFrame frame = desk.frame();
+    EXPECT_TRUE(copier.look(frame));
+    EXPECT_TRUE(copied(copier, frame) == desk.picture.part(4, 6, 10, 8));
+    Desk smaller(16, 16);
+    const PortalFrame after = smaller.frame();
+    EXPECT_TRUE(copier.look(after));
+    EXPECT_TRUE(copied(copier, after) == smaller.picture.part(4, 6, 10, 8));
+}
+
+TEST(PortalFrameCopier, aPartBeyondTheDisplayIsAProblem) {
+    Desk desk;
+    PortalFrameCopier copier = makeCopier(CGRect{{40, 0}, {5, 5}});
+    EXPECT_FALSE(copier.look(desk.frame()));
+    ASSERT_TRUE(copier.problem().has_value());
+    EXPECT_EQ(copier.problem()->localizedDescription(), "The area to record lies outside of its display.");
+}
+
+TEST(PortalFrameCopier, aCropThatMovesShowsAnotherPart) {
+    Desk desk;
+    desk.picture.fill(5, 5, 1, 1, 0x123456);
+    PortalFrameCopier copier = makeCopier();
+    PortalFrame frame = desk.frame();
+    frame.content = {0, 0, 10, 10};
+    EXPECT_TRUE(copier.look(frame));
+    EXPECT_TRUE(copied(copier, frame) == desk.picture.part(0, 0, 10, 10));
+    frame = desk.frame(std::vector<PixelRect>{});
+    frame.content = {5, 5, 10, 10};
+    EXPECT_TRUE(copier.look(frame));
+    EXPECT_TRUE(copied(copier, frame) == desk.picture.part(5, 5, 10, 10));
+}
+
+TEST(PortalFrameCopier, redAndBlueChangePlacesWhereTheDesktopHasThemTheOtherWay) {
+    Desk desk;
+    desk.picture.fill(0, 0, 40, 30, 0x112233);
+    PortalFrameCopier copier = makeCopier();
+    PortalFrame frame = desk.frame();
+    frame.order = PortalVideoFormat::Order::rgb;
+    EXPECT_TRUE(copier.look(frame));
+    const ScreenPicture seen = copied(copier, frame);
+    EXPECT_EQ(seen.at(0, 0), 0x332211u);
+    EXPECT_EQ(seen.at(39, 29), 0x332211u);
+}
+
+TEST(PortalFrameCopier, whatALostFrameHadIsCopiedWithTheNext) {
+    Desk desk;
+    PortalFrameCopier copier = makeCopier();
+    PortalFrame frame = desk.frame();
+    EXPECT_TRUE(copier.look(frame));
+    copied(copier, frame);
+    desk.picture.fill(0, 0, 10, 10, 0xff0000); // told by a frame that nobody saw
+    copier.lost();
+    frame = desk.frame(std::vector<PixelRect>{});
+    EXPECT_TRUE(copier.look(frame));
+    EXPECT_TRUE(copied(copier, frame) == desk.picture);
+    desk.picture.fill(20, 20, 5, 5, 0x00ff00);
+    ++desk.sequence; // a number is left out
+    frame = desk.frame(std::vector<PixelRect>{});
+    EXPECT_TRUE(copier.look(frame));
+    EXPECT_TRUE(copied(copier, frame) == desk.picture);
+}
+
+TEST(PortalFrameCopier, noMorePicturesAreOutThanTheQueueIsDeep) {
+    Desk desk;
+    PortalFrameCopier copier = makeCopier(std::nullopt, 40, 2);
+    const PortalFrame frame = desk.frame();
+    EXPECT_TRUE(copier.look(frame));
+    auto first = copier.copy(frame);
+    const auto second = copier.copy(frame);
+    EXPECT_NE(first, nullptr);
+    EXPECT_NE(second, nullptr);
+    EXPECT_EQ(copier.copy(frame), nullptr);
+    EXPECT_FALSE(copier.problem().has_value());
+    first.reset();
+    EXPECT_NE(copier.copy(frame), nullptr);
+}
+
+// Pictures are used again and only what changed is copied, so what each still holds of earlier frames must
+// never show.
+TEST(PortalFrameCopier, afterRandomDrawingWithFramesLeftOutThePictureIsTheDesks) {
+    const unsigned seed = std::random_device{}();
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    std::mt19937 random(seed);
+    const auto upTo = [&random](int end) { return static_cast<int>(random() % static_cast<unsigned>(end)); };
+    Desk desk;
+    PortalFrameCopier copier = makeCopier(CGRect{{3, 2}, {30, 25}}, 40, 4);
+    std::vector<std::shared_ptr<CVPixelBuffer>> held;
+    for (int round = 0; round < 2000; ++round) {
+        std::vector<PixelRect> damage;
+        for (int i = upTo(4); i > 0; --i) {
+            const PixelRect rect{upTo(40), upTo(30), 1 + upTo(20), 1 + upTo(20)};
+            desk.picture.fill(rect.x, rect.y, rect.width, rect.height,
+                              static_cast<uint32_t>(random()) & 0xffffff);
+            damage.push_back(rect);
+        }
+        const PortalFrame frame = desk.frame(damage);
+        copier.look(frame);
+        if (upTo(3) == 0) continue; // a newer one comes before it is copied
+        if (held.size() == 4) held.erase(held.begin() + upTo(4));
+        held.push_back(copier.copy(frame));
+        ASSERT_NE(held.back(), nullptr);
+        ASSERT_TRUE(ScreenPicture(*held.back()) == desk.picture.part(3, 2, 30, 25)) << "round " << round;
+    }
+}
+
+} // namespace
+} // namespace vintra

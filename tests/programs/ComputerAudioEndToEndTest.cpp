@@ -1,0 +1,492 @@
+// The computer's own sound through the program itself: what a player plays to the default output, what the
+// take holds, what is heard on the monitor, and where the output is afterwards.
+
+#include "tests/programs/NumberedSound.h"
+#include "tests/programs/RecordedWav.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/PrivatePipeWireServer.h"
+#include "tests/support/ProgramRun.h"
+#include "tests/support/PublishedMicrophone.h"
+#include "tests/support/StallWatch.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <thread>
+#include <utility>
+
+namespace vintra {
+namespace {
+
+using Json = nlohmann::json;
+
+constexpr const char* kVirtualDevice = "VintraAudioDevice";
+constexpr const char* kOutput = "headless.output"; // of the session, its default
+constexpr int64_t kRate = 48'000;
+
+/// Seconds by which a machine may oversleep before a sound server's cycle is lost whatever the program does.
+constexpr double kLongestStall = 0.015;
+constexpr int kAttempts = 6;
+/// Frames of a cycle that outlasts the stalls of a virtual machine, of up to 85 ms, for a run that can't be
+/// repeated until there is none.
+constexpr int64_t kLongCycle = 4096;
+
+class ComputerAudioEndToEndTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (!std::getenv("XDG_RUNTIME_DIR")) GTEST_SKIP() << "there is no session";
+        ASSERT_EQ(defaultOutput(), kOutput);
+    }
+    void TearDown() override {
+        if (IsSkipped()) return;
+        EXPECT_EQ(defaultOutput(), kOutput) << "the user's own";
+    }
+
+    /// By another program's eyes.
+    static std::string defaultOutput() {
+        const ProgramRun run = runProgram({"pw-metadata", "0", "default.audio.sink"});
+        const size_t begin = run.output.find("{\"name\":\"");
+        if (begin == std::string::npos) return run.output;
+        const size_t name = begin + 9;
+        return run.output.substr(name, run.output.find('"', name) - name);
+    }
+    static bool awaitDefaultOutput(const std::string& name) {
+        for (int look = 0; look < 200; ++look) {
+            if (defaultOutput() == name) return true;
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+        return false;
+    }
+    static bool awaitFileOf(const URL& url, uintmax_t bytes) {
+        for (int look = 0; look < 1000; ++look) {
+            std::error_code missing;
+            const auto size = std::filesystem::file_size(url.path(), missing);
+            if (!missing && size >= bytes) return true;
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        return false;
+    }
+    std::vector<std::string> takeCommand(const std::vector<std::string>& options) const {
+        std::vector<std::string> command{VINTRA_BIN_DIR "/vintra-take",
+                                         "--folder",
+                                         folder.url().path(),
+                                         "--timeline",
+                                         "none",
+                                         "--no-screen",
+                                         "--json"};
+        command.insert(command.end(), options.begin(), options.end());
+        return command;
+    }
+    RecordedWav recorded(const std::string& name) const {
+        return RecordedWav(folder.file(name + "_computer-audio.wav"), 2);
+    }
+    double takeOfASound(int64_t frames, const std::string& name);
+
+    TemporaryFolder folder;
+};
+
+std::vector<float> floatsOf(const std::string& path) {
+    std::ifstream stream(path, std::ios::binary);
+    const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
+    std::vector<float> values(bytes.size() / 4);
+    std::memcpy(values.data(), bytes.data(), values.size() * 4);
+    return values;
+}
+
+/// An output of a test's own that plays nothing. Ends with this object.
+class SilentOutput {
+public:
+    SilentOutput(std::string aName, int rate)
+        : name(std::move(aName)) {
+        runProgram({"pw-cli", "create-node", "adapter",
+                    "{ factory.name=support.null-audio-sink node.name=" + name +
+                        " media.class=Audio/Sink audio.channels=2 audio.position=[FL FR] audio.rate=" +
+                        std::to_string(rate) + " object.linger=true priority.session=1 }"});
+    }
+    ~SilentOutput() { runProgram({"pw-cli", "destroy", name}); }
+    SilentOutput(const SilentOutput&) = delete;
+    SilentOutput& operator=(const SilentOutput&) = delete;
+
+    /// vintra-take has it in its list.
+    bool awaitListed() const {
+        for (int look = 0; look < 100; ++look) {
+            if (runProgram({VINTRA_BIN_DIR "/vintra-take", "--list"}).output.find(name) != std::string::npos)
+                return true;
+        }
+        return false;
+    }
+
+private:
+    const std::string name;
+};
+
+/// The server's cycles have that many frames while this lives; 0: as many as it likes.
+class CyclesOf {
+public:
+    explicit CyclesOf(int64_t frames) {
+        if (frames > 0) force(frames);
+        isForced = frames > 0;
+    }
+    ~CyclesOf() {
+        if (isForced) force(0);
+    }
+    CyclesOf(const CyclesOf&) = delete;
+    CyclesOf& operator=(const CyclesOf&) = delete;
+
+private:
+    static void force(int64_t frames) {
+        runProgram({"pw-metadata", "-n", "settings", "0", "clock.force-quantum", std::to_string(frames)});
+    }
+    bool isForced = false;
+};
+
+/// What came of the frames that were played. A player that misses a cycle of a busy machine leaves a silence
+/// and goes on where it was; what a recorder or a relay misses is lost.
+struct Account {
+    int64_t played = 0;   ///< frames that are there, in their order
+    int64_t lost = 0;     ///< frames that are not
+    int64_t repeated = 0; ///< frames that are there twice
+    int64_t silent = 0;   ///< frames of silence in the middle
+    int64_t altered = 0;  ///< frames whose level is none that was played
+
+    std::string text() const {
+        return std::to_string(played) + " played, " + std::to_string(lost) + " lost, " +
+               std::to_string(repeated) + " repeated, " + std::to_string(silent) + " silent, " +
+               std::to_string(altered) + " altered";
+    }
+};
+
+/// Follows the frames, each given as its number within the period, or -1 for silence, or -2 for neither.
+class Accountant {
+public:
+    void see(int64_t number) {
+        if (number == -2) ++account.altered;
+        if (number == -1) silence += account.played > 0;
+        if (number < 0) return;
+        account.silent += std::exchange(silence, 0); // that behind the last frame isn't in the middle
+        const int64_t step = account.played == 0
+                                 ? number + 1
+                                 : (number - previous + NumberedSound::period) % NumberedSound::period;
+        account.repeated += step == 0;
+        account.lost += step > 1 ? step - 1 : 0;
+        account.played += step != 0;
+        previous = number;
+    }
+    Account account;
+
+private:
+    int64_t previous = 0;
+    int64_t silence = 0;
+};
+
+/// 16 bits become 24 in the take, 6 dB softer. Half a step of 16 bits is 64 of 24, so the last bit can be
+/// asked of each.
+Account accountOf(const RecordedWav& wav) {
+    const double scale = 256.0 * std::pow(10.0, -6.0 / 20);
+    Accountant accountant;
+    for (int64_t frame = 0; frame < wav.frames(); ++frame) {
+        const int32_t left = wav.at(frame, 0);
+        const int32_t right = wav.at(frame, 1);
+        if (left == 0 && right == 0) {
+            accountant.see(-1);
+            continue;
+        }
+        const int64_t level = std::lround(left / scale);
+        const double exact = static_cast<double>(level) * scale;
+        const bool isWhole = std::fabs(left - exact) <= 1 && std::fabs(right + exact) <= 1;
+        accountant.see(isWhole ? level - NumberedSound::firstLevel : -2);
+    }
+    return accountant.account;
+}
+
+/// On the monitor the relay's way changes nothing.
+Account accountOf(const std::vector<float>& heard) {
+    Accountant accountant;
+    for (size_t at = 0; at + 1 < heard.size(); at += 2) {
+        if (heard[at] == 0 && heard[at + 1] == 0) {
+            accountant.see(-1);
+            continue;
+        }
+        const float level = heard[at] * 32'768;
+        const bool isWhole = level == std::round(level) && heard[at + 1] == -heard[at];
+        accountant.see(isWhole ? std::lround(level) - NumberedSound::firstLevel : -2);
+    }
+    return accountant.account;
+}
+
+int64_t firstLoudFrame(const RecordedWav& wav) {
+    int64_t frame = 0;
+    while (frame < wav.frames() && wav.at(frame, 0) == 0)
+        ++frame;
+    return frame;
+}
+
+/// Plays a sound of that length while a take runs; the longest stall of the machine meanwhile, in seconds.
+double ComputerAudioEndToEndTest::takeOfASound(int64_t frames, const std::string& name) {
+    const URL played = NumberedSound::write(folder, name + ".played.wav", frames);
+    const URL heard = folder.file(name + ".heard.raw");
+    ChildProcess take(takeCommand({"--computer-audio", "--name", name}));
+    EXPECT_TRUE(awaitDefaultOutput(kVirtualDevice));
+    ChildProcess listener({"pw-record", "--target", kOutput, "-P", "{ stream.capture.sink=true }", "--format",
+                           "f32", heard.path()});
+    EXPECT_TRUE(awaitFileOf(heard, 1));
+    EXPECT_TRUE(awaitFileOf(folder.file(name + "_computer-audio.wav"), 1));
+    std::this_thread::sleep_for(std::chrono::milliseconds(500)); // the take begins with 0.3 s of silence
+    double longestStall = 0;
+    {
+        const StallWatch stalls;
+        EXPECT_EQ(runProgram({"pw-play", played.path()}).exitCode, 0);
+        longestStall = stalls.longest();
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(500)); // what is on its way needs a tenth of that
+    take.signal(SIGINT);
+    const std::string text = take.restOfOutput();
+    EXPECT_EQ(take.wait(), 0) << text;
+    listener.signal(SIGINT);
+    listener.wait();
+    const Json json = Json::parse(text, nullptr, false);
+    EXPECT_EQ(json.value("status", ""), "Saved") << text;
+    std::printf("%s: longest stall %.1f ms; relay: %s\n", name.c_str(), longestStall * 1000,
+                json.value("relay", "").c_str());
+    return longestStall;
+}
+
+TEST_F(ComputerAudioEndToEndTest, whatIsPlayedIsInTheTakeToTheBitAndHeardOnTheMonitor) {
+    const char* const asked = std::getenv("VINTRA_LONG_SECONDS"); // 600 outside of everyday runs
+    const CyclesOf cycles(asked ? kLongCycle : 0);
+    int64_t frames = (asked ? std::atoll(asked) : 20) * kRate;
+    if (asked) frames += kLongCycle - frames % kLongCycle; // the player leaves a part of a cycle out
+    for (int attempt = 1; attempt <= kAttempts; ++attempt) {
+        const std::string name = "sound" + std::to_string(attempt);
+        const double stall = takeOfASound(frames, name);
+        const Account inTake = accountOf(recorded(name));
+        const Account heard = accountOf(floatsOf(folder.file(name + ".heard.raw").path()));
+        std::printf("in the take: %s\non the monitor: %s\n", inTake.text().c_str(), heard.text().c_str());
+        EXPECT_EQ(inTake.altered, 0);
+        EXPECT_EQ(heard.altered, 0);
+        // Two clocks cost single frames.
+        const bool isHeard = heard.lost + heard.repeated <= frames / 1000 && heard.silent == inTake.silent;
+        const bool isWhole = inTake.lost == 0 && inTake.silent == 0;
+        // A long run says what became of it on the machine as it is.
+        if (!(isWhole && isHeard) && stall > kLongestStall && !asked) continue;
+        EXPECT_EQ(inTake.played, frames);
+        EXPECT_EQ(inTake.lost, 0);
+        EXPECT_EQ(inTake.repeated, 0);
+        EXPECT_EQ(heard.silent, inTake.silent) << "the relay added a gap";
+        EXPECT_EQ(inTake.silent, 0);
+        EXPECT_LE(heard.lost + heard.repeated, frames / 1000);
+        EXPECT_EQ(heard.played + heard.lost, frames);
+        return;
+    }
+    GTEST_SKIP() << "too busy a machine to tell anything";
+}
+
+TEST_F(ComputerAudioEndToEndTest, theOutputComesBackAtTheEndAndAtEverySignal) {
+    EXPECT_EQ(runProgram(takeCommand({"--computer-audio", "--seconds", "1", "--name", "end"})).exitCode, 0);
+    EXPECT_EQ(defaultOutput(), kOutput);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        ChildProcess take(takeCommand({"--computer-audio", "--name", "signal" + std::to_string(number)}));
+        ASSERT_TRUE(awaitDefaultOutput(kVirtualDevice));
+        take.signal(number);
+        const std::string text = take.restOfOutput();
+        const int code = take.wait();
+        EXPECT_TRUE(code == 0 || text.find("Interrupted") != std::string::npos) << code << text;
+        EXPECT_EQ(defaultOutput(), kOutput) << number;
+    }
+}
+
+TEST_F(ComputerAudioEndToEndTest, theOutputComesBackWhenTheTakeIsRefused) {
+    folder.write("refused_computer-audio.wav", "an earlier take");
+    const ProgramRun run =
+        runProgram(takeCommand({"--computer-audio", "--seconds", "1", "--name", "refused"}));
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(defaultOutput(), kOutput);
+}
+
+TEST_F(ComputerAudioEndToEndTest, afterAKillTheNextStartPutsTheOutputBackAndSaysSo) {
+    ChildProcess take(takeCommand({"--computer-audio", "--name", "killed"}));
+    ASSERT_TRUE(awaitDefaultOutput(kVirtualDevice));
+    take.kill();
+    take.wait();
+    EXPECT_EQ(defaultOutput(), kVirtualDevice) << "a killed program puts nothing back";
+    const ProgramRun next = runProgram({VINTRA_BIN_DIR "/vintra-take", "--list"});
+    EXPECT_EQ(next.exitCode, 0);
+    EXPECT_NE(next.errors.find("Vintra didn't shut down cleanly last time and left your sound going nowhere. "
+                               "Your output is back on Headless Output."),
+              std::string::npos)
+        << next.errors;
+    EXPECT_EQ(defaultOutput(), kOutput);
+    const ProgramRun after = runProgram({VINTRA_BIN_DIR "/vintra-take", "--list"});
+    EXPECT_EQ(after.errors.find("shut down"), std::string::npos) << after.errors;
+}
+
+TEST_F(ComputerAudioEndToEndTest, anotherRunLeavesTheRoutingOfThisOneAlone) {
+    ChildProcess take(takeCommand({"--computer-audio", "--name", "first"}));
+    ASSERT_TRUE(awaitDefaultOutput(kVirtualDevice));
+    EXPECT_EQ(runProgram({VINTRA_BIN_DIR "/vintra-take", "--list"}).errors, "");
+    EXPECT_EQ(defaultOutput(), kVirtualDevice);
+    const ProgramRun second =
+        runProgram(takeCommand({"--computer-audio", "--seconds", "1", "--name", "second"}));
+    EXPECT_EQ(second.exitCode, 1);
+    EXPECT_NE(second.output.find("Another vintra-take records the computer's own sound"), std::string::npos)
+        << second.output;
+    EXPECT_EQ(defaultOutput(), kVirtualDevice);
+    take.signal(SIGTERM);
+    take.restOfOutput();
+    take.wait();
+}
+
+TEST_F(ComputerAudioEndToEndTest, anUnknownMonitorIsRefused) {
+    const ProgramRun run = runProgram(takeCommand({"--computer-audio", "--monitor", "nowhere"}));
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.output.find("There is no sound output “nowhere” to listen on."), std::string::npos)
+        << run.output;
+}
+
+TEST_F(ComputerAudioEndToEndTest, aMonitorOfAnotherRateIsFollowedAndHeard) {
+    const SilentOutput monitor("vintra.test.monitor", 44'100);
+    ASSERT_TRUE(monitor.awaitListed());
+    const URL played = NumberedSound::write(folder, "played.wav", 2 * kRate);
+    const URL heard = folder.file("heard.raw");
+    ChildProcess take(takeCommand({"--computer-audio", "--monitor", "vintra.test.monitor", "--name", "far"}));
+    ASSERT_TRUE(awaitDefaultOutput(kVirtualDevice));
+    ChildProcess listener({"pw-record", "--target", "vintra.test.monitor", "-P",
+                           "{ stream.capture.sink=true }", "--format", "f32", heard.path()});
+    ASSERT_TRUE(awaitFileOf(heard, 1));
+    ASSERT_TRUE(awaitFileOf(folder.file("far_computer-audio.wav"), 1));
+    // Twice: a player that begins right after the change may still be linked to the output before.
+    for (int time = 0; time < 2; ++time)
+        EXPECT_EQ(runProgram({"pw-play", played.path()}).exitCode, 0);
+    take.signal(SIGINT);
+    const std::string text = take.restOfOutput();
+    EXPECT_EQ(take.wait(), 0) << text;
+    listener.signal(SIGINT);
+    listener.wait();
+    EXPECT_NE(text.find("@44.1k"), std::string::npos) << text;
+    // Twice from one rate to another, so the levels are near.
+    const auto loud = [](float sample) { return sample > 0.03f; };
+    const auto heardFloats = floatsOf(heard.path());
+    EXPECT_GT(std::count_if(heardFloats.begin(), heardFloats.end(), loud), kRate);
+    const RecordedWav wav = recorded("far");
+    EXPECT_EQ(wav.sampleRate(), kRate);
+    int64_t frames = 0;
+    for (int64_t frame = 0; frame < wav.frames(); ++frame)
+        frames += wav.at(frame, 0) > 100'000;
+    EXPECT_GT(frames, kRate);
+}
+
+TEST_F(ComputerAudioEndToEndTest, aMonitorAtARateThatTheVirtualDeviceHasNotIsRefusedWithTheReason) {
+    const SilentOutput monitor("vintra.test.studio", 96'000);
+    ASSERT_TRUE(monitor.awaitListed());
+    const ProgramRun run =
+        runProgram(takeCommand({"--computer-audio", "--monitor", "vintra.test.studio", "--seconds", "1"}));
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(
+        run.errors.find("Vintra Audio is running at 48000Hz but your output device is at 96000Hz. Vintra "
+                        "couldn't match the two, so computer audio is unavailable"),
+        std::string::npos)
+        << run.errors;
+    EXPECT_NE(run.output.find("Computer audio couldn't be routed through Vintra's audio driver"),
+              std::string::npos)
+        << run.output;
+}
+
+TEST_F(ComputerAudioEndToEndTest, aMicrophoneMayBeTheVirtualInput) {
+    const PublishedMicrophone workstation("vintra.test.workstation", {"--channels", "2"});
+    ASSERT_TRUE(workstation.isPublished());
+    const ProgramRun run = runProgram(
+        takeCommand({"--virtual-input", "vintra.test.workstation", "--seconds", "2", "--name", "virtual"}));
+    EXPECT_EQ(run.exitCode, 0) << run.output << run.errors;
+    const RecordedWav wav = recorded("virtual");
+    EXPECT_NEAR(static_cast<double>(wav.frames()), 2 * kRate, 0.1 * kRate);
+    EXPECT_LT(firstLoudFrame(wav), kRate / 2);
+    const ProgramRun unknown = runProgram(takeCommand({"--virtual-input", "nowhere"}));
+    EXPECT_EQ(unknown.exitCode, 1);
+    EXPECT_NE(unknown.output.find("There is no sound input “nowhere”"), std::string::npos) << unknown.output;
+}
+
+TEST_F(ComputerAudioEndToEndTest, oneInputOnBothChiefTracksIsRefused) {
+    const PublishedMicrophone microphone("vintra.test.both");
+    ASSERT_TRUE(microphone.isPublished());
+    const ProgramRun run =
+        runProgram(takeCommand({"--mic", "vintra.test.both", "--virtual-input", "vintra.test.both"}));
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.output.find("Mic and Virtual Input are set to the same device."), std::string::npos)
+        << run.output;
+}
+
+/// By how much the clock that a file's sound counts is ahead of the file, at that frame; nothing of a file
+/// that lacks sound in the second before or after it, which a busy machine loses.
+std::optional<int32_t> clockAt(int64_t frame, const RecordedWav& wav) {
+    if (wav.frames() < frame + kRate) return std::nullopt;
+    const auto ahead = [&](int64_t at) { return (wav.at(at, 0) - static_cast<int32_t>(at)) & 0x7FFFFF; };
+    for (int64_t at = frame - kRate; at < frame + kRate; ++at)
+        if (std::abs(ahead(at) - ahead(frame)) > 1) return std::nullopt; // the server rounds its times
+    return ahead(frame);
+}
+
+/// Eight channels of a box of 32, a channel of another, a microphone and the computer.
+TEST_F(ComputerAudioEndToEndTest, elevenFilesComeFromFourDevicesAlignedToTheSample) {
+    const PublishedMicrophone box("vintra.test.box", {"--channels", "32", "--signal", "clock"});
+    const PublishedMicrophone small("vintra.test.small", {"--channels", "4", "--signal", "clock"});
+    const PublishedMicrophone microphone("vintra.test.mic", {"--signal", "clock"});
+    ASSERT_TRUE(box.isPublished() && small.isPublished() && microphone.isPublished());
+    std::vector<std::string> options{"--mic", "vintra.test.mic", "--computer-audio",         "--seconds",
+                                     "4",     "--input",         "vintra.test.small:4:Small"};
+    for (int channel = 4; channel <= 32; channel += 4) {
+        options.push_back("--input");
+        options.push_back("vintra.test.box:" + std::to_string(channel) + ":Box " + std::to_string(channel));
+    }
+    for (int attempt = 1; attempt <= kAttempts; ++attempt) {
+        auto command = takeCommand(options);
+        command.insert(command.end(), {"--name", "eleven" + std::to_string(attempt)});
+        const StallWatch stalls;
+        const ProgramRun run = runProgram(command);
+        ASSERT_EQ(run.exitCode, 0) << run.output << run.errors;
+        const Json json = Json::parse(run.output, nullptr, false);
+        ASSERT_TRUE(json.is_object()) << run.output;
+        ASSERT_EQ(json["files"].size(), 11u) << json;
+        for (const Json& file : json["files"])
+            EXPECT_NEAR(file.value("seconds", 0.0), 4, 0.1) << file;
+        std::vector<int32_t> clocks;
+        for (const Json& file : json["files"]) {
+            const auto clock = clockAt(2 * kRate, RecordedWav(URL::fileURL(file.value("path", "")), 1));
+            if (clock) clocks.push_back(*clock);
+        }
+        if (clocks.size() < 10 && stalls.longest() > kLongestStall) continue;
+        ASSERT_EQ(clocks.size(), 10u) << "all but the computer's, which was silent";
+        const auto [least, most] = std::minmax_element(clocks.begin(), clocks.end());
+        // The server's clock is a timer here. It slips with the machine, by no more than that stalls.
+        const int32_t apart = *most - *least;
+        if (apart > 1 && apart <= stalls.longest() * kRate) continue;
+        EXPECT_LE(apart, 1) << "longest stall " << stalls.longest();
+        return;
+    }
+    GTEST_SKIP() << "too busy a machine to tell anything";
+}
+
+TEST_F(ComputerAudioEndToEndTest, withoutTheVirtualDeviceTheTakeSaysHowToInstallIt) {
+    PrivatePipeWireServer server;
+    ASSERT_TRUE(server.isReady());
+    ASSERT_EQ(runProgram({"pw-cli", "-r", server.name(), "destroy", kVirtualDevice}).exitCode, 0);
+    auto command = takeCommand({"--computer-audio"});
+    command.insert(command.begin(), {"env", server.environment().front()});
+    const ProgramRun run = runProgram(command);
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_NE(run.output.find("the virtual device Vintra Audio, which isn't there. To install it"),
+              std::string::npos)
+        << run.output;
+}
+
+} // namespace
+} // namespace vintra

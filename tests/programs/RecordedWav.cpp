@@ -1,0 +1,25 @@
+#include "tests/programs/RecordedWav.h"
+
+#include "Vintra/platform/linux/files/LinuxFileManager.h"
+#include "Vintra/take/WavFile.h"
+
+namespace vintra {
+
+RecordedWav::RecordedWav(const URL& url, size_t someChannels)
+    : channels(someChannels) {
+    LinuxFileManager files;
+    const auto header = readWavHeader(files, url);
+    if (!header) return;
+    rate = header->sampleRate;
+    const auto handle = files.openForReading(url);
+    handle->seek(static_cast<uint64_t>(header->dataStart));
+    std::vector<uint8_t> bytes(static_cast<size_t>(header->declaredDataSize));
+    bytes.resize(handle->read(bytes.data(), bytes.size()) / (3 * channels) * 3 * channels);
+    samples.reserve(bytes.size() / 3);
+    for (size_t at = 0; at < bytes.size(); at += 3) {
+        const auto raw = static_cast<uint32_t>(bytes[at] << 8 | bytes[at + 1] << 16 | bytes[at + 2] << 24);
+        samples.push_back(static_cast<int32_t>(raw) >> 8);
+    }
+}
+
+} // namespace vintra
