@@ -174,6 +174,42 @@ TEST_F(SimulatedAssetWriterTest, aRefusedSampleIsKeptApartFromTheAcceptedOnes) {
     EXPECT_EQ(made->presentationTimes(), (std::vector<CMTime>{start, start + CMTimeMake(2, 30)}));
 }
 
+TEST_F(SimulatedAssetWriterTest, slowCallsBlockTheirCallerAndActAtTheirEnd) {
+    script({.startSeconds = 0.1, .sessionSeconds = 0.2, .appendSeconds = 0.3});
+    const URL url = URL::fileURL("/tmp/a.wav");
+    std::vector<bool> seen; // whether the file was there, and whether the input was ready
+    machine.time->after(50'000'000, [&] { seen.push_back(machine.fileManager->fileExists(url)); });
+    machine.time->after(150'000'000, [&] { seen.push_back(machine.fileManager->fileExists(url)); });
+    machine.time->after(250'000'000, [&] { seen.push_back(input->isReadyForMoreMediaData()); });
+    machine.time->after(350'000'000, [&] { seen.push_back(input->isReadyForMoreMediaData()); });
+    beginMovie();
+    EXPECT_EQ(machine.now() - start, CMTimeMake(3, 10));
+    EXPECT_EQ(machine.assetWriters->writer("a.wav")->sessionBegunAt(), machine.now());
+    EXPECT_EQ(machine.assetWriters->writer("a.wav")->sessionStart(), start);
+    EXPECT_TRUE(input->append(picture(0)));
+    EXPECT_EQ(machine.now() - start, CMTimeMake(6, 10));
+    EXPECT_EQ(seen, (std::vector<bool>{false, true, false, true}));
+    EXPECT_TRUE(machine.violations->list.empty());
+}
+
+TEST_F(SimulatedAssetWriterTest, anAppendThatIsOvertakenByTheFinishIsAViolation) {
+    script({.appendSeconds = 0.1});
+    beginMovie();
+    machine.time->after(50'000'000, [&] { input->markAsFinished(); });
+    EXPECT_FALSE(input->append(picture(0)));
+    EXPECT_EQ(machine.violations->list, std::vector<std::string>{"a.wav: appended after the finish"});
+}
+
+TEST_F(SimulatedAssetWriterTest, theJournalHasTheCallsInOrder) {
+    beginMovie();
+    input->append(picture(0));
+    input->markAsFinished();
+    finish();
+    EXPECT_EQ(machine.journal->calls,
+              (std::vector<std::string>{"a.wav: startWriting", "a.wav: startSession",
+                                        "a.wav: video markAsFinished", "a.wav: finishWriting"}));
+}
+
 TEST_F(SimulatedAssetWriterTest, callsOffTheMainThreadAreViolations) {
     beginMovie();
     machine.dispatchQueues->makeSerialQueue("other")->async([&] { writer->cancelWriting(); });

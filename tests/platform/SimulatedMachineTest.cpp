@@ -52,6 +52,39 @@ TEST_F(SimulatedMachineTest, theHostClockCountsVirtualTimeInItsOwnTicks) {
     EXPECT_EQ(machine.now() - start, CMTimeMake(5, 2));
 }
 
+TEST_F(SimulatedMachineTest, aReadingOfTheMainThreadTakesTimeWhenATestAsksForIt) {
+    const auto queue = machine.dispatchQueues->makeSerialQueue("other");
+    machine.hostClock->secondsAfterReading = 0.25;
+    const CMTime start = machine.now();
+    EXPECT_EQ(machine.now(), start) << "the test's own readings take none";
+    machine.time->after(100 * kMillisecond, [&] { queue->async(hear("other work")); });
+    machine.time->after(100 * kMillisecond, [&] { machine.mainThread->post(hear("main work")); });
+    machine.mainThread->runNow([&] {
+        EXPECT_EQ(machine.hostClock->now(), start);
+        EXPECT_EQ(heard, std::vector<std::string>{"other work"}) << "the main thread is occupied";
+        EXPECT_EQ(machine.hostClock->now(), start + CMTimeMake(1, 4));
+    });
+    queue->async([&] {
+        const CMTime first = machine.hostClock->now();
+        EXPECT_EQ(machine.hostClock->now(), first) << "and those of a queue take none";
+    });
+    machine.settle();
+    EXPECT_EQ(machine.now(), start + CMTimeMake(1, 2));
+    EXPECT_EQ(heard, (std::vector<std::string>{"other work", "main work"}));
+}
+
+TEST_F(SimulatedMachineTest, theJournalHasWhatTheMainThreadHandsToSerialQueues) {
+    const auto queue = machine.dispatchQueues->makeSerialQueue("first");
+    const auto other = machine.dispatchQueues->makeSerialQueue("second");
+    machine.mainThread->runNow([&] {
+        other->async([&] { queue->async([] {}); }); // the inner one comes from a queue
+        queue->async([] {});
+        machine.dispatchQueues->globalQueue(QualityOfService::utility)->async([] {});
+    });
+    machine.settle();
+    EXPECT_EQ(machine.journal->calls, (std::vector<std::string>{"second: async", "first: async"}));
+}
+
 TEST_F(SimulatedMachineTest, whileAQueueSleepsTheOthersGoOnAndItsOwnWorkWaits) {
     const auto queue = machine.dispatchQueues->makeSerialQueue("sleeper");
     const auto other = machine.dispatchQueues->makeSerialQueue("other");

@@ -116,8 +116,7 @@ TEST_F(AudioPreviewsTest, aRateChangeDuringATakeWarnsAndRebuildsNothing) {
 }
 
 TEST_F(AudioPreviewsTest, theSameForTheVirtualInput) {
-    recorder->selectedDawDeviceID.set("daw.two");
-    machine.run(0.2);
+    selectVirtualInput();
     start();
     machine.audioHardware->setNominalSampleRate("daw.two", 96'000);
     machine.run(0.5);
@@ -173,8 +172,7 @@ TEST_F(AudioPreviewsTest, aRowThatGoesTakesItsSessionAndLevelAlong) {
 }
 
 TEST_F(AudioPreviewsTest, theVirtualInputIsSilentWithComputerAudioOnAndComesBack) {
-    recorder->selectedDawDeviceID.set("daw.two");
-    machine.run(0.2);
+    selectVirtualInput();
     EXPECT_TRUE(recorder->isDawPreviewRunning());
     recorder->captureSystemAudioForDaw.set(true);
     machine.run(0.5);
@@ -186,7 +184,7 @@ TEST_F(AudioPreviewsTest, theVirtualInputIsSilentWithComputerAudioOnAndComesBack
 
 TEST_F(AudioPreviewsTest, whenTheyEndNoSessionIsLeftAndNothingHoldsTheRecorder) {
     selectMic();
-    recorder->selectedDawDeviceID.set("daw.two");
+    selectVirtualInput();
     addExtraInput("multi.eight", 0);
     machine.run(0.5);
     ASSERT_TRUE(recorder->isMicPreviewRunning() && recorder->isDawPreviewRunning());

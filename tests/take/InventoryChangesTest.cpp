@@ -36,7 +36,7 @@ TEST_F(InventoryChangesTest, oneEventToldOfTwiceIsHandledOnce) {
 
 TEST_F(InventoryChangesTest, anIdleRecorderLetsGoOfWhatHasGone) {
     selectMic();
-    recorder->selectedDawDeviceID.set("daw.two");
+    selectVirtualInput();
     addExtraInput("multi.eight", 3, "Keys");
     machine.run(0.3);
     unplug("mic.one");
@@ -119,8 +119,7 @@ TEST_F(InventoryChangesTest, everyTrackOfTheDeviceIsNamed) {
 }
 
 TEST_F(InventoryChangesTest, aVirtualInputIsNamed) {
-    recorder->selectedDawDeviceID.set("daw.two");
-    machine.run(0.3);
+    selectVirtualInput();
     start();
     machine.run(0.5);
     unplug("daw.two");
@@ -132,7 +131,7 @@ TEST_F(InventoryChangesTest, aVirtualInputIsNamed) {
 
 TEST_F(InventoryChangesTest, aSessionThatFailsMidTakeIsToldOfAndLeftAlone) {
     selectMic();
-    recorder->selectedDawDeviceID.set("daw.two");
+    selectVirtualInput();
     addExtraInput("multi.eight", 0);
     start();
     const auto fail = [&](const std::string& uid, const std::string& text) {
@@ -160,7 +159,7 @@ TEST_F(InventoryChangesTest, aSessionThatFailsMidTakeIsToldOfAndLeftAlone) {
 
 TEST_F(InventoryChangesTest, aSessionThatFailsBetweenTakesIsRebuilt) {
     selectMic();
-    recorder->selectedDawDeviceID.set("daw.two");
+    selectVirtualInput();
     addExtraInput("multi.eight", 0);
     machine.run(0.3);
     for (const std::string uid : {"mic.one", "daw.two", "multi.eight"}) {

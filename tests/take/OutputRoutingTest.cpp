@@ -46,8 +46,7 @@ TEST_F(OutputRoutingTest, theUserHearsOnTheOutputWhatProgramsPlay) {
 }
 
 TEST_F(OutputRoutingTest, theDawPreviewMovesToTheVirtualDeviceAndBack) {
-    recorder->selectedDawDeviceID.set("daw.two");
-    machine.run(0.3);
+    selectVirtualInput();
     EXPECT_TRUE(session("daw.two"));
     turnOnComputerAudio();
     EXPECT_TRUE(session("VintraAudioDevice"));

@@ -39,6 +39,10 @@ protected:
         recorder->selectedMicDeviceID.set(uid);
         machine.run(0.2);
     }
+    void selectVirtualInput(const std::string& uid = "daw.two") {
+        recorder->selectedDawDeviceID.set(uid);
+        machine.run(0.2);
+    }
     void addExtraInput(const std::string& uid, int channel, const std::string& name = "", double gainDB = 0) {
         const UUID id = machine.processInfo->makeUUID();
         recorder->extraAudioInputs.update([&](auto& rows) {

@@ -62,8 +62,7 @@ TEST_F(SamplePathTest, eachExtraRowRecordsItsChannelWithItsGain) {
 
 TEST_F(SamplePathTest, theVirtualInputKeepsItsChannelsAndLosesSixDecibels) {
     giveConstants("daw.two");
-    recorder->selectedDawDeviceID.set("daw.two");
-    machine.run(0.2);
+    selectVirtualInput();
     recordFor(1);
     const auto samples = heard("take_computer-audio.wav");
     ASSERT_GT(samples.size(), 10'000u);
@@ -76,7 +75,7 @@ TEST_F(SamplePathTest, theVirtualInputKeepsItsChannelsAndLosesSixDecibels) {
 
 TEST_F(SamplePathTest, theVirtualInputsTrimComesOnTopOfTheUsersGain) {
     giveConstants("daw.two");
-    recorder->selectedDawDeviceID.set("daw.two");
+    selectVirtualInput();
     recorder->dawGainDB.set(-6);
     machine.run(0.2);
     recordFor(1);

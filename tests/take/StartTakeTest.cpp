@@ -94,8 +94,7 @@ TEST_F(StartTakeTest, aTakeOfOneMicHasNoStreamAndNoScreenFile) {
 
 TEST_F(StartTakeTest, theStatusNamesEveryKindOfTrack) {
     selectMic();
-    recorder->selectedDawDeviceID.set("daw.two");
-    machine.run(0.2);
+    selectVirtualInput();
     addExtraInput("multi.eight", 0);
     addExtraInput("multi.eight", 1);
     start();
@@ -138,7 +137,7 @@ TEST_F(StartTakeTest, theFirstThreeTenthsOfASecondAreSilentOnEveryAudioFile) {
 
 TEST_F(StartTakeTest, theSameDeviceOnMicAndVirtualInputFails) {
     selectMic("mic.one");
-    recorder->selectedDawDeviceID.set("mic.one");
+    selectVirtualInput("mic.one");
     start();
     expectUndone("Mic and Virtual Input are set to the same device. "
                  "Choose two different devices, or set one to None.");
@@ -201,7 +200,7 @@ TEST_F(StartTakeTest, aMicThatIsNotRunningFailsByItsName) {
 
 TEST_F(StartTakeTest, aVirtualInputThatIsNotRunningFailsByItsName) {
     machine.audioHardware->device("daw.two")->failsToOpen = true;
-    recorder->selectedDawDeviceID.set("daw.two");
+    selectVirtualInput();
     start();
     expectUndone(
         "Couldn't set up the virtual input track, because Workstation isn't running. Select it again.");
@@ -234,8 +233,7 @@ TEST_F(StartTakeTest, aWriterThatTakesNoInputFailsByItsName) {
         return lastError();
     };
     selectMic();
-    recorder->selectedDawDeviceID.set("daw.two");
-    machine.run(0.2);
+    selectVirtualInput();
     addExtraInput("multi.eight", 0);
     EXPECT_EQ(refusing("_video.mov"), "Couldn't set up the screen recording file.");
     EXPECT_EQ(refusing("_mic.wav"), "Couldn't set up the microphone track file.");
@@ -273,8 +271,7 @@ TEST_F(StartTakeTest, aPlannedFileThatExistsFailsAndIsNotTouched) {
 
 TEST_F(StartTakeTest, aWriterThatDoesNotStartFailsTheTakeAndTheStartedOnesAreCancelled) {
     selectMic();
-    recorder->selectedDawDeviceID.set("daw.two");
-    machine.run(0.2);
+    selectVirtualInput();
     machine.assetWriters->script = [](const URL& url, AVFileType) {
         return SimulatedWriterScript{.startFails = url.path().ends_with("_mic.wav")};
     };
@@ -290,8 +287,7 @@ TEST_F(StartTakeTest, aWriterThatDoesNotStartFailsTheTakeAndTheStartedOnesAreCan
 
 TEST_F(StartTakeTest, eachWriterFailsUnderItsOwnLabelAfterTheOnesBeforeIt) {
     selectMic();
-    recorder->selectedDawDeviceID.set("daw.two");
-    machine.run(0.2);
+    selectVirtualInput();
     addExtraInput("multi.eight", 3, "Drums");
     const std::vector<std::pair<std::string, std::string>> inOrder = {
         {"take_video.mov", "the screen recording"},

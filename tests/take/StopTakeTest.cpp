@@ -191,8 +191,7 @@ TEST_F(StopTakeTest, aFailedScreenWriterLosesItsOwnFileAlone) {
 
 TEST_F(StopTakeTest, everyFailureIsNamedInTheOrderOfTheWriters) {
     selectMic();
-    recorder->selectedDawDeviceID.set("daw.two");
-    machine.run(0.2);
+    selectVirtualInput();
     addExtraInput("multi.eight", 0);
     machine.assetWriters->script = [](const URL&, AVFileType) {
         return SimulatedWriterScript{.finishFails = true};

@@ -51,8 +51,7 @@ TEST_F(TrackWritersTest, theCodecIsComparedExactly) {
 TEST_F(TrackWritersTest, everyWavIs48kHz24BitWhateverTheDevice) {
     machine.audioHardware->setNominalSampleRate("multi.eight", 96'000);
     selectMic("multi.eight");
-    recorder->selectedDawDeviceID.set("daw.two");
-    machine.run(0.2);
+    selectVirtualInput();
     addExtraInput("mic.one", 0, "Room");
     recordFor(0.5);
     AVAudioSettings expected{.formatID = kAudioFormatLinearPCM,
@@ -67,8 +66,7 @@ TEST_F(TrackWritersTest, everyWavIs48kHz24BitWhateverTheDevice) {
 
 TEST_F(TrackWritersTest, theScreenMovieCarriesAReferenceOfEachTrackInOrder) {
     selectMic();
-    recorder->selectedDawDeviceID.set("daw.two");
-    machine.run(0.2);
+    selectVirtualInput();
     addExtraInput("multi.eight", 0);
     recordFor(1);
     const auto movie = writer("take_video.mov");
@@ -85,16 +83,14 @@ TEST_F(TrackWritersTest, theScreenMovieCarriesAReferenceOfEachTrackInOrder) {
 }
 
 TEST_F(TrackWritersTest, aOneChannelVirtualInputHasAOneChannelFile) {
-    recorder->selectedDawDeviceID.set("mic.one");
-    machine.run(0.2);
+    selectVirtualInput("mic.one");
     recordFor(0.5);
     EXPECT_EQ(soundTrack("take_computer-audio.wav")->audioSettings()->numberOfChannels, 1u);
 }
 
 TEST_F(TrackWritersTest, anUnreadableVirtualInputIsTakenForStereo) {
     machine.audioHardware->device("mic.one")->hasUnreadableFormat = true;
-    recorder->selectedDawDeviceID.set("mic.one");
-    machine.run(0.2);
+    selectVirtualInput("mic.one");
     recordFor(0.5);
     EXPECT_EQ(soundTrack("take_computer-audio.wav")->audioSettings()->numberOfChannels, 2u);
 }
@@ -118,8 +114,7 @@ TEST_F(TrackWritersTest, namesOfTracksAreReservedInTheirOrderWithoutRegardToCase
 TEST_F(TrackWritersTest, aMicCalledComputerAudioTakesThePlainName) {
     recorder->micTrackName.set("computer-audio");
     selectMic();
-    recorder->selectedDawDeviceID.set("daw.two");
-    machine.run(0.2);
+    selectVirtualInput();
     recordFor(0.5);
     ASSERT_TRUE(writer("take_computer-audio-2.wav"));
     EXPECT_EQ(soundTrack("take_computer-audio-2.wav")->audioSettings()->numberOfChannels, 2u);

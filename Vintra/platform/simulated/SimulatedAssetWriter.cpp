@@ -61,6 +61,8 @@ void SimulatedAssetWriter::add(std::shared_ptr<AVAssetWriterInput> input) {
 
 bool SimulatedAssetWriter::startWriting() {
     checkMainThread("startWriting");
+    note("startWriting");
+    block(script.startSeconds);
     if (currentStatus != AVAssetWriterStatus::unknown) {
         violate("started twice");
         return false;
@@ -89,15 +91,19 @@ bool SimulatedAssetWriter::startWriting() {
 
 void SimulatedAssetWriter::startSession(CMTime atSourceTime) {
     checkMainThread("startSession");
+    note("startSession");
+    block(script.sessionSeconds);
     if (currentStatus != AVAssetWriterStatus::writing || session.isValid() || !atSourceTime.isNumeric()) {
         violate("session started out of turn or at no time");
         return;
     }
     session = atSourceTime;
+    sessionBegun = hostTime();
 }
 
 void SimulatedAssetWriter::finishWriting(std::function<void()> completion) {
     checkMainThread("finishWriting");
+    note("finishWriting");
     if (currentStatus == AVAssetWriterStatus::unknown || isFinishing) {
         violate("finished before the start or twice");
     }
@@ -136,6 +142,7 @@ void SimulatedAssetWriter::closeFile() {
 
 void SimulatedAssetWriter::cancelWriting() {
     checkMainThread("cancelWriting");
+    note("cancelWriting");
     if (currentStatus != AVAssetWriterStatus::writing) return;
     currentStatus = AVAssetWriterStatus::cancelled;
     file = nullptr;
@@ -232,6 +239,14 @@ void SimulatedAssetWriter::writeToFile(const SimulatedAssetWriterInput& input, c
 
 void SimulatedAssetWriter::checkMainThread(const char* call) const {
     if (!services.mainThread->isCurrent()) violate(std::string(call) + " off the main thread");
+}
+
+void SimulatedAssetWriter::note(const char* call) const {
+    services.journal->note(url.lastPathComponent() + ": " + call);
+}
+
+void SimulatedAssetWriter::block(double seconds) const {
+    services.hostClock->sleep(static_cast<int64_t>(seconds * 1e6));
 }
 
 void SimulatedAssetWriter::violate(const std::string& what) const {

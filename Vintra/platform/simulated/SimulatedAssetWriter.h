@@ -4,6 +4,8 @@
 #include "Vintra/platform/MainThread.h"
 #include "Vintra/platform/simulated/SimulatedAssetWriterInput.h"
 #include "Vintra/platform/simulated/SimulatedFileManager.h"
+#include "Vintra/platform/simulated/SimulatedHostClock.h"
+#include "Vintra/platform/simulated/SimulatedJournal.h"
 #include "Vintra/platform/simulated/SimulatedViolations.h"
 #include "Vintra/platform/simulated/SimulatedWriterScript.h"
 #include "Vintra/platform/simulated/VirtualTime.h"
@@ -25,8 +27,10 @@ public:
     struct Services {
         std::shared_ptr<VirtualTime> time;
         std::shared_ptr<MainThread> mainThread;
+        std::shared_ptr<SimulatedHostClock> hostClock;
         std::shared_ptr<SimulatedFileManager> files;
         std::shared_ptr<SimulatedViolations> violations;
+        std::shared_ptr<SimulatedJournal> journal;
     };
 
     SimulatedAssetWriter(Services services, URL url, AVFileType fileType, SimulatedWriterScript script);
@@ -47,6 +51,8 @@ public:
     std::shared_ptr<SimulatedAssetWriterInput> input(AVMediaType mediaType, size_t index = 0) const;
     /// Invalid before the session has begun.
     CMTime sessionStart() const { return session; }
+    /// Host time at which `startSession` was done; invalid before.
+    CMTime sessionBegunAt() const { return sessionBegun; }
     /// Breaks the writer off now, as a disk or an encoder would.
     void fail(const std::string& localizedDescription);
 
@@ -66,6 +72,8 @@ private:
     void closeFile();
     void checkMainThread(const char* call) const;
     void violate(const std::string& what) const;
+    void note(const char* call) const;
+    void block(double seconds) const;
 
     Services services;
     URL url;
@@ -74,6 +82,7 @@ private:
     AVAssetWriterStatus currentStatus = AVAssetWriterStatus::unknown;
     std::optional<SystemError> currentError;
     CMTime session;
+    CMTime sessionBegun;
     bool isFinishing = false;
     int64_t startNanoseconds = 0;
     int64_t encoderFreeAt = 0; ///< nanoseconds of virtual time

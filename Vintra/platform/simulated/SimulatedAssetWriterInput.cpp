@@ -20,14 +20,16 @@ bool SimulatedAssetWriterInput::isReadyForMoreMediaData() const {
 bool SimulatedAssetWriterInput::append(const CMSampleBuffer& sample) {
     const auto owner = writer.lock();
     if (!owner) return false;
+    const size_t index = appends.size();
     appends.push_back({sample, owner->hostTime(), false});
-    const bool isAccepted = owner->take(*this, sample);
-    appends.back().isAccepted = isAccepted;
-    return isAccepted;
+    owner->block(owner->script.appendSeconds); // others may append meanwhile
+    return appends[index].isAccepted = owner->take(*this, sample);
 }
 
 void SimulatedAssetWriterInput::markAsFinished() {
     isFinished = true;
+    if (const auto owner = writer.lock())
+        owner->note(videoSettings() ? "video markAsFinished" : "audio markAsFinished");
 }
 
 std::vector<CMSampleBuffer> SimulatedAssetWriterInput::accepted() const {

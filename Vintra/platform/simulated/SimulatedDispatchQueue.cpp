@@ -4,23 +4,22 @@
 
 namespace vintra {
 
-SimulatedDispatchQueue::SimulatedDispatchQueue(std::shared_ptr<VirtualTime> time, std::string label,
-                                               Kind kind, std::shared_ptr<SimulatedTimerLateness> lateness)
-    : time(time)
+SimulatedDispatchQueue::SimulatedDispatchQueue(Services services, std::string label, Kind kind)
+    : services(services)
     , name(std::move(label))
-    , lane(kind == Kind::serial ? SimulatedLane::make(time) : nullptr)
-    , lateness(std::move(lateness)) {}
+    , lane(kind == Kind::serial ? SimulatedLane::make(services.time) : nullptr) {}
 
 SimulatedDispatchQueue::~SimulatedDispatchQueue() {
     if (lane) lane->runWaiting();
 }
 
 void SimulatedDispatchQueue::async(std::function<void()> work) {
-    if (lane) {
-        lane->post(std::move(work));
-    } else {
-        time->after(0, std::move(work));
+    if (!lane) {
+        services.time->after(0, std::move(work));
+        return;
     }
+    if (services.mainThread->isAtWork()) services.journal->note(name + ": async");
+    lane->post(std::move(work));
 }
 
 void SimulatedDispatchQueue::sync(const std::function<void()>& work) {
@@ -28,24 +27,24 @@ void SimulatedDispatchQueue::sync(const std::function<void()>& work) {
         lane->runNow(work);
         return;
     }
-    time->enter(nullptr);
+    services.time->enter(nullptr);
     work();
-    time->leave();
+    services.time->leave();
 }
 
 std::unique_ptr<DispatchTimer> SimulatedDispatchQueue::makeTimer(DispatchTimerSchedule schedule,
                                                                  std::function<void()> handler) {
-    auto lateFor = [lateness = lateness, label = name](int64_t firing) {
+    auto lateFor = [lateness = services.lateness, label = name](int64_t firing) {
         return *lateness ? (*lateness)(label, firing) : int64_t{0};
     };
-    auto post = [time = time, lane = lane](std::function<void()> work) {
+    auto post = [time = services.time, lane = lane](std::function<void()> work) {
         if (lane) {
             lane->post(std::move(work));
         } else {
             time->after(0, std::move(work));
         }
     };
-    return std::make_unique<SimulatedTimer>(time, schedule, std::move(handler), std::move(post),
+    return std::make_unique<SimulatedTimer>(services.time, schedule, std::move(handler), std::move(post),
                                             std::move(lateFor));
 }
 

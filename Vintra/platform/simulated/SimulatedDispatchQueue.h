@@ -1,7 +1,9 @@
 #pragma once
 
 #include "Vintra/platform/DispatchQueue.h"
+#include "Vintra/platform/simulated/SimulatedJournal.h"
 #include "Vintra/platform/simulated/SimulatedLane.h"
+#include "Vintra/platform/simulated/SimulatedMainThread.h"
 
 #include <functional>
 #include <memory>
@@ -19,8 +21,14 @@ class SimulatedDispatchQueue : public DispatchQueue {
 public:
     enum class Kind { serial, concurrent };
 
-    SimulatedDispatchQueue(std::shared_ptr<VirtualTime> time, std::string label, Kind kind,
-                           std::shared_ptr<SimulatedTimerLateness> lateness);
+    struct Services {
+        std::shared_ptr<VirtualTime> time;
+        std::shared_ptr<SimulatedMainThread> mainThread;
+        std::shared_ptr<SimulatedJournal> journal;
+        std::shared_ptr<SimulatedTimerLateness> lateness = std::make_shared<SimulatedTimerLateness>();
+    };
+
+    SimulatedDispatchQueue(Services services, std::string label, Kind kind);
     ~SimulatedDispatchQueue() override;
 
     const std::string& label() const override { return name; }
@@ -34,10 +42,9 @@ public:
     bool isOccupied() const { return lane && lane->isOccupied(); }
 
 private:
-    std::shared_ptr<VirtualTime> time;
+    Services services;
     std::string name;
     std::shared_ptr<SimulatedLane> lane; ///< null if concurrent
-    std::shared_ptr<SimulatedTimerLateness> lateness;
 };
 
 } // namespace vintra

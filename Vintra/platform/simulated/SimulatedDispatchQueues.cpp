@@ -2,16 +2,18 @@
 
 namespace vintra {
 
-SimulatedDispatchQueues::SimulatedDispatchQueues(std::shared_ptr<VirtualTime> time)
-    : time(time)
-    , userInitiated(std::make_shared<SimulatedDispatchQueue>(
-          time, "global.userInitiated", SimulatedDispatchQueue::Kind::concurrent, lateness))
-    , utility(std::make_shared<SimulatedDispatchQueue>(time, "global.utility",
-                                                       SimulatedDispatchQueue::Kind::concurrent, lateness)) {}
+SimulatedDispatchQueues::SimulatedDispatchQueues(std::shared_ptr<VirtualTime> time,
+                                                 std::shared_ptr<SimulatedMainThread> mainThread,
+                                                 std::shared_ptr<SimulatedJournal> journal)
+    : services{std::move(time), std::move(mainThread), std::move(journal)}
+    , userInitiated(std::make_shared<SimulatedDispatchQueue>(services, "global.userInitiated",
+                                                             SimulatedDispatchQueue::Kind::concurrent))
+    , utility(std::make_shared<SimulatedDispatchQueue>(services, "global.utility",
+                                                       SimulatedDispatchQueue::Kind::concurrent)) {}
 
 std::shared_ptr<DispatchQueue> SimulatedDispatchQueues::makeSerialQueue(const std::string& label) {
     auto made =
-        std::make_shared<SimulatedDispatchQueue>(time, label, SimulatedDispatchQueue::Kind::serial, lateness);
+        std::make_shared<SimulatedDispatchQueue>(services, label, SimulatedDispatchQueue::Kind::serial);
     labels.push_back(label);
     queues.push_back(made);
     return made;

@@ -11,7 +11,9 @@ namespace vintra {
 /// Makes the queues of a simulated machine. One real thread.
 class SimulatedDispatchQueues : public DispatchQueues {
 public:
-    explicit SimulatedDispatchQueues(std::shared_ptr<VirtualTime> time);
+    SimulatedDispatchQueues(std::shared_ptr<VirtualTime> time,
+                            std::shared_ptr<SimulatedMainThread> mainThread,
+                            std::shared_ptr<SimulatedJournal> journal);
 
     std::shared_ptr<DispatchQueue> makeSerialQueue(const std::string& label) override;
     std::shared_ptr<DispatchQueue> globalQueue(QualityOfService quality) override;
@@ -21,11 +23,10 @@ public:
     /// Labels of all serial queues ever made, in order.
     std::vector<std::string> labels;
     /// Script how late timers fire; nothing set, they are on time.
-    void setTimerLateness(SimulatedTimerLateness newLateness) { *lateness = std::move(newLateness); }
+    void setTimerLateness(SimulatedTimerLateness newLateness) { *services.lateness = std::move(newLateness); }
 
 private:
-    std::shared_ptr<VirtualTime> time;
-    std::shared_ptr<SimulatedTimerLateness> lateness = std::make_shared<SimulatedTimerLateness>();
+    SimulatedDispatchQueue::Services services;
     std::vector<std::weak_ptr<SimulatedDispatchQueue>> queues;
     std::shared_ptr<SimulatedDispatchQueue> userInitiated;
     std::shared_ptr<SimulatedDispatchQueue> utility;

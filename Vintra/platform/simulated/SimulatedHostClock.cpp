@@ -8,7 +8,9 @@ SimulatedHostClock::SimulatedHostClock(std::shared_ptr<VirtualTime> time,
     , mainThread(std::move(mainThread)) {}
 
 CMTime SimulatedHostClock::now() const {
-    return hostTimeFromNanoseconds(time->nowNanoseconds());
+    const CMTime reading = hostTimeFromNanoseconds(time->nowNanoseconds());
+    if (secondsAfterReading > 0 && mainThread->isAtWork()) time->advance(secondsAfterReading);
+    return reading;
 }
 
 void SimulatedHostClock::sleep(int64_t microseconds) {

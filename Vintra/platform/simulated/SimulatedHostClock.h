@@ -17,6 +17,10 @@ public:
     /// sleeps longer, this sleep ends only after that one: there is one real thread.
     void sleep(int64_t microseconds) override;
 
+    /// How much time passes after a reading of the main thread, while the other lanes go on: as it stands
+    /// none, so that everything the main thread does at once has one time.
+    double secondsAfterReading = 0;
+
 private:
     std::shared_ptr<VirtualTime> time;
     std::shared_ptr<SimulatedMainThread> mainThread;

@@ -9,21 +9,22 @@ SimulatedMachine::SimulatedMachine()
     , mainThread(std::make_shared<SimulatedMainThread>(time))
     , hostClock(std::make_shared<SimulatedHostClock>(time, mainThread))
     , wallClock(std::make_shared<SimulatedWallClock>(time))
-    , dispatchQueues(std::make_shared<SimulatedDispatchQueues>(time))
+    , journal(std::make_shared<SimulatedJournal>())
+    , dispatchQueues(std::make_shared<SimulatedDispatchQueues>(time, mainThread, journal))
     , log(std::make_shared<SimulatedLog>())
     , userDefaults(std::make_shared<SimulatedUserDefaults>())
     , fileManager(std::make_shared<SimulatedFileManager>())
     , processInfo(std::make_shared<SimulatedProcessInfo>())
     , violations(std::make_shared<SimulatedViolations>())
     , assetWriters(std::make_shared<SimulatedAssetWriters>(
-          SimulatedAssetWriter::Services{time, mainThread, fileManager, violations}))
+          SimulatedAssetWriter::Services{time, mainThread, hostClock, fileManager, violations, journal}))
     , assetProbing(std::make_shared<SimulatedAssetProbing>())
     , audioHardware(std::make_shared<SimulatedAudioHardware>(mainThread))
     , audioDeviceIO(std::make_shared<SimulatedAudioDeviceIO>(time, audioHardware))
     , captureDevices(std::make_shared<SimulatedCaptureDevices>(
           SimulatedCaptureSession::Services{time, mainThread, hostClock, violations}, audioHardware))
-    , screenCapture(
-          std::make_shared<SimulatedScreenCapture>(time, violations, processInfo->processIdentifier()))
+    , screenCapture(std::make_shared<SimulatedScreenCapture>(
+          SimulatedScreenStream::Services{time, violations, journal}, processInfo->processIdentifier()))
     , screens(std::make_shared<SimulatedScreens>(mainThread))
     , windowList(std::make_shared<SimulatedWindowList>())
     , workspace(std::make_shared<SimulatedWorkspace>()) {

@@ -10,6 +10,7 @@
 #include "Vintra/platform/simulated/SimulatedDispatchQueues.h"
 #include "Vintra/platform/simulated/SimulatedFileManager.h"
 #include "Vintra/platform/simulated/SimulatedHostClock.h"
+#include "Vintra/platform/simulated/SimulatedJournal.h"
 #include "Vintra/platform/simulated/SimulatedLog.h"
 #include "Vintra/platform/simulated/SimulatedMainThread.h"
 #include "Vintra/platform/simulated/SimulatedProcessInfo.h"
@@ -71,6 +72,7 @@ public:
     const std::shared_ptr<SimulatedMainThread> mainThread;
     const std::shared_ptr<SimulatedHostClock> hostClock;
     const std::shared_ptr<SimulatedWallClock> wallClock;
+    const std::shared_ptr<SimulatedJournal> journal;
     const std::shared_ptr<SimulatedDispatchQueues> dispatchQueues;
     const std::shared_ptr<SimulatedLog> log;
     const std::shared_ptr<SimulatedUserDefaults> userDefaults;

@@ -16,6 +16,8 @@ public:
 
     void post(std::function<void()> work) override { lane->post(std::move(work)); }
     bool isCurrent() const override { return time->isIdle() || lane->isCurrent(); }
+    /// Whether the caller is a piece of work of the main thread, and not the test outside of all events.
+    bool isAtWork() const { return lane->isCurrent(); }
     /// Runs the work as the main thread, with what is posted meanwhile waiting.
     void runNow(const std::function<void()>& work) { lane->runNow(work); }
 

@@ -4,16 +4,15 @@
 
 namespace vintra {
 
-SimulatedScreenCapture::SimulatedScreenCapture(std::shared_ptr<VirtualTime> time,
-                                               std::shared_ptr<SimulatedViolations> violations,
+SimulatedScreenCapture::SimulatedScreenCapture(SimulatedScreenStream::Services services,
                                                int32_t processIdentifier)
     : content{{{1, 1440, 900}}, {}, {{processIdentifier, "Vintra"}}}
-    , time(std::move(time))
-    , violations(std::move(violations)) {}
+    , services(std::move(services)) {}
 
 void SimulatedScreenCapture::getShareableContent(bool, bool, std::function<void(Content)> completion) {
     ++contentQueries;
-    time->afterSeconds(contentSeconds, [this, completion = std::move(completion)] {
+    services.journal->note("screen content: query");
+    services.time->afterSeconds(contentSeconds, [this, completion = std::move(completion)] {
         if (contentError) {
             completion({{}, contentError});
         } else {
@@ -28,8 +27,7 @@ std::shared_ptr<SCStream> SimulatedScreenCapture::makeStream(const SCContentFilt
     if (makeStreamError) throw *makeStreamError;
     if (!isThere(filter)) throw SystemError("simulated", 23, "What was chosen can't be captured.");
     auto made =
-        std::make_shared<SimulatedScreenStream>(SimulatedScreenStream::Services{time, violations, pictures},
-                                                filter, configuration, std::move(delegate), script);
+        std::make_shared<SimulatedScreenStream>(services, filter, configuration, std::move(delegate), script);
     lastStream = made;
     lastFilter = filter;
     lastConfiguration = configuration;

@@ -14,8 +14,7 @@ namespace vintra {
 /// this program as an application. One real thread.
 class SimulatedScreenCapture : public ScreenCapture {
 public:
-    SimulatedScreenCapture(std::shared_ptr<VirtualTime> time, std::shared_ptr<SimulatedViolations> violations,
-                           int32_t processIdentifier);
+    SimulatedScreenCapture(SimulatedScreenStream::Services services, int32_t processIdentifier);
 
     void getShareableContent(bool excludingDesktopWindows, bool onScreenWindowsOnly,
                              std::function<void(Content)> completion) override;
@@ -41,9 +40,7 @@ public:
 private:
     bool isThere(const SCContentFilter& filter) const;
 
-    std::shared_ptr<VirtualTime> time;
-    std::shared_ptr<SimulatedViolations> violations;
-    std::shared_ptr<SimulatedPictures> pictures = std::make_shared<SimulatedPictures>();
+    SimulatedScreenStream::Services services;
     std::weak_ptr<SimulatedScreenStream> lastStream;
 };
 

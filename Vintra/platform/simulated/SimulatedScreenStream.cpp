@@ -29,6 +29,7 @@ void SimulatedScreenStream::addStreamOutput(std::weak_ptr<SCStreamOutput> stream
 }
 
 void SimulatedScreenStream::startCapture(Completion completion) {
+    services.journal->note("screen stream: startCapture");
     if (state != State::made) {
         services.violations->add("screen stream: started twice");
         const SystemError error("simulated", 20, "The stream has already been started.");
@@ -55,6 +56,7 @@ void SimulatedScreenStream::begin(const Completion& completion) {
 }
 
 void SimulatedScreenStream::stopCapture(Completion completion) {
+    services.journal->note("screen stream: stopCapture");
     std::optional<SystemError> error = script.stopError;
     if (state != State::running && !error) error = SystemError("simulated", 22, "The stream isn't running.");
     state = State::stopped;

@@ -2,6 +2,7 @@
 
 #include "Vintra/platform/ScreenCapture.h"
 #include "Vintra/platform/simulated/SimulatedFrame.h"
+#include "Vintra/platform/simulated/SimulatedJournal.h"
 #include "Vintra/platform/simulated/SimulatedPictures.h"
 #include "Vintra/platform/simulated/SimulatedViolations.h"
 #include "Vintra/platform/simulated/VirtualTime.h"
@@ -28,7 +29,8 @@ public:
     struct Services {
         std::shared_ptr<VirtualTime> time;
         std::shared_ptr<SimulatedViolations> violations;
-        std::shared_ptr<SimulatedPictures> pictures;
+        std::shared_ptr<SimulatedJournal> journal;
+        std::shared_ptr<SimulatedPictures> pictures = std::make_shared<SimulatedPictures>();
     };
     SimulatedScreenStream(Services services, SCContentFilter filter, SCStreamConfiguration configuration,
                           std::weak_ptr<SCStreamDelegate> delegate, SimulatedStreamScript script);
