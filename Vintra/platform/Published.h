@@ -27,8 +27,11 @@ public:
     /// observers.
     void set(Value newValue) {
         const bool changed = !(newValue == value);
-        Value old = std::exchange(value, std::move(newValue));
-        if (changed && didChange) didChange(old);
+        const Value old = std::exchange(value, std::move(newValue));
+        if (changed) {
+            for (const auto& handler : didChange)
+                handler(old);
+        }
         notify();
     }
     /// Changes the value in place by a function, with the same consequences as `set`.
@@ -39,8 +42,9 @@ public:
         set(std::move(copy));
     }
 
-    /// The owner's change handling: called with the old value.
-    void onChange(std::function<void(const Value& old)> handler) { didChange = std::move(handler); }
+    /// Adds to the owner's change handling: called with the old value, after the handlers added before, for as long
+    /// as the value exists. Not from within a handler.
+    void onChange(std::function<void(const Value& old)> handler) { didChange.push_back(std::move(handler)); }
 
     /// Calls the observer after every set for as long as the result is kept.
     [[nodiscard]] Observation observe(std::function<void(const Value&)> observer) {
@@ -59,7 +63,7 @@ private:
     }
 
     Value value{};
-    std::function<void(const Value&)> didChange;
+    std::vector<std::function<void(const Value&)>> didChange;
     std::vector<std::weak_ptr<std::function<void(const Value&)>>> observers;
 };
 
