@@ -6,11 +6,11 @@
 
 #include "Vintra/audio/ApplyGain.h"
 #include "Vintra/audio/AudioRoutingCache.h"
+#include "Vintra/audio/ContainsNonZeroSample.h"
+#include "Vintra/audio/ExtraInputTrack.h"
 #include "Vintra/audio/ExtractMonoChannel.h"
 #include "Vintra/audio/LevelsModel.h"
 #include "Vintra/platform/linux/runtime/LinuxHostClock.h"
-#include "Vintra/take/ContainsNonZeroSample.h"
-#include "Vintra/take/ExtraInputTrack.h"
 
 #include <benchmark/benchmark.h>
 #include <cmath>

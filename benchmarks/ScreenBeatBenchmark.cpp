@@ -82,8 +82,13 @@ struct Take {
                                                  .decodeTimeStamp = kCMTimeInvalid});
     }
     void begin(int32_t rate) {
-        beat->begin(
-            anchor, rate, input, queue, [](CMTime) {}, [](CMTime) {}, [] { return std::string(); });
+        beat->begin({.at = anchor,
+                     .rate = rate,
+                     .into = input,
+                     .on = queue,
+                     .wrote = [](CMTime) {},
+                     .lost = [](CMTime) {},
+                     .writerStatus = [] { return std::string(); }});
     }
     void nextSlot(int32_t rate) { clock->time.value += kHostTimescale / rate; }
 };

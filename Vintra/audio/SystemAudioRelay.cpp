@@ -1,6 +1,7 @@
 #include "Vintra/audio/SystemAudioRelay.h"
 
 #include "Vintra/audio/BufferFrameSize.h"
+#include "Vintra/audio/WholeHertz.h"
 #include "Vintra/platform/DispatchQueue.h"
 #include "Vintra/platform/HostClock.h"
 
@@ -9,10 +10,6 @@ namespace {
 
 constexpr uint32_t lowLatencyBufferFrames = 64;
 constexpr int64_t kBetweenLooksNanoseconds = 20'000'000; // at a rate that is to change
-
-std::string wholeHertz(double rate) {
-    return std::to_string(static_cast<int64_t>(rate)) + "Hz";
-}
 
 void stopAndDestroy(std::unique_ptr<AudioIOProc>& proc) {
     if (proc) proc->stop();

@@ -9,6 +9,7 @@ class AssetWriters;
 class AudioDeviceIO;
 class AudioHardware;
 class CaptureDevices;
+class CaptureOverlayWindows;
 class DispatchQueues;
 class FileManager;
 class HostClock;
@@ -37,6 +38,7 @@ struct Platform {
     std::shared_ptr<CaptureDevices> captureDevices;
     std::shared_ptr<ScreenCapture> screenCapture;
     std::shared_ptr<Screens> screens;
+    std::shared_ptr<CaptureOverlayWindows> captureOverlayWindows;
     std::shared_ptr<WindowList> windowList;
     std::shared_ptr<AudioHardware> audioHardware;
     std::shared_ptr<AudioDeviceIO> audioDeviceIO;

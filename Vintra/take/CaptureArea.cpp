@@ -1,14 +1,17 @@
-// What of the screen is chosen: as rule, as words, and as the control bar shows and changes it.
+#include "Vintra/take/CaptureArea.h"
 
 #include "Vintra/capturearea/RegionGeometry.h"
 #include "Vintra/platform/ProcessInfo.h"
+#include "Vintra/platform/UserDefaults.h"
 #include "Vintra/platform/WindowList.h"
-#include "Vintra/take/ScreenRecorderManager.h"
+#include "Vintra/video/CappedCaptureSize.h"
 
 #include <algorithm>
 
 namespace vintra {
 namespace {
+
+constexpr double kScaleWithoutScreen = 2.0; // pixels a point of a display that no screen matches
 
 /// Of 0xRRGGBB.
 NSColor colourOf(uint32_t hex) {
@@ -22,94 +25,99 @@ std::string sizeText(CMVideoDimensions size) {
 
 } // namespace
 
-/// The chosen mode, but for a region on a display that is gone and a window mode without a window.
-CaptureModeChoice ScreenRecorderManager::effectiveCaptureMode() const {
-    switch (*screenCaptureMode) {
-    case CaptureModeChoice::fullScreen:
-        break;
-    case CaptureModeChoice::region: {
-        const auto& region = *captureRegion;
-        const bool present = region && std::any_of(availableDisplays->begin(), availableDisplays->end(),
-                                                   [&](const CaptureDisplay& display) {
-                                                       return display.id == region->displayID;
-                                                   });
-        if (present) return CaptureModeChoice::region;
-        break;
-    }
-    case CaptureModeChoice::window:
-        if (*selectedWindowID) return CaptureModeChoice::window;
-        break;
-    }
-    return CaptureModeChoice::fullScreen;
+CaptureArea::CaptureArea(const Surroundings& surroundings)
+    : platform(surroundings.platform)
+    , selection(surroundings.selection)
+    , overlays(surroundings.overlays)
+    , isRecording(surroundings.isRecording) {
+    selection.aspectPreset.onChange([this](AspectPreset) { reshapeRegionToAspect(); });
 }
 
-std::string ScreenRecorderManager::captureAreaLabel() const {
-    if (*screenCaptureMode == CaptureModeChoice::window) {
-        return *selectedWindowID ? "Window · " + selectedWindowTitle->value_or("") : "Window · none chosen";
+std::optional<NSScreen> CaptureArea::screenWithNumber(uint32_t number) const {
+    const auto screens = platform.screens->screens();
+    const auto found = std::ranges::find(screens, number, &NSScreen::screenNumber);
+    return found == screens.end() ? std::nullopt : std::optional(*found);
+}
+
+double CaptureArea::backingScale(uint32_t displayID) const {
+    const auto screen = screenWithNumber(displayID);
+    return screen ? screen->backingScaleFactor : kScaleWithoutScreen;
+}
+
+CMVideoDimensions CaptureArea::cappedSize(int width, int height) const {
+    const bool native = boolForKey(*platform.userDefaults, "screenCaptureNativeResolution").value_or(false);
+    return cappedCaptureSize(width, height, native);
+}
+
+std::string CaptureArea::captureAreaLabel() const {
+    if (*selection.screenCaptureMode == CaptureModeChoice::window) {
+        return *selection.selectedWindowID ? "Window · " + selection.selectedWindowTitle->value_or("")
+                                           : "Window · none chosen";
     }
-    if (effectiveCaptureMode() == CaptureModeChoice::region) {
-        const CaptureRegion& region = **captureRegion;
-        const auto pixels = region.pixelSize(backingScale(region.displayID), *aspectPreset);
+    if (selection.effectiveCaptureMode() == CaptureModeChoice::region) {
+        const CaptureRegion& region = **selection.captureRegion;
+        const auto pixels = region.pixelSize(backingScale(region.displayID), *selection.aspectPreset);
         const std::string label = "Area · " + sizeText(cappedSize(pixels.width, pixels.height));
-        return *aspectPreset == AspectPreset::freeform ? label : label + " · " + barLabel(*aspectPreset);
+        return *selection.aspectPreset == AspectPreset::freeform
+                   ? label
+                   : label + " · " + barLabel(*selection.aspectPreset);
     }
-    const auto display = effectiveDisplay();
+    const auto display = selection.effectiveDisplay();
     if (!display) return "No display";
     const std::string size = sizeText(cappedSize(display->width, display->height));
-    return availableDisplays->size() < 2 ? display->name + " · " + size : size;
+    return selection.availableDisplays->size() < 2 ? display->name + " · " + size : size;
 }
 
-BarState ScreenRecorderManager::currentBarState() const {
-    return {.mode = *screenCaptureMode,
-            .aspect = *aspectPreset,
-            .frameRate = *screenFrameRate,
+BarState CaptureArea::currentBarState() const {
+    return {.mode = *selection.screenCaptureMode,
+            .aspect = *selection.aspectPreset,
+            .frameRate = *selection.screenFrameRate,
             .frameRateOptions = {24, 30, 60},
-            .clicksOn = *showMouseClicks,
-            .clicksAvailable = *screenCaptureMode != CaptureModeChoice::window,
-            .clickColour = colourOf(*clickRippleColor),
+            .clicksOn = *selection.showMouseClicks,
+            .clicksAvailable = *selection.screenCaptureMode != CaptureModeChoice::window,
+            .clickColour = colourOf(*selection.clickRippleColor),
             .isRecording = *isRecording};
 }
 
-/// Choosing the region mode again draws a new region.
-void ScreenRecorderManager::chooseCaptureMode(CaptureModeChoice mode) {
-    const bool wasRegion = *screenCaptureMode == CaptureModeChoice::region;
-    screenCaptureMode.set(mode);
+void CaptureArea::chooseCaptureMode(CaptureModeChoice mode) {
+    const bool wasRegion = *selection.screenCaptureMode == CaptureModeChoice::region;
+    selection.screenCaptureMode.set(mode);
     switch (mode) {
     case CaptureModeChoice::window:
-        regionGuideVisible.set(true);
-        syncRegionGuide();
-        beginWindowSelection();
+        selection.regionGuideVisible.set(true);
+        overlays.syncRegionGuide();
+        overlays.beginWindowSelection();
         return;
     case CaptureModeChoice::region:
-        if (!*captureRegion || wasRegion) {
-            beginRegionSelection();
+        if (!*selection.captureRegion || wasRegion) {
+            overlays.beginRegionSelection();
             return;
         }
         break;
     case CaptureModeChoice::fullScreen:
         break;
     }
-    regionGuideVisible.set(true);
-    syncRegionGuide();
+    selection.regionGuideVisible.set(true);
+    overlays.syncRegionGuide();
 }
 
-void ScreenRecorderManager::reshapeRegionToAspect() {
-    if (!*captureRegion) return;
-    CaptureRegion region = **captureRegion;
+void CaptureArea::reshapeRegionToAspect() {
+    if (!*selection.captureRegion) return;
+    CaptureRegion region = **selection.captureRegion;
     const auto screen = screenWithNumber(region.displayID);
     if (!screen) return;
-    region.rect = reshaped(region.rect, *aspectPreset, screen->frame.size);
-    captureRegion.set(region);
+    region.rect = reshaped(region.rect, *selection.aspectPreset, screen->frame.size);
+    selection.captureRegion.set(region);
 }
 
-std::vector<PickableWindow> ScreenRecorderManager::pickableWindows() const {
+std::vector<PickableWindow> CaptureArea::pickableWindows() const {
     return vintra::pickableWindows(platform.windowList->onScreenWindowsExcludingDesktopElements(),
                                    platform.processInfo->processIdentifier());
 }
 
-std::optional<CaptureRegion> ScreenRecorderManager::selectedWindowRegion() const {
-    if (!*selectedWindowID) return std::nullopt;
-    const auto window = platform.windowList->window(**selectedWindowID);
+std::optional<CaptureRegion> CaptureArea::selectedWindowRegion() const {
+    if (!*selection.selectedWindowID) return std::nullopt;
+    const auto window = platform.windowList->window(**selection.selectedWindowID);
     if (!window || !window->bounds) return std::nullopt;
     return regionOnScreens(*window->bounds, platform.screens->screens());
 }

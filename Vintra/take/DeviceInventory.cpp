@@ -1,14 +1,34 @@
-// The lists of devices that the user chooses from.
+#include "Vintra/take/DeviceInventory.h"
 
 #include "Vintra/audio/CoreAudioInputDevice.h"
 #include "Vintra/platform/UserDefaults.h"
-#include "Vintra/take/ScreenRecorderManager.h"
+#include "Vintra/take/Text.h"
 
 #include <algorithm>
+#include <unordered_map>
+#include <utility>
 
 namespace vintra {
+namespace {
 
-void ScreenRecorderManager::refreshAudioDevices() {
+constexpr const char* kOthersGoOn = "That track stopped receiving data — other tracks are still recording.";
+
+} // namespace
+
+DeviceInventory::DeviceInventory(const Surroundings& surroundings)
+    : platform(surroundings.platform)
+    , audio(surroundings.audio)
+    , previews(surroundings.previews)
+    , outputRouting(surroundings.outputRouting)
+    , screenSource(surroundings.screenSource)
+    , cameras(surroundings.cameras)
+    , isRecording(surroundings.isRecording)
+    , take(surroundings.take)
+    , lastError(surroundings.lastError)
+    , deviceListWatcher(*platform.audioHardware)
+    , tasks(*platform.mainThread) {}
+
+void DeviceInventory::refreshAudioDevices() {
     std::vector<std::shared_ptr<AVCaptureDevice>> devices;
     std::unordered_map<std::string, int> channelCounts;
     for (const CoreAudioInputDevice& input : CoreAudioInputDevice::listAll(*platform.audioHardware)) {
@@ -17,16 +37,103 @@ void ScreenRecorderManager::refreshAudioDevices() {
             devices.push_back(std::move(device));
     }
     const auto lastUsed = stringForKey(*platform.userDefaults, "lastUsedAudioDeviceID");
-    const auto found = std::find_if(devices.begin(), devices.end(), [&](const auto& device) {
-        return lastUsed && device->uniqueID() == *lastUsed;
-    });
+    const auto found = std::ranges::find_if(
+        devices, [&](const auto& device) { return lastUsed && device->uniqueID() == *lastUsed; });
     if (found != devices.end()) std::rotate(devices.begin(), found, found + 1);
-    availableAudioInputDevices.set(std::move(devices));
-    audioDeviceChannelCounts.set(std::move(channelCounts));
+    audio.availableAudioInputDevices.set(std::move(devices));
+    audio.audioDeviceChannelCounts.set(std::move(channelCounts));
 }
 
-void ScreenRecorderManager::noteLastUsedAudioDevice(const std::optional<std::string>& uniqueID) {
-    if (uniqueID) platform.userDefaults->set("lastUsedAudioDeviceID", *uniqueID);
+DeviceInventory::DeviceIdentity DeviceInventory::currentDeviceIdentity() const {
+    DeviceIdentity identity;
+    for (const CoreAudioInputDevice& input : CoreAudioInputDevice::listAll(*platform.audioHardware))
+        identity.audio.insert(input.uid);
+    return identity;
+}
+
+void DeviceInventory::observe() {
+    knownDeviceIdentity = currentDeviceIdentity();
+    captureDeviceObservation = platform.captureDevices->observe({
+        .deviceWasConnected = tasks.guarded([this](const auto&) { handleDeviceInventoryChanged(); }),
+        .deviceWasDisconnected =
+            tasks.guarded([this](const auto& device) { handleDeviceDisconnected(device); }),
+        .sessionRuntimeError = tasks.guarded([this](const auto& session, const SystemError& error) {
+            handleCaptureSessionRuntimeError(session, error);
+        }),
+    });
+    deviceListWatcher.start(tasks.guarded([this] { handleDeviceInventoryChanged(); }));
+}
+
+/// One event may be told of twice, by the hardware and by the capture devices: the second call finds nothing new.
+void DeviceInventory::handleDeviceInventoryChanged() {
+    DeviceIdentity identity = currentDeviceIdentity();
+    if (identity == knownDeviceIdentity) return;
+    knownDeviceIdentity = std::move(identity);
+    refreshAudioDevices();
+    tasks.post([this] { return screenSource.refreshDisplays(); });
+    tasks.post([this] { return outputRouting.refreshDriverPresence(); });
+    if (!*isRecording) forgetDevicesThatWent();
+}
+
+/// A row stays in its list, unarmed, so that the device's return doesn't bring it back by itself.
+void DeviceInventory::forgetDevicesThatWent() {
+    const auto hasGone = [this](const std::optional<std::string>& deviceID) {
+        return deviceID && !knownDeviceIdentity.audio.contains(*deviceID);
+    };
+    if (hasGone(*audio.selectedMicDeviceID)) audio.selectedMicDeviceID.set(std::nullopt);
+    if (hasGone(*audio.selectedDawDeviceID)) audio.selectedDawDeviceID.set(std::nullopt);
+    if (std::ranges::none_of(*audio.extraAudioInputs, hasGone, &ExtraAudioInputConfig::deviceID)) return;
+    audio.extraAudioInputs.update([&](std::vector<ExtraAudioInputConfig>& rows) {
+        for (ExtraAudioInputConfig& row : rows) {
+            if (hasGone(row.deviceID)) row.deviceID = std::nullopt;
+        }
+    });
+}
+
+/// The take goes on. Where the track ends is reported at the stop.
+void DeviceInventory::handleDeviceDisconnected(const std::shared_ptr<AVCaptureDevice>& device) {
+    if (!*isRecording || !device) return;
+    const std::vector<std::string> names = tracksOn(device->uniqueID());
+    if (names.empty()) return;
+    // Known now: the watch over the pictures need not report it again.
+    for (const RecordingCamera& camera : cameras.recordingCameras(take->cameras())) {
+        if (camera.deviceID == device->uniqueID()) take->picturesReportedFrozen.insert(camera.label);
+    }
+    lastError.set(joined(names, " and ") + " device (" + device->localizedName() +
+                  ") disconnected mid-recording. " + kOthersGoOn);
+}
+
+std::vector<std::string> DeviceInventory::tracksOn(const std::string& deviceID) const {
+    const auto isIt = [&](const std::shared_ptr<AVCaptureDevice>& other) {
+        return other && other->uniqueID() == deviceID;
+    };
+    std::vector<std::string> names;
+    if (take->micTrack && isIt(take->micTrack->device)) names.emplace_back("Mic");
+    // Computer audio's track has no device of its own: it is its preview's.
+    if (take->dawTrack && (isIt(take->dawTrack->device) || previews.daw().deviceID() == deviceID))
+        names.emplace_back("Virtual input");
+    if (isIt(cameras.webcamDevice())) names.emplace_back("Webcam");
+    if (std::ranges::any_of(cameras.extraCameraRigs(), isIt, &ExtraCameraRig::device))
+        names.emplace_back("Extra webcam");
+    if (std::ranges::any_of(take->extraInputGroups, [&](const auto& group) { return isIt(group->device); }))
+        names.emplace_back("Extra input");
+    return names;
+}
+
+void DeviceInventory::handleCaptureSessionRuntimeError(const std::shared_ptr<AVCaptureSession>& session,
+                                                       const SystemError& error) {
+    if (!*isRecording) {
+        previews.repairPreview(session);
+        return;
+    }
+    std::vector<std::string> names;
+    if (session == previews.mic().session()) names.emplace_back("Mic");
+    if (session == previews.daw().session()) names.emplace_back("Virtual input");
+    if (previews.extra().contains(session)) names.emplace_back("Extra input");
+    if (names.empty()) return;
+    const std::string text = error.localizedDescription();
+    lastError.set(joined(names, " and ") + " capture stopped unexpectedly (" +
+                  (text.empty() ? "unknown error" : text) + "). " + kOthersGoOn);
 }
 
 } // namespace vintra

@@ -1,62 +1,181 @@
 #include "Vintra/take/ScreenRecorderManager.h"
 
-#include "Vintra/platform/HostClock.h"
-#include "Vintra/platform/Log.h"
-#include "Vintra/platform/MainThread.h"
+#include "Vintra/audio/AudioPreviews.h"
+#include "Vintra/audio/AudioSamplePath.h"
+#include "Vintra/audio/OutputRouting.h"
+#include "Vintra/capturearea/CaptureOverlays.h"
+#include "Vintra/platform/SessionControl.h"
+#include "Vintra/take/CaptureArea.h"
+#include "Vintra/take/DeviceInventory.h"
+#include "Vintra/take/OutputFolder.h"
+#include "Vintra/take/RecorderSettings.h"
+#include "Vintra/take/RunningTake.h"
+#include "Vintra/take/ScreenSource.h"
+#include "Vintra/take/TrackWriters.h"
+#include "Vintra/video/Cameras.h"
+#include "Vintra/video/ScreenTrack.h"
+
+#include <algorithm>
+#include <utility>
 
 namespace vintra {
 
 std::shared_ptr<ScreenRecorderManager> ScreenRecorderManager::make(Platform platform) {
     std::shared_ptr<ScreenRecorderManager> manager(new ScreenRecorderManager(std::move(platform)));
-    manager->persistSettingsOnChange();
-    manager->handleSelectionChanges();
-    manager->startTask(&ScreenRecorderManager::repairDeadEndOutput);
-    manager->restoreScreenSettings();
-    manager->startTask(&ScreenRecorderManager::refreshDisplays);
-    manager->startTask(&ScreenRecorderManager::refreshDriverPresence);
-    manager->refreshAudioDevices();
-    manager->knownDeviceIdentity = manager->currentDeviceIdentity();
-    manager->observeScreenChanges();
-    manager->observeAudioDevices();
+    manager->startUp();
     return manager;
 }
 
-ScreenRecorderManager::ScreenRecorderManager(Platform aPlatform)
-    : timelineEditor(aPlatform.userDefaults, aPlatform.workspace)
-    , levels(LevelsModel::make(*aPlatform.hostClock, *aPlatform.mainThread))
-    , platform(std::move(aPlatform))
-    , deviceListWatcher(*platform.audioHardware)
-    , outputClockWatcher(*platform.audioHardware)
-    , screenBeat(std::make_shared<ScreenBeat>(platform.hostClock, platform.log))
-    , webcamWriteQueue(std::make_shared<CameraWriteQueue>(platform.hostClock))
-    , videoDrops(std::make_shared<DropCounter>())
-    , screenDropTimeline(std::make_shared<DropTimeline>())
-    , lastScreenFrameTime(std::make_shared<LastFrameTime>())
-    , videoOutputQueue(platform.dispatchQueues->makeSerialQueue("com.screenrecorder.videoOutput"))
-    , sessionControlQueue(platform.dispatchQueues->makeSerialQueue("com.screenrecorder.sessionControl"))
-    , systemAudioQueue(platform.dispatchQueues->makeSerialQueue("com.screenrecorder.systemAudio"))
-    , micOutputQueue(platform.dispatchQueues->makeSerialQueue("com.screenrecorder.micOutput"))
-    , dawOutputQueue(platform.dispatchQueues->makeSerialQueue("com.screenrecorder.dawOutput"))
-    , extraInputOutputQueue(platform.dispatchQueues->makeSerialQueue("com.screenrecorder.extraInputOutput"))
-    , webcamOutputQueue(platform.dispatchQueues->makeSerialQueue("com.screenrecorder.webcamOutput")) {
-    restoreSettings();
-}
+ScreenRecorderManager::ScreenRecorderManager(Platform services)
+    : AudioSelection(LevelsModel::make(*services.hostClock, *services.mainThread))
+    , timelineEditor(services.userDefaults, services.workspace)
+    , platform(std::move(services))
+    , settings(std::make_unique<RecorderSettings>(platform.userDefaults, *this, *this))
+    , sessionControl(std::make_unique<SessionControl>(*platform.dispatchQueues, *platform.mainThread))
+    , audioSamplePath(std::make_shared<AudioSamplePath>(platform.hostClock, levels))
+    , outputRouting(std::make_unique<OutputRouting>(OutputRouting::Surroundings{
+          .platform = platform, .selection = *this, .isRecording = isRecording, .lastError = lastError}))
+    , audioPreviews(
+          std::make_unique<AudioPreviews>(AudioPreviews::Surroundings{.platform = platform,
+                                                                      .selection = *this,
+                                                                      .sessionControl = *sessionControl,
+                                                                      .outputRouting = *outputRouting,
+                                                                      .isRecording = isRecording,
+                                                                      .lastError = lastError,
+                                                                      .samplePath = audioSamplePath}))
+    , cameras(std::make_unique<Cameras>(platform, *this))
+    , overlays(std::make_unique<CaptureOverlays>(platform.captureOverlayWindows, *this, isRecording))
+    , captureArea(std::make_unique<CaptureArea>(CaptureArea::Surroundings{
+          .platform = platform, .selection = *this, .overlays = *overlays, .isRecording = isRecording}))
+    , screenSource(std::make_unique<ScreenSource>(ScreenSource::Surroundings{
+          .platform = platform, .selection = *this, .area = *captureArea, .overlays = *overlays}))
+    , tasks(*platform.mainThread)
+    , screenTrack(ScreenTrack::make(platform, tasks.guarded([this](const SystemError& error) {
+        tasks.start(handleStreamStopped(error));
+    })))
+    , trackWriters(std::make_unique<TrackWriters>(TrackWriters::Surroundings{
+          .platform = platform, .audio = *this, .previews = *audioPreviews, .cameras = *cameras}))
+    , inventory(
+          std::make_unique<DeviceInventory>(DeviceInventory::Surroundings{.platform = platform,
+                                                                          .audio = *this,
+                                                                          .previews = *audioPreviews,
+                                                                          .outputRouting = *outputRouting,
+                                                                          .screenSource = *screenSource,
+                                                                          .cameras = *cameras,
+                                                                          .isRecording = isRecording,
+                                                                          .take = take,
+                                                                          .lastError = lastError})) {}
 
 ScreenRecorderManager::~ScreenRecorderManager() = default;
 
-void ScreenRecorderManager::startTask(Task<> (ScreenRecorderManager::*operation)()) {
-    platform.mainThread->post([weak = weak_from_this(), operation] {
-        const auto self = weak.lock();
-        if (self) self->tasks.start(((*self).*operation)());
-    });
+void ScreenRecorderManager::startUp() {
+    tasks.post([this] { return outputRouting->repairDeadEndOutput(); });
+    settings->restoreScreen();
+    tasks.post([this] { return refreshDisplays(); });
+    tasks.post([this] { return outputRouting->refreshDriverPresence(); });
+    refreshAudioDevices();
+    screenSource->observeScreenChanges();
+    inventory->observe();
+    outputRouting->watchSystemOutput();
 }
 
-double ScreenRecorderManager::hostSeconds() const {
-    return CMTimeGetSeconds(platform.hostClock->now());
+Task<> ScreenRecorderManager::refreshDisplays() {
+    return screenSource->refreshDisplays();
 }
 
-void ScreenRecorderManager::log(const char* category, LogLevel level, const std::string& text) const {
-    platform.log->write(category, level, text);
+void ScreenRecorderManager::refreshAudioDevices() {
+    inventory->refreshAudioDevices();
+}
+
+Task<> ScreenRecorderManager::configureMicPreview() {
+    return audioPreviews->configureMicPreview();
+}
+
+Task<> ScreenRecorderManager::configureDawPreview() {
+    return audioPreviews->configureDawPreview();
+}
+
+Task<> ScreenRecorderManager::configureExtraPreviews() {
+    return audioPreviews->configureExtraPreviews();
+}
+
+Task<> ScreenRecorderManager::rebuildDawPreview() {
+    return audioPreviews->rebuildDawPreview();
+}
+
+Task<> ScreenRecorderManager::endPreviews() {
+    return audioPreviews->endPreviews();
+}
+
+void ScreenRecorderManager::stopSystemAudioRelay() {
+    outputRouting->stopSystemAudioRelay();
+}
+
+void ScreenRecorderManager::chooseCaptureMode(CaptureModeChoice mode) {
+    captureArea->chooseCaptureMode(mode);
+}
+
+void ScreenRecorderManager::reshapeRegionToAspect() {
+    captureArea->reshapeRegionToAspect();
+}
+
+int ScreenRecorderManager::armedTrackCount() const {
+    const auto extras = std::ranges::count_if(
+        *extraAudioInputs, [](const ExtraAudioInputConfig& row) { return row.deviceID.has_value(); });
+    return armedCameraCount() + (*screenEnabled ? 1 : 0) + (*selectedMicDeviceID ? 1 : 0) +
+           static_cast<int>(extras) + (*captureSystemAudioForDaw || *selectedDawDeviceID ? 1 : 0);
+}
+
+std::string ScreenRecorderManager::captureAreaLabel() const {
+    return captureArea->captureAreaLabel();
+}
+
+BarState ScreenRecorderManager::currentBarState() const {
+    return captureArea->currentBarState();
+}
+
+std::vector<PickableWindow> ScreenRecorderManager::pickableWindows() const {
+    return captureArea->pickableWindows();
+}
+
+std::optional<CaptureRegion> ScreenRecorderManager::selectedWindowRegion() const {
+    return captureArea->selectedWindowRegion();
+}
+
+double ScreenRecorderManager::backingScale(uint32_t displayID) const {
+    return captureArea->backingScale(displayID);
+}
+
+URL ScreenRecorderManager::outputFolder(const std::string& forStoredPath) const {
+    return vintra::outputFolder(*platform.fileManager, forStoredPath);
+}
+
+URL ScreenRecorderManager::defaultOutputFolder() const {
+    return vintra::defaultOutputFolder(*platform.fileManager);
+}
+
+URL ScreenRecorderManager::prepareOutputFolder(const std::string& forStoredPath) {
+    return vintra::prepareOutputFolder(*platform.fileManager, forStoredPath);
+}
+
+bool ScreenRecorderManager::isMicPreviewRunning() const {
+    return audioPreviews->mic().isDelivering();
+}
+
+bool ScreenRecorderManager::isDawPreviewRunning() const {
+    return audioPreviews->daw().isDelivering();
+}
+
+bool ScreenRecorderManager::areExtraPreviewsRunning() const {
+    return audioPreviews->extra().areRunning();
+}
+
+bool ScreenRecorderManager::usesVirtualAudioDevice() const {
+    return outputRouting->usesVirtualAudioDevice();
+}
+
+int64_t ScreenRecorderManager::lostScreenFrames() const {
+    return screenTrack->lostFrames();
 }
 
 } // namespace vintra

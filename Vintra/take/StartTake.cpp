@@ -1,15 +1,26 @@
-// Starting a take. Every file is measured from one instant, the common start: all writers open at that
-// instant, and nothing reaches a writer before all of them have opened. A start ends with everything running,
-// or undoes everything and leaves the previews as they were.
+// Starting a take. Every file is measured from one instant, the common start: all writers open at that instant, and
+// nothing reaches a writer before all of them have opened. A start ends with everything running, or undoes everything
+// and leaves the previews as they were.
 
+#include "Vintra/audio/AudioPreviews.h"
+#include "Vintra/audio/AudioSamplePath.h"
+#include "Vintra/audio/OutputRouting.h"
+#include "Vintra/capturearea/CaptureOverlays.h"
+#include "Vintra/platform/CaptureAccess.h"
 #include "Vintra/platform/FileManager.h"
 #include "Vintra/platform/HostClock.h"
-#include "Vintra/platform/MainThread.h"
+#include "Vintra/take/FeedbackAsk.h"
 #include "Vintra/take/RecordingError.h"
+#include "Vintra/take/RunningTake.h"
 #include "Vintra/take/ScreenRecorderManager.h"
-#include "Vintra/take/TrackNames.h"
+#include "Vintra/take/ScreenSource.h"
+#include "Vintra/take/Text.h"
+#include "Vintra/take/TrackWriters.h"
+#include "Vintra/video/Cameras.h"
+#include "Vintra/video/ScreenTrack.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace vintra {
 namespace {
@@ -18,15 +29,6 @@ constexpr double kWarmupSeconds =
     0.3; // silent at the head of every audio file: devices click and settle when tapped
 constexpr int32_t kWarmupTimescale = 600;
 
-/// What the beat's log lines say of the writer.
-std::string writerStatusText(const std::weak_ptr<AVAssetWriter>& weakWriter) {
-    const auto writer = weakWriter.lock();
-    if (!writer) return "no writer";
-    std::string text = "writer status " + std::to_string(static_cast<int>(writer->status()));
-    if (const auto error = writer->error()) text += " (" + error->localizedDescription() + ")";
-    return text;
-}
-
 } // namespace
 
 Task<> ScreenRecorderManager::startRecording(URL to) {
@@ -34,13 +36,10 @@ Task<> ScreenRecorderManager::startRecording(URL to) {
     isBusy.set(true);
     lastError.set(std::nullopt);
     if (const auto feedback = feedbackAsk.lock()) feedback->recordingStarted();
-    reservedTrackNames.clear();
-    plannedOutputURLs.clear();
-
-    TakeInProgress take{.url = std::move(to)};
+    take = std::make_unique<RunningTake>(std::move(to));
     std::optional<std::string> failure;
     try {
-        co_await setUpTake(take);
+        co_await setUpTake();
     } catch (const RecordingError& error) {
         failure = error.errorDescription();
     } catch (const SystemError& error) {
@@ -49,60 +48,55 @@ Task<> ScreenRecorderManager::startRecording(URL to) {
     if (failure) {
         lastError.set(*failure);
         statusMessage.set("Failed to start");
-        auto started = std::move(take.startedWriters);
-        take = {};
-        co_await cleanupAfterFailure(std::move(started));
+        co_await cleanupAfterFailure();
     }
     isBusy.set(false);
 }
 
-Task<> ScreenRecorderManager::setUpTake(TakeInProgress& take) {
-    co_await startSystemAudioRelayIfNeeded();
-    co_await prepareAudioSources(take);
-    if (*screenEnabled) co_await setUpScreen(take);
-    makeWebcamWriters(take);
-    makeAudioTracks(take);
-    checkPlannedOutputs();
+Task<> ScreenRecorderManager::setUpTake() {
+    co_await outputRouting->startSystemAudioRelayIfNeeded();
+    co_await prepareAudioSources();
+    if (*screenEnabled) co_await setUpScreen();
+    trackWriters->makeWebcamWriters(*take);
+    trackWriters->makeAudioTracks(*take);
+    auto existing = take->existingOutputs(*platform.fileManager);
+    if (!existing.empty()) throw RecordingError::outputFilesExist(std::move(existing));
 
     recordingCommonStartTime = platform.hostClock->now();
-    armAtCommonStart(take);
-    startWriters(take);
-    storeTake(take);
-    beginScreenBeat();
+    armAtCommonStart();
+    take->startWriters(*captureSystemAudioForDaw, *recordingCommonStartTime);
+    take->setWarmupCutoff(*recordingCommonStartTime +
+                          CMTimeMakeWithSeconds(kWarmupSeconds, kWarmupTimescale));
     openSinks();
 
-    if (take.stream) {
-        const auto start = [stream = take.stream](auto done) { stream->startCapture(done); };
-        startingStream = take.stream;
-        const auto error = co_await awaitCompletion<std::optional<SystemError>>(*platform.mainThread, start);
-        startingStream.reset();
+    if (take->stream) {
+        const auto error = co_await screenTrack->start(take->stream);
         if (error) throw *error;
     }
     // A take that was to hold the computer's sound is refused rather than saved without it.
     if (*captureSystemAudioForDaw && !usesVirtualAudioDevice())
         throw RecordingError::systemAudioUnavailable();
-    publishTake(take);
+    publishTake();
 }
 
 void ScreenRecorderManager::cancelStart() {
-    if (const auto stream = startingStream.lock()) stream->stopCapture([](const auto&) {});
+    screenTrack->cancelStart();
 }
 
 /// The devices of the two chief audio tracks, the user's permission, and the previews that the tracks tap.
-Task<> ScreenRecorderManager::prepareAudioSources(TakeInProgress& take) {
-    take.micDevice = availableAudioInput(*selectedMicDeviceID);
+Task<> ScreenRecorderManager::prepareAudioSources() {
+    take->micDevice = availableAudioInput(*selectedMicDeviceID);
     if (*captureSystemAudioForDaw) {
-        take.dawDevice = hasSystemAudioRelay() ? virtualAudioCaptureDevice() : nullptr;
+        take->dawDevice =
+            outputRouting->hasSystemAudioRelay() ? outputRouting->virtualAudioCaptureDevice() : nullptr;
     } else {
-        take.dawDevice = availableAudioInput(*selectedDawDeviceID);
+        take->dawDevice = availableAudioInput(*selectedDawDeviceID);
     }
-    if (take.micDevice && take.dawDevice && take.micDevice->uniqueID() == take.dawDevice->uniqueID()) {
+    if (take->micDevice && take->dawDevice && take->micDevice->uniqueID() == take->dawDevice->uniqueID())
         throw RecordingError::duplicateAudioDevice();
-    }
-    const bool anyExtra = std::any_of(extraAudioInputs->begin(), extraAudioInputs->end(),
-                                      [](const auto& row) { return row.deviceID.has_value(); });
-    if (take.micDevice || take.dawDevice || anyExtra) {
-        const bool granted = co_await requestMicPermissionIfNeeded();
+    if (take->micDevice || take->dawDevice || !extraInputDeviceIDs().empty()) {
+        const bool granted =
+            co_await requestAccessIfNeeded(platform.captureDevices, *platform.mainThread, AVMediaType::audio);
         if (!granted) throw RecordingError::microphoneAccessDenied();
     }
     co_await configureMicPreview();
@@ -110,245 +104,74 @@ Task<> ScreenRecorderManager::prepareAudioSources(TakeInProgress& take) {
     co_await configureExtraPreviews();
 }
 
-void ScreenRecorderManager::makeWebcamWriters(TakeInProgress& take) {
-    const auto deliveredSize = [](const DeliveredFrameSize& size) -> std::optional<CMVideoDimensions> {
-        const CMVideoDimensions dimensions = size.read();
-        if (dimensions.width < 1 || dimensions.height < 1) return std::nullopt;
-        return dimensions;
-    };
-    if (webcamDevice) {
-        const URL url = planOutput(webcamURL(take.url));
-        take.webcam = makeWebcamRecordingWriter(webcamDevice, url, deliveredSize(webcamFrameSize));
-    }
-    for (const ExtraCameraRig& rig : extraCameraRigs) {
-        const int number = webcamNumber(rig);
-        const URL url = planOutput(webcamURL(take.url, number));
-        const WriterAndInput made =
-            makeWebcamRecordingWriter(rig.device, url, deliveredSize(*rig.tap->frameSize));
-        const std::string& name = rig.device->localizedName();
-        take.extraCameras.push_back({.tap = rig.tap,
-                                     .writer = made.writer,
-                                     .input = made.input,
-                                     .label = "webcam " + std::to_string(number) + " (" + name + ")",
-                                     .name = name,
-                                     .deviceID = rig.device->uniqueID()});
-    }
+Task<> ScreenRecorderManager::setUpScreen() {
+    const ScreenSource::Setup setup = co_await screenSource->setUp();
+    take->recordingWindowSize = setup.windowSize;
+    trackWriters->makeScreenRecordingWriter(*take, setup.configuration, *screenFrameRate);
+    take->stream = screenTrack->makeStream(setup.filter, setup.configuration);
 }
 
-void ScreenRecorderManager::makeAudioTracks(TakeInProgress& take) {
-    AVAssetWriter* const videoWriterOfTake = take.screen.writer.get();
-    if (take.micDevice) {
-        std::vector<std::shared_ptr<AVAssetWriter>> webcamWriters;
-        if (take.webcam.writer) webcamWriters.push_back(take.webcam.writer);
-        for (const auto& camera : take.extraCameras)
-            webcamWriters.push_back(camera.writer);
-        const std::string suffix = reserveTrackName(micTrackSuffix(*micTrackName), reservedTrackNames);
-        const URL url = planOutput(trackURL(take.url, suffix));
-        take.micTrack =
-            makeMicTrack(take.micDevice, *selectedMicChannelIndex, url, videoWriterOfTake, webcamWriters);
-    }
-    if (*captureSystemAudioForDaw || take.dawDevice) {
-        const URL url =
-            planOutput(trackURL(take.url, reserveTrackName(kSecondTrackSuffix, reservedTrackNames)));
-        take.dawTrack = *captureSystemAudioForDaw ? makeSystemAudioTrack(url, videoWriterOfTake)
-                                                  : makeAudioTrack(take.dawDevice, url, videoWriterOfTake,
-                                                                   dawChannelCount(*take.dawDevice));
-    }
-    take.extraInputGroups = makeExtraInputGroups(take.url, videoWriterOfTake);
-}
-
-void ScreenRecorderManager::checkPlannedOutputs() const {
-    std::vector<std::string> existing;
-    for (const URL& url : plannedOutputURLs) {
-        if (platform.fileManager->fileExists(url)) existing.push_back(url.lastPathComponent());
-    }
-    if (!existing.empty()) throw RecordingError::outputFilesExist(std::move(existing));
-}
-
-int32_t ScreenRecorderManager::cameraBeat(const AVCaptureDevice* device) {
-    return CameraWriteQueue::beat(device ? device->activeVideoMinFrameDuration() : kCMTimeInvalid);
-}
-
-void ScreenRecorderManager::armAtCommonStart(TakeInProgress& take) {
-    const CMTime commonStart = *recordingCommonStartTime;
-    screenDropTimeline->begin(commonStart);
-    webcamPicture.begin(commonStart);
-    webcamWriteQueue->begin(commonStart, cameraBeat(webcamDevice.get()));
-    for (const ExtraCameraRecording& camera : take.extraCameras) {
-        const auto rig =
-            std::find_if(extraCameraRigs.begin(), extraCameraRigs.end(),
-                         [&](const ExtraCameraRig& candidate) { return candidate.tap == camera.tap; });
-        const AVCaptureDevice* const device = rig == extraCameraRigs.end() ? nullptr : rig->device.get();
-        camera.tap->picture->begin(commonStart);
-        camera.tap->writeQueue->begin(commonStart, cameraBeat(device));
-    }
-    picturesReportedFrozen.clear();
-    recentFrameLoss.clear();
-    frameLossCounted.clear();
-    reportedFrameLoss = false;
-}
-
-std::vector<ScreenRecorderManager::LabelledWriter>
-ScreenRecorderManager::writersInOrder(const TakeInProgress& take) const {
-    std::vector<LabelledWriter> writers;
-    if (take.screen.writer) writers.push_back({"the screen recording", take.screen.writer});
-    if (take.micTrack) writers.push_back({"the mic track", take.micTrack->writer});
-    if (take.dawTrack) {
-        writers.push_back({*captureSystemAudioForDaw ? "the system audio track" : "the virtual input track",
-                           take.dawTrack->writer});
-    }
-    if (take.webcam.writer) writers.push_back({"the webcam recording", take.webcam.writer});
-    for (const auto& camera : take.extraCameras)
-        writers.push_back({camera.label, camera.writer});
-    for (const auto& group : take.extraInputGroups) {
-        for (const auto& track : group->tracks) {
-            writers.push_back(
-                {"extra input " + track->writer->outputURL().lastPathComponent(), track->writer});
-        }
-    }
-    return writers;
-}
-
-void ScreenRecorderManager::startWriters(TakeInProgress& take) {
-    for (const LabelledWriter& entry : writersInOrder(take)) {
-        if (!entry.writer->startWriting()) {
-            throw RecordingError::writerFailed(entry.label, entry.writer->error());
-        }
-        take.startedWriters.push_back(entry.writer);
-        entry.writer->startSession(*recordingCommonStartTime);
-    }
-}
-
-void ScreenRecorderManager::storeTake(const TakeInProgress& take) {
-    const CMTime warmupCutoff =
-        *recordingCommonStartTime + CMTimeMakeWithSeconds(kWarmupSeconds, kWarmupTimescale);
-    if (take.micTrack) take.micTrack->warmupCutoff = warmupCutoff;
-    if (take.dawTrack) take.dawTrack->warmupCutoff = warmupCutoff;
-    for (const auto& group : take.extraInputGroups) {
-        for (const auto& track : group->tracks)
-            track->warmupCutoff = warmupCutoff;
-    }
-    videoWriter = take.screen.writer;
-    videoInput = take.screen.input;
-    webcamWriter = take.webcam.writer;
-    webcamInput = take.webcam.input;
-    micTrack = take.micTrack;
-    dawTrack = take.dawTrack;
-    extraCameraRecordings = take.extraCameras;
-    extraInputGroups = take.extraInputGroups;
-}
-
-void ScreenRecorderManager::beginScreenBeat() {
-    if (!videoInput) return;
-    auto wrote = [lastTime = lastScreenFrameTime](CMTime end) {
-        if (end.isNumeric()) lastTime->set(end);
-    };
-    auto lost = [drops = videoDrops, timeline = screenDropTimeline](CMTime captured) {
-        drops->add(1);
-        timeline->record(captured);
-    };
-    auto writerStatus = [writer = std::weak_ptr(videoWriter)] { return writerStatusText(writer); };
-    screenBeat->begin(*recordingCommonStartTime, *screenFrameRate, videoInput, videoOutputQueue,
-                      std::move(wrote), std::move(lost), std::move(writerStatus));
+void ScreenRecorderManager::armAtCommonStart() {
+    screenTrack->begin(*recordingCommonStartTime);
+    cameras->begin(*recordingCommonStartTime, take->cameras());
 }
 
 /// Samples are thrown away up to here, so nothing reaches a writer before its session has begun.
 void ScreenRecorderManager::openSinks() {
-    if (videoInput) videoSink.fill(videoInput);
-    if (micTrack) micSink.fill(micTrack);
-    if (dawTrack) dawSink.fill(dawTrack);
-    if (!extraInputGroups.empty()) {
-        extraSink.fill(
-            std::make_shared<const std::vector<std::shared_ptr<ExtraInputDeviceGroup>>>(extraInputGroups));
+    if (take->videoInput) {
+        screenTrack->beginBeat(
+            *recordingCommonStartTime,
+            {.writer = take->videoWriter, .input = take->videoInput, .frameRate = *screenFrameRate});
+        screenTrack->open(take->videoInput);
     }
-    if (webcamInput) webcamSink.fill(webcamInput);
-    for (const ExtraCameraRecording& camera : extraCameraRecordings) {
-        camera.tap->frames->reset();
-        camera.tap->drops->reset();
-        camera.tap->setInput(camera.input);
-    }
+    audioSamplePath->open(take->micTrack, take->dawTrack, take->extraInputGroups);
+    cameras->open(take->cameras());
 }
 
-void ScreenRecorderManager::publishTake(const TakeInProgress& take) {
-    stream_ = take.stream;
-    noteOutputClock();
+void ScreenRecorderManager::publishTake() {
+    outputRouting->noteOutputClock();
     isRecording.set(true);
-    syncRegionGuide();
-    refreshFloatingPreviewContent();
-    refreshExtraCameraWindows();
+    overlays->syncRegionGuide();
+    cameras->refreshFloatingPreviewContent();
+    cameras->refreshExtraCameraWindows();
     recordingStartDate.set(platform.wallClock->now());
-    takeVideoURL = take.url;
-    recordingMarkers.clear();
     markerCount.set(0);
-    releaseMarkerShortcut();
-    activeMicTrack.set(micTrack != nullptr);
-    activeDawTrack.set(dawTrack != nullptr);
-    activeWebcamTrack.set(webcamWriter != nullptr);
+    activeMicTrack.set(take->micTrack != nullptr);
+    activeDawTrack.set(take->dawTrack != nullptr);
+    activeWebcamTrack.set(take->webcamWriter != nullptr);
     statusMessage.set(recordingStatus());
 }
 
 std::string ScreenRecorderManager::recordingStatus() const {
     std::vector<std::string> names;
-    if (*screenEnabled) names.push_back("screen");
-    if (micTrack) names.push_back("mic");
-    if (dawTrack) names.push_back(*captureSystemAudioForDaw ? "system audio" : "virtual input");
-    const size_t webcams = extraCameraRecordings.size() + (webcamWriter ? 1 : 0);
-    if (webcams == 1) names.push_back("webcam");
+    if (*screenEnabled) names.emplace_back("screen");
+    if (take->micTrack) names.emplace_back("mic");
+    if (take->dawTrack) names.emplace_back(*captureSystemAudioForDaw ? "system audio" : "virtual input");
+    const size_t webcams = take->webcamWriters().size();
+    if (webcams == 1) names.emplace_back("webcam");
     if (webcams > 1) names.push_back(std::to_string(webcams) + " webcams");
-    size_t extras = 0;
-    for (const auto& group : extraInputGroups)
-        extras += group->tracks.size();
+    const size_t extras = take->extraInputTracks().size();
     if (extras > 0) names.push_back(std::to_string(extras) + " extra input" + (extras == 1 ? "" : "s"));
-
-    std::string text = "Recording ";
-    for (size_t i = 0; i < names.size(); ++i)
-        text += (i == 0 ? "" : " + ") + names[i];
-    return text + "…";
+    return "Recording " + joined(names, " + ") + "…";
 }
 
-Task<> ScreenRecorderManager::cleanupAfterFailure(std::vector<std::shared_ptr<AVAssetWriter>> cancelling) {
-    const bool hadRelay = hasSystemAudioRelay();
+Task<> ScreenRecorderManager::cleanupAfterFailure() {
+    const bool hadRelay = outputRouting->hasSystemAudioRelay();
     stopSystemAudioRelay();
-    stream_ = nullptr;
+    take->stream = nullptr;
     co_await detachSinks();
-    webcamWriteQueue->clear();
-    screenBeat->cancel();
-    takeVideoURL = std::nullopt;
-    releaseMarkerShortcut();
-    for (const ExtraCameraRig& rig : extraCameraRigs)
-        rig.tap->writeQueue->clear();
-    for (const auto& writer : cancelling) {
-        if (writer->status() == AVAssetWriterStatus::writing) writer->cancelWriting();
-    }
-    releaseTake();
+    cameras->clear();
+    screenTrack->cancel();
+    take->cancelStartedWriters();
+    take = nullptr;
     isRecording.set(false);
-    syncRegionGuide();
-    refreshFloatingPreviewContent();
-    refreshExtraCameraWindows();
     leaveRecordingState();
-    clearActiveTracks();
     if (hadRelay && *captureSystemAudioForDaw) {
         const auto kept = *lastError;
-        co_await startSystemAudioRelayIfNeeded();
+        co_await outputRouting->startSystemAudioRelayIfNeeded();
         co_await rebuildDawPreview();
         if (kept) lastError.set(kept);
     }
-}
-
-Task<bool> ScreenRecorderManager::requestMicPermissionIfNeeded() {
-    switch (platform.captureDevices->authorizationStatus(AVMediaType::audio)) {
-    case AVAuthorizationStatus::authorized:
-        co_return true;
-    case AVAuthorizationStatus::denied:
-    case AVAuthorizationStatus::restricted:
-        co_return false;
-    case AVAuthorizationStatus::notDetermined:
-        break;
-    }
-    const auto ask = [devices = platform.captureDevices](auto done) {
-        devices->requestAccess(AVMediaType::audio, done);
-    };
-    co_return co_await awaitCompletion<bool>(*platform.mainThread, ask);
 }
 
 } // namespace vintra

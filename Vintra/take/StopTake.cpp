@@ -1,247 +1,134 @@
-// Stopping a take. The sources stop, all in flight reaches the writers, every file is finished, each WAV is
-// given its leading silence, and the outcome is told. Every failure stays local: a writer that fails loses
-// its own file alone.
+// Stopping a take. The sources stop, all in flight reaches the writers, every file is finished, each WAV is given its
+// leading silence, and the outcome is told. Every failure stays local: a writer that fails loses its own file alone.
 
+#include "Vintra/audio/AudioPreviews.h"
+#include "Vintra/audio/AudioSamplePath.h"
+#include "Vintra/audio/OutputRouting.h"
+#include "Vintra/capturearea/CaptureOverlays.h"
+#include "Vintra/platform/DispatchQueue.h"
+#include "Vintra/platform/Drain.h"
 #include "Vintra/platform/FileManager.h"
 #include "Vintra/platform/HostClock.h"
 #include "Vintra/platform/Log.h"
-#include "Vintra/platform/MainThread.h"
+#include "Vintra/platform/ProcessInfo.h"
 #include "Vintra/platform/UserDefaults.h"
+#include "Vintra/take/CaptureArea.h"
+#include "Vintra/take/FeedbackAsk.h"
+#include "Vintra/take/RunningTake.h"
 #include "Vintra/take/ScreenRecorderManager.h"
+#include "Vintra/take/TakeReport.h"
 #include "Vintra/take/Text.h"
-#include "Vintra/take/TrackNames.h"
 #include "Vintra/take/WavFile.h"
 #include "Vintra/timeline/TimelineFile.h"
+#include "Vintra/video/Cameras.h"
 #include "Vintra/video/ScreenBeatSummary.h"
+#include "Vintra/video/ScreenTrack.h"
+
+#include <utility>
 
 namespace vintra {
-namespace {
-
-void markAsFinished(const std::shared_ptr<AVAssetWriterInput>& input) {
-    if (input) input->markAsFinished();
-}
-
-} // namespace
 
 Task<> ScreenRecorderManager::stopRecording() {
     if (*isBusy || !*isRecording) co_return;
     isBusy.set(true);
-    releaseMarkerShortcut();
     TakeEnding ending;
     ending.stopTime = platform.hostClock->now();
     if (*recordingStartDate) {
         ending.seconds = platform.wallClock->now().secondsSince1970 - (*recordingStartDate)->secondsSince1970;
     }
-    if (stream_) {
-        const auto stop = [stream = stream_](auto done) { stream->stopCapture(done); };
-        co_await awaitCompletion<std::optional<SystemError>>(*platform.mainThread, stop);
-        stream_ = nullptr;
+    if (take->stream) {
+        co_await screenTrack->stop(take->stream);
+        take->stream = nullptr;
     }
     co_await detachSinks();
-    co_await flushCameras();
-    co_await finishScreenBeat(ending.stopTime);
-    markInputsAsFinished();
+    co_await cameras->flush(take->webcamInput, take->extraCameraRecordings);
+    lastScreenBeatSummary.clear();
+    if (take->videoInput) {
+        const auto totals = co_await screenTrack->finish(ending.stopTime);
+        lastScreenBeatSummary = screenBeatSummary(*screenFrameRate, totals);
+    }
+    take->markInputsAsFinished();
     co_await finishWriters(ending);
-    ending.seen = observeTake(ending.stopTime);
-    resetLossCounters();
-    ending.take = takeFiles();
-    takeVideoURL = std::nullopt;
-
+    observe(ending);
+    take = nullptr;
     isRecording.set(false);
-    syncRegionGuide();
-    refreshFloatingPreviewContent();
-    refreshExtraCameraWindows();
     leaveRecordingState();
-    syncClickHighlight();
-    releaseTake();
-    clearActiveTracks();
+    overlays->syncClickHighlight();
 
     if (!ending.paddings.empty()) {
         statusMessage.set("Finishing…");
         co_await padWavFiles(ending.paddings);
     }
     co_await writeTimeline(ending);
-    reportTake(ending);
-    if (const auto feedback = feedbackAsk.lock())
-        feedback->takeFinished(ending.seconds, lastError->has_value());
+    const double seconds = ending.seconds;
+    reportTake(std::move(ending));
+    if (const auto feedback = feedbackAsk.lock()) feedback->takeFinished(seconds, lastError->has_value());
     isBusy.set(false);
 }
 
+/// Afterwards no callback reaches a writer.
 Task<> ScreenRecorderManager::detachSinks() {
-    videoSink.empty();
-    webcamSink.empty();
-    micSink.empty();
-    dawSink.empty();
-    extraSink.empty();
-    for (const ExtraCameraRig& rig : extraCameraRigs)
-        rig.tap->setInput(nullptr);
+    screenTrack->close();
+    cameras->closeWebcam();
+    audioSamplePath->close();
+    cameras->closeExtraCameras();
 
-    std::vector<std::shared_ptr<DispatchQueue>> queues{videoOutputQueue, webcamOutputQueue};
-    for (const ExtraCameraRig& rig : extraCameraRigs)
-        queues.push_back(rig.queue);
-    queues.insert(queues.end(), {micOutputQueue, dawOutputQueue, extraInputOutputQueue, systemAudioQueue});
+    std::vector<std::shared_ptr<DispatchQueue>> queues{screenTrack->queue()};
+    for (const auto& queue : cameras->queues())
+        queues.push_back(queue);
+    for (const auto& queue : audioPreviews->queues())
+        queues.push_back(queue);
     for (const auto& queue : queues)
-        co_await drain(queue);
-}
-
-/// Resumes from a block run on the queue, so all work queued earlier has ended.
-Task<> ScreenRecorderManager::drain(std::shared_ptr<DispatchQueue> queue) {
-    const auto begin = [queue](auto done) { queue->async(done); };
-    co_await awaitCompletion<void>(*platform.mainThread, begin);
-}
-
-Task<CameraWriteQueue::Result> ScreenRecorderManager::flush(std::shared_ptr<CameraWriteQueue> queue,
-                                                            std::shared_ptr<AVAssetWriterInput> into) {
-    const auto background = platform.dispatchQueues->globalQueue(QualityOfService::userInitiated);
-    const auto begin = [background, queue, into](auto done) {
-        background->async([queue, into, done] { done(queue->flush(into)); });
-    };
-    co_return co_await awaitCompletion<CameraWriteQueue::Result>(*platform.mainThread, begin);
-}
-
-Task<> ScreenRecorderManager::flushCameras() {
-    if (webcamInput) {
-        const auto result = co_await flush(webcamWriteQueue, webcamInput);
-        if (result.written != 0) webcamFrames.add(result.written);
-        if (result.dropped != 0) webcamDrops.add(result.dropped);
-    }
-    const auto recordings = extraCameraRecordings;
-    for (const ExtraCameraRecording& camera : recordings) {
-        const auto result = co_await flush(camera.tap->writeQueue, camera.input);
-        if (result.written != 0) camera.tap->frames->add(result.written);
-        if (result.dropped != 0) camera.tap->drops->add(result.dropped);
-    }
-}
-
-Task<> ScreenRecorderManager::finishScreenBeat(CMTime stopTime) {
-    if (!videoInput) {
-        lastScreenBeatSummary.clear();
-        co_return;
-    }
-    const auto begin = [queue = videoOutputQueue, beat = screenBeat, stopTime](auto done) {
-        queue->async([beat, stopTime, done] { done(beat->finish(stopTime)); });
-    };
-    const auto result = co_await awaitCompletion<ScreenBeat::Totals>(*platform.mainThread, begin);
-    lastScreenBeatSummary = screenBeatSummary(*screenFrameRate, result);
-}
-
-void ScreenRecorderManager::markInputsAsFinished() {
-    markAsFinished(videoInput);
-    if (micTrack) {
-        markAsFinished(micTrack->input);
-        markAsFinished(micTrack->referenceInput);
-        for (const auto& input : micTrack->webcamReferenceInputs)
-            markAsFinished(input);
-    }
-    if (dawTrack) {
-        markAsFinished(dawTrack->input);
-        markAsFinished(dawTrack->referenceInput);
-    }
-    markAsFinished(webcamInput);
-    for (const auto& camera : extraCameraRecordings)
-        markAsFinished(camera.input);
-    for (const auto& group : extraInputGroups) {
-        for (const auto& track : group->tracks) {
-            markAsFinished(track->input);
-            markAsFinished(track->referenceInput);
-        }
-    }
+        co_await drain(*platform.mainThread, queue);
 }
 
 /// One after another by design: a disk serves one file best, and the order of the failures is then fixed.
 Task<> ScreenRecorderManager::finishWriters(TakeEnding& ending) {
-    if (videoWriter) co_await finish(videoWriter, "screen recording", ending);
-    if (micTrack) {
-        co_await finish(micTrack->writer, "mic track", ending);
-        recordPadding(micTrack->writer, micTrack->firstSamplePTS, ending);
-    }
-    if (dawTrack) {
-        std::string label = *captureSystemAudioForDaw ? "system audio track" : "virtual input track";
-        co_await finish(dawTrack->writer, std::move(label), ending);
-        recordPadding(dawTrack->writer, dawTrack->firstSamplePTS, ending);
-    }
-    if (webcamWriter) co_await finish(webcamWriter, "webcam recording", ending);
-    const auto cameras = extraCameraRecordings;
-    for (const auto& camera : cameras)
-        co_await finish(camera.writer, camera.label, ending);
-    const auto groups = extraInputGroups;
-    for (const auto& group : groups) {
-        for (const auto& track : group->tracks) {
-            co_await finish(track->writer, track->writer->outputURL().lastPathComponent(), ending);
-            recordPadding(track->writer, track->firstSamplePTS, ending);
+    for (const RunningTake::Track& track : take->tracks()) {
+        const auto begin = [writer = track.writer](auto done) { writer->finishWriting(done); };
+        co_await awaitCompletion<void>(*platform.mainThread, begin);
+        if (track.writer->status() == AVAssetWriterStatus::failed) {
+            const auto error = track.writer->error();
+            ending.failures.push_back(track.label(*captureSystemAudioForDaw) + " (" +
+                                      (error ? error->localizedDescription() : "unknown error") + ")");
         }
+        // A track that no sample reached isn't padded.
+        if (!track.sound || !track.sound->firstSamplePTS || !recordingCommonStartTime) continue;
+        ending.paddings.push_back(
+            {.url = track.writer->outputURL(),
+             .gap = CMTimeGetSeconds(*track.sound->firstSamplePTS - *recordingCommonStartTime)});
     }
 }
 
-Task<> ScreenRecorderManager::finish(std::shared_ptr<AVAssetWriter> writer, std::string label,
-                                     TakeEnding& ending) {
-    const auto begin = [writer](auto done) { writer->finishWriting(done); };
-    co_await awaitCompletion<void>(*platform.mainThread, begin);
-    if (writer->status() != AVAssetWriterStatus::failed) co_return;
-    const auto error = writer->error();
-    ending.failures.push_back(label + " (" + (error ? error->localizedDescription() : "unknown error") + ")");
+/// What the report needs, while the tracks still exist.
+void ScreenRecorderManager::observe(TakeEnding& ending) {
+    const auto window = selectedWindowRegion();
+    const auto folder = stringForKey(*platform.userDefaults, "outputFolderPath");
+    ending.seen = observeTake(
+        {.take = *take,
+         .cameras = *cameras,
+         .screenTrack = *screenTrack,
+         .log = *platform.log,
+         .capturesSystemAudio = *captureSystemAudioForDaw,
+         .screenFrameRate = *screenFrameRate,
+         .windowSize = window ? std::optional(window->rect.size) : std::nullopt,
+         .volumeIsInternal = platform.fileManager->volumeIsInternal(outputFolder(folder.value_or("")))},
+        ending.stopTime, *this);
+    screenTrack->resetCounters();
+    cameras->resetCounters(take->extraCameraRecordings);
+    ending.take = take->files();
 }
 
-void ScreenRecorderManager::recordPadding(const std::shared_ptr<AVAssetWriter>& writer,
-                                          std::optional<CMTime> firstPTS, TakeEnding& ending) const {
-    if (!writer || !recordingCommonStartTime || !firstPTS) return;
-    ending.paddings.push_back({writer->outputURL(), CMTimeGetSeconds(*firstPTS - *recordingCommonStartTime)});
-}
-
-/// What the take produced, by the writers it ended with.
-std::optional<TakeFiles> ScreenRecorderManager::takeFiles() const {
-    if (!takeVideoURL) return std::nullopt;
-    TakeFiles files;
-    files.take = takeBaseName(*takeVideoURL);
-    files.folder = takeVideoURL->deletingLastPathComponent();
-    if (videoWriter) files.screen = videoWriter->outputURL();
-    if (webcamWriter) files.cameras.push_back(webcamWriter->outputURL());
-    for (const auto& camera : extraCameraRecordings)
-        files.cameras.push_back(camera.writer->outputURL());
-    if (micTrack) files.sounds.push_back(micTrack->writer->outputURL());
-    if (dawTrack) files.sounds.push_back(dawTrack->writer->outputURL());
-    for (const auto& group : extraInputGroups) {
-        for (const auto& track : group->tracks)
-            files.sounds.push_back(track->writer->outputURL());
-    }
-    if (micTrack && !micTrack->webcamReferenceInputs.empty())
-        files.cameraSound = micTrack->writer->outputURL();
-    files.markers = recordingMarkers;
-    return files;
-}
-
-void ScreenRecorderManager::resetLossCounters() {
-    videoDrops->reset();
-    webcamDrops.reset();
-    webcamFrames.reset();
-    for (const auto& camera : extraCameraRecordings) {
-        camera.tap->frames->reset();
-        camera.tap->drops->reset();
-    }
-}
-
+/// From here on the windows show no take, while `isBusy` still holds off a new one.
 void ScreenRecorderManager::leaveRecordingState() {
-    forgetOutputClock();
-    recordingWindowSize = std::nullopt;
-    wasWindowCapture = false;
+    overlays->syncRegionGuide();
+    cameras->refreshFloatingPreviewContent();
+    cameras->refreshExtraCameraWindows();
+    outputRouting->forgetOutputClock();
     recordingStartDate.set(std::nullopt);
-}
-
-void ScreenRecorderManager::clearActiveTracks() {
     activeMicTrack.set(false);
     activeDawTrack.set(false);
     activeWebcamTrack.set(false);
-}
-
-void ScreenRecorderManager::releaseTake() {
-    videoWriter = nullptr;
-    videoInput = nullptr;
-    micTrack = nullptr;
-    dawTrack = nullptr;
-    webcamWriter = nullptr;
-    webcamInput = nullptr;
-    extraCameraRecordings.clear();
-    extraInputGroups.clear();
 }
 
 Task<> ScreenRecorderManager::padWavFiles(std::vector<Padding> paddings) {
@@ -249,9 +136,8 @@ Task<> ScreenRecorderManager::padWavFiles(std::vector<Padding> paddings) {
     const auto begin = [background, paddings, files = platform.fileManager,
                         process = platform.processInfo](auto done) {
         background->async([paddings, files, process, done] {
-            for (const Padding& padding : paddings) {
+            for (const Padding& padding : paddings)
                 padWavFileWithLeadingSilence(*files, *process, padding.url, padding.gap);
-            }
             done();
         });
     };
@@ -259,39 +145,48 @@ Task<> ScreenRecorderManager::padWavFiles(std::vector<Padding> paddings) {
 }
 
 Task<> ScreenRecorderManager::writeTimeline(TakeEnding& ending) {
-    lastTakeFiles_ = ending.take;
-    lastTakePaddings_ = ending.paddings;
-    lastTimelineURL_ = std::nullopt;
     const TimelineEditor editor = timelineEditor.current();
     if (!ending.failures.empty() || editor == TimelineEditor::none || !ending.take) co_return;
     try {
-        lastTimelineURL_ = co_await TimelineFile::write(*ending.take, editor, platform);
+        ending.timelineURL = co_await TimelineFile::write(*ending.take, editor, platform);
     } catch (const SystemError& error) {
         ending.seen.timelineNote = TimelineFile::couldNotBeSaved(editor, error);
-        log("timeline", LogLevel::error, "timeline file not written: " + error.localizedDescription());
+        platform.log->write("timeline", LogLevel::error,
+                            "timeline file not written: " + error.localizedDescription());
     }
 }
 
-void ScreenRecorderManager::reportTake(const TakeEnding& ending) {
-    lastTakeWarnings_.clear();
-    if (!ending.failures.empty()) {
-        lastError.set("Some tracks failed to save: " + joined(ending.failures, "; "));
+void ScreenRecorderManager::reportTake(TakeEnding ending) {
+    const bool hasFailed = !ending.failures.empty();
+    if (!hasFailed) ending.warnings = takeWarnings(ending.seen);
+    lastTake = std::move(ending);
+    if (hasFailed) {
+        lastError.set("Some tracks failed to save: " + joined(lastTake.failures, "; "));
         statusMessage.set("Save failed");
         return;
     }
-    lastTakeWarnings_ = takeWarnings(ending.seen);
-    if (lastTakeWarnings_.empty()) {
+    if (lastTake.warnings.empty()) {
         statusMessage.set("Saved");
         return;
     }
-    const std::string text = joined(lastTakeWarnings_, " ");
+    const std::string text = joined(lastTake.warnings, " ");
     if (boolForKey(*platform.userDefaults, "hideTakeWarnings").value_or(false)) {
-        log(kHealthLog, LogLevel::error, "take warnings hidden from the window: " + text);
+        platform.log->write(kHealthLog, LogLevel::error, "take warnings hidden from the window: " + text);
         statusMessage.set("Saved");
         return;
     }
     lastError.set(text);
     statusMessage.set("Saved with warnings");
+}
+
+/// The stream is already dead, so the stop must not touch it.
+Task<> ScreenRecorderManager::handleStreamStopped(SystemError error) {
+    if (!*isRecording) co_return;
+    take->stream = nullptr;
+    lastError.set("Screen capture stopped unexpectedly (" + error.localizedDescription() +
+                  "). Saving what was captured…");
+    co_await stopRecording();
+    statusMessage.set("Stopped unexpectedly");
 }
 
 } // namespace vintra

@@ -1,21 +1,18 @@
-// The writers of a take: one QuickTime movie for the screen, one per camera, one WAV per audio source.
-// Besides its own file an audio track feeds a compressed copy of itself into the movies, so that a movie
-// played on its own has sound.
+#include "Vintra/take/TrackWriters.h"
 
-#include "Vintra/take/RecordingError.h"
-#include "Vintra/take/ScreenRecorderManager.h"
-#include "Vintra/take/TrackNames.h"
-
+#include "Vintra/audio/CapturePCMSettings.h"
 #include "Vintra/platform/UserDefaults.h"
+#include "Vintra/take/RecordingError.h"
+#include "Vintra/take/TrackNames.h"
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace vintra {
 namespace {
 
 constexpr double kBitsPerPixel = 4.5; // bits a second for each pixel of a 30 fps picture
-constexpr double kTakeSampleRate = 48000.0;
 constexpr int64_t kMonoReferenceBitRate = 128'000;
 constexpr int64_t kStereoReferenceBitRate = 192'000;
 
@@ -28,20 +25,83 @@ int64_t webcamBitRate(int32_t width, int32_t height) {
     return static_cast<int64_t>(width * static_cast<double>(height) * kBitsPerPixel);
 }
 
-} // namespace
-
-AVAudioSettings ScreenRecorderManager::capturePCMSettings(int channelCount) {
-    return {.formatID = kAudioFormatLinearPCM,
-            .sampleRate = kTakeSampleRate,
-            .numberOfChannels = static_cast<uint32_t>(channelCount),
-            .linearPCMBitDepth = 24,
-            .linearPCMIsFloat = false,
-            .linearPCMIsBigEndian = false,
-            .linearPCMIsNonInterleaved = false};
+/// What the camera has delivered, else what it is set to.
+CMVideoDimensions pictureSize(const AVCaptureDevice& device, const CameraTap& tap) {
+    const CMVideoDimensions delivered = tap.frameSize->read();
+    if (delivered.width > 0 && delivered.height > 0) return delivered;
+    return device.activeVideoDimensions().value_or(CMVideoDimensions{});
 }
 
-std::shared_ptr<AVAssetWriterInput> ScreenRecorderManager::addReferenceAudioInput(AVAssetWriter& to,
-                                                                                  int channelCount) {
+} // namespace
+
+TrackWriters::TrackWriters(const Surroundings& surroundings)
+    : platform(surroundings.platform)
+    , audio(surroundings.audio)
+    , previews(surroundings.previews)
+    , cameras(surroundings.cameras) {}
+
+void TrackWriters::makeScreenRecordingWriter(RunningTake& take, const SCStreamConfiguration& configuration,
+                                             int frameRate) const {
+    const URL url = take.planOutput(take.takeVideoURL);
+    auto writer = platform.assetWriters->makeWriter(url, AVFileType::quickTimeMovie);
+    const bool hevc = stringForKey(*platform.userDefaults, "screenCodec") == "hevc";
+    const AVVideoSettings settings{.codec = hevc ? AVVideoCodecType::hevc : AVVideoCodecType::h264,
+                                   .width = configuration.width,
+                                   .height = configuration.height,
+                                   .averageBitRate =
+                                       screenBitRate(configuration.width, configuration.height, frameRate)};
+    auto input = platform.assetWriters->makeInput(settings, true);
+    if (!writer->canAdd(*input)) throw RecordingError::cannotConfigureWriter("the screen recording file");
+    writer->add(input);
+    take.videoWriter = std::move(writer);
+    take.videoInput = std::move(input);
+}
+
+void TrackWriters::makeWebcamWriters(RunningTake& take) const {
+    if (const auto& device = cameras.webcamDevice()) {
+        const URL url = take.planOutput(webcamURL(take.takeVideoURL));
+        const WriterAndInput made = makeWebcamRecordingWriter(*device, url, cameras.webcam());
+        take.webcamWriter = made.writer;
+        take.webcamInput = made.input;
+    }
+    for (const ExtraCameraRig& rig : cameras.extraCameraRigs()) {
+        const int number = cameras.webcamNumber(rig);
+        const URL url = take.planOutput(webcamURL(take.takeVideoURL, number));
+        const WriterAndInput made = makeWebcamRecordingWriter(*rig.device, url, *rig.tap);
+        const std::string& name = rig.device->localizedName();
+        take.extraCameraRecordings.push_back({.tap = rig.tap,
+                                              .writer = made.writer,
+                                              .input = made.input,
+                                              .label = "webcam " + std::to_string(number) + " (" + name + ")",
+                                              .name = name,
+                                              .deviceID = rig.device->uniqueID()});
+    }
+}
+
+TrackWriters::WriterAndInput TrackWriters::makeWebcamRecordingWriter(const AVCaptureDevice& device,
+                                                                     const URL& movURL,
+                                                                     const CameraTap& tap) const {
+    const CMVideoDimensions size = pictureSize(device, tap);
+    auto writer = platform.assetWriters->makeWriter(movURL, AVFileType::quickTimeMovie);
+    // What goes to an encoder is even-sized, 2 at the least.
+    const auto even = [](int32_t side) { return std::max(2, side & ~1); };
+    const AVVideoSettings settings{.codec = AVVideoCodecType::h264,
+                                   .width = even(size.width),
+                                   .height = even(size.height),
+                                   .scalingMode = AVVideoScalingMode::resizeAspect,
+                                   .averageBitRate = webcamBitRate(size.width, size.height)};
+    auto input = platform.assetWriters->makeInput(settings, true);
+    if (!writer->canAdd(*input)) {
+        throw RecordingError::cannotConfigureWriter("the camera file for " + device.localizedName() + " at " +
+                                                    std::to_string(size.width) + "×" +
+                                                    std::to_string(size.height));
+    }
+    writer->add(input);
+    return {std::move(writer), std::move(input)};
+}
+
+std::shared_ptr<AVAssetWriterInput> TrackWriters::addReferenceAudioInput(AVAssetWriter& to,
+                                                                         int channelCount) const {
     const AVAudioSettings settings{.formatID = kAudioFormatMPEG4AAC,
                                    .sampleRate = kTakeSampleRate,
                                    .numberOfChannels = static_cast<uint32_t>(channelCount),
@@ -56,156 +116,104 @@ std::shared_ptr<AVAssetWriterInput> ScreenRecorderManager::addReferenceAudioInpu
     return input;
 }
 
-ScreenRecorderManager::WriterAndInput
-ScreenRecorderManager::makeScreenRecordingWriter(const URL& url, const SCStreamConfiguration& configuration) {
-    WriterAndInput made;
-    made.writer = platform.assetWriters->makeWriter(url, AVFileType::quickTimeMovie);
-    const bool hevc = stringForKey(*platform.userDefaults, "screenCodec") == "hevc";
-    const AVVideoSettings settings{
-        .codec = hevc ? AVVideoCodecType::hevc : AVVideoCodecType::h264,
-        .width = configuration.width,
-        .height = configuration.height,
-        .averageBitRate = screenBitRate(configuration.width, configuration.height, *screenFrameRate)};
-    made.input = platform.assetWriters->makeInput(settings, true);
-    if (!made.writer->canAdd(*made.input))
-        throw RecordingError::cannotConfigureWriter("the screen recording file");
-    made.writer->add(made.input);
-    return made;
-}
-
-ScreenRecorderManager::WriterAndInput
-ScreenRecorderManager::makeWebcamRecordingWriter(const std::shared_ptr<AVCaptureDevice>& device,
-                                                 const URL& movURL,
-                                                 std::optional<CMVideoDimensions> deliveredSize) {
-    const CMVideoDimensions size =
-        deliveredSize.value_or(device->activeVideoDimensions().value_or(CMVideoDimensions{}));
-    WriterAndInput made;
-    made.writer = platform.assetWriters->makeWriter(movURL, AVFileType::quickTimeMovie);
-    // What goes to an encoder is even-sized, 2 at the least.
-    const auto even = [](int32_t side) { return std::max(2, side & ~1); };
-    const AVVideoSettings settings{.codec = AVVideoCodecType::h264,
-                                   .width = even(size.width),
-                                   .height = even(size.height),
-                                   .scalingMode = AVVideoScalingMode::resizeAspect,
-                                   .averageBitRate = webcamBitRate(size.width, size.height)};
-    made.input = platform.assetWriters->makeInput(settings, true);
-    if (!made.writer->canAdd(*made.input)) {
-        throw RecordingError::cannotConfigureWriter("the camera file for " + device->localizedName() +
-                                                    " at " + std::to_string(size.width) + "×" +
-                                                    std::to_string(size.height));
+void TrackWriters::makeAudioTracks(RunningTake& take) const {
+    AVAssetWriter* const videoWriter = take.videoWriter.get();
+    if (take.micDevice) {
+        const std::string suffix = take.reserveTrackName(micTrackSuffix(*audio.micTrackName));
+        const URL url = take.planOutput(trackURL(take.takeVideoURL, suffix));
+        take.micTrack = makeMicTrack(take.micDevice, url, videoWriter, take.webcamWriters());
     }
-    made.writer->add(made.input);
-    return made;
+    if (*audio.captureSystemAudioForDaw || take.dawDevice) {
+        const URL url =
+            take.planOutput(trackURL(take.takeVideoURL, take.reserveTrackName(kSecondTrackSuffix)));
+        take.dawTrack = *audio.captureSystemAudioForDaw ? makeSystemAudioTrack(url, videoWriter)
+                                                        : makeAudioTrack(take.dawDevice, url, videoWriter);
+    }
+    take.extraInputGroups = makeExtraInputGroups(take);
 }
 
-ScreenRecorderManager::WriterAndInput ScreenRecorderManager::makeWavWriter(const URL& wavURL,
-                                                                           int channelCountOfTrack,
-                                                                           const std::string& nameForError) {
-    WriterAndInput made;
-    made.writer = platform.assetWriters->makeWriter(wavURL, AVFileType::wave);
-    made.input = platform.assetWriters->makeInput(capturePCMSettings(channelCountOfTrack), true);
-    if (!made.writer->canAdd(*made.input)) throw RecordingError::cannotConfigureWriter(nameForError);
-    made.writer->add(made.input);
-    return made;
+void TrackWriters::makeFile(SoundTrackFile& track, const URL& wavURL, AVAssetWriter* videoWriter,
+                            int channelCount, const std::string& nameForError) const {
+    track.writer = platform.assetWriters->makeWriter(wavURL, AVFileType::wave);
+    track.input = platform.assetWriters->makeInput(capturePCMSettings(channelCount), true);
+    if (!track.writer->canAdd(*track.input)) throw RecordingError::cannotConfigureWriter(nameForError);
+    track.writer->add(track.input);
+    if (videoWriter) track.referenceInput = addReferenceAudioInput(*videoWriter, channelCount);
 }
 
 std::shared_ptr<AudioTrack>
-ScreenRecorderManager::makeMicTrack(const std::shared_ptr<AVCaptureDevice>& device, int, const URL& wavURL,
-                                    AVAssetWriter* videoWriterOfTake,
-                                    const std::vector<std::shared_ptr<AVAssetWriter>>& webcamWriters) {
-    if (!micPreview.session || !micPreview.dataOutput || micPreview.deviceID != device->uniqueID()) {
+TrackWriters::makeMicTrack(const std::shared_ptr<AVCaptureDevice>& device, const URL& wavURL,
+                           AVAssetWriter* videoWriter,
+                           const std::vector<std::shared_ptr<AVAssetWriter>>& webcamWriters) const {
+    auto track = std::make_shared<AudioTrack>();
+    track->device = device;
+    track->dataOutput = previews.mic().outputOf(*device);
+    if (!track->dataOutput) {
         throw RecordingError::cannotConfigureWriter(
             "the microphone track, because " + device->localizedName() + " isn't running. Select it again");
     }
-    const WriterAndInput made = makeWavWriter(wavURL, 1, "the microphone track file");
-    auto track = std::make_shared<AudioTrack>();
-    track->dataOutput = micPreview.dataOutput;
-    track->device = device;
-    track->writer = made.writer;
-    track->input = made.input;
-    if (videoWriterOfTake) track->referenceInput = addReferenceAudioInput(*videoWriterOfTake, 1);
+    makeFile(*track, wavURL, videoWriter, 1, "the microphone track file");
     for (const auto& writer : webcamWriters)
         track->webcamReferenceInputs.push_back(addReferenceAudioInput(*writer, 1));
     return track;
 }
 
-std::shared_ptr<AudioTrack>
-ScreenRecorderManager::makeAudioTrack(const std::shared_ptr<AVCaptureDevice>& device, const URL& wavURL,
-                                      AVAssetWriter* videoWriterOfTake, int channelCountOfTrack) {
-    if (!dawPreview.session || !dawPreview.dataOutput || dawPreview.deviceID != device->uniqueID()) {
+std::shared_ptr<AudioTrack> TrackWriters::makeAudioTrack(const std::shared_ptr<AVCaptureDevice>& device,
+                                                         const URL& wavURL,
+                                                         AVAssetWriter* videoWriter) const {
+    auto track = std::make_shared<AudioTrack>();
+    track->device = device;
+    track->dataOutput = previews.daw().outputOf(*device);
+    if (!track->dataOutput) {
         throw RecordingError::cannotConfigureWriter("the virtual input track, because " +
                                                     device->localizedName() +
                                                     " isn't running. Select it again");
     }
-    const WriterAndInput made = makeWavWriter(wavURL, channelCountOfTrack, "the virtual input track file");
-    auto track = std::make_shared<AudioTrack>();
-    track->dataOutput = dawPreview.dataOutput;
-    track->device = device;
-    track->writer = made.writer;
-    track->input = made.input;
-    if (videoWriterOfTake)
-        track->referenceInput = addReferenceAudioInput(*videoWriterOfTake, channelCountOfTrack);
+    makeFile(*track, wavURL, videoWriter, AudioPreviews::dawChannelCount(*device),
+             "the virtual input track file");
     return track;
 }
 
-std::shared_ptr<AudioTrack> ScreenRecorderManager::makeSystemAudioTrack(const URL& wavURL,
-                                                                        AVAssetWriter* videoWriterOfTake) {
-    const WriterAndInput made = makeWavWriter(wavURL, 2, "the computer audio track file");
+std::shared_ptr<AudioTrack> TrackWriters::makeSystemAudioTrack(const URL& wavURL,
+                                                               AVAssetWriter* videoWriter) const {
     auto track = std::make_shared<AudioTrack>();
-    track->writer = made.writer;
-    track->input = made.input;
-    if (videoWriterOfTake) track->referenceInput = addReferenceAudioInput(*videoWriterOfTake, 2);
+    makeFile(*track, wavURL, videoWriter, 2, "the computer audio track file");
     return track;
 }
 
 std::vector<std::shared_ptr<ExtraInputDeviceGroup>>
-ScreenRecorderManager::makeExtraInputGroups(const URL& outputURL, AVAssetWriter* videoWriterOfTake) {
-    std::vector<std::string> deviceIDs; // in the order of their first rows
-    for (const ExtraAudioInputConfig& row : *extraAudioInputs) {
-        if (row.deviceID && std::find(deviceIDs.begin(), deviceIDs.end(), *row.deviceID) == deviceIDs.end()) {
-            deviceIDs.push_back(*row.deviceID);
-        }
-    }
+TrackWriters::makeExtraInputGroups(RunningTake& take) const {
     std::vector<std::shared_ptr<ExtraInputDeviceGroup>> groups;
-    for (const std::string& deviceID : deviceIDs) {
-        const auto device = availableAudioInput(deviceID);
+    for (const std::string& deviceID : audio.extraInputDeviceIDs()) {
+        const auto device = audio.availableAudioInput(deviceID);
         if (!device) continue;
-        const auto preview =
-            std::find_if(extraPreviews.begin(), extraPreviews.end(),
-                         [&](const ExtraPreview& candidate) { return candidate.deviceID == deviceID; });
-        if (preview == extraPreviews.end()) {
+        auto group = std::make_shared<ExtraInputDeviceGroup>();
+        group->dataOutput = previews.extra().outputOf(deviceID);
+        if (!group->dataOutput) {
             throw RecordingError::cannotConfigureWriter("the extra microphone " + device->localizedName() +
                                                         ", because it isn't running. Select it again");
         }
-        auto group = std::make_shared<ExtraInputDeviceGroup>();
-        group->dataOutput = preview->dataOutput;
         group->device = device;
-        group->totalChannels = channelCount(deviceID);
-        for (const ExtraAudioInputConfig& row : *extraAudioInputs) {
-            if (row.deviceID != deviceID) continue;
-            group->tracks.push_back(makeExtraInputTrack(row, *group, outputURL, videoWriterOfTake));
+        group->totalChannels = audio.channelCount(deviceID);
+        for (const ExtraAudioInputConfig& row : *audio.extraAudioInputs) {
+            if (row.deviceID == deviceID) group->tracks.push_back(makeExtraInputTrack(take, row, *group));
         }
         groups.push_back(std::move(group));
     }
     return groups;
 }
 
-std::shared_ptr<ExtraInputTrack>
-ScreenRecorderManager::makeExtraInputTrack(const ExtraAudioInputConfig& row,
-                                           const ExtraInputDeviceGroup& group, const URL& outputURL,
-                                           AVAssetWriter* videoWriterOfTake) {
+std::shared_ptr<ExtraInputTrack> TrackWriters::makeExtraInputTrack(RunningTake& take,
+                                                                   const ExtraAudioInputConfig& row,
+                                                                   const ExtraInputDeviceGroup& group) const {
     const std::string& deviceName = group.device->localizedName();
-    const int channel = std::clamp(row.channelIndex, 0, group.totalChannels - 1);
-    const std::string suffix =
-        reserveTrackName(extraInputSuffix(row.name, deviceName, channel), reservedTrackNames);
-    const URL url = planOutput(trackURL(outputURL, suffix));
-    const WriterAndInput made = makeWavWriter(url, 1, "the file for the extra microphone " + deviceName);
     auto track = std::make_shared<ExtraInputTrack>();
     track->configID = row.id;
-    track->channelIndex = channel;
-    track->writer = made.writer;
-    track->input = made.input;
-    if (videoWriterOfTake) track->referenceInput = addReferenceAudioInput(*videoWriterOfTake, 1);
+    track->channelIndex = std::clamp(row.channelIndex, 0, group.totalChannels - 1);
+    const std::string suffix =
+        take.reserveTrackName(extraInputSuffix(row.name, deviceName, track->channelIndex));
+    const URL url = take.planOutput(trackURL(take.takeVideoURL, suffix));
+    makeFile(*track, url, take.videoWriter.get(), 1, "the file for the extra microphone " + deviceName);
     return track;
 }
 

@@ -32,15 +32,13 @@ ScreenBeat::ScreenBeat(std::shared_ptr<HostClock> clock, std::shared_ptr<Log> sy
     , lost([](CMTime) {})
     , writerStatus([] { return std::string(); }) {}
 
-void ScreenBeat::begin(CMTime at, int32_t rate, std::shared_ptr<AVAssetWriterInput> into,
-                       std::shared_ptr<DispatchQueue> on, std::function<void(CMTime)> newWrote,
-                       std::function<void(CMTime)> newLost, std::function<std::string()> newWriterStatus) {
+void ScreenBeat::begin(Arming arming) {
     std::shared_ptr<DispatchTimer> newTimer;
     {
         MutexLock guard(lock);
         cancelTimer();
-        input = std::move(into);
-        grid = SlotGrid::begin(at, rate);
+        input = std::move(arming.into);
+        grid = SlotGrid::begin(arming.at, arming.rate);
         fills = grid.rate < kFirstRateWithoutCopies;
         finishing = false;
         lastSlot = -1;
@@ -50,15 +48,15 @@ void ScreenBeat::begin(CMTime at, int32_t rate, std::shared_ptr<AVAssetWriterInp
         lastLossSlot = kNoLoss;
         ticks = 0;
         second = {};
-        wrote = std::move(newWrote);
-        lost = std::move(newLost);
-        writerStatus = std::move(newWriterStatus);
-        newTimer = on->makeTimer({.delayNanoseconds = 0,
-                                  .intervalNanoseconds = 1'000'000'000 / grid.rate,
-                                  .leewayNanoseconds = kTimerLeewayNanoseconds},
-                                 [weak = weak_from_this()] {
-                                     if (const auto beat = weak.lock()) beat->tick();
-                                 });
+        wrote = std::move(arming.wrote);
+        lost = std::move(arming.lost);
+        writerStatus = std::move(arming.writerStatus);
+        newTimer = arming.on->makeTimer({.delayNanoseconds = 0,
+                                         .intervalNanoseconds = 1'000'000'000 / grid.rate,
+                                         .leewayNanoseconds = kTimerLeewayNanoseconds},
+                                        [weak = weak_from_this()] {
+                                            if (const auto beat = weak.lock()) beat->tick();
+                                        });
         timer = newTimer;
     }
     newTimer->resume();

@@ -36,14 +36,20 @@ public:
 
     ScreenBeat(std::shared_ptr<HostClock> clock, std::shared_ptr<Log> systemLog);
 
-    /// Arms the beat for a take, from any state: after the writer's session has started at `at`, the take's
-    /// common start, and before the first `frame`. `on` is the serial queue for the timer. `wrote` is told
-    /// the end of each sample appended, `lost` the capture time of each real frame that will never be
-    /// written; `writerStatus` is a text about the writer for the log. All three are called with the lock
-    /// held.
-    void begin(CMTime at, int32_t rate, std::shared_ptr<AVAssetWriterInput> into,
-               std::shared_ptr<DispatchQueue> on, std::function<void(CMTime)> wrote,
-               std::function<void(CMTime)> lost, std::function<std::string()> writerStatus);
+    /// What the beat is armed with for a take. The functions are called with the lock held.
+    struct Arming {
+        CMTime at;         ///< the take's common start
+        int32_t rate = 30; ///< frames a second
+        std::shared_ptr<AVAssetWriterInput> into;
+        std::shared_ptr<DispatchQueue> on; ///< the serial queue for the timer
+        std::function<void(CMTime)> wrote; ///< takes the end of each sample appended
+        std::function<void(CMTime)> lost; ///< takes the capture time of each real frame that is never written
+        std::function<std::string()> writerStatus; ///< a text about the writer for the log
+    };
+
+    /// Arms the beat for a take, from any state: after the writer's session has started at the common start, and
+    /// before the first `frame`.
+    void begin(Arming arming);
     /// A complete frame of the screen. Ignored while idle.
     void frame(const CMSampleBuffer& sample);
     /// Pads the track up to `at`, the host time at which the stop began, and goes idle. Blocks for up to one

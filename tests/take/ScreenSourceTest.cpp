@@ -343,13 +343,14 @@ TEST_F(ScreenSourceTest, whatIsNoValidSampleOfTheScreenIsIgnored) {
                                           .decodeTimeStamp = kCMTimeInvalid},
                                          {{{SCStreamFrameInfoStatus, std::move(status)}}});
     };
-    recorder->stream(*stream, sampleWithStatus(int64_t{0}), SCStreamOutputType::audio);
-    recorder->stream(*stream, CMSampleBuffer(), SCStreamOutputType::screen);
-    recorder->stream(*stream, sampleWithStatus(std::string("complete")), SCStreamOutputType::screen);
-    recorder->stream(*stream, sampleWithStatus(0.0), SCStreamOutputType::screen);
+    stream->sampleOutput()->stream(*stream, sampleWithStatus(int64_t{0}), SCStreamOutputType::audio);
+    stream->sampleOutput()->stream(*stream, CMSampleBuffer(), SCStreamOutputType::screen);
+    stream->sampleOutput()->stream(*stream, sampleWithStatus(std::string("complete")),
+                                   SCStreamOutputType::screen);
+    stream->sampleOutput()->stream(*stream, sampleWithStatus(0.0), SCStreamOutputType::screen);
     machine.run(0.5);
     EXPECT_EQ(videoTrack()->accepted().size(), 1u);
-    recorder->stream(*stream, sampleWithStatus(int64_t{0}), SCStreamOutputType::screen);
+    stream->sampleOutput()->stream(*stream, sampleWithStatus(int64_t{0}), SCStreamOutputType::screen);
     EXPECT_EQ(videoTrack()->accepted().size(), 2u) << "this one is";
     stop();
     EXPECT_EQ(*recorder->statusMessage, "Saved");

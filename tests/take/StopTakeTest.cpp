@@ -245,7 +245,7 @@ TEST_F(StopTakeTest, aStreamThatDiesOutsideATakeChangesNothing) {
     const auto stream = machine.screenCapture->stream();
     machine.run(1);
     stop();
-    recorder->stream(*stream, SystemError("test", 6, "late news"));
+    stream->streamDelegate()->stream(*stream, SystemError("test", 6, "late news"));
     machine.run(0.5);
     EXPECT_EQ(*recorder->statusMessage, "Saved");
     EXPECT_FALSE(recorder->lastError->has_value());

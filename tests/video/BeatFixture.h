@@ -14,9 +14,13 @@ protected:
     void begin(int32_t newRate) {
         rate = newRate;
         anchor = machine.now();
-        beat->begin(
-            anchor, rate, input, queue, [this](CMTime time) { wrote.push_back(time); },
-            [this](CMTime time) { lost.push_back(time); }, [] { return "writer status 1"; });
+        beat->begin({.at = anchor,
+                     .rate = rate,
+                     .into = input,
+                     .on = queue,
+                     .wrote = [this](CMTime time) { wrote.push_back(time); },
+                     .lost = [this](CMTime time) { lost.push_back(time); },
+                     .writerStatus = [] { return "writer status 1"; }});
     }
 
     CMTime now() const { return machine.now() - anchor; }

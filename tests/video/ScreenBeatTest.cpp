@@ -238,8 +238,13 @@ TEST_F(ScreenBeatTest, beginRestartsEverything) {
     runTo(1);
     input->appended.clear();
     const auto second = std::make_shared<ScriptedInput>();
-    beat->begin(
-        machine.now(), 60, second, queue, [](CMTime) {}, [](CMTime) {}, [] { return "no writer"; });
+    beat->begin({.at = machine.now(),
+                 .rate = 60,
+                 .into = second,
+                 .on = queue,
+                 .wrote = [](CMTime) {},
+                 .lost = [](CMTime) {},
+                 .writerStatus = [] { return "no writer"; }});
     const CMTime newAnchor = machine.now();
     queue->sync([&] { beat->frame(picture(newAnchor)); });
     machine.run(1);

@@ -85,9 +85,13 @@ TEST(VideoThreadsTest, theBeatMayBeStartedAndCancelledWhileItRuns) {
     const Meanwhile frames([&] { beat->frame(picture(clock->now())); });
     const Meanwhile ticks([&] { queue->fire(); });
     for (int round = 0; round < kRounds; ++round) {
-        beat->begin(
-            clock->now(), 30, input, queue, [&](CMTime) { ++wrote; }, [](CMTime) {},
-            [] { return "writing"; });
+        beat->begin({.at = clock->now(),
+                     .rate = 30,
+                     .into = input,
+                     .on = queue,
+                     .wrote = [&](CMTime) { ++wrote; },
+                     .lost = [](CMTime) {},
+                     .writerStatus = [] { return "writing"; }});
         if (round % 2 == 0) {
             beat->cancel();
         } else {

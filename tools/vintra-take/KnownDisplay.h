@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Vintra/capturearea/CaptureDisplay.h"
 #include "Vintra/platform/Geometry.h"
-#include "Vintra/take/CaptureDisplay.h"
 
 namespace vintra {
 

@@ -1,5 +1,6 @@
 #include "Vintra/platform/linux/LinuxPlatform.h"
 
+#include "Vintra/platform/CaptureOverlayWindows.h"
 #include "Vintra/platform/linux/files/CrashSafeUserDefaults.h"
 #include "Vintra/platform/linux/files/LinuxFileManager.h"
 #include "Vintra/platform/linux/files/LinuxUserDefaults.h"
@@ -46,6 +47,7 @@ bool isWaylandSession() {
 }
 
 void addScreenServices(Platform& services) {
+    services.captureOverlayWindows = std::make_shared<NoCaptureOverlayWindows>();
     if (isWaylandSession()) {
         services.screenCapture = std::make_shared<WaylandScreenCapture>();
         services.screens = std::make_shared<WaylandScreens>();

@@ -26,6 +26,7 @@ SimulatedMachine::SimulatedMachine()
     , screenCapture(std::make_shared<SimulatedScreenCapture>(
           SimulatedScreenStream::Services{time, violations, journal}, processInfo->processIdentifier()))
     , screens(std::make_shared<SimulatedScreens>(mainThread))
+    , captureOverlayWindows(std::make_shared<SimulatedCaptureOverlayWindows>())
     , windowList(std::make_shared<SimulatedWindowList>())
     , workspace(std::make_shared<SimulatedWorkspace>()) {
     assetProbing->setFallback([files = fileManager, writers = assetWriters](const URL& url) {
@@ -54,6 +55,7 @@ Platform SimulatedMachine::platform() const {
     bundle.captureDevices = captureDevices;
     bundle.screenCapture = screenCapture;
     bundle.screens = screens;
+    bundle.captureOverlayWindows = captureOverlayWindows;
     bundle.windowList = windowList;
     bundle.workspace = workspace;
     return bundle;

@@ -7,6 +7,7 @@
 #include "Vintra/platform/simulated/SimulatedAudioDeviceIO.h"
 #include "Vintra/platform/simulated/SimulatedAudioHardware.h"
 #include "Vintra/platform/simulated/SimulatedCaptureDevices.h"
+#include "Vintra/platform/simulated/SimulatedCaptureOverlayWindows.h"
 #include "Vintra/platform/simulated/SimulatedDispatchQueues.h"
 #include "Vintra/platform/simulated/SimulatedFileManager.h"
 #include "Vintra/platform/simulated/SimulatedHostClock.h"
@@ -86,6 +87,7 @@ public:
     const std::shared_ptr<SimulatedCaptureDevices> captureDevices;
     const std::shared_ptr<SimulatedScreenCapture> screenCapture;
     const std::shared_ptr<SimulatedScreens> screens;
+    const std::shared_ptr<SimulatedCaptureOverlayWindows> captureOverlayWindows;
     const std::shared_ptr<SimulatedWindowList> windowList;
     const std::shared_ptr<SimulatedWorkspace> workspace;
 

@@ -46,6 +46,9 @@ public:
     /// Ends the running stream by itself and tells its delegate.
     void die(const SystemError& error);
     bool isRunning() const { return state == State::running; }
+    /// Where the stream's samples and its end go, so that a test can send its own; null once they have gone.
+    std::shared_ptr<SCStreamOutput> sampleOutput() const { return output.lock(); }
+    std::shared_ptr<SCStreamDelegate> streamDelegate() const { return delegate.lock(); }
     /// Invalid before the capture runs.
     CMTime captureStart() const { return firstTime; }
 

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Vintra/audio/ExtraInputTrack.h"
 #include "Vintra/platform/CaptureDevices.h"
-#include "Vintra/take/ExtraInputTrack.h"
 
 #include <memory>
 #include <vector>

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Vintra/audio/SoundTrackFile.h"
 #include "Vintra/platform/UUID.h"
-#include "Vintra/take/SoundTrackFile.h"
 
 namespace vintra {
 

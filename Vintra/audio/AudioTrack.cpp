@@ -1,4 +1,4 @@
-#include "Vintra/take/AudioTrack.h"
+#include "Vintra/audio/AudioTrack.h"
 
 namespace vintra {
 

@@ -1,6 +1,6 @@
-#include "Vintra/take/SoundTrackFile.h"
+#include "Vintra/audio/SoundTrackFile.h"
 
-#include "Vintra/take/ContainsNonZeroSample.h"
+#include "Vintra/audio/ContainsNonZeroSample.h"
 
 namespace vintra {
 

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Vintra/audio/SoundTrackFile.h"
 #include "Vintra/platform/CaptureDevices.h"
-#include "Vintra/take/SoundTrackFile.h"
 
 #include <memory>
 #include <vector>

@@ -1,4 +1,4 @@
-#include "Vintra/take/ContainsNonZeroSample.h"
+#include "Vintra/audio/ContainsNonZeroSample.h"
 
 #include <cstdint>
 #include <cstring>

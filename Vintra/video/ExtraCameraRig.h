@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Vintra/platform/AVAssetWriter.h"
 #include "Vintra/platform/CaptureDevices.h"
 #include "Vintra/platform/DispatchQueue.h"
 #include "Vintra/platform/UUID.h"

@@ -1,7 +1,7 @@
-#include "Vintra/take/AudioTrack.h"
+#include "Vintra/audio/AudioTrack.h"
 
+#include "Vintra/audio/ExtraInputDeviceGroup.h"
 #include "Vintra/platform/HostClock.h"
-#include "Vintra/take/ExtraInputDeviceGroup.h"
 #include "tests/SoundBuffers.h"
 
 #include <gtest/gtest.h>

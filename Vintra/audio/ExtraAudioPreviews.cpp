@@ -1,0 +1,109 @@
+#include "Vintra/audio/ExtraAudioPreviews.h"
+
+#include "Vintra/platform/CaptureAccess.h"
+
+#include <algorithm>
+#include <set>
+#include <utility>
+
+namespace vintra {
+
+ExtraAudioPreviews::ExtraAudioPreviews(const AudioPreview::Surroundings& surroundings,
+                                       std::shared_ptr<DispatchQueue> queue)
+    : surroundings(surroundings)
+    , queue(std::move(queue)) {}
+
+Task<> ExtraAudioPreviews::configure() {
+    if (*surroundings.isRecording) co_return;
+    co_await stopUnwanted();
+    AudioSelection& selection = surroundings.selection;
+    std::set<UUID> rows;
+    for (const ExtraAudioInputConfig& row : *selection.extraAudioInputs)
+        rows.insert(row.id);
+    selection.levels->pruneExtraLevels(rows);
+    surroundings.changed();
+    const auto wanted = selection.extraInputDeviceIDs();
+    const bool isComplete = std::ranges::all_of(wanted, [this](const auto& id) { return hasPreview(id); });
+    if (!isComplete) co_await startMissing();
+}
+
+Task<> ExtraAudioPreviews::stopUnwanted() {
+    const auto isUnwanted = [this](const ExtraPreview& preview) {
+        const auto wanted = surroundings.selection.extraInputDeviceIDs();
+        return std::ranges::find(wanted, preview.deviceID) == wanted.end();
+    };
+    for (auto gone = std::ranges::find_if(extraPreviews, isUnwanted); gone != extraPreviews.end();
+         gone = std::ranges::find_if(extraPreviews, isUnwanted)) {
+        const auto session = gone->chain.session;
+        co_await surroundings.sessionControl.stop(session);
+        forget(session);
+    }
+}
+
+Task<> ExtraAudioPreviews::startMissing() {
+    const Platform& platform = surroundings.platform;
+    const bool granted =
+        co_await requestAccessIfNeeded(platform.captureDevices, *platform.mainThread, AVMediaType::audio);
+    if (!granted || hasEnded) co_return;
+    const AudioSelection& selection = surroundings.selection;
+    // The wait may have been long: what is wanted is asked again.
+    for (const std::string& deviceID : selection.extraInputDeviceIDs()) {
+        const auto device = selection.availableAudioInput(deviceID);
+        if (*surroundings.isRecording || !device || hasPreview(deviceID)) continue;
+        auto chain = makeAudioCaptureChain(*platform.captureDevices, device, selection.channelCount(deviceID),
+                                           surroundings.delegate, queue);
+        if (!chain) continue;
+        extraPreviews.push_back({.deviceID = deviceID, .chain = std::move(*chain)});
+        surroundings.changed();
+        surroundings.sessionControl.start(extraPreviews.back().chain.session);
+    }
+}
+
+Task<> ExtraAudioPreviews::end() {
+    hasEnded = true;
+    const std::vector<ExtraPreview> ending = std::exchange(extraPreviews, {});
+    for (const ExtraPreview& preview : ending)
+        co_await surroundings.sessionControl.stop(preview.chain.session);
+}
+
+bool ExtraAudioPreviews::forget(const std::shared_ptr<AVCaptureSession>& session) {
+    return std::erase_if(extraPreviews,
+                         [&](const ExtraPreview& preview) { return preview.chain.session == session; }) > 0;
+}
+
+bool ExtraAudioPreviews::contains(const std::shared_ptr<AVCaptureSession>& session) const {
+    return std::ranges::any_of(extraPreviews,
+                               [&](const ExtraPreview& preview) { return preview.chain.session == session; });
+}
+
+bool ExtraAudioPreviews::hasPreview(const std::string& deviceID) const {
+    return outputOf(deviceID) != nullptr;
+}
+
+bool ExtraAudioPreviews::areRunning() const {
+    return std::ranges::all_of(
+        extraPreviews, [](const ExtraPreview& preview) { return preview.chain.session->isRunning(); });
+}
+
+std::shared_ptr<AVCaptureAudioDataOutput> ExtraAudioPreviews::outputOf(const std::string& deviceID) const {
+    const auto found = std::ranges::find(extraPreviews, deviceID, &ExtraPreview::deviceID);
+    return found == extraPreviews.end() ? nullptr : found->chain.dataOutput;
+}
+
+std::vector<AudioRoutingCache::ExtraRouting> ExtraAudioPreviews::routing() const {
+    std::vector<AudioRoutingCache::ExtraRouting> routings;
+    for (const ExtraPreview& preview : extraPreviews) {
+        AudioRoutingCache::ExtraRouting routing{.output = preview.chain.dataOutput,
+                                                .totalChannels =
+                                                    surroundings.selection.channelCount(preview.deviceID),
+                                                .configs = {}};
+        for (const ExtraAudioInputConfig& row : *surroundings.selection.extraAudioInputs) {
+            if (row.deviceID != preview.deviceID) continue;
+            routing.configs.push_back({.id = row.id, .channelIndex = row.channelIndex, .gainDB = row.gainDB});
+        }
+        routings.push_back(std::move(routing));
+    }
+    return routings;
+}
+
+} // namespace vintra

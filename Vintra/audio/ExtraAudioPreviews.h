@@ -1,0 +1,49 @@
+#pragma once
+
+#include "Vintra/audio/AudioPreview.h"
+#include "Vintra/audio/AudioRoutingCache.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace vintra {
+
+/// One running capture session for each device of the further sound inputs, however many of their rows it serves.
+/// Owned by `AudioPreviews`. Main thread.
+class ExtraAudioPreviews {
+public:
+    ExtraAudioPreviews(const AudioPreview::Surroundings& surroundings, std::shared_ptr<DispatchQueue> queue);
+
+    /// Brings the sessions in line with the rows. Does nothing in a take.
+    Task<> configure();
+    /// Ends the previews for good.
+    Task<> end();
+    /// Lets go of a session that has broken; the next configure makes another. False if it is none of these.
+    bool forget(const std::shared_ptr<AVCaptureSession>& session);
+
+    bool contains(const std::shared_ptr<AVCaptureSession>& session) const;
+    /// Whether every session runs; true without any.
+    bool areRunning() const;
+    /// Where the device's samples come out; null if there is no preview of it.
+    std::shared_ptr<AVCaptureAudioDataOutput> outputOf(const std::string& deviceID) const;
+    /// Each device's output with the rows that tap it.
+    std::vector<AudioRoutingCache::ExtraRouting> routing() const;
+
+private:
+    struct ExtraPreview {
+        std::string deviceID;
+        AudioCaptureChain chain;
+    };
+
+    bool hasPreview(const std::string& deviceID) const;
+    Task<> stopUnwanted();
+    Task<> startMissing();
+
+    const AudioPreview::Surroundings surroundings;
+    const std::shared_ptr<DispatchQueue> queue;
+    std::vector<ExtraPreview> extraPreviews;
+    bool hasEnded = false;
+};
+
+} // namespace vintra

@@ -1,0 +1,77 @@
+#pragma once
+
+#include "Vintra/audio/AudioDeviceListWatcher.h"
+#include "Vintra/audio/AudioPreviews.h"
+#include "Vintra/audio/OutputRouting.h"
+#include "Vintra/platform/CaptureDevices.h"
+#include "Vintra/platform/MainThreadTasks.h"
+#include "Vintra/platform/Observation.h"
+#include "Vintra/platform/Platform.h"
+#include "Vintra/take/RunningTake.h"
+#include "Vintra/take/ScreenSource.h"
+#include "Vintra/video/Cameras.h"
+
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace vintra {
+
+/// The lists of devices that the user chooses from, and devices that come and go. An idle recorder lets go of what has
+/// gone; a take keeps its selections, and the user is told which track has stopped. Owned by the controller. Main
+/// thread.
+class DeviceInventory {
+public:
+    /// All outlive this.
+    struct Surroundings {
+        const Platform& platform;
+        AudioSelection& audio;
+        AudioPreviews& previews;
+        OutputRouting& outputRouting;
+        ScreenSource& screenSource;
+        const Cameras& cameras;
+        const Published<bool>& isRecording;
+        const std::unique_ptr<RunningTake>& take; ///< null between takes
+        Published<std::optional<std::string>>& lastError;
+    };
+
+    explicit DeviceInventory(const Surroundings& surroundings);
+
+    /// Lists the sound inputs, the one used last in front.
+    void refreshAudioDevices();
+    /// From now on follows devices that come and go.
+    void observe();
+
+private:
+    /// The unique ids of all inputs there are.
+    struct DeviceIdentity {
+        std::set<std::string> audio;
+        bool operator==(const DeviceIdentity&) const = default;
+    };
+
+    DeviceIdentity currentDeviceIdentity() const;
+    void handleDeviceInventoryChanged();
+    void forgetDevicesThatWent();
+    void handleDeviceDisconnected(const std::shared_ptr<AVCaptureDevice>& device);
+    std::vector<std::string> tracksOn(const std::string& deviceID) const;
+    void handleCaptureSessionRuntimeError(const std::shared_ptr<AVCaptureSession>& session,
+                                          const SystemError& error);
+
+    const Platform& platform;
+    AudioSelection& audio;
+    AudioPreviews& previews;
+    OutputRouting& outputRouting;
+    ScreenSource& screenSource;
+    const Cameras& cameras;
+    const Published<bool>& isRecording;
+    const std::unique_ptr<RunningTake>& take;
+    Published<std::optional<std::string>>& lastError;
+    DeviceIdentity knownDeviceIdentity;
+    AudioDeviceListWatcher deviceListWatcher;
+    Observation captureDeviceObservation;
+    MainThreadTasks tasks;
+};
+
+} // namespace vintra

@@ -1,0 +1,151 @@
+#include "Vintra/take/RecorderSettings.h"
+
+#include "Vintra/capturearea/AspectPreset.h"
+#include "Vintra/capturearea/CaptureModeChoice.h"
+
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <string>
+#include <utility>
+
+namespace vintra {
+namespace {
+
+/// How a property's value lies in the settings.
+template <typename Value>
+struct Conversion {
+    /// Nothing if the stored value is absent or of no use.
+    std::optional<Value> (*fromStored)(const UserDefaults& defaults, const std::string& key);
+    /// Nothing removes the key.
+    std::optional<DefaultsValue> (*toStored)(const Value& value);
+};
+
+constexpr Conversion<bool> kFlag{.fromStored = boolForKey, .toStored = [](const bool& value) {
+                                     return std::optional<DefaultsValue>(value);
+                                 }};
+
+constexpr Conversion<double> kDecibels{.fromStored = doubleForKey, .toStored = [](const double& value) {
+                                           return std::optional<DefaultsValue>(value);
+                                       }};
+
+constexpr Conversion<std::optional<std::string>> kOptionalText{
+    .fromStored = [](const UserDefaults& defaults,
+                     const std::string& key) -> std::optional<std::optional<std::string>> {
+        auto stored = stringForKey(defaults, key);
+        return stored ? std::optional(std::move(stored)) : std::nullopt;
+    },
+    .toStored = [](const std::optional<std::string>& value) -> std::optional<DefaultsValue> {
+        return value ? std::optional<DefaultsValue>(*value) : std::nullopt;
+    }};
+
+/// 24, 30 or 60 frames a second; anything else reads as 60.
+constexpr Conversion<int> kFrameRate{
+    .fromStored = [](const UserDefaults& defaults, const std::string& key) -> std::optional<int> {
+        const auto stored = integerForKey(defaults, key);
+        return stored == 24 || stored == 30 ? static_cast<int>(*stored) : 60;
+    },
+    .toStored = [](const int& value) { return std::optional<DefaultsValue>(static_cast<int64_t>(value)); }};
+
+/// Of a display or a window.
+constexpr Conversion<std::optional<uint32_t>> kOptionalID{
+    .fromStored = [](const UserDefaults& defaults,
+                     const std::string& key) -> std::optional<std::optional<uint32_t>> {
+        const auto stored = integerForKey(defaults, key);
+        if (!stored || *stored < 0 || *stored > std::numeric_limits<uint32_t>::max()) return std::nullopt;
+        return static_cast<uint32_t>(*stored);
+    },
+    .toStored = [](const std::optional<uint32_t>& value) -> std::optional<DefaultsValue> {
+        return value ? std::optional<DefaultsValue>(static_cast<int64_t>(*value)) : std::nullopt;
+    }};
+
+constexpr Conversion<CaptureModeChoice> kMode{
+    .fromStored =
+        [](const UserDefaults& defaults, const std::string& key) {
+            return captureModeChoice(stringForKey(defaults, key).value_or(""));
+        },
+    .toStored = [](const CaptureModeChoice& value) { return std::optional<DefaultsValue>(rawValue(value)); }};
+
+constexpr Conversion<AspectPreset> kAspect{
+    .fromStored =
+        [](const UserDefaults& defaults, const std::string& key) {
+            return aspectPreset(stringForKey(defaults, key).value_or(""));
+        },
+    .toStored = [](const AspectPreset& value) { return std::optional<DefaultsValue>(rawValue(value)); }};
+
+/// Five numbers: display, x, y, width, height. The display need not be there: the region waits for it.
+constexpr Conversion<std::optional<CaptureRegion>> kRegion{
+    .fromStored = [](const UserDefaults& defaults,
+                     const std::string& key) -> std::optional<std::optional<CaptureRegion>> {
+        const auto stored = doublesForKey(defaults, key);
+        if (!stored || stored->size() != 5) return std::nullopt;
+        const double displayID = (*stored)[0];
+        if (!(displayID >= 0 && displayID <= std::numeric_limits<uint32_t>::max())) return std::nullopt;
+        return CaptureRegion{.displayID = static_cast<uint32_t>(displayID),
+                             .rect = {{(*stored)[1], (*stored)[2]}, {(*stored)[3], (*stored)[4]}}};
+    },
+    .toStored = [](const std::optional<CaptureRegion>& value) -> std::optional<DefaultsValue> {
+        if (!value) return std::nullopt;
+        const CGRect& rect = value->rect;
+        return std::vector<double>{static_cast<double>(value->displayID), rect.origin.x, rect.origin.y,
+                                   rect.size.width, rect.size.height};
+    }};
+
+template <typename Value>
+RecorderSettings::Row row(const char* key, Published<Value>& property, const Conversion<Value>& conversion) {
+    return {
+        .restore =
+            [&property, key, fromStored = conversion.fromStored](const UserDefaults& defaults) {
+                if (auto stored = fromStored(defaults, key)) property.set(std::move(*stored));
+            },
+        .keep =
+            [&property, key, toStored = conversion.toStored](const std::shared_ptr<UserDefaults>& defaults) {
+                property.onChange([&property, defaults, key, toStored](const Value&) {
+                    if (auto stored = toStored(*property)) {
+                        defaults->set(key, std::move(*stored));
+                    } else {
+                        defaults->remove(key);
+                    }
+                });
+            }};
+}
+
+} // namespace
+
+RecorderSettings::RecorderSettings(std::shared_ptr<UserDefaults> userDefaults, AudioSelection& audio,
+                                   ScreenSelection& screen)
+    : userDefaults(std::move(userDefaults))
+    , screenRows{row("selectedDisplayID", screen.selectedDisplayID, kOptionalID),
+                 row("selectedWindowID", screen.selectedWindowID, kOptionalID),
+                 row("screenCaptureMode", screen.screenCaptureMode, kMode),
+                 row("captureAspectPreset", screen.aspectPreset, kAspect),
+                 row("captureRegion", screen.captureRegion, kRegion)} {
+    leaveMultiCameraRate();
+    const std::vector<Row> silentRows{
+        row("lowLatencyMonitoring", audio.lowLatencyMonitoring, kFlag),
+        row("micGainDB", audio.micGainDB, kDecibels),
+        row("systemAudioMonitorUID", audio.systemAudioMonitorUID, kOptionalText),
+        row("dawGainDB", audio.dawGainDB, kDecibels),
+        row("screenFrameRate", screen.screenFrameRate, kFrameRate)};
+    for (const Row& silent : silentRows) {
+        silent.restore(*this->userDefaults);
+        silent.keep(this->userDefaults);
+    }
+    for (const Row& screenRow : screenRows)
+        screenRow.keep(this->userDefaults);
+}
+
+void RecorderSettings::restoreScreen() {
+    for (const Row& screenRow : screenRows)
+        screenRow.restore(*userDefaults);
+}
+
+/// A run that ended while the rate for several cameras was in force left the user's own rate here.
+void RecorderSettings::leaveMultiCameraRate() {
+    const auto before = integerForKey(*userDefaults, "screenFrameRateBeforeMultiCamera");
+    if (before != 24 && before != 30 && before != 60) return;
+    userDefaults->remove("screenFrameRateBeforeMultiCamera");
+    userDefaults->set("screenFrameRate", *before);
+}
+
+} // namespace vintra

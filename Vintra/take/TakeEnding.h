@@ -1,0 +1,32 @@
+#pragma once
+
+#include "Vintra/platform/CMTime.h"
+#include "Vintra/platform/URL.h"
+#include "Vintra/take/TakeWarnings.h"
+#include "Vintra/timeline/TakeFiles.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vintra {
+
+/// The silence that a stop puts before a sound file, so that the file begins at the common start.
+struct Padding {
+    URL url;
+    double gap = 0; ///< seconds; up to 0.01 the file is left as it is
+};
+
+/// What a stop learns of its take, step by step, and what remains of a take afterwards. A value.
+struct TakeEnding {
+    CMTime stopTime;
+    double seconds = 0;                ///< by the wall clock
+    std::vector<std::string> failures; ///< a text for each file that couldn't be finished
+    std::vector<Padding> paddings;
+    TakeObservations seen;
+    std::optional<TakeFiles> take;       ///< the tracks, as told to the timeline
+    std::optional<URL> timelineURL;      ///< of the timeline file that was written
+    std::vector<std::string> warnings{}; ///< in the order in which the user reads them
+};
+
+} // namespace vintra

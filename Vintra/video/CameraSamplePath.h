@@ -1,0 +1,31 @@
+#pragma once
+
+#include "Vintra/platform/CaptureDevices.h"
+#include "Vintra/platform/Sink.h"
+#include "Vintra/video/CameraTap.h"
+#include "Vintra/video/ExtraCameraTap.h"
+
+#include <memory>
+#include <vector>
+
+namespace vintra {
+
+/// The road of a camera's frame to the tap of its camera. Owned by `Cameras` and held by the callbacks for as long as
+/// they run; it knows nothing of either. `captureOutput` runs on the cameras' queues; the rest is any thread.
+class CameraSamplePath final : public AVCaptureDataOutputSampleBufferDelegate {
+public:
+    using Taps = std::vector<std::shared_ptr<ExtraCameraTap>>;
+
+    explicit CameraSamplePath(std::shared_ptr<CameraTap> webcam);
+
+    /// A frame of an output that no extra tap names is the first camera's.
+    void captureOutput(const std::shared_ptr<AVCaptureOutput>& output,
+                       const CMSampleBuffer& didOutput) override;
+
+    Sink<Taps> extraCameraTaps;
+
+private:
+    const std::shared_ptr<CameraTap> webcam;
+};
+
+} // namespace vintra

@@ -1,0 +1,140 @@
+#include "Vintra/video/ScreenTrack.h"
+
+#include "Vintra/platform/HostClock.h"
+#include "Vintra/platform/Log.h"
+
+#include <string>
+#include <utility>
+
+namespace vintra {
+namespace {
+
+/// What the beat's log lines say of the writer.
+std::string writerStatusText(const std::weak_ptr<AVAssetWriter>& weakWriter) {
+    const auto writer = weakWriter.lock();
+    if (!writer) return "no writer";
+    std::string text = "writer status " + std::to_string(static_cast<int>(writer->status()));
+    if (const auto error = writer->error()) text += " (" + error->localizedDescription() + ")";
+    return text;
+}
+
+/// The status that a frame carries, if it is there and a whole number.
+std::optional<int64_t> frameStatus(const CMSampleBuffer& sample) {
+    const auto& attachments = sample.attachments();
+    if (attachments.empty()) return std::nullopt;
+    const auto entry = attachments.front().find(SCStreamFrameInfoStatus);
+    if (entry == attachments.front().end()) return std::nullopt;
+    const auto* const status = std::get_if<int64_t>(&entry->second);
+    return status ? std::optional(*status) : std::nullopt;
+}
+
+} // namespace
+
+std::shared_ptr<ScreenTrack> ScreenTrack::make(const Platform& platform,
+                                               std::function<void(const SystemError&)> streamStopped) {
+    return std::shared_ptr<ScreenTrack>(new ScreenTrack(platform, std::move(streamStopped)));
+}
+
+ScreenTrack::ScreenTrack(const Platform& platform, std::function<void(const SystemError&)> streamStopped)
+    : mainThread(platform.mainThread)
+    , screenCapture(platform.screenCapture)
+    , streamStopped(std::move(streamStopped))
+    , videoOutputQueue(platform.dispatchQueues->makeSerialQueue("com.screenrecorder.videoOutput"))
+    , screenBeat(std::make_shared<ScreenBeat>(platform.hostClock, platform.log))
+    , videoDrops(std::make_shared<DropCounter>())
+    , screenDropTimeline(std::make_shared<DropTimeline>())
+    , lastScreenFrameTime(std::make_shared<LastFrameTime>()) {}
+
+std::shared_ptr<SCStream> ScreenTrack::makeStream(const SCContentFilter& filter,
+                                                  const SCStreamConfiguration& configuration) {
+    auto stream = screenCapture->makeStream(filter, configuration, weak_from_this());
+    stream->addStreamOutput(weak_from_this(), SCStreamOutputType::screen, videoOutputQueue);
+    return stream;
+}
+
+void ScreenTrack::begin(CMTime commonStart) {
+    screenDropTimeline->begin(commonStart);
+}
+
+void ScreenTrack::beginBeat(CMTime commonStart, const Movie& movie) {
+    screenBeat->begin(
+        {.at = commonStart,
+         .rate = movie.frameRate,
+         .into = movie.input,
+         .on = videoOutputQueue,
+         .wrote =
+             [lastTime = lastScreenFrameTime](CMTime end) {
+                 if (end.isNumeric()) lastTime->set(end);
+             },
+         .lost =
+             [drops = videoDrops, timeline = screenDropTimeline](CMTime captured) {
+                 drops->add(1);
+                 timeline->record(captured);
+             },
+         .writerStatus = [writer = std::weak_ptr(movie.writer)] { return writerStatusText(writer); }});
+}
+
+void ScreenTrack::open(std::shared_ptr<AVAssetWriterInput> input) {
+    videoSink.fill(std::move(input));
+}
+
+void ScreenTrack::close() {
+    videoSink.empty();
+}
+
+Task<std::optional<SystemError>> ScreenTrack::start(std::shared_ptr<SCStream> stream) {
+    const auto begin = [stream](auto done) { stream->startCapture(done); };
+    startingStream = stream;
+    auto error = co_await awaitCompletion<std::optional<SystemError>>(*mainThread, begin);
+    startingStream.reset();
+    co_return error;
+}
+
+void ScreenTrack::cancelStart() {
+    if (const auto stream = startingStream.lock()) stream->stopCapture([](const auto&) {});
+}
+
+Task<> ScreenTrack::stop(std::shared_ptr<SCStream> stream) {
+    const auto begin = [stream](auto done) { stream->stopCapture(done); };
+    co_await awaitCompletion<std::optional<SystemError>>(*mainThread, begin);
+}
+
+Task<ScreenBeat::Totals> ScreenTrack::finish(CMTime stopTime) {
+    const auto begin = [queue = videoOutputQueue, beat = screenBeat, stopTime](auto done) {
+        queue->async([beat, stopTime, done] { done(beat->finish(stopTime)); });
+    };
+    co_return co_await awaitCompletion<ScreenBeat::Totals>(*mainThread, begin);
+}
+
+void ScreenTrack::cancel() {
+    screenBeat->cancel();
+}
+
+void ScreenTrack::resetCounters() {
+    videoDrops->reset();
+}
+
+std::vector<double> ScreenTrack::takeDropTimes() {
+    return screenDropTimeline->take();
+}
+
+std::optional<CMTime> ScreenTrack::takeLastFrameTime() {
+    const auto time = lastScreenFrameTime->read();
+    lastScreenFrameTime->clear();
+    return time;
+}
+
+void ScreenTrack::stream(SCStream&, const CMSampleBuffer& didOutputSampleBuffer, SCStreamOutputType of) {
+    if (!didOutputSampleBuffer.isValid() || of != SCStreamOutputType::screen) return;
+    // Idle, blank, suspended, started and stopped carry no new picture: a still screen is a silence here, and the
+    // beat fills it.
+    if (frameStatus(didOutputSampleBuffer) != static_cast<int64_t>(SCFrameStatus::complete)) return;
+    if (!videoSink.get()) return;
+    screenBeat->frame(didOutputSampleBuffer);
+}
+
+void ScreenTrack::stream(SCStream&, const SystemError& didStopWithError) {
+    mainThread->post([tell = streamStopped, error = didStopWithError] { tell(error); });
+}
+
+} // namespace vintra
