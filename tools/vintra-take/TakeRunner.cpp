@@ -3,6 +3,7 @@
 #include "Vintra/platform/FileManager.h"
 #include "Vintra/platform/HostClock.h"
 #include "Vintra/platform/ProcessInfo.h"
+#include "Vintra/platform/ScreenCapture.h"
 #include "Vintra/platform/UserDefaults.h"
 #include "Vintra/platform/WindowList.h"
 #include "Vintra/platform/linux/pipewire/PipeWireCaptureDevices.h"
