@@ -1,5 +1,7 @@
 #include "Vintra/audio/AudioSelection.h"
 
+#include "Vintra/platform/CaptureDevices.h"
+
 #include <algorithm>
 #include <utility>
 

@@ -4,7 +4,6 @@
 #include "Vintra/audio/LevelsModel.h"
 #include "Vintra/audio/RelayTelemetry.h"
 #include "Vintra/audio/SystemOutputStatus.h"
-#include "Vintra/platform/CaptureDevices.h"
 #include "Vintra/platform/Published.h"
 
 #include <memory>
@@ -14,6 +13,8 @@
 #include <vector>
 
 namespace vintra {
+
+class AVCaptureDevice;
 
 /// What of sound is there, what is chosen, and what the user hears. Part of the controller's state. Main thread.
 struct AudioSelection {

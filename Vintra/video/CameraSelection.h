@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Vintra/platform/CaptureDevices.h"
 #include "Vintra/platform/Published.h"
 #include "Vintra/platform/UUID.h"
 #include "Vintra/video/CameraResolution.h"
@@ -15,6 +14,9 @@
 #include <vector>
 
 namespace vintra {
+
+class AVCaptureDevice;
+class AVCaptureSession;
 
 /// Which cameras are there, and which are chosen and shown. Part of the controller's state. Main thread.
 struct CameraSelection {
