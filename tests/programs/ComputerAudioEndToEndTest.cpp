@@ -106,10 +106,10 @@ std::vector<float> floatsOf(const std::string& path) {
 /// An output of a test's own that plays nothing. Ends with this object.
 class SilentOutput {
 public:
-    SilentOutput(std::string aName, int rate)
-        : name(std::move(aName)) {
+    SilentOutput(std::string name, int rate)
+        : name(std::move(name)) {
         runProgram({"pw-cli", "create-node", "adapter",
-                    "{ factory.name=support.null-audio-sink node.name=" + name +
+                    "{ factory.name=support.null-audio-sink node.name=" + this->name +
                         " media.class=Audio/Sink audio.channels=2 audio.position=[FL FR] audio.rate=" +
                         std::to_string(rate) + " object.linger=true priority.session=1 }"});
     }
@@ -176,7 +176,7 @@ public:
         account.silent += std::exchange(silence, 0); // that behind the last frame isn't in the middle
         const int64_t step = account.played == 0
                                  ? number + 1
-                                 : (number - previous + NumberedSound::period) % NumberedSound::period;
+                                 : (number - previous + NumberedSound::kPeriod) % NumberedSound::kPeriod;
         account.repeated += step == 0;
         account.lost += step > 1 ? step - 1 : 0;
         account.played += step != 0;
@@ -204,7 +204,7 @@ Account accountOf(const RecordedWav& wav) {
         const int64_t level = std::lround(left / scale);
         const double exact = static_cast<double>(level) * scale;
         const bool isWhole = std::fabs(left - exact) <= 1 && std::fabs(right + exact) <= 1;
-        accountant.see(isWhole ? level - NumberedSound::firstLevel : -2);
+        accountant.see(isWhole ? level - NumberedSound::kFirstLevel : -2);
     }
     return accountant.account;
 }
@@ -219,7 +219,7 @@ Account accountOf(const std::vector<float>& heard) {
         }
         const float level = heard[at] * 32'768;
         const bool isWhole = level == std::round(level) && heard[at + 1] == -heard[at];
-        accountant.see(isWhole ? std::lround(level) - NumberedSound::firstLevel : -2);
+        accountant.see(isWhole ? std::lround(level) - NumberedSound::kFirstLevel : -2);
     }
     return accountant.account;
 }

@@ -12,12 +12,12 @@ namespace vintra {
 /// levels that are far from silence, right is its negative.
 namespace NumberedSound {
 
-inline constexpr int64_t period = 30'000; ///< frames until the count begins anew
-inline constexpr int32_t firstLevel = 1000;
+inline constexpr int64_t kPeriod = 30'000; ///< frames until the count begins anew
+inline constexpr int32_t kFirstLevel = 1000;
 
 /// Left's 16-bit level at a frame.
 inline int32_t level(int64_t frame) {
-    return firstLevel + static_cast<int32_t>(frame % period);
+    return kFirstLevel + static_cast<int32_t>(frame % kPeriod);
 }
 
 /// A 16-bit WAV at 48 kHz.

@@ -5,8 +5,8 @@
 
 namespace vintra {
 
-RecordedWav::RecordedWav(const URL& url, size_t someChannels)
-    : channels(someChannels) {
+RecordedWav::RecordedWav(const URL& url, size_t channels)
+    : channels(channels) {
     LinuxFileManager files;
     const auto header = readWavHeader(files, url);
     if (!header) return;

@@ -15,7 +15,7 @@ struct ScreenPicture {
     int height = 0;
     std::vector<uint32_t> pixels;
 
-    ScreenPicture(int aWidth, int aHeight);
+    ScreenPicture(int width, int height);
     explicit ScreenPicture(const CVPixelBuffer& buffer);
     uint32_t at(int x, int y) const { return pixels[static_cast<size_t>(y * width + x)]; }
     void fill(int x, int y, int fillWidth, int fillHeight, uint32_t colour);

@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr const char* usage = R"(usage: flash-and-click [options]
+constexpr const char* kUsage = R"(usage: flash-and-click [options]
   --name NAME            node.name of the microphone (vintra.headless.flash-and-click)
   --description TEXT     node.description (Flash and Click)
   --first SECONDS        from now to the first instant (1)
@@ -25,14 +25,14 @@ constexpr const char* usage = R"(usage: flash-and-click [options]
   --flash SECONDS        how long the window is white (0.1)
 )";
 
-constexpr int64_t nanosecondsPerSecond = 1'000'000'000;
-constexpr uint32_t sampleRate = 48000;
+constexpr int64_t kNanosecondsPerSecond = 1'000'000'000;
+constexpr uint32_t kSampleRate = 48000;
 
 struct Options {
     vintra::PublishedSourceOptions source{.name = "vintra.headless.flash-and-click",
                                           .description = "Flash and Click",
                                           .channels = 1,
-                                          .sampleRate = sampleRate};
+                                          .sampleRate = kSampleRate};
     double first = 1;
     double interval = 2;
     int64_t count = 0;
@@ -41,17 +41,17 @@ struct Options {
 };
 
 int64_t nanoseconds(double seconds) {
-    return static_cast<int64_t>(seconds * static_cast<double>(nanosecondsPerSecond));
+    return static_cast<int64_t>(seconds * static_cast<double>(kNanosecondsPerSecond));
 }
 
 int64_t now() {
     timespec time{};
     clock_gettime(CLOCK_MONOTONIC, &time);
-    return time.tv_sec * nanosecondsPerSecond + time.tv_nsec;
+    return time.tv_sec * kNanosecondsPerSecond + time.tv_nsec;
 }
 
 void sleepUntil(int64_t instant) {
-    const timespec time{instant / nanosecondsPerSecond, instant % nanosecondsPerSecond};
+    const timespec time{instant / kNanosecondsPerSecond, instant % kNanosecondsPerSecond};
     while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &time, nullptr) != 0) {
     }
 }
@@ -73,13 +73,13 @@ struct Schedule {
 
 /// 10 ms of a 1 kHz square wave from each instant on, silence elsewhere.
 void fillClicks(const Schedule& schedule, const vintra::SourceFrames& target) {
-    constexpr int64_t clickFrames = sampleRate / 100;
+    constexpr int64_t clickFrames = kSampleRate / 100;
     for (uint32_t frame = 0; frame < target.frames; ++frame) {
-        const int64_t time = target.firstFrameTime + int64_t{frame} * nanosecondsPerSecond / sampleRate;
+        const int64_t time = target.firstFrameTime + int64_t{frame} * kNanosecondsPerSecond / kSampleRate;
         const int64_t index = schedule.latestIndex(time);
         float sample = 0;
         if (index >= 0) {
-            const int64_t since = (time - schedule.instant(index)) * sampleRate / nanosecondsPerSecond;
+            const int64_t since = (time - schedule.instant(index)) * kSampleRate / kNanosecondsPerSecond;
             if (since < clickFrames) sample = since / 24 % 2 == 0 ? 0.9F : -0.9F;
         }
         std::fill_n(target.samples + size_t{frame} * target.channels, target.channels, sample);
@@ -157,7 +157,7 @@ int main(int argc, char** argv) {
         understood = readOption(options, argv[index], argv[index + 1]);
     }
     if (!understood || options.flash <= 0 || options.interval < options.flash + 0.05 || options.count < 0) {
-        std::fputs(usage, stderr);
+        std::fputs(kUsage, stderr);
         return 2;
     }
     FlashWindow window;

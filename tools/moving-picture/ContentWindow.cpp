@@ -25,8 +25,8 @@ ContentWindow::Place wholeScreen(Display* display) {
 
 } // namespace
 
-ContentWindow::ContentWindow(Display* aDisplay, unsigned long ground, const std::optional<Place>& place)
-    : display(aDisplay)
+ContentWindow::ContentWindow(Display* display, unsigned long ground, const std::optional<Place>& place)
+    : display(display)
     , width(place.value_or(wholeScreen(display)).width)
     , height(place.value_or(wholeScreen(display)).height)
     , window(makeWindow(display, place.value_or(wholeScreen(display)), ground, place.has_value()))

@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr const char* usage = R"(usage: published-microphone [options]
+constexpr const char* kUsage = R"(usage: published-microphone [options]
   --name NAME            node.name (vintra.headless.microphone)
   --description TEXT     node.description (Headless Microphone)
   --channels N           1...64 (1)
@@ -73,7 +73,7 @@ int main(int argc, char** argv) {
         understood = readOption(options, argv[index], argv[index + 1]);
     }
     if (!understood || !isUsable(options)) {
-        std::fputs(usage, stderr);
+        std::fputs(kUsage, stderr);
         return 2;
     }
     options.signal.sampleRate = options.source.sampleRate;

@@ -101,8 +101,8 @@ std::string filled(const std::string& option, const std::string& text) {
 /// Reads one command line.
 class Reader {
 public:
-    explicit Reader(const std::vector<std::string>& someArguments)
-        : arguments(someArguments) {}
+    explicit Reader(const std::vector<std::string>& arguments)
+        : arguments(arguments) {}
 
     Options read() {
         while (position < arguments.size())

@@ -10,8 +10,8 @@ namespace vintra {
 /// output can be neither read nor set, nor can where alerts go be set. All else is the machine's own.
 class OthersOutputs : public AudioHardware {
 public:
-    explicit OthersOutputs(std::shared_ptr<AudioHardware> aMachine)
-        : machine(std::move(aMachine)) {}
+    explicit OthersOutputs(std::shared_ptr<AudioHardware> machine)
+        : machine(std::move(machine)) {}
 
     std::vector<AudioObjectID> devices() const override { return machine->devices(); }
     std::optional<std::vector<uint32_t>> inputStreamChannels(AudioObjectID device) const override {

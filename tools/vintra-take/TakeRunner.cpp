@@ -34,11 +34,11 @@ const char* rawValue(ScreenCodec codec) {
 
 } // namespace
 
-TakeRunner::TakeRunner(LinuxPlatform& aMachine, Options someOptions, Outlets someOutlets, Routing aRouting)
-    : machine(aMachine)
-    , options(std::move(someOptions))
-    , outlets(std::move(someOutlets))
-    , routing(aRouting)
+TakeRunner::TakeRunner(LinuxPlatform& machine, Options options, Outlets outlets, Routing routing)
+    : machine(machine)
+    , options(std::move(options))
+    , outlets(std::move(outlets))
+    , routing(routing)
     , manager(ScreenRecorderManager::make(machine.services)) {}
 
 TakeRunner::~TakeRunner() {

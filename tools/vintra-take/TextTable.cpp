@@ -15,8 +15,8 @@ size_t widthOf(const std::string& text) {
 
 } // namespace
 
-TextTable::TextTable(std::vector<std::string> heads, size_t someLeftColumns)
-    : leftColumns(someLeftColumns) {
+TextTable::TextTable(std::vector<std::string> heads, size_t leftColumns)
+    : leftColumns(leftColumns) {
     rows.push_back(std::move(heads));
 }
 

@@ -19,8 +19,8 @@ std::string SoundRoutingClaim::standardPath() {
     return folder ? folder->appendingPathComponent("vintra-sound-routing.lock").path() : "";
 }
 
-SoundRoutingClaim::SoundRoutingClaim(std::string aPath)
-    : path(std::move(aPath)) {}
+SoundRoutingClaim::SoundRoutingClaim(std::string path)
+    : path(std::move(path)) {}
 
 bool SoundRoutingClaim::take(int waitMilliseconds) {
     if (held.isOpen()) return true;

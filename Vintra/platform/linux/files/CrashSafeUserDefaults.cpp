@@ -42,35 +42,35 @@ URL CrashSafeUserDefaults::standardFile(const std::string& key) {
     return userStateDirectory().appendingPathComponent("vintra").appendingPathComponent(key + ofSession);
 }
 
-CrashSafeUserDefaults::CrashSafeUserDefaults(std::shared_ptr<UserDefaults> someOthers, std::string aKey,
-                                             URL aFile, std::shared_ptr<Log> aLog)
-    : others(std::move(someOthers))
-    , key(std::move(aKey))
-    , file(std::move(aFile))
-    , log(std::move(aLog)) {
-    std::ifstream stream(file.path(), std::ios::binary);
+CrashSafeUserDefaults::CrashSafeUserDefaults(std::shared_ptr<UserDefaults> others, std::string safeKey,
+                                             URL file, std::shared_ptr<Log> log)
+    : others(std::move(others))
+    , safeKey(std::move(safeKey))
+    , file(std::move(file))
+    , log(std::move(log)) {
+    std::ifstream stream(this->file.path(), std::ios::binary);
     std::string text{std::istreambuf_iterator<char>(stream), {}};
     if (!text.empty()) kept = std::move(text);
 }
 
 std::optional<DefaultsValue> CrashSafeUserDefaults::value(const std::string& ofKey) const {
-    if (ofKey != key) return others->value(ofKey);
+    if (ofKey != safeKey) return others->value(ofKey);
     return kept ? std::optional<DefaultsValue>(*kept) : std::nullopt;
 }
 
-void CrashSafeUserDefaults::set(const std::string& aKey, DefaultsValue value) {
+void CrashSafeUserDefaults::set(const std::string& key, DefaultsValue value) {
     const std::string* const text = std::get_if<std::string>(&value);
-    if (aKey != key || !text) {
-        others->set(aKey, std::move(value));
+    if (key != safeKey || !text) {
+        others->set(key, std::move(value));
         return;
     }
     kept = *text;
     write(*text);
 }
 
-void CrashSafeUserDefaults::remove(const std::string& aKey) {
-    if (aKey != key) {
-        others->remove(aKey);
+void CrashSafeUserDefaults::remove(const std::string& key) {
+    if (key != safeKey) {
+        others->remove(key);
         return;
     }
     // What this run has neither noted nor found may be another's note by now.

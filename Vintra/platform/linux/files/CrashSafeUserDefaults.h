@@ -18,19 +18,19 @@ public:
     /// this session's sound server alone, by `soundServerDirectory`.
     static URL standardFile(const std::string& key);
 
-    CrashSafeUserDefaults(std::shared_ptr<UserDefaults> others, std::string key, URL file,
+    CrashSafeUserDefaults(std::shared_ptr<UserDefaults> others, std::string safeKey, URL file,
                           std::shared_ptr<Log> log);
 
     std::optional<DefaultsValue> value(const std::string& ofKey) const override;
-    void set(const std::string& aKey, DefaultsValue value) override;
-    void remove(const std::string& aKey) override;
+    void set(const std::string& key, DefaultsValue value) override;
+    void remove(const std::string& key) override;
 
 private:
     void write(const std::string& text) const;
     void complain(const std::string& what) const;
 
     const std::shared_ptr<UserDefaults> others;
-    const std::string key;
+    const std::string safeKey;
     const URL file;
     const std::shared_ptr<Log> log;
     std::optional<std::string> kept;

@@ -8,9 +8,9 @@ namespace vintra {
 /// An open file. One thread at a time.
 class LinuxFileHandle : public FileHandle {
 public:
-    LinuxFileHandle(FileDescriptor aDescriptor, URL aFile)
-        : descriptor(std::move(aDescriptor))
-        , file(std::move(aFile)) {}
+    LinuxFileHandle(FileDescriptor descriptor, URL file)
+        : descriptor(std::move(descriptor))
+        , file(std::move(file)) {}
 
     size_t read(uint8_t* bytes, size_t count) override;
     void write(const uint8_t* bytes, size_t count) override;

@@ -29,10 +29,10 @@ URL LinuxUserDefaults::standardFile(const FileManager& fileManager) {
     return folder.appendingPathComponent("vintra").appendingPathComponent("settings.json");
 }
 
-LinuxUserDefaults::LinuxUserDefaults(URL aFile, Services someServices)
-    : file(std::move(aFile))
-    , services(std::move(someServices))
-    , queue(services.dispatchQueues->makeSerialQueue("settings")) {
+LinuxUserDefaults::LinuxUserDefaults(URL file, Services services)
+    : file(std::move(file))
+    , services(std::move(services))
+    , queue(this->services.dispatchQueues->makeSerialQueue("settings")) {
     read();
 }
 

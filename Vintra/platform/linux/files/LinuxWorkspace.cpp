@@ -52,9 +52,9 @@ std::optional<URL> programOfMenuEntry(const URL& entry) {
 LinuxWorkspace::LinuxWorkspace()
     : LinuxWorkspace(URL::fileURL("/"), standardMenuFolders()) {}
 
-LinuxWorkspace::LinuxWorkspace(URL aRoot, std::vector<URL> someMenuFolders)
-    : root(std::move(aRoot))
-    , menuFolders(std::move(someMenuFolders)) {}
+LinuxWorkspace::LinuxWorkspace(URL root, std::vector<URL> menuFolders)
+    : root(std::move(root))
+    , menuFolders(std::move(menuFolders)) {}
 
 std::optional<URL> LinuxWorkspace::urlForApplication(const std::string& withBundleIdentifier) const {
     // The free edition and Studio install the same program.

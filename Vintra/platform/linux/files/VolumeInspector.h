@@ -14,9 +14,9 @@ namespace vintra {
 class VolumeInspector {
 public:
     /// The roots are for tests.
-    explicit VolumeInspector(std::string aSysRoot = "/sys", std::string aMountInfo = "/proc/self/mountinfo")
-        : sysRoot(std::move(aSysRoot))
-        , mountInfo(std::move(aMountInfo)) {}
+    explicit VolumeInspector(std::string sysRoot = "/sys", std::string mountInfo = "/proc/self/mountinfo")
+        : sysRoot(std::move(sysRoot))
+        , mountInfo(std::move(mountInfo)) {}
 
     /// Nothing for a place without a block device behind it (network, memory) or if it can't be read. A path
     /// that doesn't exist yet lies where the nearest folder above it does.

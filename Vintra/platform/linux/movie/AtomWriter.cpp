@@ -2,15 +2,15 @@
 
 namespace vintra {
 
-AtomWriter::Atom::Atom(AtomWriter& aWriter, const char (&type)[5])
-    : writer(aWriter)
-    , start(aWriter.size()) {
+AtomWriter::Atom::Atom(AtomWriter& writer, const char (&type)[5])
+    : writer(writer)
+    , start(writer.size()) {
     writer.u32(0);
     writer.type(type);
 }
 
-AtomWriter::Atom::Atom(AtomWriter& aWriter, const char (&type)[5], uint8_t version, uint32_t flags)
-    : Atom(aWriter, type) {
+AtomWriter::Atom::Atom(AtomWriter& writer, const char (&type)[5], uint8_t version, uint32_t flags)
+    : Atom(writer, type) {
     writer.u32(uint32_t{version} << 24 | flags);
 }
 

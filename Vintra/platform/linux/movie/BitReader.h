@@ -10,8 +10,8 @@ namespace vintra {
 /// zeros. A value of one thread.
 class BitReader {
 public:
-    explicit BitReader(std::span<const uint8_t> someBytes)
-        : bytes(someBytes) {}
+    explicit BitReader(std::span<const uint8_t> bytes)
+        : bytes(bytes) {}
 
     uint32_t bits(int count) {
         uint32_t value = 0;

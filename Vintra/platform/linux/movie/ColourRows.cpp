@@ -11,8 +11,8 @@ using M = ColourMatrix;
 
 uint8_t luma(const uint8_t* pixel) {
     return static_cast<uint8_t>(
-        (M::lumaBlue * pixel[0] + M::lumaGreen * pixel[1] + M::lumaRed * pixel[2] + M::lumaOffset) >>
-        M::lumaShift);
+        (M::kLumaBlue * pixel[0] + M::kLumaGreen * pixel[1] + M::kLumaRed * pixel[2] + M::kLumaOffset) >>
+        M::kLumaShift);
 }
 
 } // namespace
@@ -30,9 +30,11 @@ void convertColourRowsPortable(const uint8_t* top, const uint8_t* bottom, size_t
         const int green = a[1] + a[5] + b[1] + b[5];
         const int red = a[2] + a[6] + b[2] + b[6];
         chroma[x] = static_cast<uint8_t>(
-            (M::cbBlue * blue + M::cbGreen * green + M::cbRed * red + M::chromaOffset) >> M::chromaShift);
+            (M::kCbBlue * blue + M::kCbGreen * green + M::kCbRed * red + M::kChromaOffset) >>
+            M::kChromaShift);
         chroma[x + 1] = static_cast<uint8_t>(
-            (M::crBlue * blue + M::crGreen * green + M::crRed * red + M::chromaOffset) >> M::chromaShift);
+            (M::kCrBlue * blue + M::kCrGreen * green + M::kCrRed * red + M::kChromaOffset) >>
+            M::kChromaShift);
     }
 }
 
@@ -55,11 +57,11 @@ inline __m128i weights(int blue, int green, int red) {
 
 struct Sse2 {
     const __m128i zero = _mm_setzero_si128();
-    const __m128i luma = weights(M::lumaBlue, M::lumaGreen, M::lumaRed);
-    const __m128i cb = weights(M::cbBlue, M::cbGreen, M::cbRed);
-    const __m128i cr = weights(M::crBlue, M::crGreen, M::crRed);
-    const __m128i lumaOffset = _mm_set1_epi32(M::lumaOffset);
-    const __m128i chromaOffset = _mm_set1_epi32(M::chromaOffset);
+    const __m128i luma = weights(M::kLumaBlue, M::kLumaGreen, M::kLumaRed);
+    const __m128i cb = weights(M::kCbBlue, M::kCbGreen, M::kCbRed);
+    const __m128i cr = weights(M::kCrBlue, M::kCrGreen, M::kCrRed);
+    const __m128i kLumaOffset = _mm_set1_epi32(M::kLumaOffset);
+    const __m128i kChromaOffset = _mm_set1_epi32(M::kChromaOffset);
 
     /// Four pixels of each row: four lumas a row in 32 bits, and Cb Cr Cb Cr.
     inline void convert(const uint8_t* top, const uint8_t* bottom, __m128i& lumaTop, __m128i& lumaBottom,
@@ -76,11 +78,11 @@ struct Sse2 {
         const __m128i s1 = _mm_add_epi16(a1, b1);
         const __m128i sum = _mm_add_epi16(_mm_unpacklo_epi64(s0, s1), _mm_unpackhi_epi64(s0, s1));
         const __m128i both = addPairs(_mm_madd_epi16(sum, cb), _mm_madd_epi16(sum, cr)); // Cb Cb Cr Cr
-        chroma = _mm_srai_epi32(_mm_add_epi32(_mm_shuffle_epi32(both, 0xD8), chromaOffset), M::chromaShift);
+        chroma = _mm_srai_epi32(_mm_add_epi32(_mm_shuffle_epi32(both, 0xD8), kChromaOffset), M::kChromaShift);
     }
     inline __m128i lumaOf(__m128i low, __m128i high) const {
         const __m128i sum = addPairs(_mm_madd_epi16(low, luma), _mm_madd_epi16(high, luma));
-        return _mm_srai_epi32(_mm_add_epi32(sum, lumaOffset), M::lumaShift);
+        return _mm_srai_epi32(_mm_add_epi32(sum, kLumaOffset), M::kLumaShift);
     }
 };
 
@@ -129,7 +131,7 @@ VINTRA_AVX2 inline void storeAvx2(uint8_t* to, __m256i a, __m256i b, __m256i c, 
 
 VINTRA_AVX2 inline __m256i lumaAvx2(__m256i low, __m256i high, __m256i weight, __m256i offset) {
     const __m256i sum = addPairsAvx2(_mm256_madd_epi16(low, weight), _mm256_madd_epi16(high, weight));
-    return _mm256_srai_epi32(_mm256_add_epi32(sum, offset), M::lumaShift);
+    return _mm256_srai_epi32(_mm256_add_epi32(sum, offset), M::kLumaShift);
 }
 
 } // namespace
@@ -137,11 +139,11 @@ VINTRA_AVX2 inline __m256i lumaAvx2(__m256i low, __m256i high, __m256i weight, _
 VINTRA_AVX2 void convertColourRowsAvx2(const uint8_t* top, const uint8_t* bottom, size_t width,
                                        uint8_t* lumaTop, uint8_t* lumaBottom, uint8_t* chroma) {
     const __m256i zero = _mm256_setzero_si256();
-    const __m256i luma = _mm256_broadcastsi128_si256(weights(M::lumaBlue, M::lumaGreen, M::lumaRed));
-    const __m256i cb = _mm256_broadcastsi128_si256(weights(M::cbBlue, M::cbGreen, M::cbRed));
-    const __m256i cr = _mm256_broadcastsi128_si256(weights(M::crBlue, M::crGreen, M::crRed));
-    const __m256i lumaOffset = _mm256_set1_epi32(M::lumaOffset);
-    const __m256i chromaOffset = _mm256_set1_epi32(M::chromaOffset);
+    const __m256i luma = _mm256_broadcastsi128_si256(weights(M::kLumaBlue, M::kLumaGreen, M::kLumaRed));
+    const __m256i cb = _mm256_broadcastsi128_si256(weights(M::kCbBlue, M::kCbGreen, M::kCbRed));
+    const __m256i cr = _mm256_broadcastsi128_si256(weights(M::kCrBlue, M::kCrGreen, M::kCrRed));
+    const __m256i kLumaOffset = _mm256_set1_epi32(M::kLumaOffset);
+    const __m256i kChromaOffset = _mm256_set1_epi32(M::kChromaOffset);
     size_t x = 0;
     for (; x + 32 <= width; x += 32) {
         __m256i above[4];
@@ -155,16 +157,16 @@ VINTRA_AVX2 void convertColourRowsAvx2(const uint8_t* top, const uint8_t* bottom
             const __m256i a1 = _mm256_unpackhi_epi8(a, zero); // pixels 2 3 and 6 7
             const __m256i b0 = _mm256_unpacklo_epi8(b, zero);
             const __m256i b1 = _mm256_unpackhi_epi8(b, zero);
-            above[i] = lumaAvx2(a0, a1, luma, lumaOffset);
-            below[i] = lumaAvx2(b0, b1, luma, lumaOffset);
+            above[i] = lumaAvx2(a0, a1, luma, kLumaOffset);
+            below[i] = lumaAvx2(b0, b1, luma, kLumaOffset);
             const __m256i s0 = _mm256_add_epi16(a0, b0);
             const __m256i s1 = _mm256_add_epi16(a1, b1);
             const __m256i sum =
                 _mm256_add_epi16(_mm256_unpacklo_epi64(s0, s1), _mm256_unpackhi_epi64(s0, s1));
             const __m256i both =
                 addPairsAvx2(_mm256_madd_epi16(sum, cb), _mm256_madd_epi16(sum, cr)); // Cb Cb Cr Cr
-            colour[i] = _mm256_srai_epi32(_mm256_add_epi32(_mm256_shuffle_epi32(both, 0xD8), chromaOffset),
-                                          M::chromaShift);
+            colour[i] = _mm256_srai_epi32(_mm256_add_epi32(_mm256_shuffle_epi32(both, 0xD8), kChromaOffset),
+                                          M::kChromaShift);
         }
         storeAvx2(lumaTop + x, above[0], above[1], above[2], above[3]);
         storeAvx2(lumaBottom + x, below[0], below[1], below[2], below[3]);

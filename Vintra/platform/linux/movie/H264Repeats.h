@@ -33,9 +33,9 @@ public:
     std::vector<uint8_t> repeat();
 
 private:
-    H264Repeats(int aNumberBits, uint32_t someBlocks)
-        : numberBits(aNumberBits)
-        , blocks(someBlocks) {}
+    H264Repeats(int numberBits, uint32_t blocks)
+        : numberBits(numberBits)
+        , blocks(blocks) {}
     void renumberSlice(std::vector<uint8_t>& unit);
 
     int numberBits;        ///< of a picture's number

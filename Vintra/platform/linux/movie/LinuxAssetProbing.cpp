@@ -12,8 +12,8 @@ namespace {
 /// A file that was read once and closed again.
 class LinuxAsset : public AVURLAsset {
 public:
-    explicit LinuxAsset(std::optional<AssetFacts> someFacts)
-        : facts(std::move(someFacts)) {}
+    explicit LinuxAsset(std::optional<AssetFacts> facts)
+        : facts(std::move(facts)) {}
 
     std::optional<CMTime> loadDuration() override {
         return facts ? std::optional(facts->duration) : std::nullopt;

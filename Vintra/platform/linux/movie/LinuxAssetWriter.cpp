@@ -9,8 +9,8 @@
 namespace vintra {
 
 struct LinuxAssetWriter::Shared {
-    explicit Shared(const LinuxAssetWritersOptions& someOptions)
-        : options(someOptions) {}
+    explicit Shared(const LinuxAssetWritersOptions& options)
+        : options(options) {}
 
     const LinuxAssetWritersOptions options;
     const std::shared_ptr<WriterQueue> queue = std::make_shared<WriterQueue>();
@@ -21,11 +21,11 @@ struct LinuxAssetWriter::Shared {
     bool running GUARDED_BY(mutex) = false;
 
     /// Does nothing once the writer has ended.
-    void fail(const SystemError& anError) {
+    void fail(const SystemError& reason) {
         MutexLock lock(mutex);
         if (status != AVAssetWriterStatus::writing && status != AVAssetWriterStatus::unknown) return;
         status = AVAssetWriterStatus::failed;
-        error = anError;
+        error = reason;
     }
 
     bool isWriting() const {
@@ -58,12 +58,12 @@ struct LinuxAssetWriter::Shared {
     }
 };
 
-LinuxAssetWriter::LinuxAssetWriter(const URL& outputURL, AVFileType aFileType,
-                                   const LinuxAssetWritersOptions& someOptions)
+LinuxAssetWriter::LinuxAssetWriter(const URL& outputURL, AVFileType fileType,
+                                   const LinuxAssetWritersOptions& options)
     : url(outputURL)
-    , fileType(aFileType)
-    , options(someOptions)
-    , shared(std::make_shared<Shared>(someOptions)) {}
+    , fileType(fileType)
+    , options(options)
+    , shared(std::make_shared<Shared>(options)) {}
 
 LinuxAssetWriter::~LinuxAssetWriter() {
     if (!finishing) shared->queue->abandon();

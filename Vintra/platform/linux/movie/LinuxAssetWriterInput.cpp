@@ -16,16 +16,16 @@ constexpr int64_t kMostWaitingSound = 2'000'000; // microseconds
 
 } // namespace
 
-LinuxAssetWriterInput::LinuxAssetWriterInput(AVOutputSettings someSettings, bool expectsMediaDataInRealTime)
-    : settings(std::move(someSettings))
+LinuxAssetWriterInput::LinuxAssetWriterInput(AVOutputSettings settings, bool expectsMediaDataInRealTime)
+    : settings(std::move(settings))
     , realTime(expectsMediaDataInRealTime) {}
 
 AVMediaType LinuxAssetWriterInput::mediaType() const {
     return std::holds_alternative<AVVideoSettings>(settings) ? AVMediaType::video : AVMediaType::audio;
 }
 
-void LinuxAssetWriterInput::attach(std::shared_ptr<WriterQueue> aQueue) {
-    queue = std::move(aQueue);
+void LinuxAssetWriterInput::attach(std::shared_ptr<WriterQueue> to) {
+    queue = std::move(to);
     index = queue->addInput(capacity());
 }
 

@@ -20,7 +20,7 @@ public:
 
     bool isAttached() const { return queue != nullptr; }
     /// Joins a writer's line; its index there is the number of the track.
-    void attach(std::shared_ptr<WriterQueue> aQueue);
+    void attach(std::shared_ptr<WriterQueue> to);
 
 private:
     int64_t capacity() const;

@@ -8,8 +8,8 @@ extern "C" {
 
 namespace vintra {
 
-LinuxAssetWriters::LinuxAssetWriters(LinuxAssetWritersOptions someOptions)
-    : options(someOptions) {
+LinuxAssetWriters::LinuxAssetWriters(LinuxAssetWritersOptions options)
+    : options(options) {
     av_log_set_level(AV_LOG_ERROR); // the encoders would fill the terminal with their figures
 }
 

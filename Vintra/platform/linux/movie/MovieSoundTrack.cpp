@@ -11,12 +11,12 @@ constexpr double kLongestGap = 24 * 60 * 60; // seconds: a time beyond it is no 
 
 } // namespace
 
-MovieSoundTrack::MovieSoundTrack(QuickTimeFile& aMovie, const AVAudioSettings& someSettings)
-    : movie(aMovie)
-    , settings(someSettings)
-    , track(aMovie.addSoundTrack())
-    , converter(someSettings.sampleRate, someSettings.numberOfChannels)
-    , encoder(someSettings, [this](std::vector<uint8_t> packet) { take(std::move(packet)); }) {
+MovieSoundTrack::MovieSoundTrack(QuickTimeFile& movie, const AVAudioSettings& settings)
+    : movie(movie)
+    , settings(settings)
+    , track(movie.addSoundTrack())
+    , converter(settings.sampleRate, settings.numberOfChannels)
+    , encoder(settings, [this](std::vector<uint8_t> packet) { take(std::move(packet)); }) {
     movie.describe(track, {.timescale = static_cast<int32_t>(settings.sampleRate),
                            .sampleDescription = encoder.sampleDescription(),
                            .priming = encoder.priming()});

@@ -26,10 +26,10 @@ int32_t movieTimescale(CMTime firstTime, CMTime duration) {
     return static_cast<int32_t>(timescale);
 }
 
-MovieVideoTrack::MovieVideoTrack(QuickTimeFile& aMovie, const AVVideoSettings& someSettings)
-    : movie(aMovie)
-    , settings(someSettings)
-    , track(aMovie.addPictureTrack(someSettings.width, someSettings.height)) {}
+MovieVideoTrack::MovieVideoTrack(QuickTimeFile& movie, const AVVideoSettings& settings)
+    : movie(movie)
+    , settings(settings)
+    , track(movie.addPictureTrack(settings.width, settings.height)) {}
 
 void MovieVideoTrack::begin(CMTime firstTime, CMTime duration) {
     timescale = movieTimescale(firstTime, duration);

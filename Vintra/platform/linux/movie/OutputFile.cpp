@@ -72,9 +72,9 @@ OutputFile OutputFile::create(const URL& url) {
     return OutputFile(url, descriptor);
 }
 
-OutputFile::OutputFile(URL url, int aDescriptor)
+OutputFile::OutputFile(URL url, int descriptor)
     : url_(std::move(url))
-    , descriptor(aDescriptor) {}
+    , descriptor(descriptor) {}
 
 OutputFile::OutputFile(OutputFile&& other) noexcept
     : url_(std::move(other.url_))

@@ -24,10 +24,10 @@ void paintBlack(const CVPixelBuffer& picture) {
 
 } // namespace
 
-PictureScaler::PictureScaler(size_t aWidth, size_t aHeight, AVVideoScalingMode aMode)
-    : width(aWidth)
-    , height(aHeight)
-    , mode(aMode) {}
+PictureScaler::PictureScaler(size_t width, size_t height, AVVideoScalingMode mode)
+    : width(width)
+    , height(height)
+    , mode(mode) {}
 
 PictureScaler::~PictureScaler() {
     sws_freeContext(context);

@@ -36,8 +36,8 @@ void writeMovieHeader(AtomWriter& out, int32_t timescale, int64_t duration, size
 
 } // namespace
 
-QuickTimeFile::QuickTimeFile(OutputFile aFile)
-    : file(std::move(aFile)) {
+QuickTimeFile::QuickTimeFile(OutputFile file)
+    : file(std::move(file)) {
     AtomWriter out;
     {
         const Atom type(out, "ftyp");
@@ -50,7 +50,7 @@ QuickTimeFile::QuickTimeFile(OutputFile aFile)
         const Atom space(out, "free");
         out.zeros(kWideAtomHeader - kAtomHeader);
     }
-    file.append(out.bytes());
+    this->file.append(out.bytes());
 }
 
 size_t QuickTimeFile::addPictureTrack(int32_t width, int32_t height) {

@@ -20,10 +20,10 @@ constexpr uint32_t kMediaTimeOfEmptyEdit = std::numeric_limits<uint32_t>::max();
 
 } // namespace
 
-QuickTimeTrack::QuickTimeTrack(Kind aKind, int32_t aWidth, int32_t aHeight)
-    : kind(aKind)
-    , width(aWidth)
-    , height(aHeight) {}
+QuickTimeTrack::QuickTimeTrack(Kind kind, int32_t width, int32_t height)
+    : kind(kind)
+    , width(width)
+    , height(height) {}
 
 void QuickTimeTrack::append(QuickTimeSample sample) {
     if (held)

@@ -33,7 +33,7 @@ public:
     QuickTimeTrack(Kind kind, int32_t width, int32_t height);
 
     bool isPicture() const { return kind == Kind::picture; }
-    void describe(QuickTimeTrackDescription aDescription) { description = std::move(aDescription); }
+    void describe(QuickTimeTrackDescription as) { description = std::move(as); }
     bool isDescribed() const { return description.timescale > 0; }
     int32_t timescale() const { return description.timescale; }
     /// How long the track is heard, where that is shorter than its samples.

@@ -63,9 +63,9 @@ void SoundConverter::FreeResampler::operator()(SwrContext* context) const {
     swr_free(&context);
 }
 
-SoundConverter::SoundConverter(double aRate, uint32_t someChannels)
-    : rate(static_cast<int>(std::lround(aRate)))
-    , channels(someChannels) {}
+SoundConverter::SoundConverter(double rate, uint32_t channels)
+    : rate(static_cast<int>(std::lround(rate)))
+    , channels(channels) {}
 
 SoundConverter::~SoundConverter() = default;
 

@@ -27,9 +27,9 @@ bool SoundEncoder::canEncode(const AVAudioSettings& settings) {
            std::find(kRates.begin(), kRates.end(), settings.sampleRate) != kRates.end();
 }
 
-SoundEncoder::SoundEncoder(const AVAudioSettings& someSettings, Output anOutput)
-    : settings(someSettings)
-    , output(std::move(anOutput))
+SoundEncoder::SoundEncoder(const AVAudioSettings& settings, Output output)
+    : settings(settings)
+    , output(std::move(output))
     , frame(av_frame_alloc())
     , packet(av_packet_alloc()) {
     const AVCodec* codec = avcodec_find_encoder(AV_CODEC_ID_AAC);

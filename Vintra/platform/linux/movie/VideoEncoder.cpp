@@ -28,17 +28,16 @@ void copyPlane(const CVPixelBuffer::Plane& from, size_t rowBytes, uint8_t* to, s
 
 } // namespace
 
-VideoEncoder::VideoEncoder(const AVVideoSettings& someSettings, int32_t aTimescale, int64_t aSlotDuration,
-                           Output anOutput)
-    : settings(someSettings)
-    , timescale(aTimescale)
-    , slotDuration(aSlotDuration)
-    , output(std::move(anOutput))
-    , scaler(static_cast<size_t>(someSettings.width), static_cast<size_t>(someSettings.height),
-             someSettings.scalingMode)
+VideoEncoder::VideoEncoder(const AVVideoSettings& settings, int32_t timescale, int64_t slotDuration,
+                           Output output)
+    : settings(settings)
+    , timescale(timescale)
+    , slotDuration(slotDuration)
+    , output(std::move(output))
+    , scaler(static_cast<size_t>(settings.width), static_cast<size_t>(settings.height), settings.scalingMode)
     , frame(av_frame_alloc())
     , packet(av_packet_alloc())
-    , lastDuration(aSlotDuration) {
+    , lastDuration(slotDuration) {
     open();
 }
 

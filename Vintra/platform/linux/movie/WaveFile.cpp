@@ -50,13 +50,13 @@ std::unique_ptr<WaveFile> WaveFile::create(const URL& url, const std::vector<AVO
     return std::unique_ptr<WaveFile>(new WaveFile(OutputFile::create(url), settings));
 }
 
-WaveFile::WaveFile(OutputFile aFile, const AVAudioSettings& someSettings)
-    : file(std::move(aFile))
-    , settings(someSettings)
-    , converter(someSettings.sampleRate, someSettings.numberOfChannels) {
+WaveFile::WaveFile(OutputFile file, const AVAudioSettings& settings)
+    : file(std::move(file))
+    , settings(settings)
+    , converter(settings.sampleRate, settings.numberOfChannels) {
     const std::vector<uint8_t> bytes = header(0);
     headerSize = bytes.size();
-    file.append(bytes);
+    this->file.append(bytes);
 }
 
 std::vector<uint8_t> WaveFile::header(uint64_t size) const {

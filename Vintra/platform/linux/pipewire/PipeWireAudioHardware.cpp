@@ -12,22 +12,22 @@ namespace {
 /// thread.
 class Listener : public AudioPropertyListener {
 public:
-    Listener(std::shared_ptr<PipeWireConnection> itsConnection,
-             std::shared_ptr<PipeWireDefaultOutput> itsDefaultOutput, AudioObjectID itsObject,
-             AudioProperty itsProperty)
-        : connection(std::move(itsConnection))
-        , defaultOutput(std::move(itsDefaultOutput))
-        , object(itsObject)
-        , property(itsProperty)
-        , realDevice(defaultOutput->realDevice()) {}
+    Listener(std::shared_ptr<PipeWireConnection> connection,
+             std::shared_ptr<PipeWireDefaultOutput> defaultOutput, AudioObjectID object,
+             AudioProperty property)
+        : connection(std::move(connection))
+        , defaultOutput(std::move(defaultOutput))
+        , object(object)
+        , property(property)
+        , realDevice(this->defaultOutput->realDevice()) {}
     ~Listener() override {
         // With the lock no call is under way on PipeWire's thread.
         PipeWireLock lock(connection->loop());
         observation.reset();
     }
 
-    void begin(std::function<void()> itsBlock, const std::shared_ptr<MainThread>& mainThread) {
-        block = std::make_shared<std::function<void()>>(std::move(itsBlock));
+    void begin(std::function<void()> onChange, const std::shared_ptr<MainThread>& mainThread) {
+        block = std::make_shared<std::function<void()>>(std::move(onChange));
         // Only the main thread ever locks the weak reference, so that the block can't go on another one.
         const std::weak_ptr<std::function<void()>> weak = block;
         observation = connection->observe([this, weak, main = mainThread](const PipeWireChange& change) {
@@ -64,11 +64,11 @@ private:
 
 } // namespace
 
-PipeWireAudioHardware::PipeWireAudioHardware(std::shared_ptr<PipeWireConnection> itsConnection,
-                                             std::shared_ptr<MainThread> itsMainThread)
-    : connection(std::move(itsConnection))
-    , mainThread(std::move(itsMainThread))
-    , defaultOutput(std::make_shared<PipeWireDefaultOutput>(connection)) {}
+PipeWireAudioHardware::PipeWireAudioHardware(std::shared_ptr<PipeWireConnection> connection,
+                                             std::shared_ptr<MainThread> mainThread)
+    : connection(std::move(connection))
+    , mainThread(std::move(mainThread))
+    , defaultOutput(std::make_shared<PipeWireDefaultOutput>(this->connection)) {}
 
 PipeWireAudioHardware::~PipeWireAudioHardware() = default;
 

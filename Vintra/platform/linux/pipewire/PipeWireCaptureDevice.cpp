@@ -6,10 +6,10 @@
 
 namespace vintra {
 
-PipeWireCaptureDevice::PipeWireCaptureDevice(std::shared_ptr<PipeWireConnection> itsConnection,
-                                             PipeWireNode itsNode)
-    : connection(std::move(itsConnection))
-    , node(std::move(itsNode)) {}
+PipeWireCaptureDevice::PipeWireCaptureDevice(std::shared_ptr<PipeWireConnection> connection,
+                                             PipeWireNode node)
+    : connection(std::move(connection))
+    , node(std::move(node)) {}
 
 bool PipeWireCaptureDevice::isConnected() const {
     return connection->deviceNamed(node.name).has_value();

@@ -9,10 +9,10 @@
 
 namespace vintra {
 
-PipeWireCaptureDevices::PipeWireCaptureDevices(std::shared_ptr<PipeWireConnection> itsConnection,
+PipeWireCaptureDevices::PipeWireCaptureDevices(std::shared_ptr<PipeWireConnection> connection,
                                                std::shared_ptr<MainThread> mainThread)
-    : connection(std::move(itsConnection))
-    , notifier(PipeWireCaptureNotifier::make(connection, std::move(mainThread))) {}
+    : connection(std::move(connection))
+    , notifier(PipeWireCaptureNotifier::make(this->connection, std::move(mainThread))) {}
 
 std::shared_ptr<AVCaptureDevice> PipeWireCaptureDevices::deviceWithUniqueID(const std::string& uniqueID) {
     auto node = connection->deviceNamed(uniqueID);

@@ -8,10 +8,10 @@
 
 namespace vintra {
 
-PipeWireCaptureNotifier::PipeWireCaptureNotifier(std::shared_ptr<PipeWireConnection> itsConnection,
-                                                 std::shared_ptr<MainThread> itsMainThread)
-    : connection(std::move(itsConnection))
-    , mainThread(std::move(itsMainThread)) {}
+PipeWireCaptureNotifier::PipeWireCaptureNotifier(std::shared_ptr<PipeWireConnection> connection,
+                                                 std::shared_ptr<MainThread> mainThread)
+    : connection(std::move(connection))
+    , mainThread(std::move(mainThread)) {}
 
 /// It listens once it can be held weakly.
 std::shared_ptr<PipeWireCaptureNotifier>

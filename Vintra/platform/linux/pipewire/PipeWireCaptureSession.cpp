@@ -9,7 +9,7 @@
 namespace vintra {
 namespace {
 
-constexpr double secondsUntilRefused = 3.0;
+constexpr double kSecondsUntilRefused = 3.0;
 
 AudioStreamBasicDescription layout(const AVAudioSettings& settings) {
     AudioStreamBasicDescription result = floatPCMDescription(settings.sampleRate, settings.numberOfChannels);
@@ -28,26 +28,25 @@ AudioStreamBasicDescription layout(const AVAudioSettings& settings) {
 
 } // namespace
 
-PipeWireAudioDataOutput::PipeWireAudioDataOutput(const AVAudioSettings& itsSettings)
-    : settings(itsSettings)
-    , format_(layout(itsSettings)) {}
+PipeWireAudioDataOutput::PipeWireAudioDataOutput(const AVAudioSettings& settings)
+    : settings(settings)
+    , format_(layout(settings)) {}
 
 void PipeWireAudioDataOutput::setSampleBufferDelegate(
-    std::weak_ptr<AVCaptureDataOutputSampleBufferDelegate> itsDelegate,
-    std::shared_ptr<DispatchQueue> itsQueue) {
+    std::weak_ptr<AVCaptureDataOutputSampleBufferDelegate> to, std::shared_ptr<DispatchQueue> onQueue) {
     MutexLock lock(mutex);
-    delegate = std::move(itsDelegate);
-    queue.swap(itsQueue); // the one before goes with the parameter, after the lock
+    delegate = std::move(to);
+    queue.swap(onQueue); // the former queue goes with the parameter, after the lock
 }
 
 bool PipeWireAudioDataOutput::isUsable() const {
     return settings.formatID == kAudioFormatLinearPCM && PipeWireCaptureStream::canDeliver(format_);
 }
 
-PipeWireCaptureSession::PipeWireCaptureSession(std::shared_ptr<PipeWireConnection> itsConnection,
-                                               std::shared_ptr<PipeWireCaptureNotifier> itsNotifier)
-    : connection(std::move(itsConnection))
-    , notifier(std::move(itsNotifier)) {}
+PipeWireCaptureSession::PipeWireCaptureSession(std::shared_ptr<PipeWireConnection> connection,
+                                               std::shared_ptr<PipeWireCaptureNotifier> notifier)
+    : connection(std::move(connection))
+    , notifier(std::move(notifier)) {}
 
 PipeWireCaptureSession::~PipeWireCaptureSession() {
     stopRunning();
@@ -98,7 +97,7 @@ void PipeWireCaptureSession::startRunning() {
                   name = node->name] { to->sessionHasEnded(self, name); };
     stream = std::make_unique<PipeWireCaptureStream>(*connection, *node, output->format(), std::move(handler),
                                                      std::move(ended));
-    const int64_t deadline = PipeWireLoop::deadlineIn(secondsUntilRefused);
+    const int64_t deadline = PipeWireLoop::deadlineIn(kSecondsUntilRefused);
     while (!stream->isStreaming() && !stream->hasEnded()) {
         if (!connection->loop().waitUntil(deadline)) break;
     }

@@ -14,8 +14,8 @@ namespace vintra {
 namespace {
 
 // Half a second of frames: what PipeWire's other thread may be late by before sound is lost.
-constexpr uint32_t ringFractionOfSecond = 2;
-constexpr size_t ringBlocks = 1024;
+constexpr uint32_t kRingFractionOfSecond = 2;
+constexpr size_t kRingBlocks = 1024;
 
 spa_audio_format sampleFormat(const AudioStreamBasicDescription& format) {
     if (format.isNonInterleaved() || format.isBigEndian()) return SPA_AUDIO_FORMAT_UNKNOWN;
@@ -57,19 +57,19 @@ bool PipeWireCaptureStream::canDeliver(const AudioStreamBasicDescription& format
            format.mSampleRate <= 768'000;
 }
 
-PipeWireCaptureStream::PipeWireCaptureStream(PipeWireConnection& itsConnection, const PipeWireNode& node,
-                                             const AudioStreamBasicDescription& itsFormat,
-                                             SampleHandler itsHandler, EndHandler itsEndHandler)
-    : connection(itsConnection)
-    , format(itsFormat)
-    , description(CMAudioFormatDescriptionCreate(itsFormat))
-    , handler(std::move(itsHandler))
-    , ended(std::move(itsEndHandler))
+PipeWireCaptureStream::PipeWireCaptureStream(PipeWireConnection& connection, const PipeWireNode& node,
+                                             const AudioStreamBasicDescription& format, SampleHandler handler,
+                                             EndHandler endHandler)
+    : connection(connection)
+    , format(format)
+    , description(CMAudioFormatDescriptionCreate(format))
+    , handler(std::move(handler))
+    , ended(std::move(endHandler))
     , hook(std::make_unique<spa_hook>())
-    , ring(static_cast<size_t>(itsFormat.mSampleRate) / ringFractionOfSecond * itsFormat.mBytesPerFrame,
-           ringBlocks)
-    , stamps(static_cast<uint32_t>(itsFormat.mSampleRate)) {
-    connection.loop().assertHeld();
+    , ring(static_cast<size_t>(format.mSampleRate) / kRingFractionOfSecond * format.mBytesPerFrame,
+           kRingBlocks)
+    , stamps(static_cast<uint32_t>(format.mSampleRate)) {
+    this->connection.loop().assertHeld();
     if (!connect(node)) status = Status::ended;
 }
 

@@ -18,7 +18,7 @@ namespace {
 
 // A session manager that has just begun fills its table first. Whoever writes to it meanwhile may wedge it
 // (WirePlumber 0.4.13).
-constexpr double secondsUntilTableIsFilled = 0.25;
+constexpr double kSecondsUntilTableIsFilled = 0.25;
 
 } // namespace
 
@@ -167,7 +167,7 @@ void PipeWireConnection::metadataAppeared(uint32_t id, const spa_dict* propertie
         return;
     }
     newTables[id] = name;
-    newTablesTimer->startOver(secondsUntilTableIsFilled);
+    newTablesTimer->startOver(kSecondsUntilTableIsFilled);
 }
 
 void PipeWireConnection::bindNewTables() {

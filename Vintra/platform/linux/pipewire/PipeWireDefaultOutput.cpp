@@ -8,12 +8,12 @@
 namespace vintra {
 namespace {
 
-constexpr const char* effectiveKey = "default.audio.sink";
-constexpr const char* configuredKey = "default.configured.audio.sink";
-constexpr const char* heldKey = "vintra.default.audio.sink"; ///< what was in force before the virtual device
-constexpr double secondsUntilRefused = 1.0;
-constexpr double secondsUntilConfirmed = 0.2; // a server that answers at all has done so by then
-constexpr int mostReminders = 50;             // 10 s; then the session manager has its way
+constexpr const char* kEffectiveKey = "default.audio.sink";
+constexpr const char* kConfiguredKey = "default.configured.audio.sink";
+constexpr const char* kHeldKey = "vintra.default.audio.sink"; ///< what was in force before the virtual device
+constexpr double kSecondsUntilRefused = 1.0;
+constexpr double kSecondsUntilConfirmed = 0.2; // a server that answers at all has done so by then
+constexpr int kMostReminders = 50;             // 10 s; then the session manager has its way
 
 bool isVirtual(const std::optional<std::string>& name) {
     return name == kVirtualAudioDeviceName;
@@ -21,11 +21,11 @@ bool isVirtual(const std::optional<std::string>& name) {
 
 } // namespace
 
-PipeWireDefaultOutput::PipeWireDefaultOutput(std::shared_ptr<PipeWireConnection> itsConnection)
-    : connection(std::move(itsConnection)) {
-    PipeWireLock lock(connection->loop());
-    reminder = std::make_unique<PipeWireTimer>(connection->loop(), [this] { insist(); });
-    observation = connection->observe([this](const PipeWireChange& change) { changed(change); });
+PipeWireDefaultOutput::PipeWireDefaultOutput(std::shared_ptr<PipeWireConnection> connection)
+    : connection(std::move(connection)) {
+    PipeWireLock lock(this->connection->loop());
+    reminder = std::make_unique<PipeWireTimer>(this->connection->loop(), [this] { insist(); });
+    observation = this->connection->observe([this](const PipeWireChange& change) { changed(change); });
 }
 
 PipeWireDefaultOutput::~PipeWireDefaultOutput() {
@@ -42,7 +42,7 @@ PipeWireMetadata* PipeWireDefaultOutput::table() const {
 
 std::optional<std::string> PipeWireDefaultOutput::effectiveName() const {
     const PipeWireMetadata* const defaults = table();
-    return defaults != nullptr ? defaults->nodeName(effectiveKey) : std::nullopt;
+    return defaults != nullptr ? defaults->nodeName(kEffectiveKey) : std::nullopt;
 }
 
 uint32_t PipeWireDefaultOutput::device() const {
@@ -54,7 +54,7 @@ uint32_t PipeWireDefaultOutput::device() const {
 uint32_t PipeWireDefaultOutput::realDevice() const {
     PipeWireLock lock(connection->loop());
     auto name = effectiveName();
-    if (isVirtual(name)) name = table()->nodeName(heldKey);
+    if (isVirtual(name)) name = table()->nodeName(kHeldKey);
     if (name && !isVirtual(name)) {
         if (const auto number = connection->numberNamed(*name)) return *number;
     }
@@ -87,10 +87,10 @@ bool PipeWireDefaultOutput::setDevice(uint32_t number) {
     // Of a release the end of the way back is said last: once that is read back, all else has been taken in.
     const auto isInForce = [&] {
         const PipeWireMetadata* const now = table();
-        const bool isReleased = !endsHold || (now != nullptr && !now->nodeName(heldKey));
+        const bool isReleased = !endsHold || (now != nullptr && !now->nodeName(kHeldKey));
         return effectiveName() == node->name && isReleased;
     };
-    const int64_t deadline = PipeWireLoop::deadlineIn(secondsUntilRefused);
+    const int64_t deadline = PipeWireLoop::deadlineIn(kSecondsUntilRefused);
     while (!isInForce()) {
         if (connection->loop().waitUntil(deadline)) continue;
         if (hold) giveUpHold();
@@ -105,32 +105,32 @@ void PipeWireDefaultOutput::giveUpHold() {
     hold.reset();
     PipeWireMetadata* const defaults = table();
     if (defaults == nullptr) return;
-    if (before) defaults->setNodeName(effectiveKey, *before);
-    defaults->remove(heldKey);
+    if (before) defaults->setNodeName(kEffectiveKey, *before);
+    defaults->remove(kHeldKey);
 }
 
 void PipeWireDefaultOutput::holdVirtualDevice(PipeWireMetadata& defaults) {
-    const auto before = defaults.nodeName(effectiveKey);
+    const auto before = defaults.nodeName(kEffectiveKey);
     // First the way back: a crash may come after any of these lines.
     if (before) {
-        defaults.setNodeName(heldKey, *before);
+        defaults.setNodeName(kHeldKey, *before);
     } else {
-        defaults.remove(heldKey);
+        defaults.remove(kHeldKey);
     }
-    defaults.setNodeName(effectiveKey, kVirtualAudioDeviceName);
-    hold = Hold{.before = before, .configured = defaults.nodeName(configuredKey)};
+    defaults.setNodeName(kEffectiveKey, kVirtualAudioDeviceName);
+    hold = Hold{.before = before, .configured = defaults.nodeName(kConfiguredKey)};
 }
 
 void PipeWireDefaultOutput::release(PipeWireMetadata& defaults, const std::string& name) {
     const bool isLent = hold || isVirtual(effectiveName());
-    const auto before = hold ? hold->before : defaults.nodeName(heldKey);
-    const bool isHandedBack = isLent && before == name && !isVirtual(defaults.nodeName(configuredKey));
+    const auto before = hold ? hold->before : defaults.nodeName(kHeldKey);
+    const bool isHandedBack = isLent && before == name && !isVirtual(defaults.nodeName(kConfiguredKey));
     hold.reset();
-    if (!isHandedBack) defaults.setNodeName(configuredKey, name);
+    if (!isHandedBack) defaults.setNodeName(kConfiguredKey, name);
     // Said as well where it has been configured: a session manager of the same opinion as before says
     // nothing.
-    defaults.setNodeName(effectiveKey, name);
-    defaults.remove(heldKey);
+    defaults.setNodeName(kEffectiveKey, name);
+    defaults.remove(kHeldKey);
 }
 
 void PipeWireDefaultOutput::changed(const PipeWireChange& change) {
@@ -138,24 +138,24 @@ void PipeWireDefaultOutput::changed(const PipeWireChange& change) {
     connection->loop().assertHeld();
     PipeWireMetadata* const defaults = table();
     if (defaults == nullptr) return;
-    if (change.defaultsKey == configuredKey) {
+    if (change.defaultsKey == kConfiguredKey) {
         choiceTold(*defaults);
-    } else if (change.defaultsKey == effectiveKey) {
+    } else if (change.defaultsKey == kEffectiveKey) {
         effectiveTold(*defaults);
     }
 }
 
 void PipeWireDefaultOutput::choiceTold(PipeWireMetadata& defaults) {
-    const auto chosen = defaults.nodeName(configuredKey);
+    const auto chosen = defaults.nodeName(kConfiguredKey);
     // A choice that is made again isn't told: this one comes from a session manager that has just begun.
     if (!chosen || isVirtual(chosen) || chosen == hold->configured) return;
     hold.reset();
-    defaults.setNodeName(effectiveKey, *chosen);
-    defaults.remove(heldKey);
+    defaults.setNodeName(kEffectiveKey, *chosen);
+    defaults.remove(kHeldKey);
 }
 
 void PipeWireDefaultOutput::effectiveTold(PipeWireMetadata& defaults) {
-    const auto idea = defaults.nodeName(effectiveKey);
+    const auto idea = defaults.nodeName(kEffectiveKey);
     if (isVirtual(idea)) {
         hold->unconfirmed = 0;
         reminder->cancel();
@@ -165,23 +165,23 @@ void PipeWireDefaultOutput::effectiveTold(PipeWireMetadata& defaults) {
     if (hold->before && !connection->deviceNamed(*hold->before)) {
         hold.reset();
         reminder->cancel();
-        defaults.remove(heldKey);
+        defaults.remove(kHeldKey);
         return;
     }
     // A session manager that has just begun has left nothing of the way back.
-    if (hold->before) defaults.setNodeName(heldKey, *hold->before);
-    defaults.setNodeName(effectiveKey, kVirtualAudioDeviceName);
-    reminder->startOver(secondsUntilConfirmed);
+    if (hold->before) defaults.setNodeName(kHeldKey, *hold->before);
+    defaults.setNodeName(kEffectiveKey, kVirtualAudioDeviceName);
+    reminder->startOver(kSecondsUntilConfirmed);
 }
 
 void PipeWireDefaultOutput::insist() {
     connection->loop().assertHeld();
-    if (!hold || isVirtual(effectiveName()) || ++hold->unconfirmed > mostReminders) return;
+    if (!hold || isVirtual(effectiveName()) || ++hold->unconfirmed > kMostReminders) return;
     if (PipeWireMetadata* const defaults = table()) {
         effectiveTold(*defaults);
         connection->readMetadataAgain("default");
     } else {
-        reminder->startOver(secondsUntilConfirmed);
+        reminder->startOver(kSecondsUntilConfirmed);
     }
 }
 

@@ -13,15 +13,14 @@
 namespace vintra {
 namespace {
 
-constexpr double secondsUntilRefused = 1.0;
-constexpr double secondsBetweenLooks = 0.005; ///< a clock's rate changes without a message
+constexpr double kSecondsUntilRefused = 1.0;
+constexpr double kSecondsBetweenLooks = 0.005; ///< a clock's rate changes without a message
 
 } // namespace
 
-PipeWireDeviceIO::PipeWireDeviceIO(std::shared_ptr<PipeWireConnection> itsConnection,
-                                   std::shared_ptr<Log> itsLog)
-    : connection(std::move(itsConnection))
-    , log(std::move(itsLog)) {}
+PipeWireDeviceIO::PipeWireDeviceIO(std::shared_ptr<PipeWireConnection> connection, std::shared_ptr<Log> log)
+    : connection(std::move(connection))
+    , log(std::move(log)) {}
 
 PipeWireDeviceIO::~PipeWireDeviceIO() {
     PipeWireLock lock(connection->loop());
@@ -44,8 +43,8 @@ void PipeWireDeviceIO::lookForSharedClock(AudioObjectID device) const {
         return node ? node->name : std::to_string(number);
     };
     const uint32_t driver = cycles.at(device)->driver;
-    for (const auto& [other, itsCycles] : cycles) {
-        if (other == device || driver == 0 || itsCycles->driver != driver) continue;
+    for (const auto& [other, running] : cycles) {
+        if (other == device || driver == 0 || running->driver != driver) continue;
         log->write("audio-io", LogLevel::standard,
                    name(device) + " and " + name(other) + " run on one clock, that of node " +
                        std::to_string(driver) + ".");
@@ -123,9 +122,9 @@ bool PipeWireDeviceIO::pin(const PipeWireNode& node) {
     if (pinnedRate == 0 && pinnedFrames == 0) return true;
     pinned = std::make_unique<PipeWireDevicePin>(
         *connection, node, PipeWireCycleWishes{.rate = pinnedRate, .frames = pinnedFrames});
-    const int64_t deadline = PipeWireLoop::deadlineIn(secondsUntilRefused);
+    const int64_t deadline = PipeWireLoop::deadlineIn(kSecondsUntilRefused);
     while (!pinned->isInForce()) {
-        connection->loop().waitUntil(std::min(PipeWireLoop::deadlineIn(secondsBetweenLooks), deadline));
+        connection->loop().waitUntil(std::min(PipeWireLoop::deadlineIn(kSecondsBetweenLooks), deadline));
         if (PipeWireLoop::deadlineIn(0) >= deadline) return false;
     }
     return true;

@@ -28,13 +28,13 @@ struct PipeWireDevicePin::Events {
     }();
 };
 
-PipeWireDevicePin::PipeWireDevicePin(PipeWireConnection& itsConnection, const PipeWireNode& node,
-                                     PipeWireCycleWishes itsWishes)
-    : connection(itsConnection)
-    , wishes(itsWishes)
+PipeWireDevicePin::PipeWireDevicePin(PipeWireConnection& connection, const PipeWireNode& node,
+                                     PipeWireCycleWishes wishes)
+    : connection(connection)
+    , wishes(wishes)
     , hook(std::make_unique<spa_hook>())
     , nodeID(node.globalID) {
-    connection.loop().assertHeld();
+    this->connection.loop().assertHeld();
     if (connection.core() == nullptr) return;
     pw_properties* properties =
         pipeWireStreamProperties("vintra.pin", node, PipeWireStreamDirection::capture);

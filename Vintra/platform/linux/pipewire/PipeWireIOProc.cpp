@@ -8,19 +8,19 @@
 namespace vintra {
 namespace {
 
-constexpr double secondsUntilRefused = 3.0;
+constexpr double kSecondsUntilRefused = 3.0;
 
 } // namespace
 
-PipeWireIOProc::PipeWireIOProc(std::shared_ptr<PipeWireConnection> itsConnection, std::string itsDeviceName,
-                               AudioIOBlock itsBlock, std::shared_ptr<PipeWireCycles> itsCycles,
-                               uint32_t itsFrames, std::function<void()> itsStarted)
-    : connection(std::move(itsConnection))
-    , deviceName(std::move(itsDeviceName))
-    , block(std::move(itsBlock))
-    , cycles(std::move(itsCycles))
-    , frames(itsFrames)
-    , started(std::move(itsStarted)) {}
+PipeWireIOProc::PipeWireIOProc(std::shared_ptr<PipeWireConnection> connection, std::string deviceName,
+                               AudioIOBlock block, std::shared_ptr<PipeWireCycles> cycles, uint32_t frames,
+                               std::function<void()> started)
+    : connection(std::move(connection))
+    , deviceName(std::move(deviceName))
+    , block(std::move(block))
+    , cycles(std::move(cycles))
+    , frames(frames)
+    , started(std::move(started)) {}
 
 PipeWireIOProc::~PipeWireIOProc() {
     stop();
@@ -41,7 +41,7 @@ bool PipeWireIOProc::connectStream() {
     const auto direction =
         node->isInput() ? PipeWireIOStream::Direction::input : PipeWireIOStream::Direction::output;
     stream = std::make_unique<PipeWireIOStream>(*connection, *node, direction, block, cycles, frames);
-    const int64_t deadline = PipeWireLoop::deadlineIn(secondsUntilRefused);
+    const int64_t deadline = PipeWireLoop::deadlineIn(kSecondsUntilRefused);
     while (!stream->isStreaming() && !stream->hasEnded()) {
         if (!connection->loop().waitUntil(deadline)) break;
     }

@@ -39,18 +39,18 @@ struct PipeWireIOStream::Events {
     }();
 };
 
-PipeWireIOStream::PipeWireIOStream(PipeWireConnection& itsConnection, const PipeWireNode& node,
-                                   Direction direction, const AudioIOBlock& itsBlock,
-                                   std::shared_ptr<PipeWireCycles> itsCycles, uint32_t frames)
-    : connection(itsConnection)
-    , block(itsBlock)
-    , cycles(std::move(itsCycles))
+PipeWireIOStream::PipeWireIOStream(PipeWireConnection& connection, const PipeWireNode& node,
+                                   Direction direction, const AudioIOBlock& block,
+                                   std::shared_ptr<PipeWireCycles> cycles, uint32_t frames)
+    : connection(connection)
+    , block(block)
+    , cycles(std::move(cycles))
     , channels(std::clamp<uint32_t>(node.format.channels, 1, SPA_AUDIO_MAX_CHANNELS))
     , sampleRate(node.format.sampleRate)
     , isInput(direction == Direction::input)
     , usualFrames(frames)
     , hook(std::make_unique<spa_hook>()) {
-    connection.loop().assertHeld();
+    this->connection.loop().assertHeld();
     if (!connectServer() || !connect(node)) status = Status::ended;
 }
 

@@ -13,7 +13,7 @@
 namespace vintra {
 namespace {
 
-constexpr uint32_t wholeServer = 0; ///< the subject of what concerns no single object
+constexpr uint32_t kWholeServer = 0; ///< the subject of what concerns no single object
 
 pw_metadata* metadata(pw_proxy* proxy) {
     return reinterpret_cast<pw_metadata*>(proxy);
@@ -34,10 +34,10 @@ struct PipeWireMetadata::Events {
     }();
 };
 
-PipeWireMetadata::PipeWireMetadata(PipeWireConnection& itsConnection, pw_proxy* itsProxy, std::string itsName)
-    : connection(itsConnection)
-    , proxy(itsProxy)
-    , name_(std::move(itsName))
+PipeWireMetadata::PipeWireMetadata(PipeWireConnection& connection, pw_proxy* proxy, std::string name)
+    : connection(connection)
+    , proxy(proxy)
+    , name_(std::move(name))
     , hook(std::make_unique<spa_hook>()) {
     pw_metadata_add_listener(metadata(proxy), hook.get(), &Events::table, this);
 }
@@ -84,15 +84,15 @@ void PipeWireMetadata::setNodeName(const std::string& key, const std::string& no
     const int length = spa_json_encode_string(quoted, sizeof quoted, nodeName.c_str());
     if (length <= 0 || length >= static_cast<int>(sizeof quoted)) return;
     const std::string value = "{\"name\":" + std::string(quoted, static_cast<size_t>(length)) + "}";
-    pw_metadata_set_property(metadata(proxy), wholeServer, key.c_str(), "Spa:String:JSON", value.c_str());
+    pw_metadata_set_property(metadata(proxy), kWholeServer, key.c_str(), "Spa:String:JSON", value.c_str());
 }
 
 void PipeWireMetadata::remove(const std::string& key) {
-    pw_metadata_set_property(metadata(proxy), wholeServer, key.c_str(), nullptr, nullptr);
+    pw_metadata_set_property(metadata(proxy), kWholeServer, key.c_str(), nullptr, nullptr);
 }
 
 void PipeWireMetadata::property(uint32_t subject, const char* key, const char* value) {
-    if (subject != wholeServer) return;
+    if (subject != kWholeServer) return;
     if (key == nullptr) {
         values.clear();
     } else if (value == nullptr) {

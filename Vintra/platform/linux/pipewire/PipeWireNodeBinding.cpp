@@ -24,10 +24,10 @@ struct PipeWireNodeBinding::Events {
     }();
 };
 
-PipeWireNodeBinding::PipeWireNodeBinding(PipeWireConnection& itsConnection, pw_proxy* itsProxy,
-                                         uint32_t globalID, PipeWireNodeKind kind)
-    : connection(itsConnection)
-    , proxy(itsProxy)
+PipeWireNodeBinding::PipeWireNodeBinding(PipeWireConnection& connection, pw_proxy* proxy, uint32_t globalID,
+                                         PipeWireNodeKind kind)
+    : connection(connection)
+    , proxy(proxy)
     , hook(std::make_unique<spa_hook>()) {
     node.globalID = globalID;
     node.kind = kind;

@@ -13,9 +13,9 @@ struct PipeWireTimer::Events {
     static void expired(void* data, uint64_t) { static_cast<PipeWireTimer*>(data)->block(); }
 };
 
-PipeWireTimer::PipeWireTimer(PipeWireLoop& itsLoop, std::function<void()> itsBlock)
-    : loop(itsLoop)
-    , block(std::move(itsBlock)) {
+PipeWireTimer::PipeWireTimer(PipeWireLoop& loop, std::function<void()> block)
+    : loop(loop)
+    , block(std::move(block)) {
     if (loop.isUsable()) source = pw_loop_add_timer(loop.loop(), Events::expired, this);
 }
 

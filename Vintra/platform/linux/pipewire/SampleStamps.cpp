@@ -6,25 +6,25 @@
 namespace vintra {
 namespace {
 
-constexpr int64_t second = 1'000'000'000; // nanoseconds
+constexpr int64_t kSecond = 1'000'000'000; // nanoseconds
 
 } // namespace
 
 int64_t SampleStamps::stamp(int64_t graphTime, uint32_t frames) {
     // The frames since the anchor are counted as such, so that a length that is no whole number of
     // nanoseconds leaves no error behind.
-    const int64_t expected = anchor + framesSinceAnchor * second / sampleRate;
+    const int64_t expected = anchor + framesSinceAnchor * kSecond / sampleRate;
     const int64_t difference = graphTime - expected;
-    if (!hasBegun || std::llabs(difference) >= gapNanoseconds) {
+    if (!hasBegun || std::llabs(difference) >= kGapNanoseconds) {
         begin(graphTime);
     } else {
         follow(difference);
     }
-    const int64_t result = anchor + framesSinceAnchor * second / sampleRate;
+    const int64_t result = anchor + framesSinceAnchor * kSecond / sampleRate;
     framesToSettle -= std::min<int64_t>(frames, framesToSettle);
     framesSinceAnchor += frames;
     lastFrames = frames;
-    anchor += framesSinceAnchor / sampleRate * second;
+    anchor += framesSinceAnchor / sampleRate * kSecond;
     framesSinceAnchor %= sampleRate;
     return result;
 }
@@ -46,13 +46,13 @@ void SampleStamps::follow(int64_t difference) {
     if (framesToSettle > 0 && difference < 0) {
         correction = difference;
         differences = 0;
-    } else if (differences == buffersOfASlip && (least > slipNanoseconds || most < -slipNanoseconds)) {
+    } else if (differences == kBuffersOfASlip && (least > kSlipNanoseconds || most < -kSlipNanoseconds)) {
         correction = least > 0 ? least : most;
     } else {
-        const int64_t limit = lastFrames * second / sampleRate / 10'000;
+        const int64_t limit = lastFrames * kSecond / sampleRate / 10'000;
         correction = std::clamp(difference / 64, -limit, limit);
     }
-    if (differences == buffersOfASlip) differences = 0;
+    if (differences == kBuffersOfASlip) differences = 0;
     anchor += correction;
 }
 

@@ -29,9 +29,9 @@ public:
     /// Buffers that did not begin where the one before ended. The first one is none.
     uint64_t gaps() const { return gaps_; }
 
-    static constexpr int64_t gapNanoseconds = 2'000'000;
-    static constexpr int64_t slipNanoseconds = 200'000;
-    static constexpr int buffersOfASlip = 16;
+    static constexpr int64_t kGapNanoseconds = 2'000'000;
+    static constexpr int64_t kSlipNanoseconds = 200'000;
+    static constexpr int kBuffersOfASlip = 16;
 
 private:
     void begin(int64_t graphTime);

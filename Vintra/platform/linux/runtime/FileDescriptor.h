@@ -9,8 +9,8 @@ namespace vintra {
 class FileDescriptor {
 public:
     FileDescriptor() = default;
-    explicit FileDescriptor(int aDescriptor)
-        : descriptor(aDescriptor) {}
+    explicit FileDescriptor(int descriptor)
+        : descriptor(descriptor) {}
     FileDescriptor(FileDescriptor&& other) noexcept
         : descriptor(std::exchange(other.descriptor, -1)) {}
     FileDescriptor& operator=(FileDescriptor&& other) noexcept {

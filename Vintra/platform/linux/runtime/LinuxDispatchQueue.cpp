@@ -28,9 +28,9 @@ std::string threadName(const std::string& label) {
 
 class LinuxDispatchQueue::Timer : public DispatchTimer {
 public:
-    Timer(std::shared_ptr<LinuxDispatchQueue> aQueue, std::shared_ptr<Core::TimerState> aState)
-        : queue(std::move(aQueue))
-        , state(std::move(aState)) {}
+    Timer(std::shared_ptr<LinuxDispatchQueue> queue, std::shared_ptr<Core::TimerState> state)
+        : queue(std::move(queue))
+        , state(std::move(state)) {}
     ~Timer() override { queue->core->cancel(state); }
     void resume() override { queue->core->arm(state); }
     void cancel() override { queue->core->cancel(state); }
@@ -40,10 +40,10 @@ private:
     std::shared_ptr<Core::TimerState> state;
 };
 
-LinuxDispatchQueue::LinuxDispatchQueue(Settings settings, std::shared_ptr<ThreadCollector> aCollector)
+LinuxDispatchQueue::LinuxDispatchQueue(Settings settings, std::shared_ptr<ThreadCollector> collector)
     : theLabel(settings.label)
     , core(std::make_shared<Core>())
-    , collector(std::move(aCollector)) {
+    , collector(std::move(collector)) {
     for (int i = 0; i < settings.threads; ++i) {
         threads.emplace_back([core = core, name = threadName(theLabel), niceness = settings.niceness] {
             pthread_setname_np(pthread_self(), name.c_str());

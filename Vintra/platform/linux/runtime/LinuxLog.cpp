@@ -56,10 +56,10 @@ std::string timeOfDay() {
 
 } // namespace
 
-LinuxLog::LinuxLog(LogLevel aMinimum, int aDescriptor)
-    : minimum(aMinimum)
-    , descriptor(aDescriptor)
-    , isJournal(leadsToJournal(aDescriptor)) {}
+LinuxLog::LinuxLog(LogLevel minimum, int descriptor)
+    : minimum(minimum)
+    , descriptor(descriptor)
+    , isJournal(leadsToJournal(descriptor)) {}
 
 void LinuxLog::write(const std::string& category, LogLevel level, const std::string& text) {
     if (!isEnabled(level)) return;

@@ -11,7 +11,7 @@ struct Reason {
     const char* text;
 };
 
-constexpr Reason reasons[] = {
+constexpr Reason kReasons[] = {
     {EACCES, "you have no permission. Change the permissions there or choose another place."},
     {EPERM, "the system doesn't allow it. Change the permissions there or choose another place."},
     {EROFS, "the disk is read-only. Choose a folder on another disk."},
@@ -37,7 +37,7 @@ constexpr Reason reasons[] = {
 };
 
 std::string textOf(int code) {
-    for (const Reason& reason : reasons) {
+    for (const Reason& reason : kReasons) {
         if (reason.code == code) return reason.text;
     }
     return "the system says “" + std::generic_category().message(code) + "”. Try another place.";

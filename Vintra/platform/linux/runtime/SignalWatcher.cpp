@@ -27,8 +27,8 @@ void noteSignal(int signal) {
 } // namespace
 
 SignalWatcher::SignalWatcher(LinuxMainThread& mainThread, std::initializer_list<int> signals,
-                             std::function<void(int signal)> aHandler)
-    : handler(std::move(aHandler)) {
+                             std::function<void(int signal)> handler)
+    : handler(std::move(handler)) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC | O_NONBLOCK) != 0) {
         throw SystemError("posix", errno,

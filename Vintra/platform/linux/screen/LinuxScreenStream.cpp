@@ -5,9 +5,9 @@
 
 namespace vintra {
 
-LinuxScreenStream::LinuxScreenStream(MakeCapture aMakeCapture, std::weak_ptr<SCStreamDelegate> aDelegate)
-    : makeCapture(std::move(aMakeCapture))
-    , delegate(std::move(aDelegate)) {}
+LinuxScreenStream::LinuxScreenStream(MakeCapture makeCapture, std::weak_ptr<SCStreamDelegate> delegate)
+    : makeCapture(std::move(makeCapture))
+    , delegate(std::move(delegate)) {}
 
 LinuxScreenStream::~LinuxScreenStream() {
     if (capture) capture->end();

@@ -5,9 +5,9 @@
 
 namespace vintra {
 
-PicturePool::PicturePool(Shape aShape, std::shared_ptr<WakeUp> aWakeUp)
-    : shape(aShape)
-    , onFree(std::move(aWakeUp)) {}
+PicturePool::PicturePool(Shape shape, std::shared_ptr<WakeUp> wakeUp)
+    : shape(shape)
+    , onFree(std::move(wakeUp)) {}
 
 uint8_t* PicturePool::allocate() const {
     constexpr size_t kAlignment = 64; // bytes: a line of the cache, and the widest registers

@@ -20,9 +20,9 @@ int64_t nanosecondsFrom(CMTime interval) {
 
 } // namespace
 
-ScreenCaptureThread::ScreenCaptureThread(CMTime minimumFrameInterval, Outlets someOutlets)
+ScreenCaptureThread::ScreenCaptureThread(CMTime minimumFrameInterval, Outlets outlets)
     : interval(nanosecondsFrom(minimumFrameInterval))
-    , outlets(std::move(someOutlets)) {}
+    , outlets(std::move(outlets)) {}
 
 void ScreenCaptureThread::start(Completion completion) {
     const AllSignalsBlocked inheritedByTheThread;

@@ -59,8 +59,8 @@ void requireBus(int result) {
     if (result < 0) throw SystemError("portal", -result, "The desktop portal's answer can't be understood.");
 }
 
-PortalBus::PortalBus(const std::string& address, GivingUp someGivingUp)
-    : givingUp(std::move(someGivingUp)) {
+PortalBus::PortalBus(const std::string& address, GivingUp givingUp)
+    : givingUp(std::move(givingUp)) {
     sd_bus* opened = nullptr;
     int result = 0;
     if (address.empty()) {

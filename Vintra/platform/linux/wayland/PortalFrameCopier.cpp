@@ -16,8 +16,8 @@ PixelRect pixelsOf(const CGRect& part, const PixelRect& content, double scale) {
 
 } // namespace
 
-PortalFrameCopier::PortalFrameCopier(Settings someSettings)
-    : settings(std::move(someSettings)) {}
+PortalFrameCopier::PortalFrameCopier(Settings settings)
+    : settings(std::move(settings)) {}
 
 void PortalFrameCopier::lost() {
     isWhole = true;

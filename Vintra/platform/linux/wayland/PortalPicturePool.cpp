@@ -23,8 +23,8 @@ struct OwnPicture : PicturePool::Picture {
 
 } // namespace
 
-PortalPicturePool::PortalPicturePool(Shape aShape, std::shared_ptr<WakeUp> aWakeUp)
-    : PicturePool(aShape, std::move(aWakeUp)) {}
+PortalPicturePool::PortalPicturePool(Shape shape, std::shared_ptr<WakeUp> wakeUp)
+    : PicturePool(shape, std::move(wakeUp)) {}
 
 PicturePool::Picture* PortalPicturePool::acquire() {
     return PicturePool::acquire([this]() -> std::unique_ptr<Picture> {

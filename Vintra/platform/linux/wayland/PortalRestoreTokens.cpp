@@ -21,8 +21,8 @@ URL PortalRestoreTokens::standardFile() {
     return folder.appendingPathComponent("vintra").appendingPathComponent("screencast-restore-tokens");
 }
 
-PortalRestoreTokens::PortalRestoreTokens(URL aFile)
-    : file(std::move(aFile)) {}
+PortalRestoreTokens::PortalRestoreTokens(URL file)
+    : file(std::move(file)) {}
 
 std::string PortalRestoreTokens::take(const std::string& display) {
     auto tokens = read();

@@ -75,8 +75,8 @@ void requireGranted(uint32_t code) {
 
 } // namespace
 
-PortalScreenCast::PortalScreenCast(PortalBus& aBus)
-    : bus(aBus) {
+PortalScreenCast::PortalScreenCast(PortalBus& bus)
+    : bus(bus) {
     version = property("version");
     sourceTypes = property("AvailableSourceTypes");
     cursorModes = property("AvailableCursorModes");

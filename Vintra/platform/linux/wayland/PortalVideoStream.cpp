@@ -62,9 +62,9 @@ struct PortalVideoStream::Events {
     }();
 };
 
-PortalVideoStream::PortalVideoStream(FileDescriptor remote, uint32_t itsNode, Listener itsListener)
-    : node(itsNode)
-    , listener(std::move(itsListener))
+PortalVideoStream::PortalVideoStream(FileDescriptor remote, uint32_t node, Listener listener)
+    : node(node)
+    , listener(std::move(listener))
     , coreHook(std::make_unique<spa_hook>())
     , registryHook(std::make_unique<spa_hook>())
     , streamHook(std::make_unique<spa_hook>()) {

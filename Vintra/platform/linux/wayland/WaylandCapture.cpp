@@ -18,9 +18,9 @@ constexpr int64_t kPatience = 10LL * kSecond;
 
 } // namespace
 
-WaylandCapture::WaylandCapture(Settings someSettings, Outlets someOutlets)
-    : ScreenCaptureThread(someSettings.configuration.minimumFrameInterval, std::move(someOutlets))
-    , settings(std::move(someSettings)) {}
+WaylandCapture::WaylandCapture(Settings settings, Outlets outlets)
+    : ScreenCaptureThread(settings.configuration.minimumFrameInterval, std::move(outlets))
+    , settings(std::move(settings)) {}
 
 void WaylandCapture::open() {
     double displayWidth = 0; // points

@@ -107,8 +107,8 @@ constexpr zxdg_output_v1_listener kLogicalListener = {
 /// One reading of the desktop.
 class Reading {
 public:
-    explicit Reading(wl_display* aDisplay)
-        : display(aDisplay)
+    explicit Reading(wl_display* display)
+        : display(display)
         , deadline(monotonicNanoseconds() + kPatience)
         , registry(wl_display_get_registry(display)) {
         wl_registry_add_listener(registry, &kRegistryListener, this);

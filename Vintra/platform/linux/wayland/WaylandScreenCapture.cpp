@@ -6,8 +6,8 @@
 
 namespace vintra {
 
-WaylandScreenCapture::WaylandScreenCapture(WaylandDesktop aDesktop)
-    : desktop(std::move(aDesktop)) {}
+WaylandScreenCapture::WaylandScreenCapture(WaylandDesktop desktop)
+    : desktop(std::move(desktop)) {}
 
 void WaylandScreenCapture::getShareableContent(bool, bool, std::function<void(Content)> completion) {
     Content result;

@@ -5,8 +5,8 @@
 
 namespace vintra {
 
-WaylandScreens::WaylandScreens(std::string aDisplayName)
-    : displayName(std::move(aDisplayName)) {}
+WaylandScreens::WaylandScreens(std::string displayName)
+    : displayName(std::move(displayName)) {}
 
 std::vector<NSScreen> WaylandScreens::screens() const {
     std::vector<NSScreen> screens;

@@ -13,9 +13,9 @@ constexpr int32_t kSecond = 1'000'000'000; // nanoseconds
 
 } // namespace
 
-X11Capture::X11Capture(Settings someSettings, Outlets someOutlets)
-    : ScreenCaptureThread(someSettings.configuration.minimumFrameInterval, std::move(someOutlets))
-    , settings(std::move(someSettings)) {}
+X11Capture::X11Capture(Settings settings, Outlets outlets)
+    : ScreenCaptureThread(settings.configuration.minimumFrameInterval, std::move(outlets))
+    , settings(std::move(settings)) {}
 
 void X11Capture::open() {
     display = X11Display::open(settings.displayName);

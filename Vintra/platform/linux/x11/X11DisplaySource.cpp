@@ -34,9 +34,9 @@ PixelRect pixelsOf(const CGRect& part, const PixelRect& frame, double scale) {
 } // namespace
 
 X11DisplaySource::X11DisplaySource(X11Display& display, const SCDisplay& captured,
-                                   std::optional<CGRect> aSourceRect)
+                                   std::optional<CGRect> sourceRect)
     : displayID(captured.displayID)
-    , sourceRect(aSourceRect)
+    , sourceRect(sourceRect)
     , scale(readScale(display))
     , root(display.root()) {
     requireReadablePixels(display);

@@ -25,9 +25,9 @@ using BorrowingImage = std::unique_ptr<XImage, ImageDeleter>;
 
 } // namespace
 
-X11PicturePool::X11PicturePool(Shape aShape, int aDepth, std::shared_ptr<WakeUp> aWakeUp)
-    : PicturePool(aShape, std::move(aWakeUp))
-    , depth(aDepth) {}
+X11PicturePool::X11PicturePool(Shape shape, int depth, std::shared_ptr<WakeUp> wakeUp)
+    : PicturePool(shape, std::move(wakeUp))
+    , depth(depth) {}
 
 X11PicturePool::SharedPicture::~SharedPicture() {
     if (segment.shmid >= 0) {

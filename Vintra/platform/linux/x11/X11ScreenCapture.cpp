@@ -7,8 +7,8 @@
 
 namespace vintra {
 
-X11ScreenCapture::X11ScreenCapture(std::string aDisplayName)
-    : displayName(std::move(aDisplayName)) {}
+X11ScreenCapture::X11ScreenCapture(std::string displayName)
+    : displayName(std::move(displayName)) {}
 
 void X11ScreenCapture::getShareableContent(bool excludingDesktopWindows, bool onScreenWindowsOnly,
                                            std::function<void(Content)> completion) {

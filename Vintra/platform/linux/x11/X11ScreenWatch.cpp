@@ -11,8 +11,8 @@
 
 namespace vintra {
 
-X11ScreenWatch::X11ScreenWatch(const std::string& displayName, std::function<void()> anOnChange)
-    : onChange(std::move(anOnChange))
+X11ScreenWatch::X11ScreenWatch(const std::string& displayName, std::function<void()> onChange)
+    : onChange(std::move(onChange))
     , display(X11Display::open(displayName)) {
     int errorBase = 0;
     if (XRRQueryExtension(display->get(), &randrEvents, &errorBase)) {

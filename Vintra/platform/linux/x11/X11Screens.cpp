@@ -5,9 +5,9 @@
 
 namespace vintra {
 
-X11Screens::X11Screens(std::shared_ptr<MainThread> aMainThread, std::string aDisplayName)
-    : mainThread(std::move(aMainThread))
-    , displayName(std::move(aDisplayName)) {}
+X11Screens::X11Screens(std::shared_ptr<MainThread> mainThread, std::string displayName)
+    : mainThread(std::move(mainThread))
+    , displayName(std::move(displayName)) {}
 
 X11Screens::~X11Screens() = default;
 

@@ -36,8 +36,8 @@ CGWindowInfo describe(X11Display& display, const X11Window& window, double scale
 
 } // namespace
 
-X11WindowList::X11WindowList(std::string aDisplayName)
-    : displayName(std::move(aDisplayName)) {}
+X11WindowList::X11WindowList(std::string displayName)
+    : displayName(std::move(displayName)) {}
 
 X11WindowList::~X11WindowList() = default;
 

@@ -10,10 +10,10 @@ namespace vintra {
 /// Sound whose every frame says its number, in 23 bits that a float holds exactly: the left sample is the
 /// number / 2^23, the right one its negative. Frame 0 is silence, so the count begins with 1.
 namespace countedSound {
-inline constexpr int64_t period = int64_t{1} << 23;
+inline constexpr int64_t kPeriod = int64_t{1} << 23;
 
 inline float sample(int64_t number) {
-    return static_cast<float>(number % period) / static_cast<float>(period);
+    return static_cast<float>(number % kPeriod) / static_cast<float>(kPeriod);
 }
 } // namespace countedSound
 
@@ -25,7 +25,7 @@ public:
             for (const AudioBuffer& buffer : output) {
                 const uint32_t frames = buffer.mDataByteSize / (sizeof(float) * buffer.mNumberChannels);
                 for (uint32_t frame = 0; frame < frames; ++frame) {
-                    if (++number % countedSound::period == 0) ++number;
+                    if (++number % countedSound::kPeriod == 0) ++number;
                     float* const to = buffer.mData + size_t{frame} * buffer.mNumberChannels;
                     to[0] = countedSound::sample(number);
                     if (buffer.mNumberChannels > 1) to[1] = -to[0];
@@ -69,14 +69,14 @@ private:
             if (last != 0) ++silences;
             return;
         }
-        const auto number = static_cast<int64_t>(left * static_cast<float>(countedSound::period));
+        const auto number = static_cast<int64_t>(left * static_cast<float>(countedSound::kPeriod));
         if (countedSound::sample(number) != left || right != -left) {
             ++faults;
             return;
         }
         ++frames;
         int64_t step = number - last;
-        if (step < 0) step += countedSound::period - 1; // the count went round, past the silent number
+        if (step < 0) step += countedSound::kPeriod - 1; // the count went round, past the silent number
         if (last != 0) {
             if (step == 1)
                 ++next;

@@ -26,14 +26,15 @@ class DeviceStream {
 public:
     using Direction = PipeWireIOStream::Direction;
 
-    DeviceStream(std::shared_ptr<PipeWireConnection> itsConnection, const std::string& device,
-                 Direction direction, AudioIOBlock itsBlock, uint32_t frames = 1024)
-        : connection(std::move(itsConnection))
-        , block(std::move(itsBlock)) {
-        const auto node = connection->deviceNamed(device);
+    DeviceStream(std::shared_ptr<PipeWireConnection> connection, const std::string& device,
+                 Direction direction, AudioIOBlock block, uint32_t frames = 1024)
+        : connection(std::move(connection))
+        , block(std::move(block)) {
+        const auto node = this->connection->deviceNamed(device);
         if (!node) return;
-        PipeWireLock lock(connection->loop());
-        stream = std::make_unique<PipeWireIOStream>(*connection, *node, direction, block, cycles, frames);
+        PipeWireLock lock(this->connection->loop());
+        stream = std::make_unique<PipeWireIOStream>(*this->connection, *node, direction, this->block, cycles,
+                                                    frames);
     }
     ~DeviceStream() {
         PipeWireLock lock(connection->loop());

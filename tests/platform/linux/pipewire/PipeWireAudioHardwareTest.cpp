@@ -8,7 +8,7 @@
 namespace vintra {
 namespace {
 
-constexpr int64_t tenSeconds = 10'000'000'000;
+constexpr int64_t kTenSeconds = 10'000'000'000;
 
 class PipeWireAudioHardwareTest : public ::testing::Test {
 protected:
@@ -22,7 +22,7 @@ protected:
     bool awaitDevice(const std::string& uid) {
         const auto listener =
             hardware.addPropertyListener(kAudioObjectSystemObject, AudioProperty::devices, [] {});
-        return mainThread->runUntil([&] { return deviceWithUID(uid).has_value(); }, tenSeconds);
+        return mainThread->runUntil([&] { return deviceWithUID(uid).has_value(); }, kTenSeconds);
     }
 
     std::shared_ptr<LinuxMainThread> mainThread = std::make_shared<LinuxMainThread>();
@@ -81,10 +81,10 @@ TEST_F(PipeWireAudioHardwareTest, comingAndGoingIsToldOnTheMainThread) {
     PublishedMicrophone microphone("hardware-test-coming");
     ASSERT_TRUE(microphone.isPublished());
     ASSERT_TRUE(mainThread->runUntil(
-        [&] { return calls > 0 && deviceWithUID("hardware-test-coming").has_value(); }, tenSeconds));
+        [&] { return calls > 0 && deviceWithUID("hardware-test-coming").has_value(); }, kTenSeconds));
     const int callsBefore = calls;
     microphone.unplug();
-    ASSERT_TRUE(mainThread->runUntil([&] { return calls > callsBefore; }, tenSeconds));
+    ASSERT_TRUE(mainThread->runUntil([&] { return calls > callsBefore; }, kTenSeconds));
     EXPECT_FALSE(deviceWithUID("hardware-test-coming").has_value());
     EXPECT_TRUE(wasOnMainThread);
 }
@@ -101,7 +101,7 @@ TEST_F(PipeWireAudioHardwareTest, aDeviceThatComesBackAtAnotherRateKeepsItsNumbe
     microphone.reset();
     microphone = std::make_unique<PublishedMicrophone>("hardware-test-rate",
                                                        std::vector<std::string>{"--rate", "44100"});
-    ASSERT_TRUE(mainThread->runUntil([&] { return calls > 0; }, tenSeconds));
+    ASSERT_TRUE(mainThread->runUntil([&] { return calls > 0; }, kTenSeconds));
     EXPECT_EQ(calls, 1);
     EXPECT_EQ(deviceWithUID("hardware-test-rate"), device);
     EXPECT_EQ(hardware.nominalSampleRate(device), 44'100);
@@ -116,7 +116,7 @@ TEST_F(PipeWireAudioHardwareTest, aListenerThatHasGoneIsNotCalledAnyMore) {
         hardware.addPropertyListener(kAudioObjectSystemObject, AudioProperty::devices, [&] { ++kept; });
     listener.reset();
     const PublishedMicrophone microphone("hardware-test-listener");
-    ASSERT_TRUE(mainThread->runUntil([&] { return kept > 0; }, tenSeconds));
+    ASSERT_TRUE(mainThread->runUntil([&] { return kept > 0; }, kTenSeconds));
     EXPECT_EQ(gone, 0);
 }
 

@@ -7,7 +7,7 @@
 namespace vintra {
 namespace {
 
-constexpr int64_t tenSeconds = 10'000'000'000;
+constexpr int64_t kTenSeconds = 10'000'000'000;
 
 class PipeWireCaptureNotificationsTest : public ::testing::Test {
 protected:
@@ -25,7 +25,9 @@ protected:
                         message = error.localizedDescription();
                     }};
     }
-    bool await(const std::function<bool()>& condition) { return mainThread->runUntil(condition, tenSeconds); }
+    bool await(const std::function<bool()>& condition) {
+        return mainThread->runUntil(condition, kTenSeconds);
+    }
     std::shared_ptr<AVCaptureSession> runningSession(const std::string& name) {
         const auto device = devices.deviceWithUniqueID(name);
         if (!device) return nullptr;

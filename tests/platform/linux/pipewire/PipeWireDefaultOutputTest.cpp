@@ -12,8 +12,8 @@
 namespace vintra {
 namespace {
 
-constexpr const char* configuredKey = "default.configured.audio.sink";
-constexpr const char* effectiveKey = "default.audio.sink";
+constexpr const char* kConfiguredKey = "default.configured.audio.sink";
+constexpr const char* kEffectiveKey = "default.audio.sink";
 
 /// A server with the output "headless.output" of priority 1000 and the virtual device, and what its own tools
 /// say of the defaults.
@@ -39,7 +39,7 @@ protected:
     /// As the sound settings of a desktop do it.
     void choose(const std::string& name) const {
         ChildProcess tool(
-            {"pw-metadata", "0", configuredKey, "{ \"name\":  \"" + name + "\" }", "Spa:String:JSON"},
+            {"pw-metadata", "0", kConfiguredKey, "{ \"name\":  \"" + name + "\" }", "Spa:String:JSON"},
             server.environment());
         tool.wait();
     }
@@ -62,12 +62,12 @@ protected:
 };
 
 TEST_F(PipeWireDefaultOutputTest, whereNothingWasConfiguredNothingIsAfterwards) {
-    ASSERT_EQ(said(configuredKey), "");
+    ASSERT_EQ(said(kConfiguredKey), "");
     ASSERT_TRUE(hardware->setDefaultOutputDevice(virtualDevice));
-    EXPECT_EQ(said(effectiveKey), R"({"name":"VintraAudioDevice"})");
+    EXPECT_EQ(said(kEffectiveKey), R"({"name":"VintraAudioDevice"})");
     ASSERT_TRUE(hardware->setDefaultOutputDevice(output));
-    EXPECT_EQ(said(effectiveKey), R"({"name":"headless.output"})");
-    EXPECT_EQ(said(configuredKey), "");
+    EXPECT_EQ(said(kEffectiveKey), R"({"name":"headless.output"})");
+    EXPECT_EQ(said(kConfiguredKey), "");
     EXPECT_EQ(said("vintra.default.audio.sink"), "");
 }
 
@@ -75,21 +75,21 @@ TEST_F(PipeWireDefaultOutputTest, whatWasConfiguredStaysAsItWasWritten) {
     const auto speaker = plugIn("speaker", 10);
     choose("speaker");
     ASSERT_TRUE(awaitDefault(number("speaker")));
-    const std::string written = said(configuredKey);
+    const std::string written = said(kConfiguredKey);
     EXPECT_EQ(written, R"({ "name":  "speaker" })");
     ASSERT_TRUE(hardware->setDefaultOutputDevice(virtualDevice));
     EXPECT_EQ(hardware->defaultOutputDevice(), virtualDevice);
     EXPECT_EQ(hardware->defaultSystemOutputDevice(), number("speaker"));
     ASSERT_TRUE(hardware->setDefaultOutputDevice(number("speaker")));
-    EXPECT_EQ(said(configuredKey), written);
-    EXPECT_EQ(said(effectiveKey), R"({"name":"speaker"})");
+    EXPECT_EQ(said(kConfiguredKey), written);
+    EXPECT_EQ(said(kEffectiveKey), R"({"name":"speaker"})");
 }
 
 TEST_F(PipeWireDefaultOutputTest, anotherDeviceThanTheOneBeforeIsConfigured) {
     const auto speaker = plugIn("speaker", 10);
     ASSERT_TRUE(hardware->setDefaultOutputDevice(virtualDevice));
     ASSERT_TRUE(hardware->setDefaultOutputDevice(number("speaker")));
-    EXPECT_EQ(said(configuredKey), R"({"name":"speaker"})");
+    EXPECT_EQ(said(kConfiguredKey), R"({"name":"speaker"})");
     EXPECT_EQ(said("vintra.default.audio.sink"), "");
 }
 
@@ -97,14 +97,14 @@ TEST_F(PipeWireDefaultOutputTest, whatTheSessionManagerSaysAtTheEndOfAHoldDoesNo
     for (int round = 0; round < 20; ++round) {
         ASSERT_TRUE(hardware->setDefaultOutputDevice(virtualDevice));
         ChildProcess idea(
-            {"pw-metadata", "0", effectiveKey, R"({"name":"headless.output"})", "Spa:String:JSON"},
+            {"pw-metadata", "0", kEffectiveKey, R"({"name":"headless.output"})", "Spa:String:JSON"},
             server.environment());
         if (round % 2 == 0) idea.wait();
         hardware->setDefaultOutputDevice(output); // whether it is read back in time is the machine's
         if (round % 2 == 1) idea.wait();
-        ASSERT_TRUE(awaitCondition([&] { return said(effectiveKey) == R"({"name":"headless.output"})"; }))
-            << "round " << round << ": " << said(effectiveKey);
-        ASSERT_EQ(said(configuredKey), "") << "round " << round;
+        ASSERT_TRUE(awaitCondition([&] { return said(kEffectiveKey) == R"({"name":"headless.output"})"; }))
+            << "round " << round << ": " << said(kEffectiveKey);
+        ASSERT_EQ(said(kConfiguredKey), "") << "round " << round;
     }
 }
 
@@ -123,18 +123,18 @@ TEST_F(PipeWireDefaultOutputTest, afterAKillTheNextProgramGivesItBackExactly) {
         if (isConfigured) choose("speaker");
         const AudioObjectID before = isConfigured ? number("speaker") : output;
         ASSERT_TRUE(awaitDefault(before));
-        const std::string written = said(configuredKey);
+        const std::string written = said(kConfiguredKey);
         ChildProcess holder({"/proc/self/exe", "--gtest_also_run_disabled_tests",
                              "--gtest_filter=PipeWireDefaultOutputHolder.*"},
                             server.environment());
         ASSERT_TRUE(holder.awaitLineWith("held"));
         holder.kill();
-        EXPECT_EQ(said(effectiveKey), R"({"name":"VintraAudioDevice"})");
+        EXPECT_EQ(said(kEffectiveKey), R"({"name":"VintraAudioDevice"})");
         ASSERT_TRUE(awaitDefault(virtualDevice));
         EXPECT_EQ(hardware->defaultSystemOutputDevice(), before);
         ASSERT_TRUE(hardware->setDefaultOutputDevice(before));
         EXPECT_EQ(hardware->defaultOutputDevice(), before);
-        EXPECT_EQ(said(configuredKey), written);
+        EXPECT_EQ(said(kConfiguredKey), written);
         EXPECT_EQ(said("vintra.default.audio.sink"), "");
     }
 }
@@ -168,7 +168,7 @@ TEST_F(PipeWireDefaultOutputTest, choosingWhatWasInForceAnywayEndsTheLoanToo) {
 
 TEST_F(PipeWireDefaultOutputTest, aBetterDeviceThatIsPluggedInDoesNotEndTheLoan) {
     ASSERT_TRUE(hardware->setDefaultOutputDevice(virtualDevice));
-    ChildProcess monitor({"pw-metadata", "-m", "0", effectiveKey}, server.environment());
+    ChildProcess monitor({"pw-metadata", "-m", "0", kEffectiveKey}, server.environment());
     ASSERT_TRUE(monitor.awaitLineWith("VintraAudioDevice"));
     const auto better = plugIn("better", 3000);
     ASSERT_TRUE(monitor.awaitLineWith("better")); // the session manager's idea
@@ -182,19 +182,19 @@ TEST_F(PipeWireDefaultOutputTest, aSessionManagerThatIsStartedAnewDoesNotEndTheL
         if (isConfigured) choose("speaker");
         const std::string before = isConfigured ? "speaker" : "headless.output";
         ASSERT_TRUE(awaitDefault(number(before)));
-        const std::string written = said(configuredKey);
+        const std::string written = said(kConfiguredKey);
         ASSERT_TRUE(hardware->setDefaultOutputDevice(virtualDevice));
         ASSERT_TRUE(server.restartSessionManager());
         if (isConfigured) choose("speaker"); // a desktop's session manager has kept it
         EXPECT_TRUE(awaitCondition([&] {
             return said("vintra.default.audio.sink") == "{\"name\":\"" + before + "\"}" &&
-                   said(effectiveKey) == R"({"name":"VintraAudioDevice"})";
+                   said(kEffectiveKey) == R"({"name":"VintraAudioDevice"})";
         })) << said("vintra.default.audio.sink")
-            << ", " << said(effectiveKey);
+            << ", " << said(kEffectiveKey);
         EXPECT_TRUE(awaitDefault(virtualDevice));
         ASSERT_TRUE(hardware->setDefaultOutputDevice(number(before)));
-        EXPECT_EQ(said(effectiveKey), "{\"name\":\"" + before + "\"}");
-        EXPECT_EQ(said(configuredKey), written);
+        EXPECT_EQ(said(kEffectiveKey), "{\"name\":\"" + before + "\"}");
+        EXPECT_EQ(said(kConfiguredKey), written);
         EXPECT_EQ(said("vintra.default.audio.sink"), "");
     }
 }
@@ -233,7 +233,7 @@ TEST_F(PipeWireDefaultOutputTest, whereTheVirtualDeviceWasChosenTheBestRealOneIs
     ASSERT_TRUE(awaitDefault(virtualDevice));
     EXPECT_EQ(hardware->defaultSystemOutputDevice(), output);
     ASSERT_TRUE(hardware->setDefaultOutputDevice(number("speaker")));
-    EXPECT_EQ(said(configuredKey), R"({"name":"speaker"})");
+    EXPECT_EQ(said(kConfiguredKey), R"({"name":"speaker"})");
 }
 
 TEST_F(PipeWireDefaultOutputTest, onlyOutputsCanBeTheDefault) {

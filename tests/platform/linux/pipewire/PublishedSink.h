@@ -13,10 +13,9 @@ namespace vintra {
 class PublishedSink {
 public:
     /// Properties as in a configuration file.
-    PublishedSink(std::string itsName, const std::string& properties,
-                  std::vector<std::string> itsEnvironment = {})
-        : name(std::move(itsName))
-        , environment(std::move(itsEnvironment)) {
+    PublishedSink(std::string name, const std::string& properties, std::vector<std::string> environment = {})
+        : name(std::move(name))
+        , environment(std::move(environment)) {
         ChildProcess made({"pw-cli", "create-node", "adapter",
                            "{ factory.name=support.null-audio-sink media.class=Audio/Sink "
                            "object.linger=true session.suspend-timeout-seconds=0 node.name=" +

@@ -6,12 +6,12 @@
 namespace vintra {
 namespace {
 
-constexpr int64_t second = 1'000'000'000;
-constexpr int64_t start = 1'234'567'890'123;
+constexpr int64_t kSecond = 1'000'000'000;
+constexpr int64_t kStart = 1'234'567'890'123;
 
 TEST(SampleStamps, theFirstBufferHasTheGraphsTime) {
     SampleStamps stamps(48'000);
-    EXPECT_EQ(stamps.stamp(start, 512), start);
+    EXPECT_EQ(stamps.stamp(kStart, 512), kStart);
     EXPECT_EQ(stamps.gaps(), 0u);
 }
 
@@ -19,7 +19,7 @@ TEST(SampleStamps, buffersOnTimeFollowWithoutError) {
     // 512 frames at 44,100 Hz are no whole number of nanoseconds; 44,100 such buffers are 512 s.
     SampleStamps stamps(44'100);
     for (int64_t buffer = 0; buffer <= 44'100; ++buffer) {
-        const int64_t exact = start + buffer * 512 * second / 44'100;
+        const int64_t exact = kStart + buffer * 512 * kSecond / 44'100;
         const int64_t stamp = stamps.stamp(exact, 512);
         ASSERT_LE(std::llabs(stamp - exact), 1) << buffer;
     }
@@ -34,7 +34,7 @@ TEST(SampleStamps, jitterOfTheGraphHardlyShows) {
     SampleStamps stamps(48'000);
     int64_t before = 0;
     for (int64_t buffer = 0; buffer < 10'000; ++buffer) {
-        const int64_t stamp = stamps.stamp(start + buffer * 10'000'000 + jitter(random), 480);
+        const int64_t stamp = stamps.stamp(kStart + buffer * 10'000'000 + jitter(random), 480);
         if (buffer <= 100) before = stamp - 10'000'000; // the second in which it settles
         // 100 millionths of 10 ms.
         ASSERT_LE(std::llabs(stamp - before - 10'000'000), 1'000) << buffer;
@@ -45,29 +45,29 @@ TEST(SampleStamps, jitterOfTheGraphHardlyShows) {
 
 TEST(SampleStamps, aFirstCycleThatBeganLateIsForgottenAtTheFirstOnTime) {
     SampleStamps stamps(48'000);
-    EXPECT_EQ(stamps.stamp(start + 1'900'000, 480), start + 1'900'000);
-    EXPECT_EQ(stamps.stamp(start + 10'000'000 + 700'000, 480), start + 10'700'000);
-    EXPECT_EQ(stamps.stamp(start + 20'000'000, 480), start + 20'000'000);
-    EXPECT_EQ(stamps.stamp(start + 30'000'000 + 640, 480), start + 30'000'010);
+    EXPECT_EQ(stamps.stamp(kStart + 1'900'000, 480), kStart + 1'900'000);
+    EXPECT_EQ(stamps.stamp(kStart + 10'000'000 + 700'000, 480), kStart + 10'700'000);
+    EXPECT_EQ(stamps.stamp(kStart + 20'000'000, 480), kStart + 20'000'000);
+    EXPECT_EQ(stamps.stamp(kStart + 30'000'000 + 640, 480), kStart + 30'000'010);
     EXPECT_EQ(stamps.gaps(), 0u);
     for (int64_t buffer = 4; buffer < 100; ++buffer)
-        stamps.stamp(start + buffer * 10'000'000, 480);
+        stamps.stamp(kStart + buffer * 10'000'000, 480);
     // A second later it is jitter like any other.
-    EXPECT_EQ(stamps.stamp(start + 1'000'000'000 - 640, 480), start + 1'000'000'000 - 10);
+    EXPECT_EQ(stamps.stamp(kStart + 1'000'000'000 - 640, 480), kStart + 1'000'000'000 - 10);
 }
 
 TEST(SampleStamps, aDifferenceOfTwoMillisecondsIsAGap) {
     SampleStamps stamps(48'000);
-    stamps.stamp(start, 480);
-    EXPECT_EQ(stamps.stamp(start + 10'000'000 + 2'000'000, 480), start + 12'000'000);
-    EXPECT_EQ(stamps.stamp(start + 22'000'000, 480), start + 22'000'000);
+    stamps.stamp(kStart, 480);
+    EXPECT_EQ(stamps.stamp(kStart + 10'000'000 + 2'000'000, 480), kStart + 12'000'000);
+    EXPECT_EQ(stamps.stamp(kStart + 22'000'000, 480), kStart + 22'000'000);
     EXPECT_EQ(stamps.gaps(), 1u);
 }
 
 TEST(SampleStamps, aDifferenceJustBelowIsWornDownSlowly) {
     SampleStamps stamps(48'000);
-    stamps.stamp(start, 480);
-    EXPECT_EQ(stamps.stamp(start + 10'000'000 + 1'999'999, 480), start + 10'001'000);
+    stamps.stamp(kStart, 480);
+    EXPECT_EQ(stamps.stamp(kStart + 10'000'000 + 1'999'999, 480), kStart + 10'001'000);
     EXPECT_EQ(stamps.gaps(), 0u);
 }
 
@@ -75,10 +75,10 @@ TEST(SampleStamps, aClockThatSlipsIsFollowedWithinThirtyTwoBuffers) {
     for (const int64_t slip : {1'700'000, -1'700'000}) {
         SampleStamps stamps(48'000);
         for (int64_t buffer = 0; buffer < 200; ++buffer)
-            ASSERT_EQ(stamps.stamp(start + buffer * 10'000'000, 480), start + buffer * 10'000'000);
+            ASSERT_EQ(stamps.stamp(kStart + buffer * 10'000'000, 480), kStart + buffer * 10'000'000);
         int64_t off = slip;
         for (int64_t buffer = 200; buffer < 232; ++buffer) {
-            const int64_t graph = start + buffer * 10'000'000 + slip;
+            const int64_t graph = kStart + buffer * 10'000'000 + slip;
             off = stamps.stamp(graph, 480) - graph;
         }
         EXPECT_LE(std::llabs(off), 32'000) << slip; // what 32 corrections of 1 µs have moved meanwhile
@@ -90,7 +90,7 @@ TEST(SampleStamps, fifteenLateCyclesAreJitterIfOneInBetweenIsOnTime) {
     SampleStamps stamps(48'000);
     for (int64_t buffer = 0; buffer < 1'000; ++buffer) {
         const int64_t lateness = buffer % 16 == 0 ? 0 : 1'500'000;
-        const int64_t exact = start + buffer * 10'000'000;
+        const int64_t exact = kStart + buffer * 10'000'000;
         const int64_t stamp = stamps.stamp(exact + lateness, 480);
         // A microsecond a buffer.
         ASSERT_LE(std::llabs(stamp - exact), buffer * 1'000) << buffer;
@@ -99,8 +99,8 @@ TEST(SampleStamps, fifteenLateCyclesAreJitterIfOneInBetweenIsOnTime) {
 
 TEST(SampleStamps, aGraphThatGoesBackIsAGapToo) {
     SampleStamps stamps(48'000);
-    stamps.stamp(start, 480);
-    EXPECT_EQ(stamps.stamp(start - second, 480), start - second);
+    stamps.stamp(kStart, 480);
+    EXPECT_EQ(stamps.stamp(kStart - kSecond, 480), kStart - kSecond);
     EXPECT_EQ(stamps.gaps(), 1u);
 }
 
@@ -109,7 +109,7 @@ TEST(SampleStamps, aDeviceThatRunsFastIsFollowedForTenMinutes) {
     // µs.
     SampleStamps stamps(48'000);
     for (int64_t buffer = 0; buffer < 60'000; ++buffer) {
-        const int64_t graph = start + buffer * 9'999'500;
+        const int64_t graph = kStart + buffer * 9'999'500;
         ASSERT_LE(std::llabs(stamps.stamp(graph, 480) - graph), 33'000) << buffer;
     }
     EXPECT_EQ(stamps.gaps(), 0u);
@@ -117,9 +117,9 @@ TEST(SampleStamps, aDeviceThatRunsFastIsFollowedForTenMinutes) {
 
 TEST(SampleStamps, buffersMayHaveAnyLength) {
     SampleStamps stamps(48'000);
-    EXPECT_EQ(stamps.stamp(start, 1), start);
-    EXPECT_EQ(stamps.stamp(start + 20'833, 96'000), start + 20'833);
-    EXPECT_EQ(stamps.stamp(start + 2'000'020'833, 48), start + 2'000'020'833);
+    EXPECT_EQ(stamps.stamp(kStart, 1), kStart);
+    EXPECT_EQ(stamps.stamp(kStart + 20'833, 96'000), kStart + 20'833);
+    EXPECT_EQ(stamps.stamp(kStart + 2'000'020'833, 48), kStart + 2'000'020'833);
 }
 
 } // namespace

@@ -19,8 +19,8 @@ namespace {
 /// Device IO whose real-time threads are watched for allocations.
 class WatchedDeviceIO : public AudioDeviceIO {
 public:
-    explicit WatchedDeviceIO(AudioDeviceIO& itsInner)
-        : inner(itsInner) {}
+    explicit WatchedDeviceIO(AudioDeviceIO& inner)
+        : inner(inner) {}
     std::unique_ptr<AudioIOProc> createIOProc(AudioObjectID device, AudioIOBlock block) override {
         return inner.createIOProc(device, [this, block](AudioBufferList input, AudioBufferList output) {
             // All that the thread does from its first call on, in PipeWire too.

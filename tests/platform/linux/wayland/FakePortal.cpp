@@ -51,8 +51,8 @@ std::string textOf(const std::map<std::string, FakePortal::Value>& options, cons
 
 } // namespace
 
-FakePortal::FakePortal(const std::string& busAddress, Script aScript)
-    : script(std::move(aScript)) {
+FakePortal::FakePortal(const std::string& busAddress, Script script)
+    : script(std::move(script)) {
     static const sd_bus_vtable table[] = {
         SD_BUS_VTABLE_START(0),
         SD_BUS_METHOD("CreateSession", "a{sv}", "o", called, SD_BUS_VTABLE_UNPRIVILEGED),
@@ -67,7 +67,7 @@ FakePortal::FakePortal(const std::string& busAddress, Script aScript)
     sd_bus_set_address(bus, busAddress.c_str());
     sd_bus_set_bus_client(bus, true);
     sd_bus_start(bus);
-    if (script.hasScreenCast) sd_bus_add_object_vtable(bus, nullptr, kPath, kInterface, table, this);
+    if (this->script.hasScreenCast) sd_bus_add_object_vtable(bus, nullptr, kPath, kInterface, table, this);
     sd_bus_request_name(bus, "org.freedesktop.portal.Desktop", 0);
     thread = std::thread([this] { run(); });
 }

@@ -11,8 +11,8 @@ namespace {
 
 /// A desktop's picture that a test paints, as a frame in one buffer.
 struct Desk {
-    explicit Desk(int aWidth = 40, int aHeight = 30)
-        : picture(aWidth, aHeight) {}
+    explicit Desk(int width = 40, int height = 30)
+        : picture(width, height) {}
 
     PortalFrame frame(std::optional<std::vector<PixelRect>> damage = std::nullopt) {
         PortalFrame made;

@@ -11,7 +11,7 @@ namespace {
 
 /// A buffer as a desktop fills it: 4 × 3 pixels, rows of 5 pixels apart.
 struct FilledBuffer {
-    static constexpr PortalVideoFormat format{4, 3, PortalVideoFormat::Order::bgr};
+    static constexpr PortalVideoFormat kFormat{4, 3, PortalVideoFormat::Order::bgr};
 
     std::array<uint8_t, 60> pixels{};
     spa_chunk chunk{0, 60, 20, 0};
@@ -35,7 +35,7 @@ struct FilledBuffer {
         buffer.n_metas = 3;
         buffer.metas = metas.data();
     }
-    std::optional<PortalFrame> read() const { return readPortalFrame(buffer, format); }
+    std::optional<PortalFrame> read() const { return readPortalFrame(buffer, kFormat); }
 };
 
 spa_meta_region region(int x, int y, uint32_t width, uint32_t height) {
