@@ -8,7 +8,7 @@
 #include "Vintra/platform/linux/pipewire/PipeWireConnection.h"
 #include "Vintra/platform/linux/pipewire/PipeWireDeviceIO.h"
 #include "Vintra/platform/linux/runtime/LinuxLog.h"
-#include "Vintra/platform/linux/runtime/LinuxMainThread.h"
+#include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
 #include "Vintra/platform/linux/runtime/LinuxWallClock.h"
 
 #include <csignal>
@@ -23,7 +23,7 @@ int main(int argumentCount, char** arguments) {
     pthread_sigmask(SIG_BLOCK, &interrupts, nullptr);
 
     const auto connection = std::make_shared<PipeWireConnection>();
-    PipeWireAudioHardware hardware(connection, std::make_shared<LinuxMainThread>());
+    PipeWireAudioHardware hardware(connection, std::make_shared<LinuxEventLoop>());
     PipeWireDeviceIO io(connection, std::make_shared<LinuxLog>(LogLevel::standard));
     const MemoryUserDefaults userDefaults;
     const LinuxWallClock wallClock;

@@ -2,7 +2,7 @@
 #include "Vintra/platform/linux/movie/LinuxAssetProbing.h"
 #include "Vintra/platform/linux/runtime/LinuxDispatchQueues.h"
 #include "Vintra/platform/linux/runtime/LinuxLog.h"
-#include "Vintra/platform/linux/runtime/LinuxMainThread.h"
+#include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
 #include "Vintra/timeline/TimelineFile.h"
 #include "tests/platform/linux/movie/WriterFixture.h"
 #include "tests/support/ProgramRun.h"
@@ -75,7 +75,7 @@ protected:
         return outcome;
     }
 
-    std::shared_ptr<LinuxMainThread> mainThread = std::make_shared<LinuxMainThread>();
+    std::shared_ptr<LinuxEventLoop> mainThread = std::make_shared<LinuxEventLoop>();
     Platform platform;
     TakeFiles files;
 };

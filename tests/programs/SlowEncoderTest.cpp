@@ -7,7 +7,7 @@
 #include "Vintra/platform/UserDefaults.h"
 #include "Vintra/platform/linux/LinuxPlatform.h"
 #include "Vintra/platform/linux/movie/LinuxAssetWriters.h"
-#include "Vintra/platform/linux/runtime/LinuxMainThread.h"
+#include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
 #include "Vintra/take/ScreenRecorderManager.h"
 
 #include <cstdlib>
@@ -35,7 +35,7 @@ TEST(SlowEncoderTest, theTakeGoesOnAndItsLossesAreCountedAndTold) {
     ASSERT_EQ(film.readLine(), "ready");
     const TemporaryFolder folder;
     LinuxPlatform machine =
-        LinuxPlatform::make(std::make_shared<LinuxMainThread>(), {.keepsSettingsInMemory = true});
+        LinuxPlatform::make(std::make_shared<LinuxEventLoop>(), {.keepsSettingsInMemory = true});
     // 66 ms a picture at 30 pictures a second.
     machine.services.assetWriters =
         std::make_shared<LinuxAssetWriters>(LinuxAssetWritersOptions{.encoderDelayMicroseconds = 66'000});

@@ -7,7 +7,7 @@
 #include "Vintra/platform/UserDefaults.h"
 #include "Vintra/platform/WindowList.h"
 #include "Vintra/platform/linux/pipewire/PipeWireCaptureDevices.h"
-#include "Vintra/platform/linux/runtime/LinuxMainThread.h"
+#include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
 #include "Vintra/take/SessionNames.h"
 #include "Vintra/take/Words.h"
 #include "tools/vintra-take/MediaFacts.h"

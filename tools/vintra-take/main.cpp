@@ -4,7 +4,7 @@
 #include "Vintra/platform/SystemError.h"
 #include "Vintra/platform/linux/SoundRoutingClaim.h"
 #include "Vintra/platform/linux/files/MemoryUserDefaults.h"
-#include "Vintra/platform/linux/runtime/LinuxMainThread.h"
+#include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
 #include "Vintra/platform/linux/runtime/SignalWatcher.h"
 #include "tools/vintra-take/OthersOutputs.h"
 #include "tools/vintra-take/TakeRunner.h"
@@ -43,7 +43,7 @@ void leaveOutputsAlone(LinuxPlatform& machine) {
 
 int carryOut(const Options& options) {
     const bool isWatched = isatty(STDOUT_FILENO) == 1;
-    const auto mainThread = std::make_shared<LinuxMainThread>();
+    const auto mainThread = std::make_shared<LinuxEventLoop>();
     TakeRunner* running = nullptr;
     bool early = false; // a signal before there is anything to interrupt
     const SignalWatcher signals(*mainThread, {SIGINT, SIGTERM, SIGHUP}, [&](int) {

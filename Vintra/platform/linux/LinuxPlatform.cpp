@@ -15,7 +15,7 @@
 #include "Vintra/platform/linux/runtime/LinuxDispatchQueues.h"
 #include "Vintra/platform/linux/runtime/LinuxHostClock.h"
 #include "Vintra/platform/linux/runtime/LinuxLog.h"
-#include "Vintra/platform/linux/runtime/LinuxMainThread.h"
+#include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
 #include "Vintra/platform/linux/runtime/LinuxProcessInfo.h"
 #include "Vintra/platform/linux/runtime/LinuxWallClock.h"
 #include "Vintra/platform/linux/wayland/NoWindowList.h"
@@ -61,7 +61,7 @@ void addScreenServices(Platform& services) {
 
 } // namespace
 
-LinuxPlatform LinuxPlatform::make(std::shared_ptr<LinuxMainThread> mainThread, Settings settings) {
+LinuxPlatform LinuxPlatform::make(std::shared_ptr<LinuxEventLoop> mainThread, Settings settings) {
     LinuxPlatform machine;
     machine.mainThread = std::move(mainThread);
     const auto connection = std::make_shared<PipeWireConnection>();

@@ -10,7 +10,7 @@
 
 namespace vintra {
 
-class LinuxMainThread;
+class LinuxEventLoop;
 class PipeWireCaptureDevices;
 
 /// The services of the real machine, and what only a `main` needs of them. Made on the main thread, once.
@@ -26,13 +26,13 @@ struct LinuxPlatform {
     /// The screen is that of the Wayland desktop if the session has one that answers, else of the X server. A
     /// missing desktop or PipeWire server shows as empty lists. Connecting takes its time, so the event
     /// loop is made before and may already watch for signals.
-    static LinuxPlatform make(std::shared_ptr<LinuxMainThread> mainThread, Settings settings);
+    static LinuxPlatform make(std::shared_ptr<LinuxEventLoop> mainThread, Settings settings);
 
     /// Whether the desktop tells of its windows; if not, none can be chosen by its number.
     bool namesWindows() const;
 
     Platform services;
-    std::shared_ptr<LinuxMainThread> mainThread;
+    std::shared_ptr<LinuxEventLoop> mainThread;
     std::shared_ptr<PipeWireCaptureDevices> captureDevices;
 };
 

@@ -1,7 +1,7 @@
 #include "Vintra/platform/linux/runtime/SignalWatcher.h"
 
+#include "Vintra/platform/EventLoop.h"
 #include "Vintra/platform/SystemError.h"
-#include "Vintra/platform/linux/runtime/LinuxMainThread.h"
 
 #include <atomic>
 #include <cerrno>
@@ -26,7 +26,7 @@ void noteSignal(int signal) {
 
 } // namespace
 
-SignalWatcher::SignalWatcher(LinuxMainThread& mainThread, std::initializer_list<int> signals,
+SignalWatcher::SignalWatcher(EventLoop& eventLoop, std::initializer_list<int> signals,
                              std::function<void(int signal)> handler)
     : handler(std::move(handler)) {
     int ends[2];
@@ -37,7 +37,7 @@ SignalWatcher::SignalWatcher(LinuxMainThread& mainThread, std::initializer_list<
     }
     readEnd = FileDescriptor(ends[0]);
     writeEnd = FileDescriptor(ends[1]);
-    watch = mainThread.watch(readEnd.get(), [this] { readSignals(); });
+    watch = eventLoop.watch(readEnd.get(), EventLoop::Readiness::readable, [this] { readSignals(); });
     signalPipe.store(writeEnd.get());
     for (const int signal : signals) {
         struct sigaction action {};

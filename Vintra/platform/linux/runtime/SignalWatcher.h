@@ -10,14 +10,14 @@
 
 namespace vintra {
 
-class LinuxMainThread;
+class EventLoop;
 
 /// Calls a block on the main thread for each arrival of one of the signals, in place of what the signal does
 /// otherwise, for as long as it lives; what the signals did before is then restored. At most one at a time.
 /// Main thread.
 class SignalWatcher {
 public:
-    SignalWatcher(LinuxMainThread& mainThread, std::initializer_list<int> signals,
+    SignalWatcher(EventLoop& eventLoop, std::initializer_list<int> signals,
                   std::function<void(int signal)> handler);
     ~SignalWatcher();
     SignalWatcher(const SignalWatcher&) = delete;

@@ -6,7 +6,7 @@
 #include "Vintra/platform/linux/pipewire/PipeWireConnection.h"
 #include "Vintra/platform/linux/runtime/LinuxDispatchQueues.h"
 #include "Vintra/platform/linux/runtime/LinuxHostClock.h"
-#include "Vintra/platform/linux/runtime/LinuxMainThread.h"
+#include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
 
 #include <memory>
 #include <string>
@@ -19,7 +19,7 @@ public:
     CapturedSound(std::shared_ptr<PipeWireConnection> connection, const std::string& device,
                   uint32_t channels,
                   AVAudioSettings settings = {.linearPCMBitDepth = 32, .linearPCMIsFloat = true})
-        : devices(std::move(connection), std::make_shared<LinuxMainThread>()) {
+        : devices(std::move(connection), std::make_shared<LinuxEventLoop>()) {
         const auto found = devices.deviceWithUniqueID(device);
         if (!found) return;
         settings.numberOfChannels = channels;

@@ -1,6 +1,6 @@
 #include "Vintra/platform/linux/pipewire/PipeWireAudioHardware.h"
 #include "Vintra/platform/linux/pipewire/PipeWireConnection.h"
-#include "Vintra/platform/linux/runtime/LinuxMainThread.h"
+#include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
 #include "tests/support/PublishedMicrophone.h"
 
 #include <algorithm>
@@ -25,7 +25,7 @@ protected:
         return mainThread->runUntil([&] { return deviceWithUID(uid).has_value(); }, kTenSeconds);
     }
 
-    std::shared_ptr<LinuxMainThread> mainThread = std::make_shared<LinuxMainThread>();
+    std::shared_ptr<LinuxEventLoop> mainThread = std::make_shared<LinuxEventLoop>();
     std::shared_ptr<PipeWireConnection> connection = std::make_shared<PipeWireConnection>();
     PipeWireAudioHardware hardware{connection, mainThread};
 };

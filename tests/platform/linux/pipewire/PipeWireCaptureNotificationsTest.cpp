@@ -40,7 +40,7 @@ protected:
         return session;
     }
 
-    std::shared_ptr<LinuxMainThread> mainThread = std::make_shared<LinuxMainThread>();
+    std::shared_ptr<LinuxEventLoop> mainThread = std::make_shared<LinuxEventLoop>();
     PipeWireCaptureDevices devices{std::make_shared<PipeWireConnection>(), mainThread};
     LinuxDispatchQueues queues;
     std::vector<std::string> connected;

@@ -4,7 +4,7 @@
 #include "Vintra/platform/linux/pipewire/PipeWireConnection.h"
 #include "Vintra/platform/linux/runtime/LinuxDispatchQueues.h"
 #include "Vintra/platform/linux/runtime/LinuxHostClock.h"
-#include "Vintra/platform/linux/runtime/LinuxMainThread.h"
+#include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
 #include "tests/support/PublishedMicrophone.h"
 
 namespace vintra {
@@ -33,7 +33,7 @@ public:
 private:
     PublishedMicrophone microphone{"conformance", {"--channels", "2", "--signal", "tones"}};
     PipeWireCaptureDevices devices{std::make_shared<PipeWireConnection>(),
-                                   std::make_shared<LinuxMainThread>()};
+                                   std::make_shared<LinuxEventLoop>()};
     LinuxDispatchQueues queues;
     LinuxHostClock clock;
     std::shared_ptr<DispatchQueue> sessionQueue = queues.makeSerialQueue("sessions");

@@ -142,7 +142,7 @@ TEST(PipeWireCapture, integersAreDeliveredWhereTheyAreAskedFor) {
 
 TEST(PipeWireCapture, settingsThatNoDeviceDeliversAreRefusedByTheSession) {
     PipeWireCaptureDevices devices(std::make_shared<PipeWireConnection>(),
-                                   std::make_shared<LinuxMainThread>());
+                                   std::make_shared<LinuxEventLoop>());
     const auto session = devices.makeSession();
     EXPECT_FALSE(session->canAddOutput(*devices.makeAudioDataOutput({.linearPCMBitDepth = 12})));
     EXPECT_FALSE(session->canAddOutput(*devices.makeAudioDataOutput({.numberOfChannels = 0})));

@@ -1,5 +1,5 @@
 #include "Vintra/platform/linux/pipewire/PipeWireAudioHardware.h"
-#include "Vintra/platform/linux/runtime/LinuxMainThread.h"
+#include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
 #include "tests/platform/linux/pipewire/DeviceStream.h"
 #include "tests/platform/linux/pipewire/PublishedSink.h"
 #include "tests/support/ChildProcess.h"
@@ -54,7 +54,7 @@ protected:
     }
 
     PrivatePipeWireServer server;
-    std::shared_ptr<LinuxMainThread> mainThread = std::make_shared<LinuxMainThread>();
+    std::shared_ptr<LinuxEventLoop> mainThread = std::make_shared<LinuxEventLoop>();
     std::shared_ptr<PipeWireConnection> connection;
     std::unique_ptr<PipeWireAudioHardware> hardware;
     AudioObjectID virtualDevice = 0;
@@ -111,7 +111,7 @@ TEST_F(PipeWireDefaultOutputTest, whatTheSessionManagerSaysAtTheEndOfAHoldDoesNo
 /// Not a test: the program that the next one kills.
 TEST(PipeWireDefaultOutputHolder, DISABLED_holdsUntilItIsKilled) {
     const auto connection = std::make_shared<PipeWireConnection>();
-    PipeWireAudioHardware hardware(connection, std::make_shared<LinuxMainThread>());
+    PipeWireAudioHardware hardware(connection, std::make_shared<LinuxEventLoop>());
     ASSERT_TRUE(hardware.setDefaultOutputDevice(connection->numberNamed("VintraAudioDevice").value_or(0)));
     std::cout << "held" << std::endl;
     ::pause();

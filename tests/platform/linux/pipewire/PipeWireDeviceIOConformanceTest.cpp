@@ -5,7 +5,7 @@
 #include "Vintra/platform/linux/pipewire/PipeWireDeviceIO.h"
 #include "Vintra/platform/linux/runtime/LinuxHostClock.h"
 #include "Vintra/platform/linux/runtime/LinuxLog.h"
-#include "Vintra/platform/linux/runtime/LinuxMainThread.h"
+#include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
 
 namespace vintra {
 
@@ -26,7 +26,7 @@ public:
 
 private:
     const std::shared_ptr<PipeWireConnection> connection = std::make_shared<PipeWireConnection>();
-    PipeWireAudioHardware hardware_{connection, std::make_shared<LinuxMainThread>()};
+    PipeWireAudioHardware hardware_{connection, std::make_shared<LinuxEventLoop>()};
     PipeWireDeviceIO io_{connection, std::make_shared<LinuxLog>(LogLevel::error)};
     LinuxHostClock clock;
 };

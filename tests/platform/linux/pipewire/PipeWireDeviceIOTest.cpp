@@ -1,7 +1,7 @@
 #include "Vintra/platform/linux/pipewire/PipeWireDeviceIO.h"
 #include "Vintra/platform/Mutex.h"
 #include "Vintra/platform/linux/pipewire/PipeWireAudioHardware.h"
-#include "Vintra/platform/linux/runtime/LinuxMainThread.h"
+#include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
 #include "tests/platform/linux/pipewire/CountedSound.h"
 #include "tests/platform/linux/pipewire/DeviceStream.h"
 #include "tests/platform/linux/pipewire/PublishedSink.h"
@@ -48,7 +48,7 @@ protected:
 
     std::shared_ptr<PipeWireConnection> connection = std::make_shared<PipeWireConnection>();
     std::shared_ptr<RecordedLog> log = std::make_shared<RecordedLog>();
-    PipeWireAudioHardware hardware{connection, std::make_shared<LinuxMainThread>()};
+    PipeWireAudioHardware hardware{connection, std::make_shared<LinuxEventLoop>()};
     PipeWireDeviceIO io{connection, log};
     const AudioObjectID virtualDevice = number("VintraAudioDevice");
     const AudioObjectID output = number("headless.output");
@@ -160,7 +160,7 @@ TEST_F(PipeWireDeviceIOTest, at44100HertzTheCyclesReallyRunAtThatRate) {
 }
 
 TEST_F(PipeWireDeviceIOTest, aRateThatWasAskedForIsToldToThoseWhoListen) {
-    auto mainThread = std::make_shared<LinuxMainThread>();
+    auto mainThread = std::make_shared<LinuxEventLoop>();
     PipeWireAudioHardware told(connection, mainThread);
     int calls = 0;
     const auto listener =

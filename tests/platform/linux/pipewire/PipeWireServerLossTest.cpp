@@ -1,5 +1,5 @@
 #include "Vintra/platform/linux/pipewire/PipeWireAudioHardware.h"
-#include "Vintra/platform/linux/runtime/LinuxMainThread.h"
+#include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
 #include "tests/platform/linux/pipewire/CapturedSound.h"
 #include "tests/support/PrivatePipeWireServer.h"
 #include "tests/support/PublishedMicrophone.h"
@@ -9,8 +9,8 @@ namespace {
 
 TEST(PipeWireWithoutServer, thereAreNoDevicesAndASentenceSaysWhy) {
     const auto connection = std::make_shared<PipeWireConnection>("vintra-test-no-such-server");
-    const PipeWireAudioHardware hardware(connection, std::make_shared<LinuxMainThread>());
-    PipeWireCaptureDevices devices(connection, std::make_shared<LinuxMainThread>());
+    const PipeWireAudioHardware hardware(connection, std::make_shared<LinuxEventLoop>());
+    PipeWireCaptureDevices devices(connection, std::make_shared<LinuxEventLoop>());
     EXPECT_TRUE(hardware.devices().empty());
     EXPECT_EQ(devices.deviceWithUniqueID("VintraAudioDevice"), nullptr);
     EXPECT_EQ(devices.problem(), "No PipeWire server answers, so there is no sound input.");
@@ -26,7 +26,7 @@ TEST(PipeWireServerLoss, aSessionThatRunsEndsAndTheListIsEmptied) {
     const PublishedMicrophone microphone("loss-test", {}, server.environment());
     ASSERT_TRUE(microphone.isPublished());
     const auto connection = std::make_shared<PipeWireConnection>(server.name());
-    const auto mainThread = std::make_shared<LinuxMainThread>();
+    const auto mainThread = std::make_shared<LinuxEventLoop>();
     PipeWireAudioHardware hardware(connection, mainThread);
     int calls = 0;
     const auto listener =

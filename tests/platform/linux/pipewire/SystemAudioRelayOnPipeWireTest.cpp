@@ -3,7 +3,7 @@
 #include "Vintra/platform/linux/pipewire/PipeWireAudioHardware.h"
 #include "Vintra/platform/linux/pipewire/PipeWireDeviceIO.h"
 #include "Vintra/platform/linux/runtime/LinuxLog.h"
-#include "Vintra/platform/linux/runtime/LinuxMainThread.h"
+#include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
 #include "Vintra/platform/linux/runtime/LinuxWallClock.h"
 #include "tests/platform/linux/pipewire/AllocationWatch.h"
 #include "tests/platform/linux/pipewire/CountedSound.h"
@@ -59,7 +59,7 @@ protected:
     void playFor(double seconds);
 
     std::shared_ptr<PipeWireConnection> connection = std::make_shared<PipeWireConnection>();
-    PipeWireAudioHardware hardware{connection, std::make_shared<LinuxMainThread>()};
+    PipeWireAudioHardware hardware{connection, std::make_shared<LinuxEventLoop>()};
     PipeWireDeviceIO pipeWireIO{connection, std::make_shared<LinuxLog>(LogLevel::error)};
     WatchedDeviceIO io{pipeWireIO};
     MemoryUserDefaults userDefaults;

@@ -1,7 +1,8 @@
 #include "Vintra/platform/linux/runtime/LinuxDispatchQueues.h"
+#include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
 #include "Vintra/platform/linux/runtime/LinuxHostClock.h"
-#include "Vintra/platform/linux/runtime/LinuxMainThread.h"
 #include "tests/platform/DispatchQueueConformance.h"
+#include "tests/platform/EventLoopConformance.h"
 #include "tests/platform/HostClockConformance.h"
 #include "tests/platform/MainThreadConformance.h"
 
@@ -15,6 +16,7 @@ public:
     DispatchQueues& dispatchQueues() { return queues; }
     HostClock& hostClock() { return clock; }
     MainThread& mainThread() { return main; }
+    EventLoop& eventLoop() { return main; }
     bool waitUntil(const std::function<bool()>& done) {
         constexpr int64_t millisecond = 1'000'000;
         for (int round = 0; round < 60'000; ++round) {
@@ -24,7 +26,7 @@ public:
     }
 
 private:
-    LinuxMainThread main;
+    LinuxEventLoop main;
     LinuxHostClock clock;
     LinuxDispatchQueues queues;
 };
@@ -32,6 +34,7 @@ private:
 INSTANTIATE_TYPED_TEST_SUITE_P(Linux, DispatchQueueConformance, RuntimeBackend);
 INSTANTIATE_TYPED_TEST_SUITE_P(Linux, HostClockConformance, RuntimeBackend);
 INSTANTIATE_TYPED_TEST_SUITE_P(Linux, MainThreadConformance, RuntimeBackend);
+INSTANTIATE_TYPED_TEST_SUITE_P(Linux, EventLoopConformance, RuntimeBackend);
 
 } // namespace
 } // namespace vintra

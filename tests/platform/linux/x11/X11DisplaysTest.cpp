@@ -1,6 +1,6 @@
 #include "tests/platform/linux/x11/X11ScreenFixture.h"
 
-#include "Vintra/platform/linux/runtime/LinuxMainThread.h"
+#include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
 #include "Vintra/platform/linux/x11/X11Screens.h"
 
 #include <unistd.h>
@@ -15,7 +15,7 @@ protected:
         ASSERT_TRUE(server.xrandr({"--setmonitor", "RIGHT", "240/240x480/480+400+0", "none"}));
     }
     std::vector<NSScreen> screens() { return X11Screens(mainThread, server.displayName()).screens(); }
-    std::shared_ptr<LinuxMainThread> mainThread = std::make_shared<LinuxMainThread>();
+    std::shared_ptr<LinuxEventLoop> mainThread = std::make_shared<LinuxEventLoop>();
 
     SCDisplay displayNamed(const std::string& name) {
         for (const NSScreen& screen : screens()) {

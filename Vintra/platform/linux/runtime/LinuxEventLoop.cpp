@@ -1,4 +1,4 @@
-#include "Vintra/platform/linux/runtime/LinuxMainThread.h"
+#include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
 
 #include "Vintra/platform/SystemError.h"
 #include "Vintra/platform/linux/runtime/LinuxHostClock.h"
@@ -7,11 +7,11 @@
 #include <cerrno>
 #include <poll.h>
 #include <sys/eventfd.h>
-#include <vector>
+#include <utility>
 
 namespace vintra {
 
-LinuxMainThread::LinuxMainThread()
+LinuxEventLoop::LinuxEventLoop()
     : wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
     if (!wakeUp.isOpen()) {
         throw SystemError("posix", errno,
@@ -20,13 +20,13 @@ LinuxMainThread::LinuxMainThread()
     }
 }
 
-LinuxMainThread::~LinuxMainThread() {
+LinuxEventLoop::~LinuxEventLoop() {
     // What the work captured goes without the lock held: its end may post.
     while (takeWork()) {
     }
 }
 
-void LinuxMainThread::post(std::function<void()> work) {
+void LinuxEventLoop::post(std::function<void()> work) {
     bool first;
     {
         MutexLock lock(mutex);
@@ -36,16 +36,16 @@ void LinuxMainThread::post(std::function<void()> work) {
     if (first) wake();
 }
 
-bool LinuxMainThread::isCurrent() const {
+bool LinuxEventLoop::isCurrent() const {
     return std::this_thread::get_id() == thread;
 }
 
-void LinuxMainThread::run() {
+void LinuxEventLoop::run() {
     runUntil([] { return false; });
 }
 
-bool LinuxMainThread::runUntil(const std::function<bool()>& condition,
-                               std::optional<int64_t> timeoutNanoseconds) {
+bool LinuxEventLoop::runUntil(const std::function<bool()>& condition,
+                              std::optional<int64_t> timeoutNanoseconds) {
     std::optional<int64_t> deadline;
     if (timeoutNanoseconds) deadline = monotonicNanoseconds() + *timeoutNanoseconds;
     while (true) {
@@ -57,7 +57,7 @@ bool LinuxMainThread::runUntil(const std::function<bool()>& condition,
     }
 }
 
-void LinuxMainThread::stop() {
+void LinuxEventLoop::stop() {
     {
         MutexLock lock(mutex);
         stopping = true;
@@ -65,25 +65,26 @@ void LinuxMainThread::stop() {
     wake();
 }
 
-std::shared_ptr<void> LinuxMainThread::watch(int descriptor, std::function<void()> onReadable) {
-    auto kept = std::make_shared<Watch>(Watch{descriptor, std::move(onReadable)});
+std::shared_ptr<void> LinuxEventLoop::watch(int descriptor, Readiness readiness,
+                                            std::function<void()> onReady) {
+    auto kept = std::make_shared<Watch>(Watch{descriptor, readiness, std::move(onReady)});
     watches.emplace(nextWatch++, kept);
     return kept;
 }
 
-void LinuxMainThread::wake() {
+void LinuxEventLoop::wake() {
     const uint64_t one = 1;
     // It fails only when the counter is full, and then the loop is awake already.
     while (write(wakeUp.get(), &one, sizeof one) < 0 && errno == EINTR) {
     }
 }
 
-bool LinuxMainThread::takeStop() {
+bool LinuxEventLoop::takeStop() {
     MutexLock lock(mutex);
     return std::exchange(stopping, false);
 }
 
-std::optional<std::function<void()>> LinuxMainThread::takeWork() {
+std::optional<std::function<void()>> LinuxEventLoop::takeWork() {
     MutexLock lock(mutex);
     if (posted.empty()) return std::nullopt;
     auto work = std::move(posted.front());
@@ -93,7 +94,7 @@ std::optional<std::function<void()>> LinuxMainThread::takeWork() {
 
 /// Runs what was posted before it began, so that work which posts work leaves room for the descriptors.
 /// Says whether the condition holds after a piece of work; also ends at a stop.
-bool LinuxMainThread::runPosted(const std::function<bool()>& condition) {
+bool LinuxEventLoop::runPosted(const std::function<bool()>& condition) {
     size_t count;
     {
         MutexLock lock(mutex);
@@ -113,17 +114,44 @@ bool LinuxMainThread::runPosted(const std::function<bool()>& condition) {
     return false;
 }
 
-void LinuxMainThread::waitForEvents(std::optional<int64_t> deadlineNanoseconds) {
-    std::erase_if(watches, [](const auto& entry) { return entry.second.expired(); });
+void LinuxEventLoop::waitForEvents(std::optional<int64_t> deadlineNanoseconds) {
+    const WatchedDescriptors watched = watchedDescriptors();
     std::vector<pollfd> descriptors{{wakeUp.get(), POLLIN, 0}};
-    std::vector<std::shared_ptr<Watch>> watched;
-    for (const auto& [number, weak] : watches) {
-        if (auto kept = weak.lock()) {
-            descriptors.push_back({kept->descriptor, POLLIN, 0});
-            watched.push_back(std::move(kept));
-        }
+    for (const auto& [number, watch] : watched) {
+        const auto events = static_cast<short>(watch->readiness == Readiness::readable ? POLLIN : POLLOUT);
+        descriptors.push_back({watch->descriptor, events, 0});
     }
+    if (!sleep(descriptors, deadlineNanoseconds)) return;
 
+    uint64_t count = 0;
+    if (descriptors[0].revents && read(wakeUp.get(), &count, sizeof count) < 0 && errno != EAGAIN) return;
+    for (size_t i = 0; i < watched.size(); ++i) {
+        const auto& [number, watch] = watched[i];
+        const short happened = descriptors[i + 1].revents;
+        if (happened & POLLNVAL) {
+            watches.erase(number); // it has been closed, and would end every sleep at once
+            continue;
+        }
+        // A block that ran before may have let go of this watch: then only this list still holds it.
+        if (happened && watch.use_count() > 1) watch->onReady();
+    }
+}
+
+/// What is watched now. Forgets the watches that were let go of.
+LinuxEventLoop::WatchedDescriptors LinuxEventLoop::watchedDescriptors() {
+    WatchedDescriptors watched;
+    std::erase_if(watches, [&](const auto& entry) {
+        auto watch = entry.second.lock();
+        if (!watch) return true;
+        watched.emplace_back(entry.first, std::move(watch));
+        return false;
+    });
+    return watched;
+}
+
+/// Sleeps until a descriptor is ready, the loop is woken or the deadline comes, and not at all if work waits.
+/// Says whether a descriptor is ready.
+bool LinuxEventLoop::sleep(std::vector<pollfd>& descriptors, std::optional<int64_t> deadlineNanoseconds) {
     bool workWaits;
     {
         MutexLock lock(mutex);
@@ -134,16 +162,8 @@ void LinuxMainThread::waitForEvents(std::optional<int64_t> deadlineNanoseconds) 
         const int64_t left = std::max<int64_t>(0, *deadlineNanoseconds - monotonicNanoseconds());
         timeout = {static_cast<time_t>(left / 1'000'000'000), static_cast<long>(left % 1'000'000'000)};
     }
-    const bool bounded = workWaits || deadlineNanoseconds.has_value();
-    if (ppoll(descriptors.data(), descriptors.size(), bounded ? &timeout : nullptr, nullptr) <= 0) return;
-
-    uint64_t count = 0;
-    if (descriptors[0].revents && read(wakeUp.get(), &count, sizeof count) < 0 && errno != EAGAIN) return;
-    for (size_t i = 1; i < descriptors.size(); ++i) {
-        const auto& kept = watched[i - 1];
-        // A block that ran before may have let go of this one: then only this list still holds it.
-        if (descriptors[i].revents && kept.use_count() > 1) kept->onReadable();
-    }
+    const bool isBounded = workWaits || deadlineNanoseconds;
+    return ppoll(descriptors.data(), descriptors.size(), isBounded ? &timeout : nullptr, nullptr) > 0;
 }
 
 } // namespace vintra
