@@ -19,6 +19,10 @@ std::string cleanedSuffix(const std::string& name) {
 
 } // namespace
 
+URL screenMovieURL(const URL& inFolder, const std::string& sessionName) {
+    return inFolder.appendingPathComponent(sessionName + std::string(kVideoEnding) + ".mov");
+}
+
 std::string takeBaseName(const URL& forVideoURL) {
     std::string base = forVideoURL.stem();
     if (base.ends_with(kVideoEnding)) base.resize(base.size() - kVideoEnding.size());

@@ -10,6 +10,9 @@ namespace vintra {
 // Names of a take's files. All derive from the screen movie's URL, which stands for the take even when it has
 // no screen.
 
+/// session name + "_video.mov" in the folder.
+URL screenMovieURL(const URL& inFolder, const std::string& sessionName);
+
 /// The URL's last component without extension and without one trailing "_video".
 std::string takeBaseName(const URL& forVideoURL);
 

@@ -34,8 +34,8 @@ TEST(SlowEncoderTest, theTakeGoesOnAndItsLossesAreCountedAndTold) {
     ChildProcess film({VINTRA_BIN_DIR "/moving-picture"});
     ASSERT_EQ(film.readLine(), "ready");
     const TemporaryFolder folder;
-    LinuxPlatform machine =
-        LinuxPlatform::make(std::make_shared<LinuxEventLoop>(), {.keepsSettingsInMemory = true});
+    const auto loop = std::make_shared<LinuxEventLoop>();
+    LinuxPlatform machine = LinuxPlatform::make(loop, {.keepsSettingsInMemory = true});
     // 66 ms a picture at 30 pictures a second.
     machine.services.assetWriters =
         std::make_shared<LinuxAssetWriters>(LinuxAssetWritersOptions{.encoderDelayMicroseconds = 66'000});
@@ -46,13 +46,13 @@ TEST(SlowEncoderTest, theTakeGoesOnAndItsLossesAreCountedAndTold) {
     const double before = residentMegabytes();
 
     tasks.start(recorder->startRecording(folder.file("slow_video.mov")));
-    ASSERT_TRUE(machine.mainThread->runUntil([&] { return !*recorder->isBusy; }, 20 * kSecond));
+    ASSERT_TRUE(loop->runUntil([&] { return !*recorder->isBusy; }, 20 * kSecond));
     ASSERT_TRUE(*recorder->isRecording) << recorder->lastError->value_or("");
-    machine.mainThread->runUntil([] { return false; }, 6 * kSecond);
+    loop->runUntil([] { return false; }, 6 * kSecond);
     EXPECT_TRUE(*recorder->isRecording) << "nothing stops a take";
     const double during = residentMegabytes();
     tasks.start(recorder->stopRecording());
-    ASSERT_TRUE(machine.mainThread->runUntil([&] { return !*recorder->isBusy; }, 30 * kSecond));
+    ASSERT_TRUE(loop->runUntil([&] { return !*recorder->isBusy; }, 30 * kSecond));
 
     EXPECT_EQ(*recorder->statusMessage, "Saved with warnings");
     const std::string told = recorder->lastError->value_or("");

@@ -14,6 +14,11 @@ TEST(TrackNamesTest, everyFileOfATakeSharesTheBaseName) {
     EXPECT_EQ(webcamURL(kVideo, 3).path(), "/films/My take_webcam-3.mov");
 }
 
+TEST(TrackNamesTest, theScreenMovieIsNamedAfterTheSession) {
+    EXPECT_EQ(screenMovieURL(URL::fileURL("/films"), "My take").path(), "/films/My take_video.mov");
+    EXPECT_EQ(takeBaseName(screenMovieURL(URL::fileURL("/films"), "a_video")), "a_video");
+}
+
 TEST(TrackNamesTest, aCameraNumberBelowTwoGivesTheFirstCamerasName) {
     EXPECT_EQ(webcamURL(kVideo, 1), webcamURL(kVideo));
     EXPECT_EQ(webcamURL(kVideo, 0), webcamURL(kVideo));

@@ -63,9 +63,9 @@ std::optional<std::string> TakeRunner::computerAudioProblem() const {
     return std::nullopt;
 }
 
-std::optional<InputProblem> TakeRunner::chooseComputerAudio() {
+TakeRunner::Problem TakeRunner::chooseComputerAudio() {
     if (!options.computerAudio) return std::nullopt;
-    if (routing == Routing::heldByAnother) {
+    if (!machine.routesSound) {
         return InputProblem{
             "Another vintra-take records the computer's own sound: one at a time can. Wait for "
             "its end, or leave out --computer-audio."};
@@ -73,10 +73,7 @@ std::optional<InputProblem> TakeRunner::chooseComputerAudio() {
     if (const auto problem = computerAudioProblem()) return InputProblem{*problem};
     if (options.monitor) {
         const auto outputs = knownOutputs();
-        const bool isListed = std::any_of(outputs.begin(), outputs.end(), [&](const KnownOutput& output) {
-            return output.id == *options.monitor;
-        });
-        if (!isListed) {
+        if (std::ranges::find(outputs, *options.monitor, &KnownOutput::id) == outputs.end()) {
             return InputProblem{"There is no sound output “" + *options.monitor +
                                 "” to listen on. --list shows the ones there are."};
         }
@@ -87,13 +84,10 @@ std::optional<InputProblem> TakeRunner::chooseComputerAudio() {
     return std::nullopt;
 }
 
-std::optional<InputProblem> TakeRunner::chooseVirtualInput() {
+TakeRunner::Problem TakeRunner::chooseVirtualInput() {
     if (!options.virtualInput) return std::nullopt;
     const auto inputs = knownInputs();
-    const bool isListed = std::any_of(inputs.begin(), inputs.end(), [&](const KnownInput& input) {
-        return input.id == *options.virtualInput;
-    });
-    if (!isListed) {
+    if (std::ranges::find(inputs, *options.virtualInput, &KnownInput::id) == inputs.end()) {
         return withSoundProblem(
             {"There is no sound input “" + *options.virtualInput + "”. --list shows the ones there are."});
     }

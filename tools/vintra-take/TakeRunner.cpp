@@ -5,13 +5,11 @@
 #include "Vintra/platform/ProcessInfo.h"
 #include "Vintra/platform/ScreenCapture.h"
 #include "Vintra/platform/UserDefaults.h"
-#include "Vintra/platform/WindowList.h"
 #include "Vintra/platform/linux/pipewire/PipeWireCaptureDevices.h"
-#include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
 #include "Vintra/take/SessionNames.h"
+#include "Vintra/take/TrackNames.h"
 #include "Vintra/take/Words.h"
 #include "tools/vintra-take/MediaFacts.h"
-#include "tools/vintra-take/RegionChoice.h"
 #include "tools/vintra-take/StatusLine.h"
 
 #include <algorithm>
@@ -34,172 +32,101 @@ const char* rawValue(ScreenCodec codec) {
 
 } // namespace
 
-TakeRunner::TakeRunner(LinuxPlatform& machine, Options options, Outlets outlets, Routing routing)
+TakeRunner::TakeRunner(LinuxPlatform& machine, Options options, Outlets outlets)
     : machine(machine)
     , options(std::move(options))
     , outlets(std::move(outlets))
-    , routing(routing)
-    , manager(ScreenRecorderManager::make(machine.services)) {}
+    , manager(ScreenRecorderManager::make(machine.services))
+    , state(machine.services) {
+    state.follow(isInterrupted);
+    state.follow(manager->isBusy);
+    state.follow(manager->isRecording);
+    state.follow(manager->lastError);
+}
 
 TakeRunner::~TakeRunner() {
     putOutputBack();
-    await(manager->endPreviews());
+}
+
+Task<> TakeRunner::end() {
+    putOutputBack();
+    co_await manager->endPreviews();
 }
 
 void TakeRunner::interrupt() {
-    interrupted = true;
+    isInterrupted.set(true);
     manager->cancelStart();
 }
 
-void TakeRunner::awaitStartUp() {
-    machine.mainThread->runUntil([this] { return manager->isStartUpOver(); });
+Task<> TakeRunner::awaitStartUp() {
+    const std::function<bool()> isOver = [this] { return manager->isStartUpOver(); };
+    while (!isOver())
+        co_await state.until(isOver, kBetweenLooks);
     if (*manager->lastError) outlets.note(**manager->lastError);
     manager->lastError.set(std::nullopt);
 }
 
-void TakeRunner::await(Task<> task) {
-    bool done = false;
-    const auto marked = [](Task<> inner, bool& isDone) -> Task<> {
-        co_await std::move(inner);
-        isDone = true;
-    };
-    tasks.start(marked(std::move(task), done));
-    machine.mainThread->runUntil([&] { return done; });
+Task<MachineList> TakeRunner::list() {
+    co_await manager->refreshDisplays();
+    MachineList list;
+    list.displays = knownDisplays();
+    list.screenProblem = co_await screenProblem();
+    list.windows = manager->pickableWindows();
+    list.windowProblem = windowProblem();
+    list.inputs = knownInputs();
+    list.outputs = knownOutputs();
+    list.soundProblem = machine.captureDevices->problem();
+    list.computerAudioProblem = computerAudioProblem();
+    co_return list;
 }
 
-MachineList TakeRunner::list() {
-    await(manager->refreshDisplays());
-    return {.displays = knownDisplays(),
-            .screenProblem = screenProblem(),
-            .windows = manager->pickableWindows(),
-            .windowProblem = windowProblem(),
-            .inputs = knownInputs(),
-            .outputs = knownOutputs(),
-            .soundProblem = machine.captureDevices->problem(),
-            .computerAudioProblem = computerAudioProblem()};
-}
-
-std::optional<std::string> TakeRunner::screenProblem() {
-    std::optional<std::string> problem;
-    bool answered = false;
-    machine.services.screenCapture->getShareableContent(
-        false, true, [&, main = machine.mainThread](const ScreenCapture::Content& content) {
-            main->post([&, error = content.error] {
-                if (error) problem = error->localizedDescription();
-                answered = true;
-            });
-        });
-    machine.mainThread->runUntil([&] { return answered; });
-    return problem;
-}
-
-std::optional<std::string> TakeRunner::windowProblem() const {
-    if (machine.namesWindows()) return std::nullopt;
-    return "This desktop doesn't tell programs of its windows: record a display or a region of it.";
-}
-
-std::vector<KnownDisplay> TakeRunner::knownDisplays() const {
-    std::vector<KnownDisplay> displays;
-    for (const CaptureDisplay& display : *manager->availableDisplays) {
-        const double scale = manager->backingScale(display.id);
-        displays.push_back({display, {display.width / scale, display.height / scale}, scale});
-    }
-    return displays;
-}
-
-std::variant<TakeSummary, UsageError> TakeRunner::run() {
+Task<std::variant<TakeSummary, UsageError>> TakeRunner::run() {
     folder = manager->outputFolder(options.folder).path();
-    await(manager->refreshDisplays());
-    if (const auto problem = choose()) {
-        if (problem->isUsage) return UsageError{problem->sentence};
-        return failed(problem->sentence);
+    co_await manager->refreshDisplays();
+    if (const Problem problem = co_await choose()) {
+        if (problem->isUsage) co_return UsageError{problem->sentence};
+        co_return failed(problem->sentence);
     }
     URL movie;
     try {
         movie = movieURL(manager->prepareOutputFolder(options.folder));
     } catch (const SystemError& error) {
-        return failed(error.localizedDescription());
+        co_return failed(error.localizedDescription());
     }
-    configurePreviews();
-    if (interrupted) {
+    co_await configurePreviews();
+    if (*isInterrupted) {
         TakeSummary nothing = failed("It was interrupted before the take began: nothing was recorded.");
         nothing.status = "Interrupted";
-        return nothing;
+        co_return nothing;
     }
     screenLabel = manager->captureAreaLabel();
-    await(manager->startRecording(movie));
-    if (*manager->isRecording) recordUntilTheEnd();
-    if (*manager->isRecording) await(manager->stopRecording());
+    co_await manager->startRecording(movie);
+    if (*manager->isRecording) co_await recordUntilTheEnd();
+    if (*manager->isRecording) co_await manager->stopRecording();
     // A screen that went away ends the take by itself.
-    machine.mainThread->runUntil([this] { return !*manager->isBusy; });
+    const std::function<bool()> isOver = [this] { return !*manager->isBusy; };
+    co_await state.until(isOver);
     putOutputBack();
-    return summary();
+    co_return summary();
 }
 
-std::optional<InputProblem> TakeRunner::choose() {
+Task<TakeRunner::Problem> TakeRunner::choose() {
     if (options.fps) manager->screenFrameRate.set(*options.fps);
     if (options.codec)
         machine.services.userDefaults->set("screenCodec", std::string(rawValue(*options.codec)));
     if (options.timeline) manager->timelineEditor.set(*options.timeline);
     if (!options.folder.empty()) machine.services.userDefaults->set("outputFolderPath", options.folder);
     manager->screenEnabled.set(options.screen);
-    if (auto problem = chooseDisplay()) return problem;
-    if (auto problem = chooseRegion()) return problem;
-    if (auto problem = chooseWindow()) return problem;
-    if (auto problem = chooseMicrophone()) return problem;
-    if (auto problem = chooseInputs()) return problem;
-    if (auto problem = chooseVirtualInput()) return problem;
-    return chooseComputerAudio();
+    if (Problem problem = co_await chooseDisplay()) co_return problem;
+    if (Problem problem = co_await chooseRegion()) co_return problem;
+    if (Problem problem = co_await chooseWindow()) co_return problem;
+    if (Problem problem = chooseMicrophone()) co_return problem;
+    if (Problem problem = chooseInputs()) co_return problem;
+    if (Problem problem = chooseVirtualInput()) co_return problem;
+    co_return chooseComputerAudio();
 }
 
-std::optional<InputProblem> TakeRunner::chooseDisplay() {
-    if (!options.display) return std::nullopt;
-    const auto& displays = *manager->availableDisplays;
-    const bool listed = std::any_of(displays.begin(), displays.end(), [&](const CaptureDisplay& display) {
-        return display.id == *options.display;
-    });
-    if (!listed) {
-        const auto problem = screenProblem();
-        return InputProblem{"There is no display " + std::to_string(*options.display) + ". " +
-                            problem.value_or("--list shows the ones there are.")};
-    }
-    manager->selectedDisplayID.set(*options.display);
-    return std::nullopt;
-}
-
-/// Of the chosen display, or the first.
-std::optional<InputProblem> TakeRunner::chooseRegion() {
-    if (!options.region) return std::nullopt;
-    const auto display = manager->effectiveDisplay();
-    if (!display) return InputProblem{screenProblem().value_or("There is no display to record a region of.")};
-    for (const KnownDisplay& known : knownDisplays()) {
-        if (known.display.id != display->id) continue;
-        if (const auto problem = regionProblem(*options.region, options.aspect, known))
-            return InputProblem{*problem};
-    }
-    manager->selectedDisplayID.set(display->id);
-    manager->aspectPreset.set(options.aspect);
-    manager->captureRegion.set(CaptureRegion{display->id, *options.region});
-    manager->screenCaptureMode.set(CaptureModeChoice::region);
-    return std::nullopt;
-}
-
-std::optional<InputProblem> TakeRunner::chooseWindow() {
-    if (!options.window) return std::nullopt;
-    const auto window = machine.services.windowList->window(*options.window);
-    if (!window) {
-        std::string advice = "--list shows the ones there are.";
-        if (const auto problem = windowProblem()) advice = *problem;
-        if (const auto problem = screenProblem()) advice = *problem;
-        return InputProblem{"There is no window " + std::to_string(*options.window) + ". " + advice};
-    }
-    manager->selectedWindowID.set(*options.window);
-    manager->selectedWindowTitle.set(window->name);
-    manager->screenCaptureMode.set(CaptureModeChoice::window);
-    return std::nullopt;
-}
-
-std::optional<InputProblem> TakeRunner::chooseMicrophone() {
+TakeRunner::Problem TakeRunner::chooseMicrophone() {
     if (!options.mic) return std::nullopt;
     auto result = parseInputChoice(*options.mic, knownInputs(), 1);
     if (auto* problem = std::get_if<InputProblem>(&result)) return withSoundProblem(*problem);
@@ -211,7 +138,7 @@ std::optional<InputProblem> TakeRunner::chooseMicrophone() {
     return std::nullopt;
 }
 
-std::optional<InputProblem> TakeRunner::chooseInputs() {
+TakeRunner::Problem TakeRunner::chooseInputs() {
     std::vector<ExtraAudioInputConfig> rows;
     for (const std::string& text : options.inputs) {
         auto result = parseInputChoice(text, knownInputs(), 3);
@@ -229,12 +156,14 @@ std::optional<InputProblem> TakeRunner::chooseInputs() {
 
 /// A take records what already runs, so the inputs are given their time to begin. One that doesn't is
 /// refused by the start, with its sentence.
-void TakeRunner::configurePreviews() {
-    await(manager->configureMicPreview());
-    await(manager->configureExtraPreviews());
-    const auto isSettled = [this] { return interrupted || previewsRun() || manager->lastError->has_value(); };
+Task<> TakeRunner::configurePreviews() {
+    co_await manager->configureMicPreview();
+    co_await manager->configureExtraPreviews();
+    const std::function<bool()> isSettled = [this] {
+        return *isInterrupted || previewsRun() || manager->lastError->has_value();
+    };
     for (int64_t waited = 0; waited < kPatienceWithInputs && !isSettled(); waited += kBetweenLooks)
-        machine.mainThread->runUntil(isSettled, kBetweenLooks);
+        co_await state.until(isSettled, kBetweenLooks);
     // Why there is no computer audio: the start only says that there is none.
     if (*manager->lastError) outlets.note(**manager->lastError);
 }
@@ -251,14 +180,14 @@ URL TakeRunner::movieURL(const URL& inFolder) {
     if (!options.name.empty() && name != options.name) {
         outlets.note("A file's name can't be “" + options.name + "”, so the files are named “" + name + "”.");
     }
-    return inFolder.appendingPathComponent(name + "_video.mov");
+    return screenMovieURL(inFolder, name);
 }
 
 /// Until the seconds are over, until a signal, or until the take has ended by itself. The seconds are
 /// measured as the files are, from the common start, unless the user was asked a question since then: by the
 /// desktop, whether the screen may be shared.
-void TakeRunner::recordUntilTheEnd() {
-    const auto isOver = [this] { return interrupted || !*manager->isRecording; };
+Task<> TakeRunner::recordUntilTheEnd() {
+    const std::function<bool()> isOver = [this] { return *isInterrupted || !*manager->isRecording; };
     const CMTime running = machine.services.hostClock->now();
     const CMTime common = manager->commonStartTime().value_or(running);
     const CMTime start = CMTimeGetSeconds(running - common) > kLongestStart ? running : common;
@@ -267,11 +196,11 @@ void TakeRunner::recordUntilTheEnd() {
         if (options.seconds) {
             const double left =
                 *options.seconds - CMTimeGetSeconds(machine.services.hostClock->now() - start);
-            if (left <= 0) return;
+            if (left <= 0) co_return;
             wait = std::min(wait, static_cast<int64_t>(std::ceil(left * static_cast<double>(kSecond))));
         }
         showStatus();
-        machine.mainThread->runUntil(isOver, wait);
+        co_await state.until(isOver, wait);
     }
 }
 

@@ -1,10 +1,12 @@
 #pragma once
 
+#include "Vintra/platform/Published.h"
 #include "Vintra/platform/Task.h"
 #include "Vintra/platform/linux/LinuxPlatform.h"
 #include "Vintra/take/ScreenRecorderManager.h"
 #include "tools/vintra-take/MachineList.h"
 #include "tools/vintra-take/Options.h"
+#include "tools/vintra-take/StateWatch.h"
 #include "tools/vintra-take/TakeSummary.h"
 
 #include <functional>
@@ -12,11 +14,12 @@
 #include <optional>
 #include <string>
 #include <variant>
+#include <vector>
 
 namespace vintra {
 
 /// Carries out one command line with a controller of its own: chooses the devices, starts the take, waits for
-/// its end and stops it. Main thread.
+/// its end and stops it. Its tasks are run one after another, `end` last. Main thread.
 class TakeRunner {
 public:
     struct Outlets {
@@ -24,60 +27,59 @@ public:
         std::function<void(const std::string&)> status; ///< the status line; empty where nobody watches
     };
 
-    /// Whether another process has the say over where the machine's sound goes.
-    enum class Routing { free, heldByAnother };
-
-    TakeRunner(LinuxPlatform& machine, Options options, Outlets outlets, Routing routing = Routing::free);
-    /// Puts the user's own output back, whatever has happened, and ends the previews.
+    TakeRunner(LinuxPlatform& machine, Options options, Outlets outlets);
+    /// Puts the user's own output back, whatever has happened.
     ~TakeRunner();
 
     /// Waits until the start-up is over, and says what it had to mend.
-    void awaitStartUp();
+    Task<> awaitStartUp();
     /// What can be recorded.
-    MachineList list();
+    Task<MachineList> list();
     /// The take from beginning to end, or why the command line asks for what can't be.
-    std::variant<TakeSummary, UsageError> run();
+    Task<std::variant<TakeSummary, UsageError>> run();
+    /// Puts the user's own output back and ends the previews.
+    Task<> end();
     /// Ends the take as soon as it can be: at once if it runs, right after its start if it starts, and
     /// without the user's answer if that is what the start waits for. Only from the main thread's own work.
     void interrupt();
 
 private:
-    void await(Task<> task);
+    using Problem = std::optional<InputProblem>;
+
     std::vector<KnownDisplay> knownDisplays() const;
     std::vector<KnownInput> knownInputs() const;
     std::vector<KnownOutput> knownOutputs() const;
     double rateOf(const std::string& deviceUID) const;
     std::optional<std::string> computerAudioProblem() const;
-    std::optional<InputProblem> choose();
-    std::optional<InputProblem> chooseDisplay();
-    std::optional<InputProblem> chooseRegion();
-    std::optional<InputProblem> chooseWindow();
-    std::optional<InputProblem> chooseMicrophone();
-    std::optional<InputProblem> chooseInputs();
-    std::optional<InputProblem> chooseComputerAudio();
-    std::optional<InputProblem> chooseVirtualInput();
+    Task<Problem> choose();
+    Task<Problem> chooseDisplay();
+    Task<Problem> chooseRegion();
+    Task<Problem> chooseWindow();
+    Problem chooseMicrophone();
+    Problem chooseInputs();
+    Problem chooseComputerAudio();
+    Problem chooseVirtualInput();
     InputProblem withSoundProblem(InputProblem problem) const;
-    void configurePreviews();
+    Task<> configurePreviews();
     bool previewsRun() const;
     URL movieURL(const URL& folder);
-    void recordUntilTheEnd();
+    Task<> recordUntilTheEnd();
     void putOutputBack();
     void showStatus();
     TakeSummary failed(const std::string& sentence);
     TakeSummary summary();
     TakeFile fileOf(const URL& url, FileKind kind) const;
-    std::optional<std::string> screenProblem();
+    Task<std::optional<std::string>> screenProblem();
     std::optional<std::string> windowProblem() const;
 
     LinuxPlatform& machine;
     const Options options;
     const Outlets outlets;
-    const Routing routing;
     const std::shared_ptr<ScreenRecorderManager> manager;
-    bool interrupted = false;
+    Published<bool> isInterrupted{false};
+    StateWatch state;
     std::string folder;
     std::string screenLabel;
-    TaskScope tasks;
 };
 
 } // namespace vintra

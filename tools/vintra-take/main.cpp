@@ -2,11 +2,9 @@
 
 #include "Vintra/audio/SystemOutputRouter.h"
 #include "Vintra/platform/SystemError.h"
-#include "Vintra/platform/linux/SoundRoutingClaim.h"
-#include "Vintra/platform/linux/files/MemoryUserDefaults.h"
+#include "Vintra/platform/linux/LinuxPlatform.h"
 #include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
 #include "Vintra/platform/linux/runtime/SignalWatcher.h"
-#include "tools/vintra-take/OthersOutputs.h"
 #include "tools/vintra-take/TakeRunner.h"
 
 #include <csignal>
@@ -19,7 +17,6 @@ using namespace vintra;
 
 constexpr int kFailed = 1;
 constexpr int kWrongUsage = 2;
-constexpr int kStartUpMilliseconds = 1000; // more than another run needs for its own
 
 void say(const std::string& sentence) {
     std::fprintf(stderr, "vintra-take: %s\n", sentence.c_str());
@@ -35,52 +32,64 @@ int refuse(const UsageError& error) {
     return kWrongUsage;
 }
 
-/// The way back that another run has noted is its own, too.
-void leaveOutputsAlone(LinuxPlatform& machine) {
-    machine.services.audioHardware = std::make_shared<OthersOutputs>(machine.services.audioHardware);
-    machine.services.userDefaults = std::make_shared<MemoryUserDefaults>();
+TakeRunner::Outlets outlets(bool isWatched) {
+    TakeRunner::Outlets result{.note = say, .status = {}};
+    if (isWatched) result.status = [](const std::string& line) { print("\r" + line + "\x1b[K"); };
+    return result;
+}
+
+/// One command line, to its exit code.
+Task<int> carryOut(TakeRunner& runner, LinuxPlatform& machine, const Options& options, bool isWatched) {
+    co_await runner.awaitStartUp();
+    if (!options.computerAudio) machine.soundRouting.release();
+    if (options.command == Options::Command::list) {
+        const MachineList list = co_await runner.list();
+        print(options.json ? jsonOf(list) : textOf(list));
+        co_return 0;
+    }
+    const auto outcome = co_await runner.run();
+    if (const auto* error = std::get_if<UsageError>(&outcome)) co_return refuse(*error);
+    const auto& summary = std::get<TakeSummary>(outcome);
+    if (isWatched) print("\r\x1b[K");
+    print(options.json ? jsonOf(summary) : tableOf(summary));
+    co_return summary.exitCode();
+}
+
+/// Runs the task, whatever it throws, and then the end of the runner.
+Task<> carryOutAndEnd(Task<int> task, TakeRunner& runner, EventLoop& loop, int& exitCode) {
+    try {
+        exitCode = co_await std::move(task);
+    } catch (const SystemError& error) {
+        say(error.localizedDescription());
+        exitCode = kFailed;
+    }
+    co_await runner.end();
+    loop.stop();
 }
 
 int carryOut(const Options& options) {
     const bool isWatched = isatty(STDOUT_FILENO) == 1;
-    const auto mainThread = std::make_shared<LinuxEventLoop>();
+    const auto loop = std::make_shared<LinuxEventLoop>();
     TakeRunner* running = nullptr;
     bool early = false; // a signal before there is anything to interrupt
-    const SignalWatcher signals(*mainThread, {SIGINT, SIGTERM, SIGHUP}, [&](int) {
+    const SignalWatcher signals(*loop, {SIGINT, SIGTERM, SIGHUP}, [&](int) {
         if (running)
             running->interrupt();
         else
             early = true;
     });
-    // A start mends an output that a crash has left on the virtual device. One that a run which still goes on
-    // holds there is to stay.
-    SoundRoutingClaim claim(SoundRoutingClaim::standardPath());
-    const bool isFree = claim.take(kStartUpMilliseconds);
     LinuxPlatform machine =
-        LinuxPlatform::make(mainThread, {.logLevel = options.verbose ? LogLevel::info : LogLevel::error,
-                                         .keepsSettingsInMemory = true,
-                                         .crashSafeKey = SystemOutputRouter::kPendingRestoreKey});
-    if (!isFree) leaveOutputsAlone(machine);
-    TakeRunner::Outlets outlets{.note = say, .status = {}};
-    if (isWatched) outlets.status = [](const std::string& line) { print("\r" + line + "\x1b[K"); };
-    using Routing = TakeRunner::Routing;
-    TakeRunner runner(machine, options, outlets, isFree ? Routing::free : Routing::heldByAnother);
+        LinuxPlatform::make(loop, {.logLevel = options.verbose ? LogLevel::info : LogLevel::error,
+                                   .keepsSettingsInMemory = true,
+                                   .outputToPutBackKey = SystemOutputRouter::kPendingRestoreKey});
+    TakeRunner runner(machine, options, outlets(isWatched));
     running = &runner;
     if (early) runner.interrupt();
-    runner.awaitStartUp();
-    if (!options.computerAudio) claim.release();
-
-    if (options.command == Options::Command::list) {
-        const MachineList list = runner.list();
-        print(options.json ? jsonOf(list) : textOf(list));
-        return 0;
-    }
-    const auto outcome = runner.run();
-    if (const auto* error = std::get_if<UsageError>(&outcome)) return refuse(*error);
-    const auto& summary = std::get<TakeSummary>(outcome);
-    if (isWatched) print("\r\x1b[K");
-    print(options.json ? jsonOf(summary) : tableOf(summary));
-    return summary.exitCode();
+    int exitCode = kFailed;
+    TaskScope tasks;
+    tasks.start(carryOutAndEnd(carryOut(runner, machine, options, isWatched), runner, *loop, exitCode));
+    loop->run();
+    return exitCode;
 }
 
 } // namespace

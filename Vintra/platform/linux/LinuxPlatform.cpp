@@ -1,6 +1,8 @@
 #include "Vintra/platform/linux/LinuxPlatform.h"
 
 #include "Vintra/platform/CaptureOverlayWindows.h"
+#include "Vintra/platform/EventLoop.h"
+#include "Vintra/platform/linux/OthersOutputs.h"
 #include "Vintra/platform/linux/files/CrashSafeUserDefaults.h"
 #include "Vintra/platform/linux/files/LinuxFileManager.h"
 #include "Vintra/platform/linux/files/LinuxUserDefaults.h"
@@ -15,7 +17,6 @@
 #include "Vintra/platform/linux/runtime/LinuxDispatchQueues.h"
 #include "Vintra/platform/linux/runtime/LinuxHostClock.h"
 #include "Vintra/platform/linux/runtime/LinuxLog.h"
-#include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
 #include "Vintra/platform/linux/runtime/LinuxProcessInfo.h"
 #include "Vintra/platform/linux/runtime/LinuxWallClock.h"
 #include "Vintra/platform/linux/wayland/NoWindowList.h"
@@ -31,6 +32,10 @@
 
 namespace vintra {
 namespace {
+
+/// Milliseconds: more than another program needs for its start, in which it holds the claim to see to what a crash
+/// may have left.
+constexpr int kPatienceWithAnotherStart = 1000;
 
 std::string_view environment(const char* name) {
     const char* const value = std::getenv(name);
@@ -59,18 +64,26 @@ void addScreenServices(Platform& services) {
     }
 }
 
+std::shared_ptr<UserDefaults> makeUserDefaults(const Platform& services, bool inMemory) {
+    if (inMemory) return std::make_shared<MemoryUserDefaults>();
+    return std::make_shared<LinuxUserDefaults>(
+        LinuxUserDefaults::standardFile(*services.fileManager),
+        LinuxUserDefaults::Services{.fileManager = services.fileManager,
+                                    .dispatchQueues = services.dispatchQueues,
+                                    .log = services.log});
+}
+
 } // namespace
 
-LinuxPlatform LinuxPlatform::make(std::shared_ptr<LinuxEventLoop> mainThread, Settings settings) {
+LinuxPlatform LinuxPlatform::make(std::shared_ptr<EventLoop> eventLoop, Settings settings) {
     LinuxPlatform machine;
-    machine.mainThread = std::move(mainThread);
     const auto connection = std::make_shared<PipeWireConnection>();
-    machine.captureDevices = std::make_shared<PipeWireCaptureDevices>(connection, machine.mainThread);
+    machine.captureDevices = std::make_shared<PipeWireCaptureDevices>(connection, eventLoop);
 
     Platform& services = machine.services;
     services.hostClock = std::make_shared<LinuxHostClock>();
     services.wallClock = std::make_shared<LinuxWallClock>();
-    services.mainThread = machine.mainThread;
+    services.mainThread = eventLoop;
     services.dispatchQueues = std::make_shared<LinuxDispatchQueues>();
     services.log = std::make_shared<LinuxLog>(settings.logLevel);
     services.fileManager = std::make_shared<LinuxFileManager>();
@@ -79,24 +92,23 @@ LinuxPlatform LinuxPlatform::make(std::shared_ptr<LinuxEventLoop> mainThread, Se
     services.captureDevices = machine.captureDevices;
     services.audioDeviceIO = std::make_shared<PipeWireDeviceIO>(connection, services.log);
     addScreenServices(services);
-    services.audioHardware = std::make_shared<PipeWireAudioHardware>(connection, machine.mainThread);
+    services.audioHardware = std::make_shared<PipeWireAudioHardware>(connection, eventLoop);
     services.assetProbing = std::make_shared<LinuxAssetProbing>();
     services.workspace = std::make_shared<LinuxWorkspace>();
-    if (settings.keepsSettingsInMemory) {
-        services.userDefaults = std::make_shared<MemoryUserDefaults>();
-    } else {
-        services.userDefaults = std::make_shared<LinuxUserDefaults>(
-            LinuxUserDefaults::standardFile(*services.fileManager),
-            LinuxUserDefaults::Services{.fileManager = services.fileManager,
-                                        .dispatchQueues = services.dispatchQueues,
-                                        .log = services.log});
-    }
-    if (!settings.crashSafeKey.empty()) {
-        services.userDefaults = std::make_shared<CrashSafeUserDefaults>(
-            services.userDefaults, settings.crashSafeKey,
-            CrashSafeUserDefaults::standardFile(settings.crashSafeKey), services.log);
-    }
+    services.userDefaults = makeUserDefaults(services, settings.keepsSettingsInMemory);
+    if (!settings.outputToPutBackKey.empty()) machine.claimSoundRouting(settings.outputToPutBackKey);
     return machine;
+}
+
+void LinuxPlatform::claimSoundRouting(const std::string& outputToPutBackKey) {
+    routesSound = soundRouting.take(kPatienceWithAnotherStart);
+    if (routesSound) {
+        services.userDefaults = std::make_shared<CrashSafeUserDefaults>(
+            services.userDefaults, outputToPutBackKey,
+            CrashSafeUserDefaults::standardFile(outputToPutBackKey), services.log);
+    } else {
+        services.audioHardware = std::make_shared<OthersOutputs>(services.audioHardware);
+    }
 }
 
 bool LinuxPlatform::namesWindows() const {

@@ -1,7 +1,6 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/TemporaryFolder.h"
 
-#include "Vintra/platform/linux/SoundRoutingClaim.h"
 #include "Vintra/platform/linux/files/CrashSafeUserDefaults.h"
 #include "Vintra/platform/linux/files/MemoryUserDefaults.h"
 #include "Vintra/platform/simulated/SimulatedLog.h"
@@ -11,7 +10,6 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace vintra {
@@ -97,41 +95,6 @@ TEST_F(CrashSafeUserDefaultsTest, theFileIsOfTheSession) {
     const char* const session = std::getenv("XDG_RUNTIME_DIR");
     if (!session) GTEST_SKIP() << "there is no session";
     EXPECT_NE(path.find("/vintra/key."), std::string::npos) << path;
-}
-
-TEST(SoundRoutingClaimTest, oneAtATimeHasIt) {
-    const TemporaryFolder folder;
-    const std::string path = folder.file("claim").path();
-    SoundRoutingClaim first(path);
-    SoundRoutingClaim second(path);
-    EXPECT_TRUE(first.take(0));
-    EXPECT_TRUE(first.take(0)) << "who has it keeps it";
-    EXPECT_FALSE(second.take(20));
-    first.release();
-    EXPECT_TRUE(second.take(0));
-    EXPECT_FALSE(first.take(0));
-}
-
-TEST(SoundRoutingClaimTest, aProcessThatDiesGivesItUp) {
-    const TemporaryFolder folder;
-    const std::string path = folder.file("claim").path();
-    const pid_t child = fork();
-    if (child == 0) {
-        SoundRoutingClaim claim(path);
-        claim.take(0);
-        ::kill(::getpid(), SIGKILL);
-    }
-    ASSERT_GT(child, 0);
-    ASSERT_EQ(waitpid(child, nullptr, 0), child);
-    SoundRoutingClaim claim(path);
-    EXPECT_TRUE(claim.take(0));
-}
-
-TEST(SoundRoutingClaimTest, withoutAPlaceForItEveryoneHasIt) {
-    SoundRoutingClaim first("/nowhere/at/all");
-    SoundRoutingClaim second("/nowhere/at/all");
-    EXPECT_TRUE(first.take(0));
-    EXPECT_TRUE(second.take(0));
 }
 
 } // namespace

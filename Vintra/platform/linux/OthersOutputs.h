@@ -2,12 +2,18 @@
 
 #include "Vintra/platform/AudioHardware.h"
 
+#include <cstdint>
+#include <functional>
 #include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace vintra {
 
-/// The sound devices of a machine whose default outputs another process has the say over: the default
-/// output can be neither read nor set, nor can where alerts go be set. All else is the machine's own.
+/// The sound devices of a machine while another process chooses where its sound goes: the default output can be
+/// neither read nor set, and the output of alerts can't be set. All else is as the machine has it.
 class OthersOutputs : public AudioHardware {
 public:
     explicit OthersOutputs(std::shared_ptr<AudioHardware> machine)
