@@ -7,8 +7,8 @@
 #include "Vintra/platform/linux/pipewire/PipeWireAudioHardware.h"
 #include "Vintra/platform/linux/pipewire/PipeWireConnection.h"
 #include "Vintra/platform/linux/pipewire/PipeWireDeviceIO.h"
-#include "Vintra/platform/linux/runtime/LinuxLog.h"
 #include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
+#include "Vintra/platform/linux/runtime/LinuxLog.h"
 #include "Vintra/platform/linux/runtime/LinuxWallClock.h"
 
 #include <csignal>
@@ -27,9 +27,9 @@ int main(int argumentCount, char** arguments) {
     PipeWireDeviceIO io(connection, std::make_shared<LinuxLog>(LogLevel::standard));
     const MemoryUserDefaults userDefaults;
     const LinuxWallClock wallClock;
-    const auto source = connection->numberNamed(kVirtualAudioDeviceName);
+    const auto source = connection->devices().numberNamed(kVirtualAudioDeviceName);
     const auto output =
-        argumentCount > 1 ? connection->numberNamed(arguments[1]) : hardware.defaultOutputDevice();
+        argumentCount > 1 ? connection->devices().numberNamed(arguments[1]) : hardware.defaultOutputDevice();
     if (!source || !output) {
         std::fputs("relay: the devices aren't there\n", stderr);
         return 1;

@@ -73,11 +73,11 @@ PipeWireAudioHardware::PipeWireAudioHardware(std::shared_ptr<PipeWireConnection>
 PipeWireAudioHardware::~PipeWireAudioHardware() = default;
 
 std::vector<AudioObjectID> PipeWireAudioHardware::devices() const {
-    return connection->deviceNumbers();
+    return connection->devices().numbers();
 }
 
 std::optional<std::vector<uint32_t>> PipeWireAudioHardware::inputStreamChannels(AudioObjectID device) const {
-    const auto node = connection->device(device);
+    const auto node = connection->devices().device(device);
     if (!node) return std::nullopt;
     std::vector<uint32_t> channels;
     if (node->isInput() && node->format.channels > 0) channels.push_back(node->format.channels);
@@ -85,7 +85,7 @@ std::optional<std::vector<uint32_t>> PipeWireAudioHardware::inputStreamChannels(
 }
 
 std::optional<std::vector<uint32_t>> PipeWireAudioHardware::outputStreamChannels(AudioObjectID device) const {
-    const auto node = connection->device(device);
+    const auto node = connection->devices().device(device);
     if (!node) return std::nullopt;
     std::vector<uint32_t> channels;
     if (node->isOutput() && node->format.channels > 0) channels.push_back(node->format.channels);
@@ -93,7 +93,7 @@ std::optional<std::vector<uint32_t>> PipeWireAudioHardware::outputStreamChannels
 }
 
 std::optional<AudioTransportType> PipeWireAudioHardware::transportType(AudioObjectID device) const {
-    const auto node = connection->device(device);
+    const auto node = connection->devices().device(device);
     if (!node) return std::nullopt;
     return node->isBuiltIn ? AudioTransportType::builtIn : AudioTransportType::other;
 }
@@ -117,25 +117,26 @@ bool PipeWireAudioHardware::setDefaultSystemOutputDevice(AudioObjectID device) {
 }
 
 std::optional<std::string> PipeWireAudioHardware::deviceUID(AudioObjectID device) const {
-    const auto node = connection->device(device);
+    const auto node = connection->devices().device(device);
     return node ? std::optional(node->name) : std::nullopt;
 }
 
 std::optional<std::string> PipeWireAudioHardware::deviceName(AudioObjectID device) const {
-    const auto node = connection->device(device);
+    const auto node = connection->devices().device(device);
     return node ? std::optional(node->description) : std::nullopt;
 }
 
 std::optional<double> PipeWireAudioHardware::nominalSampleRate(AudioObjectID device) const {
-    const auto node = connection->device(device);
+    const auto node = connection->devices().device(device);
     return node ? std::optional(static_cast<double>(node->format.sampleRate)) : std::nullopt;
 }
 
 std::unique_ptr<AudioPropertyListener>
 PipeWireAudioHardware::addPropertyListener(AudioObjectID object, AudioProperty property,
                                            std::function<void()> block) {
-    const bool isKnown = property == AudioProperty::nominalSampleRate ? connection->device(object).has_value()
-                                                                      : object == kAudioObjectSystemObject;
+    const bool isKnown = property == AudioProperty::nominalSampleRate
+                             ? connection->devices().device(object).has_value()
+                             : object == kAudioObjectSystemObject;
     if (!isKnown) return nullptr;
     auto listener = std::make_unique<Listener>(connection, defaultOutput, object, property);
     listener->begin(std::move(block), mainThread);

@@ -12,11 +12,11 @@ PipeWireCaptureDevice::PipeWireCaptureDevice(std::shared_ptr<PipeWireConnection>
     , node(std::move(node)) {}
 
 bool PipeWireCaptureDevice::isConnected() const {
-    return connection->deviceNamed(node.name).has_value();
+    return connection->devices().deviceNamed(node.name).has_value();
 }
 
 std::optional<AudioStreamBasicDescription> PipeWireCaptureDevice::activeAudioFormat() const {
-    const auto current = connection->deviceNamed(node.name);
+    const auto current = connection->devices().deviceNamed(node.name);
     if (!current || current->format.channels == 0 || current->format.sampleRate == 0) return std::nullopt;
     return floatPCMDescription(current->format.sampleRate, current->format.channels);
 }

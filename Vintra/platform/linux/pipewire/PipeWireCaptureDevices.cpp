@@ -15,7 +15,7 @@ PipeWireCaptureDevices::PipeWireCaptureDevices(std::shared_ptr<PipeWireConnectio
     , notifier(PipeWireCaptureNotifier::make(this->connection, std::move(mainThread))) {}
 
 std::shared_ptr<AVCaptureDevice> PipeWireCaptureDevices::deviceWithUniqueID(const std::string& uniqueID) {
-    auto node = connection->deviceNamed(uniqueID);
+    auto node = connection->devices().deviceNamed(uniqueID);
     if (!node || !node->isInput()) return nullptr;
     return std::make_shared<PipeWireCaptureDevice>(connection, *std::move(node));
 }

@@ -41,8 +41,9 @@ Observation PipeWireCaptureNotifier::observe(CaptureDeviceNotifications notifica
 
 std::map<std::string, PipeWireNode> PipeWireCaptureNotifier::inputs() const {
     std::map<std::string, PipeWireNode> result;
-    for (const uint32_t number : connection->deviceNumbers()) {
-        if (auto node = connection->device(number); node && node->isInput()) result[node->name] = *node;
+    for (const uint32_t number : connection->devices().numbers()) {
+        if (auto node = connection->devices().device(number); node && node->isInput())
+            result[node->name] = *node;
     }
     return result;
 }
@@ -67,7 +68,7 @@ void PipeWireCaptureNotifier::post(const PipeWireNode& node, Call call) {
 void PipeWireCaptureNotifier::sessionHasEnded(std::weak_ptr<AVCaptureSession> session,
                                               const std::string& deviceName) {
     // The server tells of a device's end before it tells what became of the streams on it.
-    const auto node = connection->deviceNamed(deviceName);
+    const auto node = connection->devices().deviceNamed(deviceName);
     if (!node) return;
     mainThread->post([weak = weak_from_this(), session = std::move(session), name = node->description] {
         const auto self = weak.lock();

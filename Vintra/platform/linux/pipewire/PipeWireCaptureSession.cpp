@@ -80,7 +80,7 @@ void PipeWireCaptureSession::startRunning() {
         delegate = output->delegate;
         queue = output->queue;
     }
-    const auto node = connection->deviceNamed(input->deviceName);
+    const auto node = connection->devices().deviceNamed(input->deviceName);
     if (!node || !queue) return;
 
     PipeWireLock lock(connection->loop());

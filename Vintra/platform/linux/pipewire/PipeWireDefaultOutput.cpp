@@ -37,7 +37,7 @@ PipeWireDefaultOutput::~PipeWireDefaultOutput() {
 
 PipeWireMetadata* PipeWireDefaultOutput::table() const {
     connection->loop().assertHeld();
-    return connection->metadata("default");
+    return connection->tables().named("default");
 }
 
 std::optional<std::string> PipeWireDefaultOutput::effectiveName() const {
@@ -48,7 +48,7 @@ std::optional<std::string> PipeWireDefaultOutput::effectiveName() const {
 uint32_t PipeWireDefaultOutput::device() const {
     PipeWireLock lock(connection->loop());
     const auto name = effectiveName();
-    return name ? connection->numberNamed(*name).value_or(0) : 0;
+    return name ? connection->devices().numberNamed(*name).value_or(0) : 0;
 }
 
 uint32_t PipeWireDefaultOutput::realDevice() const {
@@ -56,12 +56,12 @@ uint32_t PipeWireDefaultOutput::realDevice() const {
     auto name = effectiveName();
     if (isVirtual(name)) name = table()->nodeName(kHeldKey);
     if (name && !isVirtual(name)) {
-        if (const auto number = connection->numberNamed(*name)) return *number;
+        if (const auto number = connection->devices().numberNamed(*name)) return *number;
     }
     std::optional<int32_t> highest;
     uint32_t best = 0;
-    for (const uint32_t number : connection->deviceNumbers()) {
-        const auto node = connection->device(number);
+    for (const uint32_t number : connection->devices().numbers()) {
+        const auto node = connection->devices().device(number);
         if (!node || !node->isOutput() || node->isVirtualDevice()) continue;
         if (highest && node->sessionPriority <= *highest) continue;
         highest = node->sessionPriority;
@@ -73,7 +73,7 @@ uint32_t PipeWireDefaultOutput::realDevice() const {
 bool PipeWireDefaultOutput::setDevice(uint32_t number) {
     PipeWireLock lock(connection->loop());
     PipeWireMetadata* const defaults = table();
-    const auto node = connection->device(number);
+    const auto node = connection->devices().device(number);
     if (defaults == nullptr || !node || !node->isOutput()) return false;
     // While the virtual device is held the session manager may have another idea for a moment, and what was
     // said against it may still be on its way.
@@ -162,7 +162,7 @@ void PipeWireDefaultOutput::effectiveTold(PipeWireMetadata& defaults) {
         return;
     }
     if (!hold->before) hold->before = idea; // there was none, and now there may be
-    if (hold->before && !connection->deviceNamed(*hold->before)) {
+    if (hold->before && !connection->devices().deviceNamed(*hold->before)) {
         hold.reset();
         reminder->cancel();
         defaults.remove(kHeldKey);
@@ -179,7 +179,7 @@ void PipeWireDefaultOutput::insist() {
     if (!hold || isVirtual(effectiveName()) || ++hold->unconfirmed > kMostReminders) return;
     if (PipeWireMetadata* const defaults = table()) {
         effectiveTold(*defaults);
-        connection->readMetadataAgain("default");
+        connection->tables().readAgain("default");
     } else {
         reminder->startOver(kSecondsUntilConfirmed);
     }

@@ -28,7 +28,7 @@ PipeWireDeviceIO::~PipeWireDeviceIO() {
 }
 
 std::unique_ptr<AudioIOProc> PipeWireDeviceIO::createIOProc(AudioObjectID device, AudioIOBlock block) {
-    const auto node = connection->device(device);
+    const auto node = connection->devices().device(device);
     if (!node || !block || node->format.channels == 0 || node->format.sampleRate == 0) return nullptr;
     auto& shared = cycles[device];
     if (!shared) shared = std::make_shared<PipeWireCycles>();
@@ -39,7 +39,7 @@ std::unique_ptr<AudioIOProc> PipeWireDeviceIO::createIOProc(AudioObjectID device
 
 void PipeWireDeviceIO::lookForSharedClock(AudioObjectID device) const {
     const auto name = [this](AudioObjectID number) {
-        const auto node = connection->device(number);
+        const auto node = connection->devices().device(number);
         return node ? node->name : std::to_string(number);
     };
     const uint32_t driver = cycles.at(device)->driver;
@@ -54,7 +54,7 @@ void PipeWireDeviceIO::lookForSharedClock(AudioObjectID device) const {
 PipeWireDeviceIO::Limits PipeWireDeviceIO::limits(uint32_t rate) const {
     PipeWireLock lock(connection->loop());
     Limits result;
-    const PipeWireMetadata* const settings = connection->metadata("settings");
+    const PipeWireMetadata* const settings = connection->tables().named("settings");
     if (settings == nullptr) return result;
     const auto said = [settings](const char* key, uint32_t otherwise) {
         const uint32_t value = settings->number(key);
@@ -73,7 +73,7 @@ PipeWireDeviceIO::Limits PipeWireDeviceIO::limits(uint32_t rate) const {
 }
 
 std::optional<uint32_t> PipeWireDeviceIO::bufferFrameSize(AudioObjectID device) const {
-    const auto node = connection->device(device);
+    const auto node = connection->devices().device(device);
     if (!node) return std::nullopt;
     const auto running = cycles.find(device);
     if (running != cycles.end()) {
@@ -84,14 +84,14 @@ std::optional<uint32_t> PipeWireDeviceIO::bufferFrameSize(AudioObjectID device) 
 }
 
 std::optional<AudioBufferSizeRange> PipeWireDeviceIO::bufferFrameSizeRange(AudioObjectID device) const {
-    const auto node = connection->device(device);
+    const auto node = connection->devices().device(device);
     if (!node) return std::nullopt;
     const Limits all = limits(node->format.sampleRate);
     return AudioBufferSizeRange{static_cast<double>(all.minimum), static_cast<double>(all.maximum)};
 }
 
 void PipeWireDeviceIO::setBufferFrameSize(AudioObjectID device, uint32_t frames) {
-    const auto node = connection->device(device);
+    const auto node = connection->devices().device(device);
     if (!node || !node->isVirtualDevice()) return;
     const Limits all = limits(node->format.sampleRate);
     const uint32_t wanted = std::clamp(frames, all.minimum, all.maximum);
@@ -106,7 +106,7 @@ void PipeWireDeviceIO::setBufferFrameSize(AudioObjectID device, uint32_t frames)
 }
 
 bool PipeWireDeviceIO::setNominalSampleRate(AudioObjectID device, double rate) {
-    const auto node = connection->device(device);
+    const auto node = connection->devices().device(device);
     if (!node || !node->isVirtualDevice() || (rate != 44'100 && rate != 48'000)) return false;
     PipeWireLock lock(connection->loop());
     const auto wanted = static_cast<uint32_t>(rate);

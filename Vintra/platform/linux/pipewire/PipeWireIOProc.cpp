@@ -33,7 +33,7 @@ bool PipeWireIOProc::start() {
 }
 
 bool PipeWireIOProc::connectStream() {
-    const auto node = connection->deviceNamed(deviceName);
+    const auto node = connection->devices().deviceNamed(deviceName);
     if (!node) return false;
     PipeWireLock lock(connection->loop());
     if (stream && stream->isStreaming()) return true;

@@ -4,7 +4,7 @@
 
 #include <pipewire/pipewire.h>
 
-#include <algorithm>
+#include <cassert>
 #include <ctime>
 
 namespace vintra {
@@ -28,11 +28,24 @@ pw_loop* PipeWireLoop::loop() const {
 }
 
 void PipeWireLoop::lock() NO_THREAD_SAFETY_ANALYSIS {
-    if (thread != nullptr) pw_thread_loop_lock(thread);
+    if (thread == nullptr) return;
+    pw_thread_loop_lock(thread);
+    owner = std::this_thread::get_id();
+    ++locks;
 }
 
 void PipeWireLoop::unlock() NO_THREAD_SAFETY_ANALYSIS {
-    if (thread != nullptr) pw_thread_loop_unlock(thread);
+    if (thread == nullptr) return;
+    if (--locks == 0) owner = std::thread::id();
+    pw_thread_loop_unlock(thread);
+}
+
+bool PipeWireLoop::isHeld() const {
+    return thread == nullptr || owner == std::this_thread::get_id() || pw_thread_loop_in_thread(thread);
+}
+
+void PipeWireLoop::assertHeld() const {
+    assert(isHeld());
 }
 
 void PipeWireLoop::signal() {
@@ -45,7 +58,13 @@ bool PipeWireLoop::waitUntil(int64_t deadline) {
     if (left <= 0 || thread == nullptr) return false;
     timespec until{};
     if (pw_thread_loop_get_time(thread, &until, left) < 0) return false;
-    return pw_thread_loop_timed_wait_full(thread, &until) == 0 || monotonicNanoseconds() < deadline;
+    assert(owner == std::this_thread::get_id() && locks == 1);
+    owner = std::thread::id();
+    locks = 0;
+    const bool isSignalled = pw_thread_loop_timed_wait_full(thread, &until) == 0;
+    owner = std::this_thread::get_id();
+    locks = 1;
+    return isSignalled || monotonicNanoseconds() < deadline;
 }
 
 int64_t PipeWireLoop::deadlineIn(double seconds) {

@@ -2,6 +2,10 @@
 
 #include "Vintra/platform/Mutex.h"
 
+#include <atomic>
+#include <cstdint>
+#include <thread>
+
 struct pw_loop;
 struct pw_thread_loop;
 
@@ -26,8 +30,10 @@ public:
     /// May be taken again by the thread that holds it.
     void lock() ACQUIRE();
     void unlock() RELEASE();
-    /// At the head of a callback.
-    void assertHeld() const VINTRA_THREAD_ANNOTATION(assert_capability(this)) {}
+    /// Whether the calling thread has the lock, as PipeWire's own has it in every callback.
+    bool isHeld() const;
+    /// For what the compiler's analysis can't see: callbacks, and objects that are given the loop.
+    void assertHeld() const VINTRA_THREAD_ANNOTATION(assert_capability(this));
 
     /// Wakes every `waitUntil`.
     void signal() REQUIRES(this);
@@ -40,6 +46,8 @@ public:
 private:
     pw_thread_loop* thread = nullptr;
     bool running = false;
+    std::atomic<std::thread::id> owner; ///< that has called `lock`
+    int locks = 0;                      ///< how often the owner has called it; the owner's
 };
 
 /// Holds a loop's lock for a scope.

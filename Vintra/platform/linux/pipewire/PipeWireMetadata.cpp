@@ -1,6 +1,6 @@
 #include "Vintra/platform/linux/pipewire/PipeWireMetadata.h"
 
-#include "Vintra/platform/linux/pipewire/PipeWireConnection.h"
+#include "Vintra/platform/linux/pipewire/PipeWireLoop.h"
 
 #include <pipewire/extensions/metadata.h>
 #include <pipewire/pipewire.h>
@@ -34,10 +34,12 @@ struct PipeWireMetadata::Events {
     }();
 };
 
-PipeWireMetadata::PipeWireMetadata(PipeWireConnection& connection, pw_proxy* proxy, std::string name)
-    : connection(connection)
+PipeWireMetadata::PipeWireMetadata(PipeWireLoop& loop, pw_proxy* proxy, std::string name,
+                                   ChangeHandler changed)
+    : loop(loop)
     , proxy(proxy)
     , name_(std::move(name))
+    , changed(std::move(changed))
     , hook(std::make_unique<spa_hook>()) {
     pw_metadata_add_listener(metadata(proxy), hook.get(), &Events::table, this);
 }
@@ -92,6 +94,7 @@ void PipeWireMetadata::remove(const std::string& key) {
 }
 
 void PipeWireMetadata::property(uint32_t subject, const char* key, const char* value) {
+    loop.assertHeld();
     if (subject != kWholeServer) return;
     if (key == nullptr) {
         values.clear();
@@ -100,7 +103,7 @@ void PipeWireMetadata::property(uint32_t subject, const char* key, const char* v
     } else {
         values[key] = value;
     }
-    connection.metadataChanged(*this, key != nullptr ? key : "");
+    changed(key != nullptr ? key : "");
 }
 
 } // namespace vintra

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -11,14 +12,18 @@ struct spa_hook;
 
 namespace vintra {
 
-class PipeWireConnection;
+class PipeWireLoop;
 
-/// The connection's hold on one of the server's tables of keys and values that all programs share, such as
-/// the default devices. Only what concerns no single object is kept. Owned by the connection; everything
-/// happens with the loop's lock held.
+/// One of the server's tables of keys and values that all programs share, such as the default devices. It keeps
+/// only the values that concern no single object. Owned by `PipeWireTables`; everything happens with the loop's
+/// lock held.
 class PipeWireMetadata {
 public:
-    PipeWireMetadata(PipeWireConnection& connection, pw_proxy* proxy, std::string name);
+    using ChangeHandler = std::function<void(const std::string& key)>;
+
+    /// Takes the proxy over. The handler is called after each change of a value; an empty key stands for all of
+    /// them.
+    PipeWireMetadata(PipeWireLoop& loop, pw_proxy* proxy, std::string name, ChangeHandler changed);
     ~PipeWireMetadata();
     PipeWireMetadata(const PipeWireMetadata&) = delete;
     PipeWireMetadata& operator=(const PipeWireMetadata&) = delete;
@@ -39,9 +44,10 @@ private:
     struct Events;
     void property(uint32_t subject, const char* key, const char* value);
 
-    PipeWireConnection& connection;
+    PipeWireLoop& loop;
     pw_proxy* const proxy;
     const std::string name_;
+    const ChangeHandler changed;
     std::unique_ptr<spa_hook> hook;
     std::map<std::string, std::string> values;
 };

@@ -1,6 +1,6 @@
 #include "Vintra/platform/linux/pipewire/PipeWireNodeBinding.h"
 
-#include "Vintra/platform/linux/pipewire/PipeWireConnection.h"
+#include "Vintra/platform/linux/pipewire/PipeWireLoop.h"
 
 #include <pipewire/pipewire.h>
 
@@ -24,9 +24,10 @@ struct PipeWireNodeBinding::Events {
     }();
 };
 
-PipeWireNodeBinding::PipeWireNodeBinding(PipeWireConnection& connection, pw_proxy* proxy, uint32_t globalID,
-                                         PipeWireNodeKind kind)
-    : connection(connection)
+PipeWireNodeBinding::PipeWireNodeBinding(PipeWireLoop& loop, pw_core& core, pw_proxy* proxy,
+                                         uint32_t globalID, PipeWireNodeKind kind)
+    : loop(loop)
+    , core(core)
     , proxy(proxy)
     , hook(std::make_unique<spa_hook>()) {
     node.globalID = globalID;
@@ -40,7 +41,7 @@ PipeWireNodeBinding::~PipeWireNodeBinding() {
 }
 
 void PipeWireNodeBinding::nodeInfo(const pw_node_info* info) {
-    connection.loop().assertHeld();
+    loop.assertHeld();
     bool hasChanged = false;
     if ((info->change_mask & PW_NODE_CHANGE_MASK_PROPS) != 0 && info->props != nullptr) {
         const auto text = [info](const char* key) {
@@ -75,7 +76,7 @@ void PipeWireNodeBinding::nodeInfo(const pw_node_info* info) {
         }
     }
     // What was asked is answered before this is.
-    if (hasChanged || !known) awaitedSync = connection.requestSync();
+    if (hasChanged || !known) awaitedSync = pw_core_sync(&core, PW_ID_CORE, 0);
     known = true;
 }
 

@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 
+struct pw_core;
 struct pw_node_info;
 struct pw_proxy;
 struct spa_hook;
@@ -14,13 +15,14 @@ struct spa_pod;
 
 namespace vintra {
 
-class PipeWireConnection;
+class PipeWireLoop;
 
-/// The connection's hold on one node of the server: follows its properties and formats. Owned by the
-/// connection; everything happens with the loop's lock held.
+/// Follows the properties and formats of one node of the server. Owned by `PipeWireDeviceList`; everything happens
+/// with the loop's lock held.
 class PipeWireNodeBinding {
 public:
-    PipeWireNodeBinding(PipeWireConnection& connection, pw_proxy* proxy, uint32_t globalID,
+    /// Takes the proxy over.
+    PipeWireNodeBinding(PipeWireLoop& loop, pw_core& core, pw_proxy* proxy, uint32_t globalID,
                         PipeWireNodeKind kind);
     ~PipeWireNodeBinding();
     PipeWireNodeBinding(const PipeWireNodeBinding&) = delete;
@@ -37,7 +39,8 @@ private:
     void nodeInfo(const pw_node_info* info);
     void parameter(uint32_t id, const spa_pod* parameter);
 
-    PipeWireConnection& connection;
+    PipeWireLoop& loop;
+    pw_core& core;
     pw_proxy* const proxy;
     std::unique_ptr<spa_hook> hook;
     PipeWireNode node;

@@ -30,7 +30,7 @@ public:
                  Direction direction, AudioIOBlock block, uint32_t frames = 1024)
         : connection(std::move(connection))
         , block(std::move(block)) {
-        const auto node = this->connection->deviceNamed(device);
+        const auto node = this->connection->devices().deviceNamed(device);
         if (!node) return;
         PipeWireLock lock(this->connection->loop());
         stream = std::make_unique<PipeWireIOStream>(*this->connection, *node, direction, this->block, cycles,

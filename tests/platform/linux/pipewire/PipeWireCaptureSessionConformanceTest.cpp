@@ -3,8 +3,8 @@
 #include "Vintra/platform/linux/pipewire/PipeWireCaptureDevices.h"
 #include "Vintra/platform/linux/pipewire/PipeWireConnection.h"
 #include "Vintra/platform/linux/runtime/LinuxDispatchQueues.h"
-#include "Vintra/platform/linux/runtime/LinuxHostClock.h"
 #include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
+#include "Vintra/platform/linux/runtime/LinuxHostClock.h"
 #include "tests/support/PublishedMicrophone.h"
 
 namespace vintra {

@@ -156,7 +156,7 @@ TEST(PipeWireCapture, aDeviceThatWentBeforeTheStartIsRefused) {
     const auto connection = std::make_shared<PipeWireConnection>();
     CapturedSound sound(connection, "capture-test-gone", 1);
     microphone.unplug();
-    ASSERT_TRUE(sound.waitUntil([&] { return !connection->deviceNamed("capture-test-gone"); }));
+    ASSERT_TRUE(sound.waitUntil([&] { return !connection->devices().deviceNamed("capture-test-gone"); }));
     EXPECT_FALSE(sound.start());
 }
 
@@ -167,11 +167,12 @@ TEST(PipeWireCapture, aDeviceThatGoesEndsItsSessionAndNoOtherTakesItsPlace) {
     ASSERT_TRUE(sound.start());
     ASSERT_TRUE(sound.waitUntil([&] { return !sound.arrivals().empty(); }));
     microphone->unplug();
-    ASSERT_TRUE(sound.waitUntil([&] { return !connection->deviceNamed("capture-test-going"); }));
+    ASSERT_TRUE(sound.waitUntil([&] { return !connection->devices().deviceNamed("capture-test-going"); }));
     EXPECT_TRUE(sound.waitUntil([&] { return !sound.session().isRunning(); }));
     // The same device again: a session that has ended stays so until it is started.
     microphone = std::make_unique<PublishedMicrophone>("capture-test-going");
-    ASSERT_TRUE(sound.waitUntil([&] { return connection->deviceNamed("capture-test-going").has_value(); }));
+    ASSERT_TRUE(
+        sound.waitUntil([&] { return connection->devices().deviceNamed("capture-test-going").has_value(); }));
     EXPECT_FALSE(sound.session().isRunning());
     const size_t before = sound.arrivals().size();
     EXPECT_TRUE(sound.start());

@@ -28,7 +28,9 @@ protected:
         ASSERT_TRUE(virtualDevice != 0 && output != 0);
     }
 
-    AudioObjectID number(const std::string& name) const { return connection->numberNamed(name).value_or(0); }
+    AudioObjectID number(const std::string& name) const {
+        return connection->devices().numberNamed(name).value_or(0);
+    }
     /// The line of pw-metadata; empty if the key is absent.
     std::string said(const std::string& key) const {
         ChildProcess tool({"pw-metadata", "0", key}, server.environment());
@@ -112,7 +114,8 @@ TEST_F(PipeWireDefaultOutputTest, whatTheSessionManagerSaysAtTheEndOfAHoldDoesNo
 TEST(PipeWireDefaultOutputHolder, DISABLED_holdsUntilItIsKilled) {
     const auto connection = std::make_shared<PipeWireConnection>();
     PipeWireAudioHardware hardware(connection, std::make_shared<LinuxEventLoop>());
-    ASSERT_TRUE(hardware.setDefaultOutputDevice(connection->numberNamed("VintraAudioDevice").value_or(0)));
+    ASSERT_TRUE(
+        hardware.setDefaultOutputDevice(connection->devices().numberNamed("VintraAudioDevice").value_or(0)));
     std::cout << "held" << std::endl;
     ::pause();
 }

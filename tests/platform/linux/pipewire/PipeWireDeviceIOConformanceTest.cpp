@@ -3,9 +3,9 @@
 #include "Vintra/platform/linux/pipewire/PipeWireAudioHardware.h"
 #include "Vintra/platform/linux/pipewire/PipeWireConnection.h"
 #include "Vintra/platform/linux/pipewire/PipeWireDeviceIO.h"
+#include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
 #include "Vintra/platform/linux/runtime/LinuxHostClock.h"
 #include "Vintra/platform/linux/runtime/LinuxLog.h"
-#include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
 
 namespace vintra {
 
@@ -14,8 +14,10 @@ class PipeWireAudioBackend {
 public:
     AudioHardware& hardware() { return hardware_; }
     AudioDeviceIO& io() { return io_; }
-    AudioObjectID virtualDevice() { return connection->numberNamed("VintraAudioDevice").value_or(0); }
-    AudioObjectID output() { return connection->numberNamed("headless.output").value_or(0); }
+    AudioObjectID virtualDevice() {
+        return connection->devices().numberNamed("VintraAudioDevice").value_or(0);
+    }
+    AudioObjectID output() { return connection->devices().numberNamed("headless.output").value_or(0); }
     bool waitUntil(const std::function<bool()>& condition) {
         for (int i = 0; i < 5000; ++i) {
             if (condition()) return true;

@@ -41,7 +41,9 @@ std::string contents(const std::string& path) {
 
 class PipeWireDeviceIOTest : public ::testing::Test {
 protected:
-    AudioObjectID number(const std::string& name) const { return connection->numberNamed(name).value_or(0); }
+    AudioObjectID number(const std::string& name) const {
+        return connection->devices().numberNamed(name).value_or(0);
+    }
     bool awaitDevice(const std::string& name) {
         return awaitCondition([&] { return number(name) != 0; });
     }
@@ -110,8 +112,8 @@ TEST_F(PipeWireDeviceIOTest, theTwoDevicesHaveAClockEach) {
     DeviceStream played(connection, "headless.output", DeviceStream::Direction::output, [](auto, auto) {});
     ASSERT_TRUE(source.awaitStreaming());
     ASSERT_TRUE(played.awaitStreaming());
-    EXPECT_EQ(source.driver(), connection->deviceNamed("VintraAudioDevice")->globalID);
-    EXPECT_EQ(played.driver(), connection->deviceNamed("headless.output")->globalID);
+    EXPECT_EQ(source.driver(), connection->devices().deviceNamed("VintraAudioDevice")->globalID);
+    EXPECT_EQ(played.driver(), connection->devices().deviceNamed("headless.output")->globalID);
     const auto first = io.createIOProc(output, [](auto, auto) {});
     const auto second = io.createIOProc(virtualDevice, [](auto, auto) {});
     ASSERT_TRUE(first->start() && second->start());
@@ -149,9 +151,9 @@ TEST_F(PipeWireDeviceIOTest, at44100HertzTheCyclesReallyRunAtThatRate) {
     DeviceStream played(connection, "VintraAudioDevice", DeviceStream::Direction::output, player.block());
     ASSERT_TRUE(awaitCondition([&] { return heard.next >= 20'000; }));
     const PipeWireConnection another;
-    EXPECT_EQ(another.deviceNamed("VintraAudioDevice")->format.sampleRate, 44'100u);
+    EXPECT_EQ(another.devices().deviceNamed("VintraAudioDevice")->format.sampleRate, 44'100u);
     // The output's clock is not touched.
-    EXPECT_EQ(another.deviceNamed("headless.output")->format.sampleRate, 48'000u);
+    EXPECT_EQ(another.devices().deviceNamed("headless.output")->format.sampleRate, 48'000u);
     EXPECT_EQ(heard.repeats, 0);
     EXPECT_EQ(heard.skips, 0);
     proc->stop();

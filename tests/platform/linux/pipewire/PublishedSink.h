@@ -19,8 +19,8 @@ public:
         ChildProcess made({"pw-cli", "create-node", "adapter",
                            "{ factory.name=support.null-audio-sink media.class=Audio/Sink "
                            "object.linger=true session.suspend-timeout-seconds=0 node.name=" +
-                               name + " " + properties + " }"},
-                          environment);
+                               this->name + " " + properties + " }"},
+                          this->environment);
         made.wait();
         isThere = true;
     }

@@ -2,8 +2,8 @@
 #include "Vintra/platform/linux/files/MemoryUserDefaults.h"
 #include "Vintra/platform/linux/pipewire/PipeWireAudioHardware.h"
 #include "Vintra/platform/linux/pipewire/PipeWireDeviceIO.h"
-#include "Vintra/platform/linux/runtime/LinuxLog.h"
 #include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
+#include "Vintra/platform/linux/runtime/LinuxLog.h"
 #include "Vintra/platform/linux/runtime/LinuxWallClock.h"
 #include "tests/platform/linux/pipewire/AllocationWatch.h"
 #include "tests/platform/linux/pipewire/CountedSound.h"
@@ -49,7 +49,9 @@ private:
 
 class SystemAudioRelayOnPipeWire : public ::testing::Test {
 protected:
-    AudioObjectID number(const std::string& name) const { return connection->numberNamed(name).value_or(0); }
+    AudioObjectID number(const std::string& name) const {
+        return connection->devices().numberNamed(name).value_or(0);
+    }
     std::unique_ptr<SystemAudioRelay> makeRelay(bool lowLatency = false) {
         return std::make_unique<SystemAudioRelay>(
             SystemAudioRelay::Services{
