@@ -3,7 +3,6 @@
 #include "Vintra/platform/FileManager.h"
 #include "Vintra/platform/HostClock.h"
 #include "Vintra/platform/ProcessInfo.h"
-#include "Vintra/platform/ScreenCapture.h"
 #include "Vintra/platform/UserDefaults.h"
 #include "Vintra/platform/linux/pipewire/PipeWireCaptureDevices.h"
 #include "Vintra/take/SessionNames.h"
@@ -20,7 +19,6 @@ namespace {
 
 constexpr int64_t kSecond = 1'000'000'000;           // nanoseconds
 constexpr int64_t kPatienceWithInputs = 5 * kSecond; // a device that has not begun by then won't
-constexpr int64_t kBetweenLooks = kSecond / 100;     // at what tells no one of its change
 constexpr int64_t kBetweenStatusLines = kSecond / 5;
 constexpr double kLongestStart = 1;    // seconds, without a question to the user
 constexpr double kLeastPadding = 0.01; // seconds: a gap up to this is left as it is
@@ -42,6 +40,8 @@ TakeRunner::TakeRunner(LinuxPlatform& machine, Options options, Outlets outlets)
     state.follow(manager->isBusy);
     state.follow(manager->isRecording);
     state.follow(manager->lastError);
+    state.follow(manager->isAudioStartUpOver);
+    state.follow(manager->arePreviewsDelivering);
 }
 
 TakeRunner::~TakeRunner() {
@@ -59,9 +59,8 @@ void TakeRunner::interrupt() {
 }
 
 Task<> TakeRunner::awaitStartUp() {
-    const std::function<bool()> isOver = [this] { return manager->isStartUpOver(); };
-    while (!isOver())
-        co_await state.until(isOver, kBetweenLooks);
+    const std::function<bool()> isOver = [this] { return *manager->isAudioStartUpOver; };
+    co_await state.until(isOver);
     if (*manager->lastError) outlets.note(**manager->lastError);
     manager->lastError.set(std::nullopt);
 }
@@ -160,17 +159,11 @@ Task<> TakeRunner::configurePreviews() {
     co_await manager->configureMicPreview();
     co_await manager->configureExtraPreviews();
     const std::function<bool()> isSettled = [this] {
-        return *isInterrupted || previewsRun() || manager->lastError->has_value();
+        return *isInterrupted || *manager->arePreviewsDelivering || manager->lastError->has_value();
     };
-    for (int64_t waited = 0; waited < kPatienceWithInputs && !isSettled(); waited += kBetweenLooks)
-        co_await state.until(isSettled, kBetweenLooks);
+    co_await state.until(isSettled, kPatienceWithInputs);
     // Why there is no computer audio: the start only says that there is none.
     if (*manager->lastError) outlets.note(**manager->lastError);
-}
-
-bool TakeRunner::previewsRun() const {
-    return (!options.mic || manager->isMicPreviewRunning()) && manager->areExtraPreviewsRunning() &&
-           (!options.hasSecondTrack() || manager->isDawPreviewRunning());
 }
 
 URL TakeRunner::movieURL(const URL& inFolder) {

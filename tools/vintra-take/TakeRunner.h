@@ -61,7 +61,6 @@ private:
     Problem chooseVirtualInput();
     InputProblem withSoundProblem(InputProblem problem) const;
     Task<> configurePreviews();
-    bool previewsRun() const;
     URL movieURL(const URL& folder);
     Task<> recordUntilTheEnd();
     void putOutputBack();
