@@ -118,6 +118,28 @@ TEST_F(InventoryChangesTest, everyTrackOfTheDeviceIsNamed) {
     stop();
 }
 
+TEST_F(InventoryChangesTest, anExtraInputIsNamedOnceHoweverManyItsTracksAre) {
+    addExtraInput("multi.eight", 3);
+    addExtraInput("multi.eight", 4);
+    start();
+    machine.run(0.5);
+    unplug("multi.eight");
+    EXPECT_EQ(lastError(), "Extra input device (Stage Box) disconnected mid-recording. That track stopped "
+                           "receiving data — other tracks are still recording.");
+    stop();
+}
+
+TEST_F(InventoryChangesTest, aVirtualInputStandsBeforeAnExtraInputOfItsDevice) {
+    selectVirtualInput();
+    addExtraInput("daw.two", 1);
+    start();
+    machine.run(0.5);
+    unplug("daw.two");
+    EXPECT_EQ(lastError(), "Virtual input and Extra input device (Workstation) disconnected mid-recording. "
+                           "That track stopped receiving data — other tracks are still recording.");
+    stop();
+}
+
 TEST_F(InventoryChangesTest, aVirtualInputIsNamed) {
     selectVirtualInput();
     start();

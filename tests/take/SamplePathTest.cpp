@@ -132,6 +132,38 @@ TEST_F(SamplePathTest, dataInPiecesIsDroppedAndNothingBreaks) {
     EXPECT_TRUE(lastError().starts_with("No audio was captured for: microphone.")) << lastError();
 }
 
+TEST_F(SamplePathTest, invalidBuffersAreNoBuffersAtAll) {
+    for (const char* uid : {"mic.one", "daw.two", "multi.eight"})
+        machine.audioHardware->device(uid)->alter = [](const CMSampleBuffer&) {
+            return std::optional(CMSampleBuffer{});
+        };
+    selectMic();
+    selectVirtualInput();
+    addExtraInput("multi.eight", 0, "Left");
+    recordFor(1);
+    ASSERT_GT(machine.captureDevices->session("mic.one")->deliveredBuffers, 50);
+    EXPECT_FALSE(recorder->isMicPreviewRunning()) << "they are no sign of life";
+    EXPECT_FALSE(recorder->isDawPreviewRunning());
+    EXPECT_EQ(*recorder->levels->micLevel, 0);
+    EXPECT_EQ(*recorder->levels->dawLevel, 0);
+    EXPECT_TRUE(recorder->levels->extraInputLevels->empty());
+    for (const char* name : {"take_mic.wav", "take_computer-audio.wav", "take_Left.wav"})
+        EXPECT_TRUE(soundTrack(name)->appends.empty()) << name;
+    EXPECT_EQ(lastError(), "No audio was captured for: microphone, virtual input, take_Left. That file is "
+                           "empty — check the device is connected and running at 48kHz.");
+}
+
+TEST_F(SamplePathTest, anInvalidBufferBetweenOthersIsLeftOut) {
+    selectMic();
+    int64_t delivered = 0;
+    machine.audioHardware->device("mic.one")->alter = [&](CMSampleBuffer buffer) {
+        return std::optional(++delivered % 10 == 0 ? CMSampleBuffer{} : std::move(buffer));
+    };
+    recordFor(2);
+    EXPECT_EQ(*recorder->statusMessage, "Saved") << lastError();
+    EXPECT_EQ(soundTrack("take_mic.wav")->accepted().size(), soundTrack("take_mic.wav")->appends.size());
+}
+
 TEST_F(SamplePathTest, oneDeviceMayServeTheMicAndExtraRows) {
     giveConstants("multi.eight");
     selectMic("multi.eight");

@@ -153,6 +153,16 @@ TEST_F(StartTakeTest, aRefusedMicrophoneFails) {
         "Microphone access was denied. Enable it in System Settings > Privacy & Security > Microphone.");
 }
 
+TEST_F(StartTakeTest, aMicrophoneThatTheMachineForbidsFails) {
+    machine.captureDevices->authorization[AVMediaType::audio] = AVAuthorizationStatus::restricted;
+    selectMic();
+    EXPECT_FALSE(machine.captureDevices->session("mic.one")) << "and there is no preview";
+    start();
+    expectUndone(
+        "Microphone access was denied. Enable it in System Settings > Privacy & Security > Microphone.");
+    EXPECT_TRUE(machine.captureDevices->accessRequests.empty()) << "the user is not asked";
+}
+
 TEST_F(StartTakeTest, theUsersAnswerIsAwaited) {
     machine.captureDevices->authorization[AVMediaType::audio] = AVAuthorizationStatus::notDetermined;
     machine.captureDevices->userGrantsAccess = false;
@@ -372,24 +382,6 @@ TEST_F(StartTakeTest, aStartAfterAFailedOneWorksAndPreviewsWentOn) {
     EXPECT_TRUE(*recorder->isRecording);
     EXPECT_FALSE(recorder->lastError->has_value()) << "a start clears the error of the one before";
     stop();
-}
-
-/// Told of every take by the recorder.
-class ToldOfTakes : public FeedbackAsk {
-public:
-    void recordingStarted() override { told.push_back("started"); }
-    void takeFinished(double seconds, bool wentWrong) override {
-        told.push_back("finished after " + std::to_string(static_cast<int>(seconds)) +
-                       (wentWrong ? " badly" : " well"));
-    }
-    std::vector<std::string> told;
-};
-
-TEST_F(StartTakeTest, theFeedbackIsToldOfStartAndEnd) {
-    const auto feedback = std::make_shared<ToldOfTakes>();
-    recorder->feedbackAsk = feedback;
-    recordFor(12.5);
-    EXPECT_EQ(feedback->told, (std::vector<std::string>{"started", "finished after 12 well"}));
 }
 
 } // namespace
