@@ -100,7 +100,7 @@ double startFfprobe(size_t times) {
 }
 
 double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
+    std::ranges::sort(values);
     return values[values.size() / 2];
 }
 

@@ -97,8 +97,8 @@ public:
         std::thread output([this] { produceAll(); });
         consumeAll();
         output.join();
-        std::sort(consumed.begin(), consumed.end());
-        std::sort(produced.begin(), produced.end());
+        std::ranges::sort(consumed);
+        std::ranges::sort(produced);
     }
     /// Microseconds of a pair: the sum of both sides.
     double percentile(double part) const {

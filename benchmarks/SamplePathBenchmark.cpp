@@ -15,6 +15,8 @@
 #include <benchmark/benchmark.h>
 #include <cmath>
 #include <cstring>
+#include <functional>
+#include <utility>
 
 namespace {
 

@@ -10,6 +10,8 @@
 
 #include <benchmark/benchmark.h>
 #include <cstring>
+#include <functional>
+#include <utility>
 
 namespace {
 

@@ -5,6 +5,7 @@
 #include "Vintra/timeline/TimelineFile.h"
 
 #include <benchmark/benchmark.h>
+#include <utility>
 
 namespace vintra {
 namespace {

@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace {

@@ -10,6 +10,7 @@
 
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
+#include <utility>
 
 #include <algorithm>
 #include <atomic>

@@ -11,8 +11,8 @@ namespace {
 
 // Goal: one pass for the peak and at most one for the samples, on capture queues, of buffers that may lie at
 // any address. Method: both passes go in blocks of `kBlockSamples` with one running value a lane, which
-// compilers turn into vector instructions without leave to reorder floating-point sums; the rest of the
-// buffer goes through the same arithmetic one sample at a time, so where the blocks end changes no result.
+// compilers turn into vector instructions without having to reorder floating-point sums. The rest of the
+// buffer goes through the same arithmetic one sample at a time, so the result does not depend on the blocks.
 constexpr size_t kBlockSamples = 16;
 
 constexpr double kFullScale16 = 32767;

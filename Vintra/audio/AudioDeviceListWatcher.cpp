@@ -1,5 +1,7 @@
 #include "Vintra/audio/AudioDeviceListWatcher.h"
 
+#include <utility>
+
 namespace vintra {
 
 AudioDeviceListWatcher::AudioDeviceListWatcher(AudioHardware& hardware)

@@ -7,7 +7,8 @@
 
 namespace vintra {
 
-/// Tells of sound devices that come and go, until it is destroyed. Owned by the controller. Main thread.
+/// Calls its block when sound devices appear or disappear, until it is destroyed. Owned by the controller.
+/// Main thread.
 class AudioDeviceListWatcher {
 public:
     /// The hardware outlives the watcher.

@@ -1,5 +1,7 @@
 #include "Vintra/audio/AudioRoutingCache.h"
 
+#include <utility>
+
 namespace vintra {
 
 void AudioRoutingCache::store(Snapshot snapshot) {

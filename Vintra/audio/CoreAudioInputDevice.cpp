@@ -1,5 +1,7 @@
 #include "Vintra/audio/CoreAudioInputDevice.h"
 
+#include <utility>
+
 namespace vintra {
 
 std::vector<CoreAudioInputDevice> CoreAudioInputDevice::listAll(const AudioHardware& hardware) {

@@ -2,6 +2,8 @@
 
 #include "Vintra/audio/CoreAudioInputDevice.h"
 
+#include <utility>
+
 namespace vintra {
 
 std::unique_ptr<DeviceSampleRateWatcher> DeviceSampleRateWatcher::make(AudioHardware& hardware,

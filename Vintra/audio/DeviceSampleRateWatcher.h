@@ -8,8 +8,8 @@
 
 namespace vintra {
 
-/// Tells of changes of one input device's nominal sample rate, until it is destroyed. Owned by the preview it
-/// watches for. Main thread.
+/// Calls its block when the nominal sample rate of one input device changes, until it is destroyed. Owned by
+/// the preview of that device. Main thread.
 class DeviceSampleRateWatcher {
 public:
     /// Null if no input device has that uid. The hardware outlives the watcher.

@@ -1,6 +1,7 @@
 #include "Vintra/audio/ExtractMonoChannel.h"
 
 #include <cstring>
+#include <utility>
 
 namespace vintra {
 namespace {
@@ -13,7 +14,7 @@ void copyEvery(size_t stride, const uint8_t* source, uint8_t* destination, size_
                     sizeof(Sample));
 }
 
-/// Bytes of one sample; 0 for a layout that can't be taken apart.
+/// Bytes of one sample; 0 for a layout from which no channel can be extracted.
 size_t sampleLength(const AudioStreamBasicDescription& description) {
     if (description.isBigEndian() || description.isNonInterleaved()) return 0;
     const uint32_t bytes = description.mBitsPerChannel / 8;

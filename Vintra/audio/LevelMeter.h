@@ -8,8 +8,8 @@
 
 namespace vintra {
 
-/// The peak tick of a meter: the highest level yet, of which what is shown fades away. A later level shows
-/// it again only by reaching that height. Owned by the meter's view. Main thread.
+/// The peak tick of a meter. It stands at the highest level so far and fades away with time. A later level
+/// brings it back only by reaching that height. Owned by the meter's view. Main thread.
 struct MeterPeak {
     double holdDuration = 1.0;  ///< seconds at full height
     double decayDuration = 0.6; ///< seconds from there to nothing

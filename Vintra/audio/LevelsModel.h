@@ -11,9 +11,10 @@
 
 namespace vintra {
 
-/// The levels that the meters show, apart from everything else so that a level redraws the meters alone.
+/// The levels that the meters show. They are kept apart from all other state, so that a new level redraws only
+/// the meters.
 /// Levels are meter positions: 0 is -60 dBFS or below, 1 is 0 dBFS, linear in dB between. Owned by the
-/// controller. Main thread, but for `publish` and `gate`, which capture queues use.
+/// controller. Main thread, except for `publish` and `gate`, which capture queues use.
 class LevelsModel : public std::enable_shared_from_this<LevelsModel> {
 public:
     /// The services outlive the model.

@@ -6,7 +6,7 @@ PublishGate::PublishGate(const HostClock& hostClock)
     : hostClock(hostClock) {}
 
 bool PublishGate::allow(const LevelKey& key) {
-    // Host times are compared as the rationals they are: two readings just `interval` apart pass.
+    // Host times are compared as exact rationals, so two readings exactly `interval` apart pass.
     static constexpr CMTime leastGap{static_cast<int64_t>(interval * kHostTimescale), kHostTimescale,
                                      kCMTimeFlags_Valid};
     const CMTime now = hostClock.now();

@@ -17,7 +17,7 @@ public:
 
     /// The clock outlives the gate.
     explicit PublishGate(const HostClock& hostClock);
-    /// True if the key passed never before or at least `interval` ago.
+    /// True if the key has never passed before, or last passed at least `interval` ago.
     bool allow(const LevelKey& key);
 
 private:

@@ -10,8 +10,8 @@ namespace vintra {
 struct RelayCounters {
     static constexpr int64_t kLargest = std::numeric_limits<int64_t>::max();
 
-    // One cache line of what both sides read and write in every cycle, then one of each side's own: the less
-    // moves between their processors, the shorter a cycle.
+    // First a cache line of what both sides read and write in every cycle, then a line for each side alone: a
+    // cycle is shorter the less data moves between the two processors.
     alignas(64) int64_t writeIndex = 0; ///< frames ever written
     int64_t readIndex = 0;              ///< frames ever consumed
     int64_t targetFillFrames = 0;       ///< changes by growth alone

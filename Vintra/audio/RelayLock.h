@@ -8,8 +8,8 @@
 namespace vintra {
 
 /// The lock between a relay's two real-time threads and the main thread. It is held for a few loads and
-/// stores, so who finds it taken tries again for some microseconds before the operating system is asked to
-/// wait: a wait costs more than the hold. Any thread.
+/// stores, so a thread that finds it taken tries again for some microseconds before it asks the operating
+/// system to wait: waiting costs more than the lock is held. Any thread.
 class VINTRA_THREAD_ANNOTATION(capability("mutex")) RelayLock {
 public:
     RelayLock() = default;

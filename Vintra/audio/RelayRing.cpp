@@ -11,14 +11,14 @@ constexpr int64_t kBytesPerFrame = kRingChannels * static_cast<int64_t>(sizeof(f
 constexpr int64_t kUnderrunsThatGrow = 3;
 
 const AudioBuffer* firstStereoStream(AudioBufferList input) {
-    const auto found = std::find_if(input.begin(), input.end(),
-                                    [](const AudioBuffer& buffer) { return buffer.mNumberChannels == 2; });
+    const auto found =
+        std::ranges::find_if(input, [](const AudioBuffer& buffer) { return buffer.mNumberChannels == 2; });
     return found == input.end() ? nullptr : &*found;
 }
 
 const AudioBuffer* firstStreamOfTwoOrMore(AudioBufferList output) {
-    const auto found = std::find_if(output.begin(), output.end(),
-                                    [](const AudioBuffer& buffer) { return buffer.mNumberChannels >= 2; });
+    const auto found =
+        std::ranges::find_if(output, [](const AudioBuffer& buffer) { return buffer.mNumberChannels >= 2; });
     return found == output.end() ? nullptr : &*found;
 }
 
@@ -111,7 +111,7 @@ void RelayRing::prime() noexcept {
     ++state.reprimes;
 }
 
-/// Plays what there is, the first frame twice where the fill asks for it, and silence behind.
+/// Plays the frames that there are, the first one twice if the fill is too low, and then silence.
 RelayRing::Played RelayRing::play(const Begun& begun, const AudioBuffer& buffer, int64_t frames) noexcept {
     const uint32_t channels = buffer.mNumberChannels;
     Played played;

@@ -19,8 +19,8 @@ namespace vintra {
 /// Every third underrun doubles the target, and the output is silent until the ring has filled up to it.
 ///
 /// Owned by the relay. `consume` belongs to the source's IO thread, `produce` to the output's, the rest to
-/// any. A frame is copied outside the lock, into or out of a part of the ring that the other side leaves
-/// alone until the indices say so; they are published under the lock.
+/// any. Frames are copied outside the lock, into or out of a part of the ring that the other side does not
+/// touch until the indices have moved; the indices change only under the lock.
 class RelayRing {
 public:
     static constexpr int64_t capacityFrames = 16'384;
@@ -42,7 +42,7 @@ private:
     struct Begun {
         int64_t fill;
         int64_t target;
-        int64_t index; ///< where this side goes on
+        int64_t index; ///< of this side's next frame
         bool primed;
     };
     struct Played {

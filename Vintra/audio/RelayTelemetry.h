@@ -37,9 +37,9 @@ struct RelayTelemetry {
     int64_t lastSkipAtFrame = -1;
     std::optional<Date> startedAt;
 
-    /// Takes over everything that the ring counts.
+    /// Copies everything that the ring counts.
     void setCounters(const RelayCounters& counters);
-    /// One line for the authors.
+    /// One line of text for the developers.
     std::string summary(const WallClock& wallClock) const;
 
 private:

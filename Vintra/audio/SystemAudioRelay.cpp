@@ -9,14 +9,14 @@ namespace vintra {
 namespace {
 
 constexpr uint32_t lowLatencyBufferFrames = 64;
-constexpr int64_t kBetweenLooksNanoseconds = 20'000'000; // at a rate that is to change
+constexpr int64_t kBetweenLooksNanoseconds = 20'000'000; // readings of a rate that is to change
 
 void stopAndDestroy(std::unique_ptr<AudioIOProc>& proc) {
     if (proc) proc->stop();
     proc.reset();
 }
 
-/// Gives the main thread up until the next look.
+/// Suspends its caller until the rate is to be read again.
 Task<> untilNextLook(Platform platform) {
     std::unique_ptr<DispatchTimer> timer;
     const auto begin = [&timer,

@@ -58,8 +58,8 @@ public:
     /// Cycles that reached the ring.
     IOCounts ioCounts() const;
 
-    /// Asks the device for a rate in hertz and looks, for up to `timeout` seconds, until it has it: a device
-    /// changes its rate when it can. The rate that it ended on, 0 if that can't be read.
+    /// Asks the device for a rate in hertz and reads the rate until it has changed, for up to `timeout`
+    /// seconds: a device may take its time. Gives the rate read last, 0 if it can't be read.
     static Task<double> setSampleRate(Platform platform, double rate, AudioObjectID on, double timeout);
 
 private:

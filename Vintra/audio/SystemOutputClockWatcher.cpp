@@ -1,5 +1,7 @@
 #include "Vintra/audio/SystemOutputClockWatcher.h"
 
+#include <utility>
+
 namespace vintra {
 namespace {
 
@@ -36,7 +38,7 @@ void SystemOutputClockWatcher::stop() {
 }
 
 void SystemOutputClockWatcher::tell() const {
-    const auto told = onChange; // kept while it runs: it may stop the watcher
+    const auto told = onChange; // kept while it runs, since it may stop the watcher
     told();
 }
 

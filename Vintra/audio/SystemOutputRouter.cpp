@@ -4,6 +4,7 @@
 #include "Vintra/platform/MainThread.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace vintra::SystemOutputRouter {
 namespace {
@@ -14,11 +15,10 @@ bool isVirtual(const AudioHardware& hardware, AudioObjectID device) {
 
 bool hasOutputs(const AudioHardware& hardware, AudioObjectID device) {
     const auto streams = hardware.outputStreamChannels(device);
-    return streams &&
-           std::any_of(streams->begin(), streams->end(), [](uint32_t channels) { return channels > 0; });
+    return streams && std::ranges::any_of(*streams, [](uint32_t channels) { return channels > 0; });
 }
 
-/// A reading of one of the system's choices: nothing if it can't be read or there is none.
+/// One of the system's default devices: nothing if it can't be read or there is none.
 std::optional<AudioObjectID> chosen(std::optional<AudioObjectID> device) {
     return device == AudioObjectID{0} ? std::nullopt : device;
 }
@@ -102,7 +102,8 @@ std::optional<AudioObjectID> switchToVirtualDevice(Services services) {
     if (!previous || *previous == *virtualDevice) return std::nullopt;
     const auto previousUID = uid(services.hardware, *previous);
     if (!previousUID) return std::nullopt;
-    // First, while the old device is still the default: a crash at any later instant leaves the way back.
+    // Noted first, while the old device is still the default, so that a crash at any later instant can be
+    // repaired.
     services.userDefaults.set(kPendingRestoreKey, *previousUID);
     if (!services.hardware.setDefaultOutputDevice(*virtualDevice)) {
         services.userDefaults.remove(kPendingRestoreKey);

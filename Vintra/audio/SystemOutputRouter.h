@@ -12,11 +12,12 @@
 
 namespace vintra {
 
-/// Which device the system plays to, and the way back to the user's own.
+/// Which device the system plays to, and how the user's own device becomes the default again.
 ///
 /// While the computer's sound is captured the default output is the virtual device, which plays nothing. A
 /// crash would leave it there: so the device to return to is on disk before the default is changed, and stays
-/// there for as long as routing is held. Reading takes any thread, what touches the settings the main thread.
+/// there for as long as routing is held. Any thread may read; the functions that touch the settings belong to
+/// the main thread.
 namespace SystemOutputRouter {
 
 /// The loopback device that stands beside the program.

@@ -7,7 +7,7 @@
 namespace vintra {
 namespace {
 
-/// A region comes out of the settings too, so it may be anything.
+/// A region may come from the settings, so it may hold any number.
 int wholePixels(double scale, double points) {
     const double pixels = std::floor(scale * points);
     if (!(pixels > 0)) return 0;

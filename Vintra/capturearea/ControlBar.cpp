@@ -167,8 +167,8 @@ std::vector<MenuItem> menuItems(const CGRect& in, const BarState& state, std::op
                                 const TextMeasure& measure) {
     if (!openMenu) return {};
     const auto items = layout(in, state, measure);
-    const auto button = std::find_if(items.begin(), items.end(),
-                                     [&](const Item& item) { return item.action == buttonOf(*openMenu); });
+    const auto button =
+        std::ranges::find_if(items, [&](const Item& item) { return item.action == buttonOf(*openMenu); });
     if (button == items.end()) return {};
     const auto titles = menuTitles(state, *openMenu);
     double width = button->rect.size.width;

@@ -11,8 +11,8 @@
 
 namespace vintra {
 
-/// The strip of buttons, the same in every overlay, with which the user changes what is captured on the
-/// screen itself. Pure functions: an overlay draws with them, and finds by them what a click has hit. `in` is
+/// The strip of buttons with which the user changes what is captured, on the screen itself; it is the same in
+/// every overlay. Pure functions: an overlay uses them to draw and to find what a click has hit. `in` is
 /// the overlay's bounds; all rectangles are in its coordinates, the origin at the bottom left. Main thread.
 namespace ControlBar {
 

@@ -4,7 +4,8 @@ namespace vintra {
 namespace {
 
 constexpr int kOrdinaryLayer = 0;
-constexpr double kLargestHidden = 40; // points: helpers of programs, invisible or nearly so, are up to this
+/// Points. Programs keep helper windows up to this size, which the user can hardly see.
+constexpr double kLargestHidden = 40;
 
 bool isPickable(const CGWindowInfo& window, int32_t ownProcess) {
     return window.layer == kOrdinaryLayer && window.ownerPID != ownProcess && window.number &&

@@ -35,7 +35,7 @@ CGRect reshaped(const CGRect& selection, AspectPreset to, CGSize within) {
 }
 
 std::optional<CaptureRegion> regionOnScreens(const CGRect& frame, const std::vector<NSScreen>& screens) {
-    const auto most = std::max_element(screens.begin(), screens.end(), [&](const auto& a, const auto& b) {
+    const auto most = std::ranges::max_element(screens, [&](const auto& a, const auto& b) {
         return overlapArea(frame, a.frame) < overlapArea(frame, b.frame);
     });
     if (most == screens.end()) return std::nullopt;

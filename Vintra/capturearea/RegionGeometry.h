@@ -15,8 +15,8 @@ namespace vintra {
 /// area.
 CGRect reshaped(const CGRect& selection, AspectPreset to, CGSize within);
 
-/// The frame, in points on the desktop, as a region of the screen that it overlaps most; the earlier of two
-/// that it overlaps alike, also where it overlaps none. Nothing without screens.
+/// The frame, in points on the desktop, as a region of the screen that it overlaps most. Of screens that it
+/// overlaps equally, or not at all, the first counts. Nothing without screens.
 std::optional<CaptureRegion> regionOnScreens(const CGRect& frame, const std::vector<NSScreen>& screens);
 
 } // namespace vintra

@@ -14,7 +14,7 @@ namespace vintra {
 /// wait. Input streams are to be read, output streams to be filled; both lie in the device's memory.
 using AudioIOBlock = std::function<void(AudioBufferList input, AudioBufferList output)>;
 
-/// A block's place on a device. Made stopped; stopped by its destructor if not before. Main thread.
+/// A block that is registered with a device. It is made stopped, and its destructor stops it. Main thread.
 class AudioIOProc {
 public:
     virtual ~AudioIOProc() = default;
@@ -39,7 +39,7 @@ public:
     /// Frames of a cycle; nothing if it can't be read.
     virtual std::optional<uint32_t> bufferFrameSize(AudioObjectID device) const = 0;
     virtual std::optional<AudioBufferSizeRange> bufferFrameSizeRange(AudioObjectID device) const = 0;
-    /// Asks for the size; reading it back tells what came of it.
+    /// Asks for the size. The device may choose another: read it back.
     virtual void setBufferFrameSize(AudioObjectID device, uint32_t frames) = 0;
     /// False if the device refuses. The rate may change later than this returns.
     virtual bool setNominalSampleRate(AudioObjectID device, double rate) = 0;

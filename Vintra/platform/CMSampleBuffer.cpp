@@ -1,5 +1,7 @@
 #include "Vintra/platform/CMSampleBuffer.h"
 
+#include <utility>
+
 namespace vintra {
 
 CMSampleBuffer CMSampleBuffer::makeAudio(std::shared_ptr<CMBlockBuffer> data,

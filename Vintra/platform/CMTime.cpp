@@ -158,12 +158,12 @@ int CMTimeCompare(CMTime a, CMTime b) {
 
 double CMTimeGetSeconds(CMTime time) {
     if (time.isNumeric()) {
-        // A value that a double holds is divided as it stands: one rounding, to the nearest double.
+        // A value that a double holds exactly is divided at once: one rounding, to the nearest double.
         constexpr int64_t exactLimit = int64_t{1} << 53;
         if (time.value >= -exactLimit && time.value <= exactLimit)
             return static_cast<double>(time.value) / time.timescale;
-        // A larger one goes apart into whole seconds and the fraction, so that it loses no precision before
-        // the division.
+        // A larger one is split into whole seconds and the fraction, so that it loses no precision before the
+        // division.
         const int64_t whole = time.value / time.timescale;
         const int64_t rest = time.value % time.timescale;
         return static_cast<double>(whole) + static_cast<double>(rest) / time.timescale;

@@ -1,6 +1,7 @@
 #include "Vintra/platform/CVPixelBuffer.h"
 
 #include <new>
+#include <utility>
 
 namespace vintra {
 namespace {

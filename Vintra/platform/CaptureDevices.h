@@ -85,11 +85,11 @@ public:
     virtual bool isRunning() const = 0;
 };
 
-/// What an observer of capture devices is told, on the main thread. None is empty.
+/// The callbacks of an observer of capture devices, called on the main thread. None is empty.
 struct CaptureDeviceNotifications {
     std::function<void(const std::shared_ptr<AVCaptureDevice>&)> deviceWasConnected;
     std::function<void(const std::shared_ptr<AVCaptureDevice>&)> deviceWasDisconnected;
-    /// A running session has ended by itself, for another reason than its device's going.
+    /// A running session has ended by itself, for another reason than the loss of its device.
     std::function<void(const std::shared_ptr<AVCaptureSession>&, const SystemError&)> sessionRuntimeError;
 };
 
@@ -108,7 +108,7 @@ public:
     virtual std::shared_ptr<AVCaptureAudioDataOutput>
     makeAudioDataOutput(const AVAudioSettings& audioSettings) = 0;
     virtual std::shared_ptr<AVCaptureSession> makeSession() = 0;
-    /// Tells for as long as the result is kept.
+    /// Calls the observer for as long as the result is kept.
     virtual Observation observe(CaptureDeviceNotifications notifications) = 0;
 };
 

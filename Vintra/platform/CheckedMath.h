@@ -5,7 +5,7 @@
 namespace vintra {
 
 /// Says on standard error what was wrong and ends the process: for states that only a mistake in the program
-/// can bring about, where going on would write wrong files. Any thread.
+/// can cause, and in which it would write wrong files. Any thread.
 [[noreturn]] void stopForProgramFault(const char* fault);
 
 /// The whole number that `value` already is, or its truncation. A value that is not finite, or beyond 64

@@ -18,9 +18,8 @@ class DispatchTimer {
 public:
     virtual ~DispatchTimer() = default;
     virtual void resume() = 0;
-    /// No firing begins after this returns when called on the timer's own queue; from another thread one that
-    /// has already begun goes on. It never waits, so it may be called with a lock held that the handler
-    /// takes.
+    /// Called on the timer's own queue, no firing begins after it returns; called on another thread, it doesn't
+    /// interrupt a firing that has begun. It never waits, so the caller may hold a lock that the handler takes.
     virtual void cancel() = 0;
 };
 

@@ -18,7 +18,7 @@ public:
     virtual ~HostClock() = default;
     /// Now, at `kHostTimescale`.
     virtual CMTime now() const = 0;
-    /// Blocks the calling thread for at least this long. On virtual time other threads' work goes on
+    /// Blocks the calling thread for at least this long. On virtual time the other threads keep working
     /// meanwhile.
     virtual void sleep(int64_t microseconds) = 0;
 };

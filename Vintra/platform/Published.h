@@ -9,7 +9,7 @@
 
 namespace vintra {
 
-/// A value that its observers are told about. Main thread.
+/// A value that notifies its observers. Main thread.
 template <typename Value>
 class Published {
 public:

@@ -221,7 +221,7 @@ private:
 } // namespace detail
 
 /// Awaits a call that ends by a completion function. `begin` is handed that function and makes the call; the
-/// function may be called on any thread, even at once, and the coroutine goes on later on the main thread. A
+/// function may be called on any thread, even at once; the coroutine resumes later on the main thread. A
 /// second call of it does nothing. A `begin` whose captures have destructors must be a named value (see
 /// above).
 template <typename Value, typename Begin>

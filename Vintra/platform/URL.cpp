@@ -1,6 +1,7 @@
 #include "Vintra/platform/URL.h"
 
 #include <string_view>
+#include <utility>
 
 namespace vintra {
 

@@ -2,6 +2,7 @@
 
 #include <compare>
 #include <string>
+#include <utility>
 
 namespace vintra {
 
@@ -10,7 +11,7 @@ namespace vintra {
 class URL {
 public:
     URL() = default;
-    /// A trailing "/" is dropped, but for the root's own.
+    /// A trailing "/" is dropped, except for the root's own.
     static URL fileURL(std::string path);
 
     const std::string& path() const { return path_; }

@@ -9,6 +9,7 @@
 #include <map>
 #include <numeric>
 #include <string_view>
+#include <utility>
 
 namespace vintra::TimelineFile {
 namespace {
@@ -98,7 +99,7 @@ private:
         const std::string id = "r" + std::to_string(formats.size() + 1);
         formats[key] = id;
         std::string line = "<format " + attribute("id", id);
-        if (std::find(fcpNamedSizes.begin(), fcpNamedSizes.end(), size) != fcpNamedSizes.end()) {
+        if (std::ranges::find(fcpNamedSizes, size) != fcpNamedSizes.end()) {
             const std::string shortSize = size == "1920x1080" ? "1080" : size == "1280x720" ? "720" : size;
             line += " " + attribute("name", "FFVideoFormat" + shortSize + "p" + rate.suffix);
         }
@@ -145,7 +146,7 @@ private:
         return "<asset-clip " + attribute("lane", std::to_string(lane)) + " " + clipAttributes(media);
     }
 
-    /// What hangs on the main clip, a line each: cameras above it, sounds below it, markers.
+    /// What is attached to the main clip, one line each: cameras above it, sounds below it, markers.
     std::vector<std::string> connected(const std::vector<Media>& pictures) {
         std::vector<std::string> lines;
         for (size_t above = 1; above < pictures.size(); ++above) {

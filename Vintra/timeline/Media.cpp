@@ -78,7 +78,7 @@ std::optional<Media> Media::probe(const URL& url, AssetProbing& probing) {
 
 int64_t wholeFrames(CMTime length, const Rate& rate) {
     if (!length.isNumeric()) return 0;
-    // A broken file may claim any length: what a frame count is multiplied with later must fit too.
+    // A broken file may claim any length. The limit leaves room for the products that are later made with it.
     constexpr Wide limit = std::numeric_limits<int64_t>::max() / 100'000;
     const Wide frames =
         static_cast<Wide>(length.value) * rate.num / (static_cast<Wide>(length.timescale) * rate.den);

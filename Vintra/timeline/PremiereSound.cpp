@@ -1,6 +1,7 @@
 #include "Vintra/timeline/PremiereSound.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace vintra::TimelineFile {
 namespace {

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <set>
+#include <utility>
 
 namespace vintra::TimelineFile {
 namespace {
@@ -62,7 +63,7 @@ std::vector<Node> soundNodes(const Media& media) {
     return nodes;
 }
 
-/// What a clip's own document says last: it plays, and may be edited.
+/// Marks the track as enabled and not locked.
 void addTrackState(Node& track) {
     track.add(Node::withValue("enabled", "TRUE"));
     track.add(Node::withValue("locked", "FALSE"));

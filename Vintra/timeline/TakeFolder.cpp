@@ -20,7 +20,7 @@ bool isDigit(char c) {
 }
 
 bool areDigits(std::string_view text) {
-    return !text.empty() && std::all_of(text.begin(), text.end(), isDigit);
+    return !text.empty() && std::ranges::all_of(text, isDigit);
 }
 
 /// What stands before the ending; nothing if that isn't the name's ending or all of it.
@@ -115,8 +115,8 @@ void sortSounds(TakeFiles& files) {
                                                                        : 2;
         return std::tuple(place, name);
     };
-    std::sort(files.sounds.begin(), files.sounds.end(),
-              [&rank](const URL& left, const URL& right) { return rank(left) < rank(right); });
+    std::ranges::sort(files.sounds,
+                      [&rank](const URL& left, const URL& right) { return rank(left) < rank(right); });
 }
 
 TakeFiles collect(const URL& folder, const std::vector<std::string>& names, const std::string& take,

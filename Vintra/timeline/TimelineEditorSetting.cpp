@@ -1,5 +1,7 @@
 #include "Vintra/timeline/TimelineEditorSetting.h"
 
+#include <utility>
+
 namespace vintra {
 
 TimelineEditorSetting::TimelineEditorSetting(std::shared_ptr<UserDefaults> defaults,

@@ -7,6 +7,8 @@
 #include "Vintra/timeline/PremiereXML.h"
 
 #include <cstdio>
+#include <functional>
+#include <utility>
 
 namespace vintra::TimelineFile {
 namespace {

@@ -49,7 +49,7 @@ void CameraWriteQueue::begin(CMTime at, int32_t rate) {
 
 CameraWriteQueue::Result CameraWriteQueue::submit(const CMSampleBuffer& frame,
                                                   const std::shared_ptr<AVAssetWriterInput>& to) {
-    // Read before the lock, so that waiting for it counts neither as lateness nor as bunching.
+    // Read before the lock is taken, so that waiting for the lock counts neither as lateness nor as bunching.
     const double now = CMTimeGetSeconds(hostClock->now());
     const CMTime pts = frame.presentationTimeStamp();
     MutexLock guard(lock);
@@ -141,7 +141,7 @@ bool CameraWriteQueue::append(const CMSampleBuffer& frame, int64_t slot, AVAsset
 }
 
 CameraWriteQueue::Result CameraWriteQueue::flush(const std::shared_ptr<AVAssetWriterInput>& into) {
-    // On the host clock: the clock on the wall may be set while this waits.
+    // The limit is on the host clock, since the user may set the wall clock while this waits.
     const CMTime limit = hostClock->now() + kFlushLimit;
     MutexLock guard(lock);
     Result result;

@@ -21,9 +21,9 @@ namespace vintra {
 /// with copies at any rate and of any length, except just after a loss; the track ends with the last real
 /// frame.
 ///
-/// `submit` runs on the camera's sample queue and never waits for the writer; `flush` blocks, so it runs on a
-/// global queue, once no `submit` can come any more; the rest on the main thread. The lock is held across
-/// appends, so it comes first in any order of locks.
+/// `submit` runs on the camera's sample queue and never waits for the writer. `flush` blocks, so it runs on a
+/// global queue, after the last `submit`. The rest runs on the main thread. The lock is held across appends, so
+/// no other lock may be held when it is taken.
 class CameraWriteQueue {
 public:
     /// Counts of one call.
@@ -44,7 +44,7 @@ public:
     Result submit(const CMSampleBuffer& frame, const std::shared_ptr<AVAssetWriterInput>& to);
     /// Writes out what waits, for up to half a second; the rest is dropped.
     Result flush(const std::shared_ptr<AVAssetWriterInput>& into);
-    /// Forgets what waits and the last picture, uncounted: the take never started.
+    /// Forgets the frames that wait and the last picture without counting them, for a take that never started.
     void clear();
     /// What the queue did in its take, in words for the diagnostics.
     std::string summary() const;
@@ -60,8 +60,8 @@ private:
     std::optional<int64_t> slot(CMTime pts) REQUIRES(lock);
     void enqueue(int64_t slot, const CMSampleBuffer& frame, bool ready, Result& result) REQUIRES(lock);
     void drain(AVAssetWriterInput& into, Result& result) REQUIRES(lock);
-    /// Fills one slot of the gap before the first frame that waits, or gives the gap up. False if there is
-    /// none.
+    /// Fills one slot of the gap before the first frame that waits, or leaves the gap empty. False if there is
+    /// no gap.
     bool fillGap(AVAssetWriterInput& into) REQUIRES(lock);
     void writeFirst(AVAssetWriterInput& into, Result& result) REQUIRES(lock);
     std::optional<CMSampleBuffer> retimed(const CMSampleBuffer& frame, int64_t slot) const REQUIRES(lock);

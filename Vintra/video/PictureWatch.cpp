@@ -43,8 +43,8 @@ void PictureWatch::record(const CMSampleBuffer& sample) {
     if (!start.isValid() || !pts.isNumeric()) return;
     const double t = CMTimeGetSeconds(pts - start);
     lastFrame = t;
-    // A picture that can't be read counts as a change: better to miss a frozen camera than to report a live
-    // one.
+    // A picture that can't be read counts as a change: it is better to miss a frozen camera than to report
+    // a live one.
     if (current && lastFingerprint && *current == *lastFingerprint) return;
     lastFingerprint = current;
     if (t - lastChange >= kStillSeconds) stretches.push_back({lastChange, t});

@@ -10,9 +10,9 @@ namespace vintra {
 namespace {
 
 constexpr const char* kLogCategory = "screen-beat";
-/// Long before any slot, and near enough to 0 to be subtracted from one.
+/// Lies long before any slot; subtracting it from a slot doesn't overflow.
 constexpr int64_t kNoLoss = std::numeric_limits<int64_t>::min() / 2;
-/// The fastest rate at which empty slots are filled is one below this.
+/// Slower takes have their empty slots filled with copies.
 constexpr int32_t kFirstRateWithoutCopies = 31;
 /// Copies stay this many slots behind the present, so that a frame still on its way finds its slot free.
 constexpr int64_t kSlotsBehind = 3;
@@ -91,7 +91,7 @@ void ScreenBeat::frame(const CMSampleBuffer& sample) {
         lost(pending->frame.presentationTimeStamp());
     }
     pending = Pending{*place, sample};
-    // Up to the last slot and no further: an arrival writes its frame, and no copy beyond it.
+    // Only up to the last written slot: an arrival writes its own frame and no copies behind it.
     pump(lastSlot);
 }
 
@@ -139,7 +139,7 @@ bool ScreenBeat::writeTowardsPending(bool copiesAllowed) {
             second.repeatsThisSecond += 1;
             return true;
         }
-        // The empty slots before the very first frame are no gap.
+        // The empty slots before the very first frame don't count as a gap.
         if (lastSlot >= 0) countSkipped(gap);
     }
     const Pending taken = std::move(*pending);
@@ -200,7 +200,7 @@ ScreenBeat::Totals ScreenBeat::finish(CMTime at) {
     const int64_t target = grid.lastSlotBefore(at).value_or(lastSlot);
     lastLossSlot = kNoLoss;
     finishing = true;
-    // On the host clock: the clock on the wall may be set while this waits.
+    // The limit is on the host clock, since the user may set the wall clock while this waits.
     const CMTime limit = hostClock->now() + kFinishLimit;
     while (input) {
         if (hostClock->now() >= limit) break;

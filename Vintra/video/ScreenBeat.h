@@ -24,7 +24,7 @@ namespace vintra {
 ///
 /// One, held by the recorder for its whole life through a shared pointer. `frame`, the timer and `finish` run
 /// on the screen's sample queue, `begin` and `cancel` on the main thread. The lock is held across appends and
-/// across the calls of `wrote` and `lost`, so it comes first in any order of locks.
+/// across the calls of `wrote` and `lost`, so no other lock may be held when it is taken.
 class ScreenBeat : public std::enable_shared_from_this<ScreenBeat> {
 public:
     struct Totals {

@@ -29,9 +29,8 @@ std::string histogramText(const std::vector<double>& times) {
 
 std::string lossText(const std::vector<double>& times) {
     if (times.empty()) return "last take dropped no screen frames";
-    const auto [first, last] = std::minmax_element(times.begin(), times.end());
-    const auto early =
-        std::count_if(times.begin(), times.end(), [](double time) { return time < kFirstSeconds; });
+    const auto [first, last] = std::ranges::minmax_element(times);
+    const auto early = std::ranges::count_if(times, [](double time) { return time < kFirstSeconds; });
     return "last take dropped " + std::to_string(times.size()) + " screen frames · first at " +
            fixedText(*first, 2) + "s, last at " + fixedText(*last, 2) + "s · " + std::to_string(early) +
            " in the first 3s · " + histogramText(times);

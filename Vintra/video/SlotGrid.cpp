@@ -8,7 +8,7 @@ namespace vintra {
 namespace {
 
 constexpr int32_t kPhaseTimescale = 600;
-/// How far off the next slot, in slots, a frame may stand and still take it.
+/// How far from the next slot, in slots, a frame may lie and still take it.
 constexpr double kTolerance = 0.65;
 
 } // namespace

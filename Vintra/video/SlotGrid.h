@@ -12,10 +12,10 @@ namespace vintra {
 /// Goal: a track of constant rate on the take's clock, from frames that come at uneven times.
 /// Constraint: every slot's time is an exact rational, so that no rounding adds up however long the take is.
 /// Method: the first frame fixes the phase; a later one takes the slot after the last as long as it stands
-/// within 0.65 of a slot of it, which absorbs jitter without moving any frame off the sequence; one further
-/// on takes the slot nearest to it, and one that comes earlier has no place.
+/// within 0.65 of a slot of it, which absorbs jitter without moving any frame off the sequence. A frame that is
+/// later than that takes the slot nearest to it; a frame that is earlier has no slot.
 ///
-/// A value; whoever holds it guards it.
+/// A value; its owner guards it.
 struct SlotGrid {
     CMTime anchor;               ///< zero of the grid; invalid until a take has begun
     int32_t rate = 30;           ///< slots a second, at least 1

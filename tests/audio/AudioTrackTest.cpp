@@ -5,6 +5,7 @@
 #include "tests/SoundBuffers.h"
 
 #include <gtest/gtest.h>
+#include <utility>
 
 namespace vintra {
 namespace {

@@ -3,8 +3,10 @@
 #include "Vintra/audio/ActivityStamp.h"
 
 #include <atomic>
+#include <functional>
 #include <gtest/gtest.h>
 #include <thread>
+#include <utility>
 
 namespace vintra {
 namespace {

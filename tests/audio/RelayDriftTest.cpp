@@ -1,5 +1,6 @@
 #include "Vintra/audio/RelayRing.h"
 
+#include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>

@@ -1,5 +1,6 @@
 #include "Vintra/audio/RelayRing.h"
 
+#include <algorithm>
 #include <atomic>
 #include <gtest/gtest.h>
 #include <thread>

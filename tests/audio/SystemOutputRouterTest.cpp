@@ -3,6 +3,7 @@
 #include "Vintra/platform/simulated/SimulatedMachine.h"
 
 #include <gtest/gtest.h>
+#include <utility>
 
 namespace vintra {
 namespace {

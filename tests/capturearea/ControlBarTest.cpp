@@ -43,9 +43,7 @@ public:
         texts.push_back({text, at, font, color});
     }
 
-    bool has(const Shape& shape) const {
-        return std::find(shapes.begin(), shapes.end(), shape) != shapes.end();
-    }
+    bool has(const Shape& shape) const { return std::ranges::find(shapes, shape) != shapes.end(); }
     std::vector<Shape> shapes;
     std::vector<Text> texts;
 };

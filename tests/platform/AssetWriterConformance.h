@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <utility>
 
 namespace vintra {
 

@@ -1,6 +1,7 @@
 #include "Vintra/platform/CMSampleBuffer.h"
 
 #include <gtest/gtest.h>
+#include <utility>
 
 namespace vintra {
 namespace {

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <functional>
 #include <gtest/gtest.h>
+#include <utility>
 #include <vector>
 
 namespace vintra {

@@ -5,6 +5,7 @@
 #include "Vintra/platform/ScreenCapture.h"
 
 #include <gtest/gtest.h>
+#include <utility>
 
 #include <algorithm>
 #include <cstddef>
@@ -206,7 +207,7 @@ TYPED_TEST_P(ScreenStreamConformance, everyDisplayHasAnIdOfItsOwnAndASize) {
     for (const SCDisplay& display : shareable.displays) {
         EXPECT_GT(display.width, 0);
         EXPECT_GT(display.height, 0);
-        EXPECT_EQ(std::count(ids.begin(), ids.end(), display.displayID), 0);
+        EXPECT_EQ(std::ranges::count(ids, display.displayID), 0);
         ids.push_back(display.displayID);
     }
 }

@@ -1,6 +1,7 @@
 #include "Vintra/platform/simulated/SimulatedFileManager.h"
 
 #include <cerrno>
+#include <functional>
 #include <gtest/gtest.h>
 
 namespace vintra {

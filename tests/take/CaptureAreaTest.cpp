@@ -1,5 +1,7 @@
 #include "tests/take/RecorderFixture.h"
 
+#include <utility>
+
 namespace vintra {
 namespace {
 

@@ -1,8 +1,10 @@
-// A start gives the main thread up while it waits for the user's permission, for what can be captured and for the
-// stream. The user may change rows meanwhile: the devices of the mic and the second track stand from before the
-// first wait, all else is read when its turn comes.
+// A start suspends while it waits for the user's permission, for the screen's content and for the stream, and
+// the user may change rows meanwhile. The devices of the mic and the second track are fixed before the first
+// wait; everything else is read when it is needed.
 
 #include "tests/take/RoutingFixture.h"
+
+#include <functional>
 
 namespace vintra {
 namespace {

@@ -1,5 +1,7 @@
 #include "tests/take/RoutingFixture.h"
 
+#include <algorithm>
+
 namespace vintra {
 namespace {
 
@@ -11,8 +13,7 @@ protected:
     }
     bool isListed(const std::string& uid) const {
         const auto& devices = *recorder->availableAudioInputDevices;
-        return std::any_of(devices.begin(), devices.end(),
-                           [&](const auto& device) { return device->uniqueID() == uid; });
+        return std::ranges::any_of(devices, [&](const auto& device) { return device->uniqueID() == uid; });
     }
 };
 

@@ -1,6 +1,8 @@
 #include "Vintra/take/RecordingError.h"
 #include "tests/take/RoutingFixture.h"
 
+#include <algorithm>
+
 namespace vintra {
 namespace {
 
@@ -37,7 +39,7 @@ TEST_F(OutputRoutingTest, theUserHearsOnTheOutputWhatProgramsPlay) {
     };
     turnOnComputerAudio();
     machine.run(2);
-    const auto first = std::find_if(heard.begin(), heard.end(), [](float sample) { return sample != 0; });
+    const auto first = std::ranges::find_if(heard, [](float sample) { return sample != 0; });
     ASSERT_LT(first - heard.begin(), 4096) << "the relay's first silence is short";
     for (auto at = first + 2; at + 1 < heard.end(); at += 2) {
         ASSERT_EQ(at[0], at[-2] + 1);

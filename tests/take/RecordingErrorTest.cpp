@@ -1,6 +1,7 @@
 #include "Vintra/take/RecordingError.h"
 
 #include <gtest/gtest.h>
+#include <utility>
 
 namespace vintra {
 namespace {

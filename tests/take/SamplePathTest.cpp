@@ -1,6 +1,7 @@
 #include "tests/take/RecorderFixture.h"
 
 #include <cmath>
+#include <utility>
 
 namespace vintra {
 namespace {

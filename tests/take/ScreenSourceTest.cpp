@@ -1,5 +1,8 @@
 #include "tests/take/RecorderFixture.h"
 
+#include <functional>
+#include <utility>
+
 namespace vintra {
 namespace {
 

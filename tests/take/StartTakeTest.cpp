@@ -1,6 +1,8 @@
 #include "Vintra/take/FeedbackAsk.h"
 #include "tests/take/RecorderFixture.h"
 
+#include <utility>
+
 namespace vintra {
 namespace {
 

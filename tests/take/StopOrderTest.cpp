@@ -5,6 +5,8 @@
 
 #include "Vintra/take/WavFile.h"
 
+#include <algorithm>
+
 namespace vintra {
 namespace {
 

@@ -2,6 +2,7 @@
 #include "Vintra/take/WavFile.h"
 #include "tests/take/RoutingFixture.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 
@@ -56,8 +57,8 @@ protected:
     /// The frame at which the clap is heard in the file.
     static int64_t clapFrame(const Sound& sound, double level) {
         const auto least = static_cast<int32_t>(level / 2 * (1 << 23));
-        const auto found = std::find_if(sound.samples.begin(), sound.samples.end(),
-                                        [least](int32_t sample) { return sample >= least; });
+        const auto found =
+            std::ranges::find_if(sound.samples, [least](int32_t sample) { return sample >= least; });
         return found - sound.samples.begin();
     }
 
@@ -127,7 +128,7 @@ TEST_F(WholeTakeTest, theUserHearsTheTakeWithoutAGap) {
     };
     armEverything();
     recordFor(10);
-    const auto first = std::find_if(heard.begin(), heard.end(), [](float sample) { return sample != 0; });
+    const auto first = std::ranges::find_if(heard, [](float sample) { return sample != 0; });
     ASSERT_LT(first - heard.begin(), 4096);
     int64_t corrections = 0; // of one frame each, where the clocks drift apart
     for (auto at = first + 1; at < heard.end(); ++at) {

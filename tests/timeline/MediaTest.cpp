@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 #include <limits>
+#include <utility>
 
 namespace vintra::TimelineFile {
 namespace {

@@ -3,6 +3,7 @@
 #include "XMLDocument.h"
 
 #include <gtest/gtest.h>
+#include <utility>
 
 namespace vintra::TimelineFile {
 namespace {

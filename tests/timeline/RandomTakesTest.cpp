@@ -4,6 +4,7 @@
 #include "Vintra/timeline/PremiereXML.h"
 #include "XMLDocument.h"
 
+#include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -147,7 +148,7 @@ void expectFinalCutHolds(const Take& take) {
     const auto formats = document.all("//format/@id");
     EXPECT_EQ(std::set<std::string>(formats.begin(), formats.end()).size(), formats.size());
     for (const std::string& used : document.all("//@format"))
-        EXPECT_TRUE(std::find(formats.begin(), formats.end(), used) != formats.end()) << used;
+        EXPECT_TRUE(std::ranges::find(formats, used) != formats.end()) << used;
 }
 
 void expectResolveHolds(const Take& take) {

@@ -1,5 +1,7 @@
 #include "TimelineFixtures.h"
 
+#include <utility>
+
 namespace vintra::TimelineFile {
 
 Media pictureMedia(const URL& url, CMTime duration, Rate rate, int64_t width, int64_t height,

@@ -1,5 +1,6 @@
 #include "BeatFixture.h"
 
+#include <functional>
 #include <random>
 
 namespace vintra {

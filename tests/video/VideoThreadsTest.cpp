@@ -6,8 +6,10 @@
 #include "Vintra/video/ScreenBeat.h"
 
 #include <atomic>
+#include <functional>
 #include <gtest/gtest.h>
 #include <thread>
+#include <utility>
 
 namespace vintra {
 namespace {

@@ -1,5 +1,7 @@
 #include "Vintra/platform/simulated/SimulatedAssetProbing.h"
 
+#include <utility>
+
 namespace vintra {
 namespace {
 

@@ -2,6 +2,8 @@
 
 #include "Vintra/platform/simulated/SimulatedAssetWriter.h"
 
+#include <utility>
+
 namespace vintra {
 
 SimulatedAssetWriterInput::SimulatedAssetWriterInput(AVOutputSettings settings, bool isRealTime)

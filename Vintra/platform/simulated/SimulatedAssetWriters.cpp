@@ -1,5 +1,7 @@
 #include "Vintra/platform/simulated/SimulatedAssetWriters.h"
 
+#include <utility>
+
 namespace vintra {
 
 SimulatedAssetWriters::SimulatedAssetWriters(SimulatedAssetWriter::Services services)

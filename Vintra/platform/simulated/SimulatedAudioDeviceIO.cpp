@@ -3,6 +3,7 @@
 #include "Vintra/platform/simulated/SimulatedIOProc.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace vintra {
 
@@ -38,7 +39,7 @@ bool SimulatedAudioDeviceIO::setNominalSampleRate(AudioObjectID id, double rate)
     const auto device = hardware->device(id);
     if (!device || !(rate > 0)) return false;
     const auto& rates = device->sampleRates;
-    if (!rates.empty() && std::find(rates.begin(), rates.end(), rate) == rates.end()) return false;
+    if (!rates.empty() && std::ranges::find(rates, rate) == rates.end()) return false;
     const auto change = [hardware = hardware, uid = device->uid, rate] {
         hardware->setNominalSampleRate(uid, rate);
     };

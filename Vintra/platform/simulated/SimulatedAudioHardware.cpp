@@ -1,6 +1,7 @@
 #include "Vintra/platform/simulated/SimulatedAudioHardware.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace vintra {
 
@@ -162,20 +163,18 @@ void SimulatedAudioHardware::notify(AudioObjectID object, AudioProperty property
 }
 
 std::shared_ptr<SimulatedAudioDevice> SimulatedAudioHardware::device(const std::string& uid) const {
-    const auto found =
-        std::find_if(list.begin(), list.end(), [&](const auto& each) { return each->uid == uid; });
+    const auto found = std::ranges::find_if(list, [&](const auto& each) { return each->uid == uid; });
     return found == list.end() ? nullptr : *found;
 }
 
 std::shared_ptr<SimulatedAudioDevice> SimulatedAudioHardware::device(AudioObjectID id) const {
-    const auto found =
-        std::find_if(list.begin(), list.end(), [&](const auto& each) { return each->id == id; });
+    const auto found = std::ranges::find_if(list, [&](const auto& each) { return each->id == id; });
     return found == list.end() ? nullptr : *found;
 }
 
 size_t SimulatedAudioHardware::listenerCount() const {
     return static_cast<size_t>(
-        std::count_if(listeners.begin(), listeners.end(), [](const auto& weak) { return !weak.expired(); }));
+        std::ranges::count_if(listeners, [](const auto& weak) { return !weak.expired(); }));
 }
 
 } // namespace vintra

@@ -1,5 +1,7 @@
 #include "Vintra/platform/simulated/SimulatedCaptureDevice.h"
 
+#include <utility>
+
 namespace vintra {
 
 SimulatedCaptureDevice::SimulatedCaptureDevice(std::shared_ptr<SimulatedAudioHardware> hardware,

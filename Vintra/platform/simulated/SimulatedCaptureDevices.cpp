@@ -1,5 +1,6 @@
 #include "Vintra/platform/simulated/SimulatedCaptureDevices.h"
 
+#include <functional>
 #include <utility>
 
 namespace vintra {

@@ -3,6 +3,7 @@
 #include "Vintra/platform/CaptureDevices.h"
 #include "Vintra/platform/simulated/SimulatedCaptureSession.h"
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -26,7 +27,7 @@ public:
     std::shared_ptr<AVCaptureSession> makeSession() override;
     Observation observe(CaptureDeviceNotifications notifications) override;
 
-    /// Tells the observers, as the machine would. Of devices that come and go they are told by themselves.
+    /// Notifies the observers, as the machine would. Plugging a device in or out notifies them by itself.
     void notifyRuntimeError(const std::shared_ptr<AVCaptureSession>& session, const SystemError& error);
 
     /// The session made last whose input is that device and that still exists; null if there is none.

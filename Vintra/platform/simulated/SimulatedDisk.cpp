@@ -67,7 +67,7 @@ std::string SimulatedDisk::normalised(const std::string& path) {
 
 std::string SimulatedDisk::followed(const std::string& path, bool lastPartToo) const {
     std::vector<std::string> rest = partsOf(path);
-    std::reverse(rest.begin(), rest.end());
+    std::ranges::reverse(rest);
     std::string result = "/";
     int links = 0;
     while (!rest.empty()) {

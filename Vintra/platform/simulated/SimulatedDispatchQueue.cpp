@@ -2,6 +2,8 @@
 
 #include "Vintra/platform/simulated/SimulatedTimer.h"
 
+#include <utility>
+
 namespace vintra {
 
 SimulatedDispatchQueue::SimulatedDispatchQueue(Services services, std::string label, Kind kind)

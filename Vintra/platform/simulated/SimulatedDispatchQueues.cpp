@@ -1,5 +1,7 @@
 #include "Vintra/platform/simulated/SimulatedDispatchQueues.h"
 
+#include <utility>
+
 namespace vintra {
 
 SimulatedDispatchQueues::SimulatedDispatchQueues(std::shared_ptr<VirtualTime> time,

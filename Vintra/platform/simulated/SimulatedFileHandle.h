@@ -8,7 +8,8 @@
 
 namespace vintra {
 
-/// An open file of a simulated disk. It goes on with the file it opened when another takes the file's place.
+/// An open file of a simulated disk. It stays with the file that it opened, even if another file replaces it
+/// on the disk.
 class SimulatedFileHandle : public FileHandle {
 public:
     enum class Mode { reading, writing };

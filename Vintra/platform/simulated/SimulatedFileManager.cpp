@@ -69,7 +69,7 @@ void SimulatedFileManager::replaceItem(const URL& at, const URL& withItemAt) {
     disk->perform(Operation::replaceItem, path);
     if (!disk->items.contains(from)) throwDiskError(ENOENT, from);
     checkFolderOf(path);
-    disk->records.push_back({Operation::replaceItem, from}); // it goes from there
+    disk->records.push_back({Operation::replaceItem, from}); // the move changes its old place too
     renameItem(from, path);
 }
 
@@ -109,7 +109,7 @@ std::vector<std::string> SimulatedFileManager::contentsOfDirectory(const URL& at
         if (candidate != "/" && folderOf(candidate) == path)
             names.push_back(URL::fileURL(candidate).lastPathComponent());
     }
-    std::sort(names.begin(), names.end());
+    std::ranges::sort(names);
     return names;
 }
 
@@ -153,7 +153,7 @@ std::optional<std::string> SimulatedFileManager::contents(const std::string& pat
 }
 
 bool SimulatedFileManager::wasChanged(const std::string& path) const {
-    return std::any_of(disk->records.begin(), disk->records.end(), [&](const SimulatedDisk::Record& record) {
+    return std::ranges::any_of(disk->records, [&](const SimulatedDisk::Record& record) {
         const bool reads = record.operation == Operation::openForReading ||
                            record.operation == Operation::read || record.operation == Operation::close;
         return !reads && record.path == path;

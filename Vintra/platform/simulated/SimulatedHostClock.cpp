@@ -1,5 +1,7 @@
 #include "Vintra/platform/simulated/SimulatedHostClock.h"
 
+#include <utility>
+
 namespace vintra {
 
 SimulatedHostClock::SimulatedHostClock(std::shared_ptr<VirtualTime> time,

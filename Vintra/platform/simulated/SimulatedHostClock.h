@@ -17,8 +17,8 @@ public:
     /// sleeps longer, this sleep ends only after that one: there is one real thread.
     void sleep(int64_t microseconds) override;
 
-    /// How much time passes after a reading of the main thread, while the other lanes go on: as it stands
-    /// none, so that everything the main thread does at once has one time.
+    /// How much time passes after the main thread has read the clock, while the other lanes keep working. 0:
+    /// all that the main thread does between two suspensions happens at one instant.
     double secondsAfterReading = 0;
 
 private:

@@ -5,11 +5,12 @@
 #include <deque>
 #include <functional>
 #include <memory>
+#include <utility>
 
 namespace vintra {
 
 /// Runs work one piece after another on virtual time: what a serial queue and the main thread have in common.
-/// While a piece sleeps, the lane stays occupied and later pieces wait, though other lanes go on. One real
+/// While a piece sleeps, the lane stays occupied and its later pieces wait; other lanes keep working. One real
 /// thread.
 class SimulatedLane : public std::enable_shared_from_this<SimulatedLane> {
 public:

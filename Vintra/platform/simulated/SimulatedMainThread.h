@@ -3,7 +3,9 @@
 #include "Vintra/platform/MainThread.h"
 #include "Vintra/platform/simulated/SimulatedLane.h"
 
+#include <functional>
 #include <memory>
+#include <utility>
 
 namespace vintra {
 

@@ -1,6 +1,7 @@
 #include "Vintra/platform/simulated/SimulatedPictures.h"
 
 #include <cstring>
+#include <utility>
 #include <vector>
 
 namespace vintra {

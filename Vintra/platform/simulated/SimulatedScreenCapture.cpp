@@ -1,6 +1,8 @@
 #include "Vintra/platform/simulated/SimulatedScreenCapture.h"
 
 #include <algorithm>
+#include <functional>
+#include <utility>
 
 namespace vintra {
 
@@ -41,13 +43,13 @@ void SimulatedScreenCapture::changePicture() {
 
 bool SimulatedScreenCapture::isThere(const SCContentFilter& filter) const {
     if (const auto* display = std::get_if<SCContentFilter::Display>(&filter.content)) {
-        return std::any_of(content.displays.begin(), content.displays.end(), [&](const SCDisplay& each) {
+        return std::ranges::any_of(content.displays, [&](const SCDisplay& each) {
             return each.displayID == display->display.displayID;
         });
     }
     const auto& window = std::get<SCContentFilter::DesktopIndependentWindow>(filter.content).window;
-    return std::any_of(content.windows.begin(), content.windows.end(),
-                       [&](const SCWindow& each) { return each.windowID == window.windowID; });
+    return std::ranges::any_of(content.windows,
+                               [&](const SCWindow& each) { return each.windowID == window.windowID; });
 }
 
 } // namespace vintra

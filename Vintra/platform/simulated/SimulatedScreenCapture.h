@@ -4,6 +4,7 @@
 #include "Vintra/platform/simulated/SimulatedScreenStream.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>

@@ -3,6 +3,7 @@
 #include "Vintra/platform/HostClock.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace vintra {
 

@@ -8,12 +8,13 @@
 #include "Vintra/platform/simulated/VirtualTime.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 
 namespace vintra {
 
-/// How a simulated stream behaves. As it stands: everything works, and the picture always changes.
+/// How a simulated stream behaves. By default everything works, and the picture always changes.
 struct SimulatedStreamScript {
     std::optional<SystemError> addOutputError;
     std::optional<SystemError> startError;

@@ -8,8 +8,8 @@
 
 namespace vintra {
 
-/// A timer of a simulated queue. Firing k is due at delay + k × interval after the making, whatever happened
-/// to the firings before. One real thread.
+/// A timer of a simulated queue. Firing k is due at delay + k × interval after the timer was made, even if
+/// earlier firings came late. One real thread.
 class SimulatedTimer : public DispatchTimer {
 public:
     /// `post` puts work on the timer's queue; `lateFor` says how late a firing comes, in nanoseconds.

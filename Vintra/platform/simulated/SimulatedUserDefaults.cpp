@@ -1,5 +1,7 @@
 #include "Vintra/platform/simulated/SimulatedUserDefaults.h"
 
+#include <utility>
+
 namespace vintra {
 
 std::optional<DefaultsValue> SimulatedUserDefaults::value(const std::string& key) const {

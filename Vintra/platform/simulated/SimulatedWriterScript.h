@@ -9,7 +9,7 @@
 
 namespace vintra {
 
-/// How a simulated writer behaves. As it stands: everything works, at once. It may be changed during a take.
+/// How a simulated writer behaves. By default everything works, at once. It may be changed during a take.
 struct SimulatedWriterScript {
     bool cannotBeMade = false;    ///< `makeWriter` throws
     bool refusesInputs = false;   ///< `canAdd` is false

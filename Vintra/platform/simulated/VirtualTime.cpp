@@ -20,7 +20,7 @@ VirtualTime::EventID VirtualTime::afterSeconds(double seconds, Event event) {
 }
 
 void VirtualTime::cancel(EventID id) {
-    const auto node = events.extract(id); // what the event holds goes only after the map is whole again
+    const auto node = events.extract(id); // destroys the event only after the map is consistent again
 }
 
 void VirtualTime::advance(double seconds) {
