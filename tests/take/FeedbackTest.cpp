@@ -1,3 +1,4 @@
+#include "Vintra/take/FeedbackAsk.h"
 #include "tests/take/RecorderFixture.h"
 
 namespace vintra {

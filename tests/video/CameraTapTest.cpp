@@ -2,7 +2,6 @@
 
 #include "ScriptedInput.h"
 #include "Vintra/platform/simulated/SimulatedMachine.h"
-#include "Vintra/video/CameraSamplePath.h"
 
 #include <gtest/gtest.h>
 #include <memory>
@@ -10,95 +9,81 @@
 namespace vintra {
 namespace {
 
-class Output : public AVCaptureVideoDataOutput {
-public:
-    void setSampleBufferDelegate(std::weak_ptr<AVCaptureDataOutputSampleBufferDelegate>,
-                                 std::shared_ptr<DispatchQueue>) override {}
-};
-
-class CameraTapTest : public ::testing::Test {
+class CameraTapTest : public testing::Test {
 protected:
-    CMSampleBuffer frame() { return picture(machine.now()); }
+    /// Always of the same picture: a camera that has frozen.
+    CMSampleBuffer frameAt(double seconds) const {
+        return CMSampleBuffer::makeVideo(
+            image, {kCMTimeInvalid, start + CMTimeMakeWithSeconds(seconds, kHostTimescale), kCMTimeInvalid});
+    }
+    void takeAt(double seconds) {
+        machine.time->advanceTo(1000 * INT64_C(1'000'000'000) + nanosecondsFromSeconds(seconds));
+        tap.take(frameAt(seconds));
+    }
 
     SimulatedMachine machine;
-    const std::shared_ptr<ScriptedInput> input = std::make_shared<ScriptedInput>();
-    const std::shared_ptr<CameraTap> tap = std::make_shared<CameraTap>(machine.hostClock);
+    const CMTime start = machine.now();
+    const std::shared_ptr<CVPixelBuffer> image = CVPixelBuffer::make(kCVPixelFormatType_32BGRA, 2, 2);
+    CameraTap tap{machine.hostClock};
+    std::shared_ptr<ScriptedInput> input = std::make_shared<ScriptedInput>();
 };
 
-TEST_F(CameraTapTest, aPreviewLearnsTheSizeAndWritesNothing) {
-    tap->take(frame());
-    EXPECT_EQ(tap->frameSize->read(), (CMVideoDimensions{2, 2}));
-    EXPECT_EQ(tap->frames->read(), 0);
-    EXPECT_TRUE(input->appended.empty());
+TEST_F(CameraTapTest, aPreviewedFrameTellsItsSizeAlone) {
+    tap.begin(start, 30);
+    takeAt(0);
+    EXPECT_EQ(tap.frameSize->read(), (CMVideoDimensions{2, 2}));
+    EXPECT_EQ(tap.frames->read(), 0);
+    EXPECT_EQ(tap.drops->read(), 0);
+    EXPECT_EQ(tap.writeQueue->summary(), "no frames");
 }
 
-TEST_F(CameraTapTest, aTakeWritesCountsAndWatches) {
-    tap->begin(machine.now(), 30);
-    tap->setInput(input);
-    tap->take(frame());
-    machine.run(1.0 / 30);
-    tap->take(frame());
-    EXPECT_EQ(input->appended.size(), 2u);
-    EXPECT_EQ(tap->frames->read(), 2);
-    EXPECT_EQ(tap->drops->read(), 0);
-    machine.run(5);
-    EXPECT_TRUE(tap->picture->stall(machine.now())) << "the watch was armed and has seen the frames";
+TEST_F(CameraTapTest, aFrameOfATakeGoesOnItsGridAndIsWatched) {
+    tap.begin(start, 30);
+    tap.setInput(input);
+    for (int slot = 0; slot < 90; ++slot)
+        takeAt(slot / 30.0);
+    EXPECT_EQ(tap.frames->read(), 90);
+    EXPECT_EQ(tap.drops->read(), 0);
+    EXPECT_EQ(input->appended.size(), 90u);
+    EXPECT_EQ(input->appended.back().presentationTimeStamp(), start + CMTimeMake(89, 30));
+    EXPECT_TRUE(tap.picture->stall(machine.now()));
+}
+
+TEST_F(CameraTapTest, aFrameThatTheMovieRefusesIsCountedAsLost) {
+    tap.begin(start, 30);
+    tap.setInput(input);
+    takeAt(0);
+    input->accepts = [](const CMSampleBuffer&) { return false; };
+    takeAt(1.0 / 30);
+    EXPECT_EQ(tap.frames->read(), 1);
+    EXPECT_EQ(tap.drops->read(), 1);
 }
 
 TEST_F(CameraTapTest, aWriterThatIsBehindLosesTheOldestOfNineFrames) {
     input->ready = [] { return false; };
-    tap->begin(machine.now(), 30);
-    tap->setInput(input);
-    for (int i = 0; i < 9; ++i) {
-        tap->take(frame());
-        machine.run(1.0 / 30);
-    }
-    EXPECT_EQ(tap->frames->read(), 0);
-    EXPECT_EQ(tap->drops->read(), 1) << "8 wait";
-    tap->resetCounters();
-    EXPECT_EQ(tap->drops->read(), 0);
+    tap.begin(start, 30);
+    tap.setInput(input);
+    for (int slot = 0; slot < 9; ++slot)
+        takeAt(slot / 30.0);
+    EXPECT_EQ(tap.frames->read(), 0);
+    EXPECT_EQ(tap.drops->read(), 1) << "8 wait";
 }
 
-class CameraSamplePathTest : public CameraTapTest {
-protected:
-    CameraSamplePathTest() {
-        for (const auto& each : {tap, std::static_pointer_cast<CameraTap>(extra)})
-            each->begin(machine.now(), 30);
-        tap->setInput(input);
-        extra->setInput(extraInput);
-        path->extraCameraTaps.fill({extra});
-    }
-
-    const std::shared_ptr<Output> firstOutput = std::make_shared<Output>();
-    const std::shared_ptr<Output> extraOutput = std::make_shared<Output>();
-    const std::shared_ptr<ScriptedInput> extraInput = std::make_shared<ScriptedInput>();
-    const std::shared_ptr<ExtraCameraTap> extra =
-        std::make_shared<ExtraCameraTap>(extraOutput, machine.hostClock);
-    const std::shared_ptr<CameraSamplePath> path = std::make_shared<CameraSamplePath>(tap);
-};
-
-TEST_F(CameraSamplePathTest, aFrameGoesToTheTapOfItsOutput) {
-    path->captureOutput(extraOutput, frame());
-    EXPECT_EQ(extraInput->appended.size(), 1u);
-    EXPECT_TRUE(input->appended.empty());
+TEST_F(CameraTapTest, whatAFlushDidIsAdded) {
+    tap.count({.written = 3, .dropped = 2});
+    tap.count({.written = 0, .dropped = 1});
+    EXPECT_EQ(tap.frames->read(), 3);
+    EXPECT_EQ(tap.drops->read(), 3);
+    tap.resetCounters();
+    EXPECT_EQ(tap.frames->read(), 0);
+    EXPECT_EQ(tap.drops->read(), 0);
 }
 
-TEST_F(CameraSamplePathTest, anOutputThatNoTapNamesIsTheFirstCameras) {
-    path->captureOutput(firstOutput, frame());
-    EXPECT_EQ(input->appended.size(), 1u);
-    path->extraCameraTaps.empty();
-    machine.run(1.0 / 30);
-    path->captureOutput(extraOutput, frame());
-    EXPECT_EQ(input->appended.size(), 2u);
-    EXPECT_TRUE(extraInput->appended.empty());
-}
-
-TEST_F(CameraSamplePathTest, anInvalidBufferIsThrownAway) {
-    path->captureOutput(firstOutput, CMSampleBuffer());
-    path->captureOutput(extraOutput, CMSampleBuffer());
-    EXPECT_TRUE(input->appended.empty());
-    EXPECT_TRUE(extraInput->appended.empty());
-    EXPECT_EQ(tap->frameSize->read(), (CMVideoDimensions{0, 0}));
+TEST_F(CameraTapTest, aFrameWithoutAPictureLeavesTheSizeAsItWas) {
+    tap.begin(start, 30);
+    takeAt(0);
+    tap.take(CMSampleBuffer::makeVideo(nullptr, {CMTimeMake(1, 30), start, kCMTimeInvalid}));
+    EXPECT_EQ(tap.frameSize->read(), (CMVideoDimensions{2, 2}));
 }
 
 } // namespace

@@ -3,19 +3,19 @@
 namespace vintra {
 namespace {
 
-class AudioPreviewsTest : public RecorderFixture {
+class RecorderPreviewsTest : public RecorderFixture {
 protected:
     std::shared_ptr<SimulatedCaptureSession> session(const std::string& uid) const {
         return machine.captureDevices->session(uid);
     }
 };
 
-TEST_F(AudioPreviewsTest, nothingRunsUntilADeviceIsSelected) {
+TEST_F(RecorderPreviewsTest, nothingRunsUntilADeviceIsSelected) {
     EXPECT_EQ(machine.captureDevices->sessionsMade, 0);
     EXPECT_FALSE(recorder->isMicPreviewRunning());
 }
 
-TEST_F(AudioPreviewsTest, selectingADeviceRunsItAndMovesTheMeter) {
+TEST_F(RecorderPreviewsTest, selectingADeviceRunsItAndMovesTheMeter) {
     selectMic();
     EXPECT_TRUE(recorder->isMicPreviewRunning());
     machine.run(0.5);
@@ -23,14 +23,14 @@ TEST_F(AudioPreviewsTest, selectingADeviceRunsItAndMovesTheMeter) {
     EXPECT_NEAR(*recorder->levels->micLevel, 0.7993, 0.001);
 }
 
-TEST_F(AudioPreviewsTest, selectingTheSameDeviceAgainRebuildsNothing) {
+TEST_F(RecorderPreviewsTest, selectingTheSameDeviceAgainRebuildsNothing) {
     selectMic();
     selectMic();
     machine.complete(recorder->configureMicPreview());
     EXPECT_EQ(machine.captureDevices->sessionsMade, 1);
 }
 
-TEST_F(AudioPreviewsTest, deselectingStopsTheSessionAndTheMeter) {
+TEST_F(RecorderPreviewsTest, deselectingStopsTheSessionAndTheMeter) {
     selectMic();
     machine.run(0.5);
     recorder->selectedMicDeviceID.set(std::nullopt);
@@ -40,7 +40,7 @@ TEST_F(AudioPreviewsTest, deselectingStopsTheSessionAndTheMeter) {
     EXPECT_EQ(*recorder->levels->micLevel, 0);
 }
 
-TEST_F(AudioPreviewsTest, aNewDeviceStartsAtItsFirstChannel) {
+TEST_F(RecorderPreviewsTest, aNewDeviceStartsAtItsFirstChannel) {
     selectMic("multi.eight");
     recorder->selectedMicChannelIndex.set(5);
     selectMic("daw.two");
@@ -48,7 +48,7 @@ TEST_F(AudioPreviewsTest, aNewDeviceStartsAtItsFirstChannel) {
     EXPECT_EQ(session("multi.eight"), nullptr);
 }
 
-TEST_F(AudioPreviewsTest, aSelectionIsRememberedAndListedFirstNextTime) {
+TEST_F(RecorderPreviewsTest, aSelectionIsRememberedAndListedFirstNextTime) {
     selectMic("daw.two");
     EXPECT_EQ(std::get<std::string>(machine.userDefaults->values.at("lastUsedAudioDeviceID")), "daw.two");
     recorder->refreshAudioDevices();
@@ -58,21 +58,21 @@ TEST_F(AudioPreviewsTest, aSelectionIsRememberedAndListedFirstNextTime) {
     EXPECT_EQ(listed, (std::vector<std::string>{"daw.two", "mic.one", "multi.eight"}));
 }
 
-TEST_F(AudioPreviewsTest, aDeviceWithoutACaptureDeviceIsCountedButNotListed) {
+TEST_F(RecorderPreviewsTest, aDeviceWithoutACaptureDeviceIsCountedButNotListed) {
     machine.audioHardware->device("daw.two")->isCapturable = false;
     recorder->refreshAudioDevices();
     EXPECT_EQ(recorder->availableAudioInputDevices->size(), 2u);
     EXPECT_EQ(recorder->audioDeviceChannelCounts->at("daw.two"), 2);
 }
 
-TEST_F(AudioPreviewsTest, aRefusedPermissionLeavesThePreviewAbsent) {
+TEST_F(RecorderPreviewsTest, aRefusedPermissionLeavesThePreviewAbsent) {
     machine.captureDevices->authorization[AVMediaType::audio] = AVAuthorizationStatus::denied;
     selectMic();
     EXPECT_EQ(machine.captureDevices->sessionsMade, 0);
     EXPECT_FALSE(recorder->lastError->has_value());
 }
 
-TEST_F(AudioPreviewsTest, aSelectionThatMovesDuringTheQuestionBuildsTheNewDeviceAlone) {
+TEST_F(RecorderPreviewsTest, aSelectionThatMovesDuringTheQuestionBuildsTheNewDeviceAlone) {
     machine.captureDevices->authorization[AVMediaType::audio] = AVAuthorizationStatus::notDetermined;
     recorder->selectedMicDeviceID.set("mic.one");
     machine.run(0.5);
@@ -83,7 +83,7 @@ TEST_F(AudioPreviewsTest, aSelectionThatMovesDuringTheQuestionBuildsTheNewDevice
     EXPECT_TRUE(session("multi.eight")->isRunning());
 }
 
-TEST_F(AudioPreviewsTest, twoConfiguresThatWaitForOneAnswerBuildOneSession) {
+TEST_F(RecorderPreviewsTest, twoConfiguresThatWaitForOneAnswerBuildOneSession) {
     machine.captureDevices->authorization[AVMediaType::audio] = AVAuthorizationStatus::notDetermined;
     recorder->selectedMicDeviceID.set("mic.one");
     machine.run(0.5);
@@ -92,7 +92,7 @@ TEST_F(AudioPreviewsTest, twoConfiguresThatWaitForOneAnswerBuildOneSession) {
     EXPECT_EQ(machine.captureDevices->sessionsMade, 1);
 }
 
-TEST_F(AudioPreviewsTest, aRateChangeBetweenTakesRebuildsAndKeepsTheChannel) {
+TEST_F(RecorderPreviewsTest, aRateChangeBetweenTakesRebuildsAndKeepsTheChannel) {
     selectMic("multi.eight");
     recorder->selectedMicChannelIndex.set(4);
     machine.audioHardware->setNominalSampleRate("multi.eight", 96'000);
@@ -103,7 +103,7 @@ TEST_F(AudioPreviewsTest, aRateChangeBetweenTakesRebuildsAndKeepsTheChannel) {
     EXPECT_FALSE(recorder->lastError->has_value());
 }
 
-TEST_F(AudioPreviewsTest, aRateChangeDuringATakeWarnsAndRebuildsNothing) {
+TEST_F(RecorderPreviewsTest, aRateChangeDuringATakeWarnsAndRebuildsNothing) {
     selectMic();
     start();
     machine.audioHardware->setNominalSampleRate("mic.one", 96'000);
@@ -115,7 +115,7 @@ TEST_F(AudioPreviewsTest, aRateChangeDuringATakeWarnsAndRebuildsNothing) {
     stop();
 }
 
-TEST_F(AudioPreviewsTest, theSameForTheVirtualInput) {
+TEST_F(RecorderPreviewsTest, theSameForTheVirtualInput) {
     selectVirtualInput();
     start();
     machine.audioHardware->setNominalSampleRate("daw.two", 96'000);
@@ -127,7 +127,7 @@ TEST_F(AudioPreviewsTest, theSameForTheVirtualInput) {
     stop();
 }
 
-TEST_F(AudioPreviewsTest, aSelectionDuringATakeWaitsForItsEnd) {
+TEST_F(RecorderPreviewsTest, aSelectionDuringATakeWaitsForItsEnd) {
     start();
     selectMic();
     EXPECT_EQ(machine.captureDevices->sessionsMade, 0);
@@ -137,7 +137,7 @@ TEST_F(AudioPreviewsTest, aSelectionDuringATakeWaitsForItsEnd) {
     EXPECT_TRUE(recorder->isMicPreviewRunning());
 }
 
-TEST_F(AudioPreviewsTest, twoRowsOnOneDeviceShareOnePreview) {
+TEST_F(RecorderPreviewsTest, twoRowsOnOneDeviceShareOnePreview) {
     addExtraInput("multi.eight", 0);
     addExtraInput("multi.eight", 1);
     EXPECT_EQ(machine.captureDevices->sessionsMade, 1);
@@ -147,7 +147,7 @@ TEST_F(AudioPreviewsTest, twoRowsOnOneDeviceShareOnePreview) {
     stop();
 }
 
-TEST_F(AudioPreviewsTest, anotherChannelOfARowChangesNoSession) {
+TEST_F(RecorderPreviewsTest, anotherChannelOfARowChangesNoSession) {
     machine.audioHardware->device("multi.eight")->signal = [](uint32_t channel, int64_t, CMTime) {
         return channel == 3 ? 1.0f : 0.0f;
     };
@@ -161,7 +161,7 @@ TEST_F(AudioPreviewsTest, anotherChannelOfARowChangesNoSession) {
     EXPECT_EQ(machine.captureDevices->sessionsMade, 1);
 }
 
-TEST_F(AudioPreviewsTest, aRowThatGoesTakesItsSessionAndLevelAlong) {
+TEST_F(RecorderPreviewsTest, aRowThatGoesTakesItsSessionAndLevelAlong) {
     addExtraInput("multi.eight", 0);
     machine.run(0.5);
     EXPECT_EQ(recorder->levels->extraInputLevels->size(), 1u);
@@ -171,7 +171,7 @@ TEST_F(AudioPreviewsTest, aRowThatGoesTakesItsSessionAndLevelAlong) {
     EXPECT_TRUE(recorder->levels->extraInputLevels->empty());
 }
 
-TEST_F(AudioPreviewsTest, theVirtualInputIsSilentWithComputerAudioOnAndComesBack) {
+TEST_F(RecorderPreviewsTest, theVirtualInputIsSilentWithComputerAudioOnAndComesBack) {
     selectVirtualInput();
     EXPECT_TRUE(recorder->isDawPreviewRunning());
     recorder->captureSystemAudioForDaw.set(true);
@@ -182,7 +182,7 @@ TEST_F(AudioPreviewsTest, theVirtualInputIsSilentWithComputerAudioOnAndComesBack
     EXPECT_TRUE(recorder->isDawPreviewRunning());
 }
 
-TEST_F(AudioPreviewsTest, whenTheyEndNoSessionIsLeftAndNothingHoldsTheRecorder) {
+TEST_F(RecorderPreviewsTest, whenTheyEndNoSessionIsLeftAndNothingHoldsTheRecorder) {
     selectMic();
     selectVirtualInput();
     addExtraInput("multi.eight", 0);

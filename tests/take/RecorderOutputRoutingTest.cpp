@@ -6,16 +6,16 @@
 namespace vintra {
 namespace {
 
-class OutputRoutingTest : public RoutingFixture {};
+class RecorderOutputRoutingTest : public RoutingFixture {};
 
-TEST_F(OutputRoutingTest, aLaunchTouchesNoOutput) {
+TEST_F(RecorderOutputRoutingTest, aLaunchTouchesNoOutput) {
     EXPECT_TRUE(*recorder->systemAudioDriverInstalled);
     EXPECT_TRUE(recorder->isStartUpOver());
     expectReleased(speakers);
     EXPECT_FALSE(recorder->lastError->has_value());
 }
 
-TEST_F(OutputRoutingTest, computerAudioHoldsTheRoutingUntilItIsTurnedOff) {
+TEST_F(RecorderOutputRoutingTest, computerAudioHoldsTheRoutingUntilItIsTurnedOff) {
     turnOnComputerAudio();
     expectHeld(speakers);
     EXPECT_TRUE(recorder->usesVirtualAudioDevice());
@@ -29,7 +29,7 @@ TEST_F(OutputRoutingTest, computerAudioHoldsTheRoutingUntilItIsTurnedOff) {
     EXPECT_FALSE(recorder->lastError->has_value());
 }
 
-TEST_F(OutputRoutingTest, theUserHearsOnTheOutputWhatProgramsPlay) {
+TEST_F(RecorderOutputRoutingTest, theUserHearsOnTheOutputWhatProgramsPlay) {
     virtualDevice->signal = [](uint32_t channel, int64_t frame, CMTime) {
         return static_cast<float>(frame % 1'000'000) * (channel == 0 ? 1.0f : -1.0f);
     };
@@ -47,7 +47,7 @@ TEST_F(OutputRoutingTest, theUserHearsOnTheOutputWhatProgramsPlay) {
     }
 }
 
-TEST_F(OutputRoutingTest, theDawPreviewMovesToTheVirtualDeviceAndBack) {
+TEST_F(RecorderOutputRoutingTest, theDawPreviewMovesToTheVirtualDeviceAndBack) {
     selectVirtualInput();
     EXPECT_TRUE(session("daw.two"));
     turnOnComputerAudio();
@@ -59,14 +59,14 @@ TEST_F(OutputRoutingTest, theDawPreviewMovesToTheVirtualDeviceAndBack) {
     EXPECT_TRUE(session("daw.two")->isRunning());
 }
 
-TEST_F(OutputRoutingTest, theEndOfATakeKeepsTheRouting) {
+TEST_F(RecorderOutputRoutingTest, theEndOfATakeKeepsTheRouting) {
     turnOnComputerAudio();
     recordFor(1);
     EXPECT_EQ(*recorder->statusMessage, "Saved with warnings") << "programs played nothing";
     expectHeld(speakers);
 }
 
-TEST_F(OutputRoutingTest, aWayOutOfTheProgramPutsTheOutputBack) {
+TEST_F(RecorderOutputRoutingTest, aWayOutOfTheProgramPutsTheOutputBack) {
     turnOnComputerAudio();
     start();
     recorder->stopSystemAudioRelay();
@@ -79,14 +79,14 @@ TEST_F(OutputRoutingTest, aWayOutOfTheProgramPutsTheOutputBack) {
     EXPECT_FALSE(recorder->lastRelayTelemetry);
 }
 
-TEST_F(OutputRoutingTest, aRecorderThatGoesEndsItsIO) {
+TEST_F(RecorderOutputRoutingTest, aRecorderThatGoesEndsItsIO) {
     turnOnComputerAudio();
     recorder.reset();
     EXPECT_EQ(machine.audioDeviceIO->runningProcs(), 0);
     EXPECT_EQ(pending(), "speakers") << "the next launch finds the way back";
 }
 
-TEST_F(OutputRoutingTest, theMonitorIsHeardAndTheUsersChoiceComesBack) {
+TEST_F(RecorderOutputRoutingTest, theMonitorIsHeardAndTheUsersChoiceComesBack) {
     recorder->systemAudioMonitorUID.set("headphones");
     turnOnComputerAudio();
     expectHeld(speakers);
@@ -99,7 +99,7 @@ TEST_F(OutputRoutingTest, theMonitorIsHeardAndTheUsersChoiceComesBack) {
     expectReleased(speakers);
 }
 
-TEST_F(OutputRoutingTest, aMonitorThatIsGoneGivesWayToTheDefaultAndIsKept) {
+TEST_F(RecorderOutputRoutingTest, aMonitorThatIsGoneGivesWayToTheDefaultAndIsKept) {
     recorder->systemAudioMonitorUID.set("gone");
     turnOnComputerAudio();
     expectHeld(speakers);
@@ -109,7 +109,7 @@ TEST_F(OutputRoutingTest, aMonitorThatIsGoneGivesWayToTheDefaultAndIsKept) {
     EXPECT_EQ(recorder->lastRelayTelemetry->destination, "Speakers");
 }
 
-TEST_F(OutputRoutingTest, anotherMonitorWaitsForTheNextRelay) {
+TEST_F(RecorderOutputRoutingTest, anotherMonitorWaitsForTheNextRelay) {
     turnOnComputerAudio();
     recorder->systemAudioMonitorUID.set("headphones");
     machine.run(0.5);
@@ -120,7 +120,7 @@ TEST_F(OutputRoutingTest, anotherMonitorWaitsForTheNextRelay) {
     EXPECT_EQ(recorder->lastRelayTelemetry->destination, "Headphones");
 }
 
-TEST_F(OutputRoutingTest, aDefaultThatIsTheVirtualDeviceAlreadyLeavesNothingToRelayTo) {
+TEST_F(RecorderOutputRoutingTest, aDefaultThatIsTheVirtualDeviceAlreadyLeavesNothingToRelayTo) {
     hardware.defaultOutput = virtualDevice->id;
     turnOnComputerAudio();
     EXPECT_FALSE(*recorder->isHoldingAudioRouting);
@@ -130,7 +130,7 @@ TEST_F(OutputRoutingTest, aDefaultThatIsTheVirtualDeviceAlreadyLeavesNothingToRe
     expectUndone(RecordingError::systemAudioUnavailable().errorDescription());
 }
 
-TEST_F(OutputRoutingTest, aDefaultThatIsTheVirtualDeviceAlreadyReturnsToTheMonitor) {
+TEST_F(RecorderOutputRoutingTest, aDefaultThatIsTheVirtualDeviceAlreadyReturnsToTheMonitor) {
     hardware.defaultOutput = virtualDevice->id;
     recorder->systemAudioMonitorUID.set("headphones");
     turnOnComputerAudio();
@@ -139,7 +139,7 @@ TEST_F(OutputRoutingTest, aDefaultThatIsTheVirtualDeviceAlreadyReturnsToTheMonit
     expectReleased(headphones);
 }
 
-TEST_F(OutputRoutingTest, aDefaultThatCannotBeSwitchedStillGetsItsRelay) {
+TEST_F(RecorderOutputRoutingTest, aDefaultThatCannotBeSwitchedStillGetsItsRelay) {
     virtualDevice->refusesToBeDefault = true;
     turnOnComputerAudio();
     EXPECT_TRUE(*recorder->isHoldingAudioRouting);
@@ -147,7 +147,7 @@ TEST_F(OutputRoutingTest, aDefaultThatCannotBeSwitchedStillGetsItsRelay) {
     EXPECT_EQ(pending(), "speakers");
 }
 
-TEST_F(OutputRoutingTest, withoutADefaultOutputThereIsNoRelay) {
+TEST_F(RecorderOutputRoutingTest, withoutADefaultOutputThereIsNoRelay) {
     for (const auto output : {std::optional<AudioObjectID>(), std::optional<AudioObjectID>(0)}) {
         hardware.defaultOutput = output;
         turnOnComputerAudio();
@@ -158,7 +158,7 @@ TEST_F(OutputRoutingTest, withoutADefaultOutputThereIsNoRelay) {
     }
 }
 
-TEST_F(OutputRoutingTest, theVirtualDeviceFollowsTheOutputsRate) {
+TEST_F(RecorderOutputRoutingTest, theVirtualDeviceFollowsTheOutputsRate) {
     hardware.setNominalSampleRate("speakers", 44'100);
     virtualDevice->rateChangeSeconds = 0.7;
     turnOnComputerAudio();
@@ -169,7 +169,7 @@ TEST_F(OutputRoutingTest, theVirtualDeviceFollowsTheOutputsRate) {
     EXPECT_EQ(virtualDevice->nominalSampleRate, 44'100);
 }
 
-TEST_F(OutputRoutingTest, ratesThatCannotBeMatchedAreToldOf) {
+TEST_F(RecorderOutputRoutingTest, ratesThatCannotBeMatchedAreToldOf) {
     hardware.setNominalSampleRate("speakers", 96'000);
     turnOnComputerAudio();
     expectReleased(speakers);
@@ -178,7 +178,7 @@ TEST_F(OutputRoutingTest, ratesThatCannotBeMatchedAreToldOf) {
                            "rate in Audio MIDI Setup.");
 }
 
-TEST_F(OutputRoutingTest, aRateThatNeverComesIsWaitedForTwoSeconds) {
+TEST_F(RecorderOutputRoutingTest, aRateThatNeverComesIsWaitedForTwoSeconds) {
     hardware.setNominalSampleRate("speakers", 44'100);
     virtualDevice->rateChangeSeconds = 100;
     turnOnComputerAudio();
@@ -191,7 +191,7 @@ TEST_F(OutputRoutingTest, aRateThatNeverComesIsWaitedForTwoSeconds) {
     expectReleased(speakers);
 }
 
-TEST_F(OutputRoutingTest, aRelayThatDoesNotStartIsUndone) {
+TEST_F(RecorderOutputRoutingTest, aRelayThatDoesNotStartIsUndone) {
     for (const auto& device : {virtualDevice, speakers}) {
         for (const auto fault :
              {&SimulatedAudioDevice::refusesIOProc, &SimulatedAudioDevice::failsToStartIO}) {
@@ -208,7 +208,7 @@ TEST_F(OutputRoutingTest, aRelayThatDoesNotStartIsUndone) {
     }
 }
 
-TEST_F(OutputRoutingTest, aFailedRelayGivesTheVirtualDeviceItsBuffersBack) {
+TEST_F(RecorderOutputRoutingTest, aFailedRelayGivesTheVirtualDeviceItsBuffersBack) {
     recorder->lowLatencyMonitoring.set(true);
     speakers->failsToStartIO = true;
     turnOnComputerAudio();
@@ -216,7 +216,7 @@ TEST_F(OutputRoutingTest, aFailedRelayGivesTheVirtualDeviceItsBuffersBack) {
     expectReleased(speakers);
 }
 
-TEST_F(OutputRoutingTest, lowLatencyRebuildsTheRelayBetweenTakes) {
+TEST_F(RecorderOutputRoutingTest, lowLatencyRebuildsTheRelayBetweenTakes) {
     turnOnComputerAudio();
     EXPECT_EQ(virtualDevice->bufferFrameSize, 512u);
     const auto sessions = machine.captureDevices->sessionsMade;
@@ -233,7 +233,7 @@ TEST_F(OutputRoutingTest, lowLatencyRebuildsTheRelayBetweenTakes) {
     EXPECT_TRUE(recorder->lastRelayTelemetry->lowLatency);
 }
 
-TEST_F(OutputRoutingTest, lowLatencyWaitsForTheNextRelayWhileATakeRuns) {
+TEST_F(RecorderOutputRoutingTest, lowLatencyWaitsForTheNextRelayWhileATakeRuns) {
     turnOnComputerAudio();
     start();
     recorder->lowLatencyMonitoring.set(true);
@@ -244,13 +244,13 @@ TEST_F(OutputRoutingTest, lowLatencyWaitsForTheNextRelayWhileATakeRuns) {
     expectHeld(speakers);
 }
 
-TEST_F(OutputRoutingTest, lowLatencyAloneTouchesNothing) {
+TEST_F(RecorderOutputRoutingTest, lowLatencyAloneTouchesNothing) {
     recorder->lowLatencyMonitoring.set(true);
     machine.run(0.5);
     expectReleased(speakers);
 }
 
-TEST_F(OutputRoutingTest, twoCallersDuringTheWaitBuildOneRelay) {
+TEST_F(RecorderOutputRoutingTest, twoCallersDuringTheWaitBuildOneRelay) {
     recorder->systemAudioMonitorUID.set("headphones");
     hardware.setNominalSampleRate("headphones", 44'100);
     virtualDevice->rateChangeSeconds = 0.5;
@@ -262,7 +262,7 @@ TEST_F(OutputRoutingTest, twoCallersDuringTheWaitBuildOneRelay) {
     stop();
 }
 
-TEST_F(OutputRoutingTest, turningItOffDuringTheWaitBuildsNone) {
+TEST_F(RecorderOutputRoutingTest, turningItOffDuringTheWaitBuildsNone) {
     hardware.setNominalSampleRate("speakers", 44'100);
     virtualDevice->rateChangeSeconds = 0.5;
     recorder->captureSystemAudioForDaw.set(true);
@@ -272,7 +272,7 @@ TEST_F(OutputRoutingTest, turningItOffDuringTheWaitBuildsNone) {
     expectReleased(speakers);
 }
 
-TEST_F(OutputRoutingTest, turningItOffDuringATakeStopsTheRelayAtOnce) {
+TEST_F(RecorderOutputRoutingTest, turningItOffDuringATakeStopsTheRelayAtOnce) {
     turnOnComputerAudio();
     start();
     machine.run(0.5);
@@ -282,7 +282,7 @@ TEST_F(OutputRoutingTest, turningItOffDuringATakeStopsTheRelayAtOnce) {
     stop();
 }
 
-TEST_F(OutputRoutingTest, theDriverIsNoticedWhenItComesAndGoes) {
+TEST_F(RecorderOutputRoutingTest, theDriverIsNoticedWhenItComesAndGoes) {
     hardware.unplug("VintraAudioDevice");
     machine.run(0.1);
     EXPECT_FALSE(*recorder->systemAudioDriverInstalled);
@@ -291,7 +291,7 @@ TEST_F(OutputRoutingTest, theDriverIsNoticedWhenItComesAndGoes) {
     EXPECT_TRUE(*recorder->systemAudioDriverInstalled);
 }
 
-TEST_F(OutputRoutingTest, anOutputThatChangesRateBetweenTakesChangesTheStatusAlone) {
+TEST_F(RecorderOutputRoutingTest, anOutputThatChangesRateBetweenTakesChangesTheStatusAlone) {
     EXPECT_EQ(*recorder->systemOutputStatus, (SystemOutputStatus{"Speakers", 48'000}));
     hardware.setNominalSampleRate("speakers", 44'100);
     machine.run(0.1);
@@ -307,7 +307,7 @@ TEST_F(OutputRoutingTest, anOutputThatChangesRateBetweenTakesChangesTheStatusAlo
     EXPECT_EQ(*recorder->systemOutputStatus, std::nullopt);
 }
 
-TEST_F(OutputRoutingTest, anotherOutputDuringATakeIsToldOf) {
+TEST_F(RecorderOutputRoutingTest, anotherOutputDuringATakeIsToldOf) {
     start();
     hardware.setDefaultSystemOutputDevice(headphones->id);
     machine.run(0.1);
@@ -321,7 +321,7 @@ TEST_F(OutputRoutingTest, anotherOutputDuringATakeIsToldOf) {
     stop();
 }
 
-TEST_F(OutputRoutingTest, anotherRateDuringATakeIsToldOfAgainstItsStart) {
+TEST_F(RecorderOutputRoutingTest, anotherRateDuringATakeIsToldOfAgainstItsStart) {
     hardware.setNominalSampleRate("headphones", 44'100.7);
     start();
     hardware.setDefaultSystemOutputDevice(headphones->id);
