@@ -14,8 +14,8 @@ struct AudioCaptureChain {
     std::shared_ptr<AVCaptureAudioDataOutput> dataOutput;
 };
 
-/// A chain that hands 48 kHz floats to the delegate on the queue; nothing if the device can't be opened or a part
-/// doesn't fit. Main thread.
+/// A chain that hands 48 kHz floats to the delegate on the queue; nothing if the device can't be opened or a
+/// part doesn't fit. Main thread.
 std::optional<AudioCaptureChain>
 makeAudioCaptureChain(CaptureDevices& devices, const std::shared_ptr<AVCaptureDevice>& device, int channels,
                       std::weak_ptr<AVCaptureDataOutputSampleBufferDelegate> delegate,

@@ -50,7 +50,7 @@ void AudioPreview::install(AudioCaptureChain chain, const std::string& deviceID)
     installed.configuredAt = CMTimeGetSeconds(surroundings.platform.hostClock->now());
     activity.stamp(installed.configuredAt); // gives the new session its time
     surroundings.changed();
-    surroundings.sessionControl.start(session());
+    surroundings.sessionControl.start(session(), tasks.guarded([this] { surroundings.changed(); }));
     auto watcher = DeviceSampleRateWatcher::make(*surroundings.platform.audioHardware, deviceID);
     if (watcher) watcher->start(tasks.guarded([this] { handleFormatChanged(); }));
     installed.sampleRateWatcher = std::move(watcher);
@@ -65,18 +65,13 @@ Task<> AudioPreview::takeDown() {
 
 Task<> AudioPreview::rebuild() {
     if (*surroundings.isRecording) co_return;
-    installed.deviceID = std::nullopt;
+    forgetDevice();
     co_await configure();
 }
 
 Task<> AudioPreview::end() {
-    hasEnded = true; // a device that comes meanwhile isn't taken up
+    refuseMore();
     co_await takeDown();
-}
-
-void AudioPreview::repair() {
-    installed.deviceID = std::nullopt;
-    tasks.post([this] { return configure(); });
 }
 
 void AudioPreview::handleFormatChanged() {
@@ -84,7 +79,8 @@ void AudioPreview::handleFormatChanged() {
         surroundings.lastError.set(role.formatChanged);
         return;
     }
-    repair();
+    forgetDevice();
+    tasks.post([this] { return configure(); });
 }
 
 } // namespace vintra

@@ -16,8 +16,8 @@
 
 namespace vintra {
 
-/// The running capture session of the device of one chief track: the mic's or the second one's. It runs between
-/// takes, for the meters, and a take attaches its writer to it; during a take it isn't touched.
+/// The running capture session of the device of one chief track: the mic's or the second one's. It runs
+/// between takes, for the meters, and a take attaches its writer to it; during a take it isn't touched.
 ///
 ///     absent --configure--> running --(selection, format or session changes)--> absent --configure--> ...
 ///
@@ -52,10 +52,12 @@ public:
     Task<> configure();
     /// The same, with a new session even for the same device. Does nothing in a take.
     Task<> rebuild();
+    /// No further session comes. The one there is stays until `end`.
+    void refuseMore() { hasEnded = true; }
     /// Ends the preview for good.
     Task<> end();
-    /// A session that has broken: another takes its place.
-    void repair();
+    /// Forces a new session at the next configure.
+    void forgetDevice() { installed.deviceID = std::nullopt; }
 
     const std::shared_ptr<AVCaptureSession>& session() const { return installed.chain.session; }
     const std::shared_ptr<AVCaptureAudioDataOutput>& dataOutput() const { return installed.chain.dataOutput; }

@@ -77,6 +77,10 @@ std::optional<std::string> AudioPreviews::dawPreviewTargetDeviceID() const {
 }
 
 Task<> AudioPreviews::endPreviews() {
+    // A device that comes while one of them ends isn't taken up by the others.
+    micPreview.refuseMore();
+    dawPreview.refuseMore();
+    extraPreviews.refuseMore();
     co_await micPreview.end();
     co_await dawPreview.end();
     co_await extraPreviews.end();
@@ -86,9 +90,11 @@ Task<> AudioPreviews::endPreviews() {
 
 void AudioPreviews::repairPreview(const std::shared_ptr<AVCaptureSession>& session) {
     if (session == micPreview.session()) {
-        micPreview.repair();
+        micPreview.forgetDevice();
+        tasks.post([this] { return configureMicPreview(); });
     } else if (session == dawPreview.session()) {
-        dawPreview.repair();
+        dawPreview.forgetDevice();
+        tasks.post([this] { return rebuildDawPreview(); });
     } else if (extraPreviews.forget(session)) {
         syncRoutingCache();
         tasks.post([this] { return configureExtraPreviews(); });
@@ -140,7 +146,8 @@ Task<> AudioPreviews::applyLowLatencyChoice() {
     co_await rebuildDawPreview();
 }
 
-/// A row's channel, name or gain needs the routing alone; another set of devices or of rows needs the sessions.
+/// A row's channel, name or gain needs the routing alone; another set of devices or of rows needs the
+/// sessions.
 void AudioPreviews::extraAudioInputsChanged(const std::vector<ExtraAudioInputConfig>& old) {
     const auto& rows = *selection.extraAudioInputs;
     const auto devices = [](const std::vector<ExtraAudioInputConfig>& of) {

@@ -17,10 +17,10 @@ namespace vintra {
 
 class OutputRouting;
 
-/// One running capture session for each sound device that the user has chosen. The meters hang on these sessions
-/// between takes, and a take merely attaches writers to them: it never starts a device cold. During a take they
-/// are frozen. Follows the selection, and keeps the routing of the sample path in line with both. Owned by the
-/// controller. Main thread.
+/// One running capture session for each sound device that the user has chosen. The meters hang on these
+/// sessions between takes, and a take merely attaches writers to them: it never starts a device cold. During
+/// a take they are frozen. Follows the selection, and keeps the routing of the sample path in line with both.
+/// Owned by the controller. Main thread.
 class AudioPreviews {
 public:
     /// All outlive the previews.
@@ -41,7 +41,8 @@ public:
     Task<> configureDawPreview() { return dawPreview.configure(); }
     Task<> configureExtraPreviews() { return extraPreviews.configure(); }
     Task<> rebuildDawPreview() { return dawPreview.rebuild(); }
-    /// Ends every preview for good, for the end of the program: afterwards no sample callback comes. Not in a take.
+    /// Ends every preview for good, for the end of the program: afterwards no sample callback comes. Not in a
+    /// take.
     Task<> endPreviews();
     /// Puts another session in the place of one that has ended by itself. Others are none of its business.
     void repairPreview(const std::shared_ptr<AVCaptureSession>& session);
@@ -49,7 +50,8 @@ public:
     const AudioPreview& mic() const { return micPreview; }
     const AudioPreview& daw() const { return dawPreview; }
     const ExtraAudioPreviews& extra() const { return extraPreviews; }
-    /// Of the mic, the second input, the extra inputs, and the one that is only drained: in the order of a drain.
+    /// Of the mic, the second input, the extra inputs, and the one that is only drained: in the order of a
+    /// drain.
     std::vector<std::shared_ptr<DispatchQueue>> queues() const;
 
     /// The channels that the second track takes of a device: two at the most.

@@ -19,9 +19,9 @@ namespace vintra {
 /// alone: the sinks are empty. Gain is part of the recording: the file holds what the meter shows.
 ///
 /// Owned by the controller and held by the callbacks for as long as they run; it knows nothing of either.
-/// `captureOutput` runs on the queues of the sound inputs; everything else is any thread, since each member has a
-/// lock of its own. The tracks in a sink belong to the queue that delivers to it until the sink is empty and the
-/// queue drained.
+/// `captureOutput` runs on the queues of the sound inputs; everything else is any thread, since each member
+/// has a lock of its own. The tracks in a sink belong to the queue that delivers to it until the sink is
+/// empty and the queue drained.
 class AudioSamplePath final : public AVCaptureDataOutputSampleBufferDelegate {
 public:
     using ExtraGroups = std::vector<std::shared_ptr<ExtraInputDeviceGroup>>;

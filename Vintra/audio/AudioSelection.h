@@ -16,7 +16,8 @@ namespace vintra {
 
 class AVCaptureDevice;
 
-/// What of sound is there, what is chosen, and what the user hears. Part of the controller's state. Main thread.
+/// Which sound inputs there are, which are chosen, and what the user hears. Part of the controller's state.
+/// Main thread.
 struct AudioSelection {
     explicit AudioSelection(std::shared_ptr<LevelsModel> levels);
 
@@ -35,11 +36,11 @@ struct AudioSelection {
     Published<bool> systemAudioDriverInstalled{false};
     Published<std::optional<SystemOutputStatus>> systemOutputStatus;
     Published<std::vector<ExtraAudioInputConfig>> extraAudioInputs;
-    /// The start-up has answered what it asks of the machine in the background: where the output was left by the
-    /// run before, and whether the virtual device is there.
+    /// The start-up has answered what it asks of the machine in the background: where the output was left by
+    /// the run before, and whether the virtual device is there.
     Published<bool> isAudioStartUpOver{false};
-    /// The previews of all that is chosen run, and those of the mic and of the second track have delivered. True where
-    /// nothing is chosen.
+    /// No chosen input is still to begin: the mic's and the second track's have delivered, and every preview
+    /// of a further input that could be made runs. True where nothing is chosen.
     Published<bool> arePreviewsDelivering{true};
     const std::shared_ptr<LevelsModel> levels; ///< shared with the audio queues
 

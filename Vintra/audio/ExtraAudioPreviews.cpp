@@ -11,7 +11,8 @@ namespace vintra {
 ExtraAudioPreviews::ExtraAudioPreviews(const AudioPreview::Surroundings& surroundings,
                                        std::shared_ptr<DispatchQueue> queue)
     : surroundings(surroundings)
-    , queue(std::move(queue)) {}
+    , queue(std::move(queue))
+    , tasks(*surroundings.platform.mainThread) {}
 
 Task<> ExtraAudioPreviews::configure() {
     if (*surroundings.isRecording) co_return;
@@ -55,12 +56,13 @@ Task<> ExtraAudioPreviews::startMissing() {
         if (!chain) continue;
         extraPreviews.push_back({.deviceID = deviceID, .chain = std::move(*chain)});
         surroundings.changed();
-        surroundings.sessionControl.start(extraPreviews.back().chain.session);
+        surroundings.sessionControl.start(extraPreviews.back().chain.session,
+                                          tasks.guarded([this] { surroundings.changed(); }));
     }
 }
 
 Task<> ExtraAudioPreviews::end() {
-    hasEnded = true;
+    refuseMore();
     const std::vector<ExtraPreview> ending = std::exchange(extraPreviews, {});
     for (const ExtraPreview& preview : ending)
         co_await surroundings.sessionControl.stop(preview.chain.session);

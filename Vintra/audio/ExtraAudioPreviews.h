@@ -9,14 +9,16 @@
 
 namespace vintra {
 
-/// One running capture session for each device of the further sound inputs, however many of their rows it serves.
-/// Owned by `AudioPreviews`. Main thread.
+/// One running capture session for each device of the further sound inputs, however many of their rows it
+/// serves. Owned by `AudioPreviews`. Main thread.
 class ExtraAudioPreviews {
 public:
     ExtraAudioPreviews(const AudioPreview::Surroundings& surroundings, std::shared_ptr<DispatchQueue> queue);
 
     /// Brings the sessions in line with the rows. Does nothing in a take.
     Task<> configure();
+    /// No further session comes. Those there are stay until `end`.
+    void refuseMore() { hasEnded = true; }
     /// Ends the previews for good.
     Task<> end();
     /// Lets go of a session that has broken; the next configure makes another. False if it is none of these.
@@ -44,6 +46,7 @@ private:
     const std::shared_ptr<DispatchQueue> queue;
     std::vector<ExtraPreview> extraPreviews;
     bool hasEnded = false;
+    MainThreadTasks tasks;
 };
 
 } // namespace vintra

@@ -15,8 +15,9 @@
 
 namespace vintra {
 
-/// The computer's own sound. While it is captured the default output is the virtual device, and a relay keeps the
-/// user hearing it on a real one. Routing is held from the choice of computer audio to its end, across takes.
+/// The computer's own sound. While it is captured the default output is the virtual device, and a relay keeps
+/// the user hearing it on a real one. Routing is held from the choice of computer audio to its end, across
+/// takes.
 ///
 ///     released --startSystemAudioRelayIfNeeded--> held --stopSystemAudioRelay--> released
 ///                                                   \--(crash)--> repairDeadEndOutput at the next launch
@@ -34,8 +35,8 @@ public:
 
     explicit OutputRouting(const Surroundings& surroundings);
 
-    /// For the start, before a relay can be built: a run that crashed, or the user, may have left the output on the
-    /// silent device.
+    /// For the start, before a relay can be built: a run that crashed, or the user, may have left the output
+    /// on the silent device.
     Task<> repairDeadEndOutput();
     /// Looks for the virtual device.
     Task<> refreshDriverPresence();

@@ -14,7 +14,6 @@ CaptureOverlays::CaptureOverlays(std::shared_ptr<CaptureOverlayWindows> windows,
     selection.selectedDisplayID.onChange(sync);
     selection.selectedWindowID.onChange(sync);
     selection.screenCaptureMode.onChange(sync);
-    selection.aspectPreset.onChange(sync);
     selection.captureRegion.onChange(sync);
     selection.showMouseClicks.onChange([this](bool) { syncClickHighlight(); });
     selection.showMouseClicks.onChange(sync);

@@ -11,8 +11,8 @@
 
 namespace vintra {
 
-/// Keeps the windows that choose and show the captured part in line with the state: the region guide, the pickers of a
-/// region and of a window, the click highlight. Owned by the controller. Main thread.
+/// Keeps the windows that choose and show the captured part in line with the state: the region guide, the
+/// pickers of a region and of a window, the click highlight. Owned by the controller. Main thread.
 class CaptureOverlays {
 public:
     /// The selection and `isRecording` outlive this.

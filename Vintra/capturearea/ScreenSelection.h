@@ -30,8 +30,8 @@ struct ScreenSelection {
 
     /// The chosen display, else the first; nothing without displays.
     std::optional<CaptureDisplay> effectiveDisplay() const;
-    /// The chosen mode; a region on a display that isn't there, and window mode without a window, count as the
-    /// full screen.
+    /// The chosen mode; a region on a display that isn't there, and window mode without a window, count as
+    /// the full screen.
     CaptureModeChoice effectiveCaptureMode() const;
 };
 

@@ -9,8 +9,8 @@
 
 namespace vintra {
 
-/// Whether the user lets the program capture sound or pictures; asks only where that has never been asked. Main
-/// thread, which outlives the task.
+/// Whether the user lets the program capture sound or pictures; asks only where that has never been asked.
+/// Main thread, which outlives the task.
 Task<bool> requestAccessIfNeeded(std::shared_ptr<CaptureDevices> devices, MainThread& mainThread,
                                  AVMediaType mediaType);
 

@@ -7,8 +7,8 @@
 
 namespace vintra {
 
-/// The windows on the screen by which its captured part is chosen and shown: the region guide, the pickers of a region
-/// and of a window, the click highlight. A program that has windows draws them. Main thread.
+/// The windows on the screen by which its captured part is chosen and shown: the region guide, the pickers of
+/// a region and of a window, the click highlight. A program that has windows draws them. Main thread.
 class CaptureOverlayWindows {
 public:
     virtual ~CaptureOverlayWindows() = default;
@@ -18,7 +18,8 @@ public:
     virtual void beginWindowSelection() = 0;
     /// Whether clicks are to be seen may have changed.
     virtual void syncClickHighlight() = 0;
-    /// Puts the click highlight over the whole screen, in front. Its window's number; nothing if there is none.
+    /// Puts the click highlight over the whole screen, in front. Its window's number; nothing if there is
+    /// none.
     virtual std::optional<uint32_t> placeClickHighlight(const NSScreen& on) = 0;
 };
 

@@ -8,7 +8,8 @@
 
 namespace vintra {
 
-/// Resumes from a block run on the queue, so all work queued earlier has ended. Main thread, which outlives the task.
+/// Resumes from a block run on the queue, so all work queued earlier has ended. Main thread, which outlives
+/// the task.
 Task<> drain(MainThread& mainThread, std::shared_ptr<DispatchQueue> queue);
 
 } // namespace vintra

@@ -9,8 +9,9 @@
 
 namespace vintra {
 
-/// The operations that an object of the main thread runs without anybody waiting for them. They end with it, at
-/// their suspension points. Owned by that object as its last member, since they touch the others. Main thread.
+/// The operations that an object of the main thread runs without anybody waiting for them. They end with it,
+/// at their suspension points. Owned by that object as its last member, since they touch the others. Main
+/// thread.
 class MainThreadTasks {
 public:
     /// The main thread outlives this.
@@ -23,8 +24,8 @@ public:
     /// Runs the task at once up to its first suspension, and on from there as it is resumed.
     void start(Task<> task) { scope.start(std::move(task)); }
 
-    /// The function, for a callback that comes on the main thread and may come too late: it does nothing once this
-    /// has gone.
+    /// The function, for a callback that comes on the main thread and may come too late: it does nothing once
+    /// this has gone. The owner must not be destroyed from within the function.
     template <typename Function>
     auto guarded(Function function) const {
         return [weak = std::weak_ptr<const int>(life),

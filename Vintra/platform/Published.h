@@ -42,8 +42,8 @@ public:
         set(std::move(copy));
     }
 
-    /// Adds to the owner's change handling: called with the old value, after the handlers added before, for as long
-    /// as the value exists. Not from within a handler.
+    /// Adds to the owner's change handling: called with the old value, after the handlers added before, for
+    /// as long as the value exists. Not from within a handler.
     void onChange(std::function<void(const Value& old)> handler) { didChange.push_back(std::move(handler)); }
 
     /// Calls the observer after every set for as long as the result is kept.

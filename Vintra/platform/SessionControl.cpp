@@ -1,13 +1,19 @@
 #include "Vintra/platform/SessionControl.h"
 
+#include <utility>
+
 namespace vintra {
 
 SessionControl::SessionControl(DispatchQueues& queues, MainThread& mainThread)
     : mainThread(mainThread)
     , sessionControlQueue(queues.makeSerialQueue("com.screenrecorder.sessionControl")) {}
 
-void SessionControl::start(std::shared_ptr<AVCaptureSession> session) {
-    sessionControlQueue->async([session] { session->startRunning(); });
+void SessionControl::start(std::shared_ptr<AVCaptureSession> session, std::function<void()> started) {
+    sessionControlQueue->async(
+        [main = &mainThread, session = std::move(session), started = std::move(started)] {
+            session->startRunning();
+            main->post(started);
+        });
 }
 
 Task<> SessionControl::stop(std::shared_ptr<AVCaptureSession> session) {

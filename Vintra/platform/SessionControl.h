@@ -5,19 +5,20 @@
 #include "Vintra/platform/MainThread.h"
 #include "Vintra/platform/Task.h"
 
+#include <functional>
 #include <memory>
 
 namespace vintra {
 
 /// Starts and stops capture sessions on a queue of their own, which a hanging device may block. Owned by the
-/// controller, shared by the previews of sound and the cameras. Main thread.
+/// controller. Main thread.
 class SessionControl {
 public:
     /// The main thread outlives this.
     SessionControl(DispatchQueues& queues, MainThread& mainThread);
 
-    /// Returns at once.
-    void start(std::shared_ptr<AVCaptureSession> session);
+    /// Returns at once. `started` is called on the main thread once the device runs or has refused.
+    void start(std::shared_ptr<AVCaptureSession> session, std::function<void()> started);
     /// Ends once the session has stopped.
     Task<> stop(std::shared_ptr<AVCaptureSession> session);
 

@@ -30,7 +30,10 @@ CaptureArea::CaptureArea(const Surroundings& surroundings)
     , selection(surroundings.selection)
     , overlays(surroundings.overlays)
     , isRecording(surroundings.isRecording) {
-    selection.aspectPreset.onChange([this](AspectPreset) { reshapeRegionToAspect(); });
+    selection.aspectPreset.onChange([this](AspectPreset) {
+        reshapeRegionToAspect();
+        overlays.syncRegionGuide();
+    });
 }
 
 std::optional<NSScreen> CaptureArea::screenWithNumber(uint32_t number) const {

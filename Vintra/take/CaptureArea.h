@@ -17,8 +17,8 @@
 
 namespace vintra {
 
-/// What of the screen is chosen: measured in pixels, in words, and as the control bar shows and changes it. A region
-/// takes the shape of a newly chosen aspect at once. Owned by the controller. Main thread.
+/// What of the screen is chosen: measured in pixels, in words, and as the control bar shows and changes it. A
+/// region takes the shape of a newly chosen aspect at once. Owned by the controller. Main thread.
 class CaptureArea {
 public:
     /// All outlive this.
@@ -34,17 +34,17 @@ public:
     /// One line: "Area · 1280×720 · 16:9".
     std::string captureAreaLabel() const;
     BarState currentBarState() const;
-    /// What the bar's mode buttons do: takes the mode over, and shows what it captures or lets the user choose it.
-    /// Choosing the region mode again draws a new region.
+    /// What the bar's mode buttons do: takes the mode over, and shows what it captures or lets the user
+    /// choose it. Choosing the region mode again draws a new region.
     void chooseCaptureMode(CaptureModeChoice mode);
-    /// Gives the chosen region the chosen aspect: of the same area around the same centre, within its display.
-    /// Freeform leaves it alone, and so does a display without a screen.
+    /// Gives the chosen region the chosen aspect: of the same area around the same centre, within its
+    /// display. Freeform leaves it alone, and so does a display without a screen.
     void reshapeRegionToAspect();
 
     /// The windows that may be chosen, front to back; empty where windows can't be read.
     std::vector<PickableWindow> pickableWindows() const;
-    /// Where the chosen window is now: on the screen that shows most of it, else the main one. Nothing if none is
-    /// chosen or it has gone.
+    /// Where the chosen window is now: on the screen that shows most of it, else the main one. Nothing if
+    /// none is chosen or it has gone.
     std::optional<CaptureRegion> selectedWindowRegion() const;
 
     std::optional<NSScreen> screenWithNumber(uint32_t number) const;

@@ -64,7 +64,8 @@ void DeviceInventory::observe() {
     deviceListWatcher.start(tasks.guarded([this] { handleDeviceInventoryChanged(); }));
 }
 
-/// One event may be told of twice, by the hardware and by the capture devices: the second call finds nothing new.
+/// One event may be told of twice, by the hardware and by the capture devices: the second call finds nothing
+/// new.
 void DeviceInventory::handleDeviceInventoryChanged() {
     DeviceIdentity identity = currentDeviceIdentity();
     if (identity == knownDeviceIdentity) return;

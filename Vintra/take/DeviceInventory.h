@@ -19,9 +19,9 @@
 
 namespace vintra {
 
-/// The lists of devices that the user chooses from, and devices that come and go. An idle recorder lets go of what has
-/// gone; a take keeps its selections, and the user is told which track has stopped. Owned by the controller. Main
-/// thread.
+/// The lists of devices that the user chooses from, and devices that come and go. An idle recorder lets go of
+/// what has gone; a take keeps its selections, and the user is told which track has stopped. Owned by the
+/// controller. Main thread.
 class DeviceInventory {
 public:
     /// All outlive this.

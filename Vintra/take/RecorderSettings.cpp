@@ -33,7 +33,8 @@ constexpr Conversion<std::optional<std::string>> kOptionalText{
     .fromStored = [](const UserDefaults& defaults,
                      const std::string& key) -> std::optional<std::optional<std::string>> {
         auto stored = stringForKey(defaults, key);
-        return stored ? std::optional(std::move(stored)) : std::nullopt;
+        if (!stored) return std::nullopt;
+        return std::optional<std::optional<std::string>>(std::in_place, std::move(stored));
     },
     .toStored = [](const std::optional<std::string>& value) -> std::optional<DefaultsValue> {
         return value ? std::optional<DefaultsValue>(*value) : std::nullopt;

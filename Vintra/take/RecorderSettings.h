@@ -10,13 +10,13 @@
 
 namespace vintra {
 
-/// The settings that are kept between runs: a table of keys, the properties that they are kept for, and how the one is
-/// converted to the other. Device selections aren't kept: a run begins with nothing armed but the screen. A value of
-/// the wrong type or out of range is ignored. Owned by the controller. Main thread.
+/// The settings that are kept between runs: a table of keys, the properties that they are kept for, and how
+/// the one is converted to the other. Device selections aren't kept: a run begins with nothing armed but the
+/// screen. A value of the wrong type or out of range is ignored. Owned by the controller. Main thread.
 class RecorderSettings {
 public:
-    /// Restores what is restored silently, and keeps every change of a property in the table from then on. To be made
-    /// before anything else handles changes. The state outlives this.
+    /// Restores what is restored silently, and keeps every change of a property in the table from then on. To
+    /// be made before anything else handles changes. The state outlives this.
     RecorderSettings(std::shared_ptr<UserDefaults> userDefaults, AudioSelection& audio,
                      ScreenSelection& screen);
 

@@ -20,12 +20,13 @@
 
 namespace vintra {
 
-/// One take from its start to its end: the plan of its files, its common start, its stream, its writers and tracks, its
-/// markers. Made by a start, filled by it step by step, and dropped by the stop or by the start's failure. Owned by
-/// the controller. Main thread.
+/// One take from its start to its end: the plan of its files, its stream, its writers and tracks, its
+/// markers. Made by a start, filled by it step by step, and dropped by the stop or by the start's failure.
+/// Owned by the controller. Main thread.
 class RunningTake {
 public:
-    /// `takeVideoURL` is where the screen movie goes; all other names derive from it, with or without a screen.
+    /// `takeVideoURL` is where the screen movie goes; all other names derive from it, with or without a
+    /// screen.
     explicit RunningTake(URL takeVideoURL);
 
     const URL takeVideoURL;
@@ -80,8 +81,8 @@ public:
     /// Of every camera movie, the first camera's in front.
     std::vector<std::shared_ptr<AVAssetWriter>> webcamWriters() const;
 
-    /// Opens every file with its session beginning at the common start. Throws `RecordingError` at the first that
-    /// can't be.
+    /// Opens every file with its session beginning at the common start. Throws `RecordingError` at the first
+    /// that can't be.
     void startWriters(bool capturesSystemAudio, CMTime commonStart);
     /// Gives up the files that were opened.
     void cancelStartedWriters();

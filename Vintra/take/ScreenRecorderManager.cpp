@@ -49,10 +49,7 @@ ScreenRecorderManager::ScreenRecorderManager(Platform services)
           .platform = platform, .selection = *this, .overlays = *overlays, .isRecording = isRecording}))
     , screenSource(std::make_unique<ScreenSource>(ScreenSource::Surroundings{
           .platform = platform, .selection = *this, .area = *captureArea, .overlays = *overlays}))
-    , tasks(*platform.mainThread)
-    , screenTrack(ScreenTrack::make(platform, tasks.guarded([this](const SystemError& error) {
-        tasks.start(handleStreamStopped(error));
-    })))
+    , screenTrack(ScreenTrack::make(platform))
     , trackWriters(std::make_unique<TrackWriters>(TrackWriters::Surroundings{
           .platform = platform, .audio = *this, .previews = *audioPreviews, .cameras = *cameras}))
     , inventory(
@@ -64,11 +61,14 @@ ScreenRecorderManager::ScreenRecorderManager(Platform services)
                                                                           .cameras = *cameras,
                                                                           .isRecording = isRecording,
                                                                           .take = take,
-                                                                          .lastError = lastError})) {}
+                                                                          .lastError = lastError}))
+    , tasks(*platform.mainThread) {}
 
 ScreenRecorderManager::~ScreenRecorderManager() = default;
 
 void ScreenRecorderManager::startUp() {
+    screenTrack->onStreamStopped(
+        tasks.guarded([this](const SystemError& error) { tasks.start(handleStreamStopped(error)); }));
     tasks.post([this] { return outputRouting->repairDeadEndOutput(); });
     settings->restoreScreen();
     tasks.post([this] { return refreshDisplays(); });

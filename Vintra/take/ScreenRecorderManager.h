@@ -39,26 +39,28 @@ class ScreenTrack;
 class SessionControl;
 class TrackWriters;
 
-/// The one controller: through its parts it owns every capture session, every writer and all state of recording that
-/// the user sees. Views read the published state and call the operations; nothing else starts or stops a take.
+/// The one controller: through its parts it owns every capture session, every writer and all state of
+/// recording that the user sees. Views read the published state and call the operations; nothing else starts
+/// or stops a take.
 ///
-/// A take is one press of record: one movie of the screen, one per camera, one WAV per audio source, all in one folder,
-/// under one name, measured from one instant.
+/// A take is one press of record: one movie of the screen, one per camera, one WAV per audio source, all in
+/// one folder, under one name, measured from one instant.
 ///
 ///        startRecording                      stopRecording
 ///     idle -----> starting (isBusy) -----> recording (isRecording) -----> stopping (isBusy) -----> idle
 ///      ^             | a start that fails undoes itself                                             |
 ///      +-------------+-------------------------------------------------------------------------------+
 ///
-/// The controller keeps the flow of a start and of a stop. Each part keeps its own share of the work and is handed just
-/// the records of state and the services that it needs, never the controller; the sample callbacks are parts of their own
-/// and can't reach it. Main thread.
+/// The controller keeps the flow of a start and of a stop. Each part keeps its own share of the work and is
+/// handed just the records of state and the services that it needs, never the controller; the sample
+/// callbacks are parts of their own and can't reach it. Main thread.
 class ScreenRecorderManager final : public TakeStatus,
                                     public AudioSelection,
                                     public CameraSelection,
                                     public ScreenSelection {
 public:
-    /// Restores the settings, lists the devices and starts the watchers. The services must outlive the result.
+    /// Restores the settings, lists the devices and starts the watchers. The services must outlive the
+    /// result.
     static std::shared_ptr<ScreenRecorderManager> make(Platform platform);
     ~ScreenRecorderManager();
     ScreenRecorderManager(const ScreenRecorderManager&) = delete;
@@ -66,14 +68,16 @@ public:
 
     // -- Operations
 
-    /// Turns the armed rows into a running take whose screen movie is at `to`; the other files lie beside it. The outcome
-    /// is in the published state: `isRecording`, or `lastError` with the status "Failed to start" and all undone. Does
-    /// nothing while a take runs, starts or stops. Call `generateSessionName` for the next take when it returns.
+    /// Turns the armed rows into a running take whose screen movie is at `to`; the other files lie beside it.
+    /// The outcome is in the published state: `isRecording`, or `lastError` with the status "Failed to start"
+    /// and all undone. Does nothing while a take runs, starts or stops. Call `generateSessionName` for the
+    /// next take when it returns.
     Task<> startRecording(URL to);
-    /// A start that waits for its screen stream, as for the user's leave to record the screen, fails. Any other goes on.
+    /// A start that waits for its screen stream, as for the user's leave to record the screen, fails. Any
+    /// other goes on.
     void cancelStart();
-    /// Ends the take and finishes every file. The outcome is in `statusMessage` and `lastError`. Does nothing unless a
-    /// take runs.
+    /// Ends the take and finishes every file. The outcome is in `statusMessage` and `lastError`. Does nothing
+    /// unless a take runs.
     Task<> stopRecording();
 
     Task<> refreshDisplays();
@@ -83,10 +87,11 @@ public:
     Task<> configureDawPreview();
     Task<> configureExtraPreviews();
     Task<> rebuildDawPreview();
-    /// Ends every preview for good, for the end of the program: afterwards no sample callback comes. Not in a take.
+    /// Ends every preview for good, for the end of the program: afterwards no sample callback comes. Not in a
+    /// take.
     Task<> endPreviews();
-    /// Ends the listening to the computer's sound and puts the user's own output back. To be called on every way out of
-    /// the program. A take that runs goes on without it.
+    /// Ends the listening to the computer's sound and puts the user's own output back. To be called on every
+    /// way out of the program. A take that runs goes on without it.
     void stopSystemAudioRelay();
 
     void chooseCaptureMode(CaptureModeChoice mode);
@@ -145,6 +150,7 @@ private:
     Task<> finishWriters(TakeEnding& ending);
     void observe(TakeEnding& ending);
     void leaveRecordingState();
+    void releaseTake();
     Task<> padWavFiles(std::vector<Padding> paddings);
     Task<> writeTimeline(TakeEnding& ending);
     void reportTake(TakeEnding ending);
@@ -165,10 +171,10 @@ private:
     const std::unique_ptr<CaptureOverlays> overlays;
     const std::unique_ptr<CaptureArea> captureArea;
     const std::unique_ptr<ScreenSource> screenSource;
-    MainThreadTasks tasks; ///< ends before what its operations touch
     const std::shared_ptr<ScreenTrack> screenTrack;
     const std::unique_ptr<TrackWriters> trackWriters;
     const std::unique_ptr<DeviceInventory> inventory;
+    MainThreadTasks tasks;
 };
 
 } // namespace vintra

@@ -1,6 +1,6 @@
-// Starting a take. Every file is measured from one instant, the common start: all writers open at that instant, and
-// nothing reaches a writer before all of them have opened. A start ends with everything running, or undoes everything
-// and leaves the previews as they were.
+// Starting a take. Every file is measured from one instant, the common start: all writers open at that
+// instant, and nothing reaches a writer before all of them have opened. A start ends with everything running,
+// or undoes everything and leaves the previews as they were.
 
 #include "Vintra/audio/AudioPreviews.h"
 #include "Vintra/audio/AudioSamplePath.h"
@@ -19,7 +19,6 @@
 #include "Vintra/video/Cameras.h"
 #include "Vintra/video/ScreenTrack.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace vintra {
@@ -163,9 +162,9 @@ Task<> ScreenRecorderManager::cleanupAfterFailure() {
     cameras->clear();
     screenTrack->cancel();
     take->cancelStartedWriters();
-    take = nullptr;
     isRecording.set(false);
     leaveRecordingState();
+    releaseTake();
     if (hadRelay && *captureSystemAudioForDaw) {
         const auto kept = *lastError;
         co_await outputRouting->startSystemAudioRelayIfNeeded();

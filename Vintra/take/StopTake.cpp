@@ -1,5 +1,6 @@
-// Stopping a take. The sources stop, all in flight reaches the writers, every file is finished, each WAV is given its
-// leading silence, and the outcome is told. Every failure stays local: a writer that fails loses its own file alone.
+// Stopping a take. The sources stop, all in flight reaches the writers, every file is finished, each WAV is
+// given its leading silence, and the outcome is told. Every failure stays local: a writer that fails loses
+// its own file alone.
 
 #include "Vintra/audio/AudioPreviews.h"
 #include "Vintra/audio/AudioSamplePath.h"
@@ -12,7 +13,6 @@
 #include "Vintra/platform/Log.h"
 #include "Vintra/platform/ProcessInfo.h"
 #include "Vintra/platform/UserDefaults.h"
-#include "Vintra/take/CaptureArea.h"
 #include "Vintra/take/FeedbackAsk.h"
 #include "Vintra/take/RunningTake.h"
 #include "Vintra/take/ScreenRecorderManager.h"
@@ -50,10 +50,10 @@ Task<> ScreenRecorderManager::stopRecording() {
     take->markInputsAsFinished();
     co_await finishWriters(ending);
     observe(ending);
-    take = nullptr;
     isRecording.set(false);
     leaveRecordingState();
     overlays->syncClickHighlight();
+    releaseTake();
 
     if (!ending.paddings.empty()) {
         statusMessage.set("Finishing…");
@@ -85,11 +85,12 @@ Task<> ScreenRecorderManager::detachSinks() {
 /// One after another by design: a disk serves one file best, and the order of the failures is then fixed.
 Task<> ScreenRecorderManager::finishWriters(TakeEnding& ending) {
     for (const RunningTake::Track& track : take->tracks()) {
+        const std::string label = track.label(*captureSystemAudioForDaw);
         const auto begin = [writer = track.writer](auto done) { writer->finishWriting(done); };
         co_await awaitCompletion<void>(*platform.mainThread, begin);
         if (track.writer->status() == AVAssetWriterStatus::failed) {
             const auto error = track.writer->error();
-            ending.failures.push_back(track.label(*captureSystemAudioForDaw) + " (" +
+            ending.failures.push_back(label + " (" +
                                       (error ? error->localizedDescription() : "unknown error") + ")");
         }
         // A track that no sample reached isn't padded.
@@ -102,7 +103,7 @@ Task<> ScreenRecorderManager::finishWriters(TakeEnding& ending) {
 
 /// What the report needs, while the tracks still exist.
 void ScreenRecorderManager::observe(TakeEnding& ending) {
-    const auto window = selectedWindowRegion();
+    const auto window = take->recordingWindowSize ? selectedWindowRegion() : std::nullopt;
     const auto folder = stringForKey(*platform.userDefaults, "outputFolderPath");
     ending.seen = observeTake(
         {.take = *take,
@@ -126,6 +127,10 @@ void ScreenRecorderManager::leaveRecordingState() {
     cameras->refreshExtraCameraWindows();
     outputRouting->forgetOutputClock();
     recordingStartDate.set(std::nullopt);
+}
+
+void ScreenRecorderManager::releaseTake() {
+    take = nullptr;
     activeMicTrack.set(false);
     activeDawTrack.set(false);
     activeWebcamTrack.set(false);

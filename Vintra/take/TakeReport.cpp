@@ -7,7 +7,6 @@
 #include "Vintra/video/ScreenDropSummary.h"
 
 #include <cmath>
-#include <utility>
 
 namespace vintra {
 namespace {
@@ -68,13 +67,13 @@ TakeObservations observeTake(const TakeReportSources& sources, CMTime stopTime, 
     TakeObservations seen;
     observeSounds(sources, seen);
     observeCameras(sources, cameras, stopTime, seen, status);
-    seen.lastScreenFrameTime = sources.screenTrack.takeLastFrameTime();
+    seen.lastScreenFrameTime = sources.screenTrack.endLastFrameTime();
     seen.windowNote = windowSizeNote(sources.take.recordingWindowSize, sources.windowSize);
     seen.droppedScreenFrames = sources.screenTrack.lostFrames();
     seen.frameLossRemedy = frameLossRemedy(cameras, sources.take.videoInput.get(), sources.screenFrameRate);
     seen.volumeIsInternal = sources.volumeIsInternal;
     status.lastScreenDropSummary =
-        screenDropSummary(sources.screenTrack.takeDropTimes(), status.lastScreenBeatSummary);
+        screenDropSummary(sources.screenTrack.endDropTimes(), status.lastScreenBeatSummary);
     return seen;
 }
 

@@ -32,8 +32,8 @@ struct TakeReportSources {
     std::optional<bool> volumeIsInternal{}; ///< of the output folder; nothing if it can't be read
 };
 
-/// What each track of the take really received. Ends the records of losses and of pictures, and leaves their summaries
-/// in the status. Main thread.
+/// What each track of the take really received. Ends the records of losses and of pictures, and leaves their
+/// summaries in the status. Main thread.
 TakeObservations observeTake(const TakeReportSources& sources, CMTime stopTime, TakeStatus& status);
 
 /// What would lighten the machine's load, as a sentence; empty if nothing would.

@@ -14,10 +14,10 @@
 
 namespace vintra {
 
-/// Makes the writers of a take: one QuickTime movie for the screen, one per camera, one WAV per audio source, and puts
-/// them in the take. Besides its own file an audio track feeds a compressed copy of itself into the movies, so that a
-/// movie played on its own has sound. Whatever can't be made throws `RecordingError` or `SystemError`; no file is
-/// touched. Owned by the controller. Main thread.
+/// Makes the writers of a take: one QuickTime movie for the screen, one per camera, one WAV per audio source,
+/// and puts them in the take. Besides its own file an audio track feeds a compressed copy of itself into the
+/// movies, so that a movie played on its own has sound. Whatever can't be made throws `RecordingError` or
+/// `SystemError`; no file is touched. Owned by the controller. Main thread.
 class TrackWriters {
 public:
     /// All outlive this.

@@ -14,7 +14,7 @@ void CameraSamplePath::captureOutput(const std::shared_ptr<AVCaptureOutput>& out
     const Taps taps = extraCameraTaps.get().value_or(Taps{});
     const auto tap =
         std::ranges::find_if(taps, [&](const auto& candidate) { return candidate->output == output; });
-    (tap == taps.end() ? *webcam : **tap).take(didOutput);
+    (tap == taps.end() ? *webcam : **tap).frame(didOutput);
 }
 
 } // namespace vintra

@@ -10,8 +10,9 @@
 
 namespace vintra {
 
-/// The road of a camera's frame to the tap of its camera. Owned by `Cameras` and held by the callbacks for as long as
-/// they run; it knows nothing of either. `captureOutput` runs on the cameras' queues; the rest is any thread.
+/// The road of a camera's frame to the tap of its camera. Owned by `Cameras` and held by the callbacks for as
+/// long as they run; it knows nothing of either. `captureOutput` runs on the cameras' queues; the rest is any
+/// thread.
 class CameraSamplePath final : public AVCaptureDataOutputSampleBufferDelegate {
 public:
     using Taps = std::vector<std::shared_ptr<ExtraCameraTap>>;

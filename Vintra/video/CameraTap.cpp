@@ -16,7 +16,7 @@ void CameraTap::begin(CMTime at, int32_t rate) {
     writeQueue->begin(at, rate);
 }
 
-void CameraTap::take(const CMSampleBuffer& sample) {
+void CameraTap::frame(const CMSampleBuffer& sample) {
     if (const auto image = sample.imageBuffer())
         frameSize->set({static_cast<int32_t>(image->width()), static_cast<int32_t>(image->height())});
     const auto to = input();

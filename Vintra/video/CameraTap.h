@@ -13,9 +13,9 @@
 
 namespace vintra {
 
-/// What every camera carries, the first as well as the extra ones: the companions of its picture, and the input of
-/// its movie while a take runs. A tap without an input belongs to a camera that is only previewing. Shared by the
-/// main thread and the camera's queue; any thread, since each companion has a lock of its own.
+/// What every camera carries, the first as well as the extra ones: the companions of its picture, and the
+/// input of its movie while a take runs. A tap without an input belongs to a camera that is only previewing.
+/// Shared by the main thread and the camera's queue; any thread, since each companion has a lock of its own.
 class CameraTap {
 public:
     explicit CameraTap(const std::shared_ptr<HostClock>& clock);
@@ -28,8 +28,9 @@ public:
 
     /// Arms the watch and the grid for a take. `rate` in frames a second.
     void begin(CMTime at, int32_t rate);
-    /// A frame of the camera: onto its grid if a take runs, and to the watch over its picture. On the camera's queue.
-    void take(const CMSampleBuffer& sample);
+    /// A frame of the camera: onto its grid if a take runs, and to the watch over its picture. On the
+    /// camera's queue.
+    void frame(const CMSampleBuffer& sample);
     /// Adds what the grid did with frames.
     void count(const CameraWriteQueue::Result& result);
     void resetCounters();

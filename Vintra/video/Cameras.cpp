@@ -3,7 +3,6 @@
 #include "Vintra/video/CameraSamplePath.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace vintra {
 

@@ -18,10 +18,12 @@ namespace vintra {
 
 class CameraSamplePath;
 
-/// The cameras that run, between takes and in them: the first camera and a rig for each further one. A take gives
-/// their taps the inputs of its movies; it starts and stops no camera. Owned by the controller. Main thread.
+/// The cameras that run, between takes and in them: the first camera and a rig for each further one. A take
+/// gives their taps the inputs of its movies; it starts and stops no camera. Owned by the controller. Main
+/// thread.
 ///
-/// Nothing brings the cameras in line with their selection yet, so none runs; there are no preview windows yet.
+/// Nothing brings the cameras in line with their selection yet, so none runs; there are no preview windows
+/// yet.
 class Cameras {
 public:
     /// The movies of a take's cameras.
@@ -38,8 +40,8 @@ public:
     const std::vector<ExtraCameraRig>& extraCameraRigs() const { return extraCameraRigs_; }
     /// Of the first camera.
     const CameraTap& webcam() const { return *webcamTap; }
-    /// The number in a further camera's file name: its row's place in the list; a rig whose row has gone counts on
-    /// behind.
+    /// The number in a further camera's file name: its row's place in the list; a rig whose row has gone
+    /// counts on behind.
     int webcamNumber(const ExtraCameraRig& rig) const;
 
     // What a take does with them, in this order.

@@ -8,8 +8,8 @@
 
 namespace vintra {
 
-/// The tap of one extra camera, which its frames find by the output that they come from. Owned by the camera's rig
-/// and shared with the callback.
+/// The tap of one extra camera, which its frames find by the output that they come from. Owned by the
+/// camera's rig and shared with the callback.
 class ExtraCameraTap : public CameraTap {
 public:
     ExtraCameraTap(std::shared_ptr<AVCaptureVideoDataOutput> dataOutput,

@@ -47,8 +47,8 @@ public:
         std::function<std::string()> writerStatus; ///< a text about the writer for the log
     };
 
-    /// Arms the beat for a take, from any state: after the writer's session has started at the common start, and
-    /// before the first `frame`.
+    /// Arms the beat for a take, from any state: after the writer's session has started at the common start,
+    /// and before the first `frame`.
     void begin(Arming arming);
     /// A complete frame of the screen. Ignored while idle.
     void frame(const CMSampleBuffer& sample);

@@ -30,15 +30,13 @@ std::optional<int64_t> frameStatus(const CMSampleBuffer& sample) {
 
 } // namespace
 
-std::shared_ptr<ScreenTrack> ScreenTrack::make(const Platform& platform,
-                                               std::function<void(const SystemError&)> streamStopped) {
-    return std::shared_ptr<ScreenTrack>(new ScreenTrack(platform, std::move(streamStopped)));
+std::shared_ptr<ScreenTrack> ScreenTrack::make(const Platform& platform) {
+    return std::shared_ptr<ScreenTrack>(new ScreenTrack(platform));
 }
 
-ScreenTrack::ScreenTrack(const Platform& platform, std::function<void(const SystemError&)> streamStopped)
+ScreenTrack::ScreenTrack(const Platform& platform)
     : mainThread(platform.mainThread)
     , screenCapture(platform.screenCapture)
-    , streamStopped(std::move(streamStopped))
     , videoOutputQueue(platform.dispatchQueues->makeSerialQueue("com.screenrecorder.videoOutput"))
     , screenBeat(std::make_shared<ScreenBeat>(platform.hostClock, platform.log))
     , videoDrops(std::make_shared<DropCounter>())
@@ -114,11 +112,11 @@ void ScreenTrack::resetCounters() {
     videoDrops->reset();
 }
 
-std::vector<double> ScreenTrack::takeDropTimes() {
+std::vector<double> ScreenTrack::endDropTimes() {
     return screenDropTimeline->take();
 }
 
-std::optional<CMTime> ScreenTrack::takeLastFrameTime() {
+std::optional<CMTime> ScreenTrack::endLastFrameTime() {
     const auto time = lastScreenFrameTime->read();
     lastScreenFrameTime->clear();
     return time;
@@ -126,8 +124,8 @@ std::optional<CMTime> ScreenTrack::takeLastFrameTime() {
 
 void ScreenTrack::stream(SCStream&, const CMSampleBuffer& didOutputSampleBuffer, SCStreamOutputType of) {
     if (!didOutputSampleBuffer.isValid() || of != SCStreamOutputType::screen) return;
-    // Idle, blank, suspended, started and stopped carry no new picture: a still screen is a silence here, and the
-    // beat fills it.
+    // Idle, blank, suspended, started and stopped carry no new picture: a still screen is a silence here, and
+    // the beat fills it.
     if (frameStatus(didOutputSampleBuffer) != static_cast<int64_t>(SCFrameStatus::complete)) return;
     if (!videoSink.get()) return;
     screenBeat->frame(didOutputSampleBuffer);

@@ -13,32 +13,37 @@
 #include "Vintra/video/LastFrameTime.h"
 #include "Vintra/video/ScreenBeat.h"
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace vintra {
 
-/// The screen's end of a take: which frames of the stream are let through to the beat, what is lost, and what is told
-/// when the stream dies. The stream itself belongs to the take.
+/// The screen's end of a take: which frames of the stream are let through to the beat, what is lost, and what
+/// is told when the stream dies. The stream itself belongs to the take.
 ///
-/// One, owned by the controller for its whole life and held by the stream's callbacks while they run; it knows
-/// nothing of either. `stream(...)` runs on the screen's queue and on any thread; everything else on the main thread.
+/// One, owned by the controller for its whole life and held by the stream's callbacks while they run; it
+/// knows nothing of either. `stream(...)` runs on the screen's queue and on any thread; everything else on
+/// the main thread.
 class ScreenTrack final : public SCStreamOutput,
                           public SCStreamDelegate,
                           public std::enable_shared_from_this<ScreenTrack> {
 public:
-    /// What a beat begins with, beside the common start.
+    /// What a beat begins with, besides the common start.
     struct Movie {
         std::shared_ptr<AVAssetWriter> writer;
         std::shared_ptr<AVAssetWriterInput> input;
         int32_t frameRate = 30; ///< frames a second
     };
 
-    /// `streamStopped` is called on the main thread when a stream has ended by itself; it must bear being called late.
-    static std::shared_ptr<ScreenTrack> make(const Platform& platform,
-                                             std::function<void(const SystemError&)> streamStopped);
+    static std::shared_ptr<ScreenTrack> make(const Platform& platform);
+
+    /// The function is called on the main thread when a stream has ended by itself; it must bear being called
+    /// late. To be set before the first stream is made.
+    void onStreamStopped(std::function<void(const SystemError&)> tell) { streamStopped = std::move(tell); }
 
     /// A stream whose frames come here. Throws `SystemError`.
     std::shared_ptr<SCStream> makeStream(const SCContentFilter& filter,
@@ -68,20 +73,20 @@ public:
     int64_t lostFrames() const { return videoDrops->read(); }
     void resetCounters();
     /// When frames were lost, in seconds since the take's start; ends the record.
-    std::vector<double> takeDropTimes();
+    std::vector<double> endDropTimes();
     /// The end of the sample written last; ends the record. Nothing if there was none.
-    std::optional<CMTime> takeLastFrameTime();
+    std::optional<CMTime> endLastFrameTime();
 
     void stream(SCStream& stream, const CMSampleBuffer& didOutputSampleBuffer,
                 SCStreamOutputType of) override;
     void stream(SCStream& stream, const SystemError& didStopWithError) override;
 
 private:
-    ScreenTrack(const Platform& platform, std::function<void(const SystemError&)> streamStopped);
+    explicit ScreenTrack(const Platform& platform);
 
     const std::shared_ptr<MainThread> mainThread;
     const std::shared_ptr<ScreenCapture> screenCapture;
-    const std::function<void(const SystemError&)> streamStopped;
+    std::function<void(const SystemError&)> streamStopped = [](const SystemError&) {};
     const std::shared_ptr<DispatchQueue> videoOutputQueue;
     Sink<std::shared_ptr<AVAssetWriterInput>> videoSink;
     const std::shared_ptr<ScreenBeat> screenBeat;

@@ -164,7 +164,8 @@ TEST_F(AudioPreviewTest, aRebuildMakesANewSessionForTheSameDevice) {
 TEST_F(AudioPreviewTest, aBrokenSessionIsReplacedLater) {
     configure("mic.one");
     const auto old = preview.session();
-    preview.repair();
+    preview.forgetDevice();
+    machine.complete(preview.configure());
     EXPECT_EQ(preview.session(), old) << "not at once: the machine is telling of it";
     machine.run(0.2);
     EXPECT_NE(preview.session(), old);

@@ -26,10 +26,9 @@ TEST_F(CaptureOverlaysTest, eachChoiceThatTheGuideShowsBringsItInLine) {
     selection.selectedDisplayID.set(7);
     selection.selectedWindowID.set(8);
     selection.screenCaptureMode.set(CaptureModeChoice::region);
-    selection.aspectPreset.set(AspectPreset::square);
     selection.captureRegion.set(CaptureRegion{7, {{1, 2}, {30, 40}}});
     selection.clickRippleColor.set(0x00ff00);
-    EXPECT_EQ(windows->calls, Calls(7, "guide"));
+    EXPECT_EQ(windows->calls, Calls(6, "guide"));
 }
 
 TEST_F(CaptureOverlaysTest, theChoiceOfClicksConcernsTheHighlightFirst) {

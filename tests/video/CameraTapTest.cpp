@@ -18,7 +18,7 @@ protected:
     }
     void takeAt(double seconds) {
         machine.time->advanceTo(1000 * INT64_C(1'000'000'000) + nanosecondsFromSeconds(seconds));
-        tap.take(frameAt(seconds));
+        tap.frame(frameAt(seconds));
     }
 
     SimulatedMachine machine;
@@ -82,7 +82,7 @@ TEST_F(CameraTapTest, whatAFlushDidIsAdded) {
 TEST_F(CameraTapTest, aFrameWithoutAPictureLeavesTheSizeAsItWas) {
     tap.begin(start, 30);
     takeAt(0);
-    tap.take(CMSampleBuffer::makeVideo(nullptr, {CMTimeMake(1, 30), start, kCMTimeInvalid}));
+    tap.frame(CMSampleBuffer::makeVideo(nullptr, {CMTimeMake(1, 30), start, kCMTimeInvalid}));
     EXPECT_EQ(tap.frameSize->read(), (CMVideoDimensions{2, 2}));
 }
 

@@ -72,7 +72,7 @@ TEST_F(CamerasTest, whatWaitsForAMovieIsWrittenAndCountedAtTheEnd) {
     cameras.begin(start, recordings);
     cameras.open(recordings);
     extraInput->ready = [] { return false; };
-    tap->take(picture(start));
+    tap->frame(picture(start));
     EXPECT_EQ(tap->frames->read(), 0);
     extraInput->ready = [] { return true; };
     machine.complete(cameras.flush(nullptr, extras));

@@ -15,7 +15,8 @@ namespace {
 class ScreenTrackTest : public testing::Test {
 protected:
     void SetUp() override {
-        track = ScreenTrack::make(machine.platform(), [this](const SystemError& error) {
+        track = ScreenTrack::make(machine.platform());
+        track->onStreamStopped([this](const SystemError& error) {
             told.push_back(error.localizedDescription() +
                            (machine.mainThread->isAtWork() ? "" : " off the main thread"));
         });
@@ -187,8 +188,8 @@ TEST_F(ScreenTrackTest, lossesAreCountedAndTimedFromTheCommonStart) {
         deliver(*stream, frame(seconds, kComplete));
     // Of three that the writer doesn't take the beat holds the last.
     EXPECT_EQ(track->lostFrames(), 2);
-    EXPECT_EQ(track->takeDropTimes(), (std::vector<double>{0.5, 0.6}));
-    EXPECT_TRUE(track->takeDropTimes().empty()) << "they were taken";
+    EXPECT_EQ(track->endDropTimes(), (std::vector<double>{0.5, 0.6}));
+    EXPECT_TRUE(track->endDropTimes().empty()) << "they were taken";
     track->resetCounters();
     EXPECT_EQ(track->lostFrames(), 0);
 }
@@ -201,7 +202,7 @@ TEST_F(ScreenTrackTest, aFrameThatTheWriterRefusesIsLostWithItsTime) {
     writer->script.refuses = [](const CMSampleBuffer&) { return true; };
     deliver(*stream, frame(0.5, kComplete));
     EXPECT_EQ(track->lostFrames(), 1);
-    EXPECT_EQ(track->takeDropTimes(), std::vector<double>{0.5});
+    EXPECT_EQ(track->endDropTimes(), std::vector<double>{0.5});
 }
 
 TEST_F(ScreenTrackTest, aCallbackMayBeTheLastToHoldIt) {
@@ -219,13 +220,13 @@ TEST_F(ScreenTrackTest, aCallbackMayBeTheLastToHoldIt) {
 }
 
 TEST_F(ScreenTrackTest, theEndOfTheLastSampleIsKnownOnce) {
-    EXPECT_FALSE(track->takeLastFrameTime());
+    EXPECT_FALSE(track->endLastFrameTime());
     const auto stream = makeStream();
     arm();
     track->open(input);
     deliver(*stream, frame(0, kComplete));
-    EXPECT_EQ(track->takeLastFrameTime(), commonStart + CMTimeMake(1, 30));
-    EXPECT_FALSE(track->takeLastFrameTime());
+    EXPECT_EQ(track->endLastFrameTime(), commonStart + CMTimeMake(1, 30));
+    EXPECT_FALSE(track->endLastFrameTime());
 }
 
 TEST_F(ScreenTrackTest, theEndFillsTheMovieUpToTheStop) {
