@@ -31,11 +31,17 @@ TEST_F(SessionControlTest, aStartReturnsAtOnceAndAStopWhenTheSessionHasStopped) 
     const auto session = makeSession("one");
     machine.audioHardware->device("one")->startSeconds = 1;
     const CMTime begun = machine.now();
-    control.start(session);
+    bool hasStarted = false;
+    control.start(session, [&] {
+        EXPECT_TRUE(session->isRunning());
+        hasStarted = true;
+    });
     EXPECT_EQ(machine.now(), begun);
     EXPECT_FALSE(session->isRunning());
+    EXPECT_FALSE(hasStarted);
     machine.run(1.1);
     EXPECT_TRUE(session->isRunning());
+    EXPECT_TRUE(hasStarted);
     machine.complete(control.stop(session));
     EXPECT_FALSE(session->isRunning());
 }
@@ -45,7 +51,7 @@ TEST_F(SessionControlTest, aStopWaitsForTheStartBeforeItAndTheMainThreadIsFree) 
     machine.audioHardware->device("one")->startSeconds = 1; // a device that hangs
     bool isFree = false;
     machine.time->after(500'000'000, [&] { machine.mainThread->post([&] { isFree = true; }); });
-    control.start(session);
+    control.start(session, [] {});
     machine.complete(control.stop(session));
     EXPECT_TRUE(isFree);
     EXPECT_FALSE(session->isRunning());

@@ -57,7 +57,7 @@ protected:
     const Platform platform = machine.platform();
     CameraSelection selection;
     Cameras cameras{platform, selection};
-    std::shared_ptr<ScreenTrack> track = ScreenTrack::make(platform, [](const SystemError&) {});
+    std::shared_ptr<ScreenTrack> track = ScreenTrack::make(platform);
     RunningTake take{URL::fileURL("/takes/take_video.mov")};
     std::optional<CGSize> windowSize;
     TakeStatus status;
