@@ -48,9 +48,9 @@ int64_t soundTicks(CMTime duration) {
 }
 
 /// One document in the making.
-class Writer {
+class FcpxmlWriter {
 public:
-    explicit Writer(const Take& take)
+    explicit FcpxmlWriter(const Take& take)
         : take(take) {}
 
     std::string document() {
@@ -194,7 +194,7 @@ std::string time(int64_t value, int64_t scale) {
 }
 
 std::string fcpxml(const Take& take) {
-    return Writer(take).document();
+    return FcpxmlWriter(take).document();
 }
 
 } // namespace vintra::TimelineFile

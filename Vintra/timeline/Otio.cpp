@@ -35,9 +35,9 @@ JSON makeTrack(std::string name, const char* kind, JSON clip, JSON::Object notes
 }
 
 /// One document in the making.
-class Writer {
+class OtioWriter {
 public:
-    explicit Writer(const Take& take)
+    explicit OtioWriter(const Take& take)
         : take(take)
         , fps(take.rate.framesPerSecond()) {}
 
@@ -126,7 +126,7 @@ private:
 } // namespace
 
 std::string otio(const Take& take) {
-    return Writer(take).timeline().text(0);
+    return OtioWriter(take).timeline().text(0);
 }
 
 } // namespace vintra::TimelineFile

@@ -85,9 +85,9 @@ Node outputsNode() {
 
 /// One document in the making. The nodes are made in the order in which they are printed: the first clip of a
 /// file carries the file's description, later ones refer to it.
-class Writer {
+class PremiereWriter {
 public:
-    explicit Writer(const Take& take)
+    explicit PremiereWriter(const Take& take)
         : take(take)
         , pictures(take.pictures())
         , sounds(premiereSounds(take)) {
@@ -280,7 +280,7 @@ private:
 
 std::string premiereXML(const Take& take) {
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!DOCTYPE xmeml>\n" +
-           Writer(take).document().text(0) + "\n";
+           PremiereWriter(take).document().text(0) + "\n";
 }
 
 } // namespace vintra::TimelineFile

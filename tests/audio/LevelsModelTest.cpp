@@ -50,7 +50,7 @@ TEST_F(LevelsModelTest, buffersATenthOfASecondApartShowTheFirstAlone) {
 
 TEST_F(LevelsModelTest, buffersAnEighthOfASecondApartBothPassAtAnyTime) {
     for (const double start : {0.0, 0.1, 10.0, 86'400.3, 1'234'567.7}) {
-        const LevelKey key = LevelKey::extra(UUID{{static_cast<uint8_t>(start)}});
+        const LevelKey key = LevelKey::extra(bass);
         PublishGate gate(clock);
         clock.set(start);
         const CMTime first = clock.now();

@@ -35,7 +35,7 @@ constexpr const char* kOutput = "headless.output"; // of the session, its defaul
 constexpr int64_t kRate = 48'000;
 
 /// Seconds by which a machine may oversleep before a sound server's cycle is lost whatever the program does.
-constexpr double kLongestStall = 0.015;
+constexpr double kLongestSoundStall = 0.015;
 constexpr int kAttempts = 6;
 /// Frames of a cycle that outlasts the stalls of a virtual machine, of up to 85 ms, for a run that can't be
 /// repeated until there is none.
@@ -278,7 +278,7 @@ TEST_F(ComputerAudioEndToEndTest, whatIsPlayedIsInTheTakeToTheBitAndHeardOnTheMo
         const bool isHeard = heard.lost + heard.repeated <= frames / 1000 && heard.silent == inTake.silent;
         const bool isWhole = inTake.lost == 0 && inTake.silent == 0;
         // A long run says what became of it on the machine as it is.
-        if (!(isWhole && isHeard) && stall > kLongestStall && !asked) continue;
+        if (!(isWhole && isHeard) && stall > kLongestSoundStall && !asked) continue;
         EXPECT_EQ(inTake.played, frames);
         EXPECT_EQ(inTake.lost, 0);
         EXPECT_EQ(inTake.repeated, 0);
@@ -463,7 +463,7 @@ TEST_F(ComputerAudioEndToEndTest, elevenFilesComeFromFourDevicesAlignedToTheSamp
             const auto clock = clockAt(2 * kRate, RecordedWav(URL::fileURL(file.value("path", "")), 1));
             if (clock) clocks.push_back(*clock);
         }
-        if (clocks.size() < 10 && stalls.longest() > kLongestStall) continue;
+        if (clocks.size() < 10 && stalls.longest() > kLongestSoundStall) continue;
         ASSERT_EQ(clocks.size(), 10u) << "all but the computer's, which was silent";
         const auto [least, most] = std::minmax_element(clocks.begin(), clocks.end());
         // The server's clock is a timer here. It slips with the machine, by no more than that stalls.

@@ -2,6 +2,7 @@
 
 #include "tests/support/ChildProcess.h"
 #include "tests/support/MediaProbe.h"
+#include "tests/support/Nanoseconds.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include "Vintra/platform/UserDefaults.h"
@@ -16,8 +17,6 @@
 
 namespace vintra {
 namespace {
-
-constexpr int64_t kSecond = 1'000'000'000;
 
 /// Resident memory of this process in megabytes, now.
 double residentMegabytes() {

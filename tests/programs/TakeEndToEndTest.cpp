@@ -36,7 +36,7 @@ constexpr double kGrey = 128;
 constexpr double kFlashTolerance = VINTRA_FLASH_TAKES == 10 ? 1.0 / 30 : 0.25;
 
 /// Seconds by which a machine may let its threads oversleep before a flash can't be told to a frame.
-constexpr double kLongestStall = VINTRA_FLASH_TAKES == 10 ? 0.01 : 0.2;
+constexpr double kLongestFlashStall = VINTRA_FLASH_TAKES == 10 ? 0.01 : 0.2;
 
 /// How a run of vintra-take ended.
 struct Outcome {
@@ -186,7 +186,7 @@ std::optional<double> TakeEndToEndTest::clickAfterFlash(const std::string& name)
     EXPECT_EQ(signal.readLine(), "ready");
     take({"--seconds", "2.6", "--name", name, "--fps", "30", "--mic", "vintra.headless.flash-and-click"});
     const double drawn = slowestFlash(signal);
-    if (std::max(drawn, stalls.longest()) > kLongestStall) return std::nullopt;
+    if (std::max(drawn, stalls.longest()) > kLongestFlashStall) return std::nullopt;
 
     const auto click = firstSound(sound(name), 0.1);
     EXPECT_TRUE(click.has_value());

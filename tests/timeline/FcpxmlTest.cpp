@@ -9,8 +9,6 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-const CMTime kTenSeconds = CMTimeMake(10, 1);
-
 TEST(FcpxmlTest, timesAreReduced) {
     EXPECT_EQ(time(0, 30), "0s");
     EXPECT_EQ(time(90, 30), "3s");

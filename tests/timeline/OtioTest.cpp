@@ -10,8 +10,6 @@ namespace {
 
 using nlohmann::json;
 
-const CMTime kTenSeconds = CMTimeMake(10, 1);
-
 json tracksOf(const Take& take) {
     return json::parse(otio(take)).at("tracks").at("children");
 }

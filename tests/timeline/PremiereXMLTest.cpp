@@ -10,7 +10,6 @@ namespace {
 
 using Texts = std::vector<std::string>;
 
-const CMTime kTenSeconds = CMTimeMake(10, 1);
 const std::string kAudioTracks = "/xmeml/sequence/media/audio/track";
 const std::string kVideoTracks = "/xmeml/sequence/media/video/track";
 

@@ -10,8 +10,6 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-const CMTime kTenSeconds = CMTimeMake(10, 1);
-
 Media picture(const TakeBuilder& take, const std::string& rest, const std::string& rate = "30",
               std::vector<int64_t> soundTracks = {}) {
     return pictureMedia(take.url(rest), kTenSeconds, rateNamed(rate), 1920, 1080, std::move(soundTracks));

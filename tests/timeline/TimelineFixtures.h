@@ -9,6 +9,8 @@ namespace vintra::TimelineFile {
 
 // Takes by hand, without files: what probing would have found is given.
 
+const CMTime kTenSeconds = CMTimeMake(10, 1);
+
 /// A picture file that lasts `duration`, its picture as long.
 Media pictureMedia(const URL& url, CMTime duration, Rate rate, int64_t width, int64_t height,
                    std::vector<int64_t> soundTracks = {});

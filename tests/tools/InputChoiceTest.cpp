@@ -21,7 +21,7 @@ InputChoice chosen(const std::string& text, int fields = 3) {
     return std::get<InputChoice>(result);
 }
 
-InputProblem refused(const std::string& text, int fields = 3) {
+InputProblem refusedInput(const std::string& text, int fields = 3) {
     const auto result = parseInputChoice(text, kInputs, fields);
     if (const auto* problem = std::get_if<InputProblem>(&result)) return *problem;
     ADD_FAILURE() << "accepted";
@@ -56,7 +56,7 @@ TEST(InputChoiceTest, anIdWithColonsIsFoundWhole) {
 }
 
 TEST(InputChoiceTest, anUnknownInputIsToldAndIsNoWrongUsage) {
-    const InputProblem problem = refused("alsa_input.usb2:1");
+    const InputProblem problem = refusedInput("alsa_input.usb2:1");
     EXPECT_EQ(problem.sentence,
               "There is no sound input “alsa_input.usb2:1”. --list shows the ones there are.");
     EXPECT_FALSE(problem.isUsage);
@@ -65,19 +65,20 @@ TEST(InputChoiceTest, anUnknownInputIsToldAndIsNoWrongUsage) {
 }
 
 TEST(InputChoiceTest, aChannelThatTheInputHasNotIsTold) {
-    EXPECT_EQ(refused("alsa_input.usb:5").sentence, "“USB Mixer” has 4 channels: there is no channel 5.");
-    EXPECT_EQ(refused("bluez_input.00:1A:7D:DA:71:13:2").sentence,
+    EXPECT_EQ(refusedInput("alsa_input.usb:5").sentence,
+              "“USB Mixer” has 4 channels: there is no channel 5.");
+    EXPECT_EQ(refusedInput("bluez_input.00:1A:7D:DA:71:13:2").sentence,
               "“Headset” has 1 channel: there is no channel 2.");
 }
 
 TEST(InputChoiceTest, whatIsNoChannelOrNoGainIsWrongUsage) {
     for (const char* text : {"null:0", "null:-1", "null:one", "null:1.0", "null:99999999999999999999",
                              "null:1:a:loud", "null:1:a:61", "null:1:a:nan", "null:1:a:3:b"}) {
-        const InputProblem problem = refused(text);
+        const InputProblem problem = refusedInput(text);
         EXPECT_TRUE(problem.isUsage) << text;
         EXPECT_EQ(problem.sentence.back(), '.') << problem.sentence;
     }
-    EXPECT_TRUE(refused("null:1:Voice", 1).isUsage); // a microphone's name has an option of its own
+    EXPECT_TRUE(refusedInput("null:1:Voice", 1).isUsage); // a microphone's name has an option of its own
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 #include "Vintra/video/DropTimeline.h"
+#include "tests/video/HostTimes.h"
 
 #include "Vintra/video/DropCounter.h"
 #include "Vintra/video/ScreenDropSummary.h"
@@ -7,8 +8,6 @@
 
 namespace vintra {
 namespace {
-
-constexpr CMTime kStart{36'000'000'000, 7'200'000, kCMTimeFlags_Valid}; // 5,000 s
 
 TEST(DropTimelineTest, lossesAreKeptInSecondsSinceTheStart) {
     DropTimeline timeline;

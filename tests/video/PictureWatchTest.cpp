@@ -1,4 +1,5 @@
 #include "Vintra/video/PictureWatch.h"
+#include "tests/video/HostTimes.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
@@ -10,12 +11,6 @@ namespace {
 
 using Stretch = PictureWatch::Stretch;
 using Stretches = std::vector<Stretch>;
-
-constexpr CMTime kStart{36'000'000'000, 7'200'000, kCMTimeFlags_Valid}; // 5,000 s
-
-CMTime after(double seconds) {
-    return kStart + CMTimeMakeWithSeconds(seconds, 7'200'000);
-}
 
 /// 8 × 8 pixels, every byte of them `shade`.
 std::shared_ptr<CVPixelBuffer> shaded(uint8_t shade) {

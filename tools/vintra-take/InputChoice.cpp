@@ -5,8 +5,6 @@
 namespace vintra {
 namespace {
 
-constexpr double kLargestGain = 60; // dB, up or down
-
 const KnownInput* inputMeant(const std::string& text, const std::vector<KnownInput>& inputs) {
     const KnownInput* longest = nullptr;
     for (const KnownInput& input : inputs) {

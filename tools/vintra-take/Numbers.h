@@ -6,6 +6,8 @@
 
 namespace vintra {
 
+constexpr double kLargestGain = 60; ///< of a track, in dB up or down
+
 /// The text as a finite decimal number, whatever the locale; nothing unless all of it is one.
 std::optional<double> wholeTextAsNumber(const std::string& text);
 /// The text as a whole number; nothing unless all of it is one that fits.

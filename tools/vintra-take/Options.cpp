@@ -27,7 +27,6 @@ constexpr std::array kNotBuilt = {
 };
 
 constexpr double kLongestTake = 7 * 24 * 3600.0; // seconds
-constexpr double kLargestGain = 60;              // dB, up or down
 
 double number(const std::string& option, const std::string& text, double least, double most) {
     const auto value = wholeTextAsNumber(text);

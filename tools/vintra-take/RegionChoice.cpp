@@ -15,7 +15,7 @@ std::string pointsText(double points) {
     return plainNumber(std::floor(points * 100) / 100);
 }
 
-std::string sizeText(CGSize size) {
+std::string sizeInPoints(CGSize size) {
     return pointsText(size.width) + "×" + pointsText(size.height);
 }
 
@@ -48,19 +48,20 @@ std::optional<std::string> regionProblem(const CGRect& region, AspectPreset aspe
     const CGSize room{on.points.width - region.minX(), on.points.height - region.minY()};
     const std::string place = pointsText(region.minX()) + "," + pointsText(region.minY());
     if (!(room.width > 0 && room.height > 0)) {
-        return "The region lies outside of " + nameOf(on) + ", which has " + sizeText(on.points) +
+        return "The region lies outside of " + nameOf(on) + ", which has " + sizeInPoints(on.points) +
                " points: nothing begins at " + place + ". --list shows the displays.";
     }
     if (region.size.width > room.width || region.size.height > room.height) {
-        return "The region reaches beyond " + nameOf(on) + ", which has " + sizeText(on.points) +
-               " points: from " + place + " there is room for " + sizeText(room) + ".";
+        return "The region reaches beyond " + nameOf(on) + ", which has " + sizeInPoints(on.points) +
+               " points: from " + place + " there is room for " + sizeInPoints(room) + ".";
     }
     const auto pixels = CaptureRegion{on.display.id, region}.pixelSize(on.scale, aspect);
     const CGSize covered{pixels.width / on.scale, pixels.height / on.scale};
     // The smallest picture of a shape may be larger than the region.
     if (covered.width > room.width || covered.height > room.height) {
-        return "The smallest picture of this shape takes " + sizeText(covered) + " points, and from " +
-               place + " there is room for " + sizeText(room) + ". Begin further up or further to the left.";
+        return "The smallest picture of this shape takes " + sizeInPoints(covered) + " points, and from " +
+               place + " there is room for " + sizeInPoints(room) +
+               ". Begin further up or further to the left.";
     }
     return std::nullopt;
 }

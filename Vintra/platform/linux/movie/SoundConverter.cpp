@@ -15,7 +15,7 @@ namespace vintra {
 namespace {
 
 constexpr double kHighestRate = 768'000;
-constexpr uint32_t kMostChannels = 64;
+constexpr uint32_t kMostConvertedChannels = 64;
 
 const AudioStreamBasicDescription* description(const CMSampleBuffer& sample) {
     const auto format = sample.formatDescription();
@@ -52,7 +52,7 @@ bool SoundConverter::canConvert(const CMSampleBuffer& sample) {
     if (format == nullptr || !data || format->mFormatID != kAudioFormatLinearPCM || format->isBigEndian())
         return false;
     if (!(format->mSampleRate >= 1 && format->mSampleRate <= kHighestRate)) return false;
-    if (format->mChannelsPerFrame < 1 || format->mChannelsPerFrame > kMostChannels) return false;
+    if (format->mChannelsPerFrame < 1 || format->mChannelsPerFrame > kMostConvertedChannels) return false;
     if (format->isNonInterleaved() && format->mChannelsPerFrame > 1) return false;
     if (format->mBitsPerChannel != 8 * bytesPerValue(*format)) return false;
     const size_t frame = bytesPerValue(*format) * format->mChannelsPerFrame;

@@ -15,7 +15,7 @@ extern "C" {
 namespace vintra {
 namespace {
 
-constexpr const char* kEncoding = "The sound couldn't be encoded";
+constexpr const char* kSoundNotEncoded = "The sound couldn't be encoded";
 constexpr std::array kRates = {96'000, 88'200, 64'000, 48'000, 44'100, 32'000, 24'000,
                                22'050, 16'000, 12'000, 11'025, 8'000,  7'350};
 
@@ -85,8 +85,8 @@ void SoundEncoder::encodePacket() {
     frame->format = context->sample_fmt;
     frame->nb_samples = static_cast<int>(count);
     frame->sample_rate = context->sample_rate;
-    throwIfLibavFailed(av_channel_layout_copy(&frame->ch_layout, &context->ch_layout), kEncoding);
-    throwIfLibavFailed(av_frame_get_buffer(frame.get(), 0), kEncoding);
+    throwIfLibavFailed(av_channel_layout_copy(&frame->ch_layout, &context->ch_layout), kSoundNotEncoded);
+    throwIfLibavFailed(av_frame_get_buffer(frame.get(), 0), kSoundNotEncoded);
     for (size_t channel = 0; channel < channels; ++channel) {
         auto* plane = reinterpret_cast<float*>(frame->extended_data[channel]);
         for (size_t i = 0; i < count; ++i) {
@@ -97,7 +97,7 @@ void SoundEncoder::encodePacket() {
     frame->pts = sent;
     sent += static_cast<int64_t>(count);
     pending.clear();
-    throwIfLibavFailed(avcodec_send_frame(context.get(), frame.get()), kEncoding);
+    throwIfLibavFailed(avcodec_send_frame(context.get(), frame.get()), kSoundNotEncoded);
     receive();
 }
 
@@ -105,7 +105,7 @@ void SoundEncoder::receive() {
     for (;;) {
         const int result = avcodec_receive_packet(context.get(), packet.get());
         if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) return;
-        throwIfLibavFailed(result, kEncoding);
+        throwIfLibavFailed(result, kSoundNotEncoded);
         output(std::vector<uint8_t>(packet->data, packet->data + packet->size));
         av_packet_unref(packet.get());
     }
@@ -113,7 +113,7 @@ void SoundEncoder::receive() {
 
 void SoundEncoder::finish() {
     if (!pending.empty()) encodePacket();
-    throwIfLibavFailed(avcodec_send_frame(context.get(), nullptr), kEncoding);
+    throwIfLibavFailed(avcodec_send_frame(context.get(), nullptr), kSoundNotEncoded);
     receive();
 }
 

@@ -15,7 +15,7 @@ extern "C" {
 namespace vintra {
 namespace {
 
-constexpr const char* kEncoding = "The picture couldn't be encoded";
+constexpr const char* kPictureNotEncoded = "The picture couldn't be encoded";
 
 std::span<const uint8_t> extradata(const AVCodecContext& context) {
     return {context.extradata, static_cast<size_t>(context.extradata_size)};
@@ -129,7 +129,7 @@ void VideoEncoder::encode(const std::shared_ptr<CVPixelBuffer>& image, int64_t t
     frame->pts = time;
     frame->pict_type = key ? AV_PICTURE_TYPE_I : AV_PICTURE_TYPE_NONE;
     due.push_back({.time = time, .isRepeat = false});
-    throwIfLibavFailed(avcodec_send_frame(context.get(), frame.get()), kEncoding);
+    throwIfLibavFailed(avcodec_send_frame(context.get(), frame.get()), kPictureNotEncoded);
     receive();
 }
 
@@ -142,7 +142,7 @@ void VideoEncoder::giveRepeats() {
 }
 
 void VideoEncoder::finish() {
-    throwIfLibavFailed(avcodec_send_frame(context.get(), nullptr), kEncoding);
+    throwIfLibavFailed(avcodec_send_frame(context.get(), nullptr), kPictureNotEncoded);
     receive();
 }
 
@@ -150,7 +150,7 @@ void VideoEncoder::receive() {
     for (;;) {
         const int result = avcodec_receive_packet(context.get(), packet.get());
         if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) return;
-        throwIfLibavFailed(result, kEncoding);
+        throwIfLibavFailed(result, kPictureNotEncoded);
         std::vector<uint8_t> bytes =
             lengthPrefixedNalUnits({packet->data, static_cast<size_t>(packet->size)});
         if (repeats) bytes = repeats->renumbered(bytes);
@@ -191,7 +191,7 @@ void VideoEncoder::useDirectly(const std::shared_ptr<CVPixelBuffer>& picture) {
         AV_BUFFER_FLAG_READONLY);
     if (frame->buf[0] == nullptr) {
         delete held;
-        throwIfLibavFailed(AVERROR(ENOMEM), kEncoding);
+        throwIfLibavFailed(AVERROR(ENOMEM), kPictureNotEncoded);
     }
 }
 
@@ -201,7 +201,7 @@ void VideoEncoder::makeFrame() {
     frame->format = context->pix_fmt;
     frame->width = context->width;
     frame->height = context->height;
-    throwIfLibavFailed(av_frame_get_buffer(frame.get(), 0), kEncoding);
+    throwIfLibavFailed(av_frame_get_buffer(frame.get(), 0), kPictureNotEncoded);
 }
 
 void VideoEncoder::fill(const std::shared_ptr<CVPixelBuffer>& picture) {

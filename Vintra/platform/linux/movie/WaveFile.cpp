@@ -10,7 +10,7 @@ namespace {
 
 constexpr uint32_t kBytesPerValue = 3;
 constexpr uint32_t kBitsPerValue = 8 * kBytesPerValue;
-constexpr uint32_t kMostChannels = 32;
+constexpr uint32_t kMostWaveChannels = 32;
 
 void put(std::vector<uint8_t>& bytes, const char (&id)[5]) {
     for (int i = 0; i < 4; ++i)
@@ -41,7 +41,8 @@ bool WaveFile::canWrite(const AVOutputSettings& settings) {
     return audio != nullptr && audio->formatID == kAudioFormatLinearPCM && !audio->linearPCMIsFloat &&
            !audio->linearPCMIsBigEndian && !audio->linearPCMIsNonInterleaved &&
            audio->linearPCMBitDepth == kBitsPerValue && audio->numberOfChannels >= 1 &&
-           audio->numberOfChannels <= kMostChannels && audio->sampleRate >= 1 && audio->sampleRate <= 768'000;
+           audio->numberOfChannels <= kMostWaveChannels && audio->sampleRate >= 1 &&
+           audio->sampleRate <= 768'000;
 }
 
 std::unique_ptr<WaveFile> WaveFile::create(const URL& url, const std::vector<AVOutputSettings>& tracks) {

@@ -9,7 +9,7 @@
 namespace vintra {
 namespace {
 
-constexpr double kSecondsUntilRefused = 3.0;
+constexpr double kSecondsUntilCaptureRefused = 3.0;
 
 AudioStreamBasicDescription layout(const AVAudioSettings& settings) {
     AudioStreamBasicDescription result = floatPCMDescription(settings.sampleRate, settings.numberOfChannels);
@@ -97,7 +97,7 @@ void PipeWireCaptureSession::startRunning() {
                   name = node->name] { to->sessionHasEnded(self, name); };
     stream = std::make_unique<PipeWireCaptureStream>(*connection, *node, output->format(), std::move(handler),
                                                      std::move(ended));
-    const int64_t deadline = PipeWireLoop::deadlineIn(kSecondsUntilRefused);
+    const int64_t deadline = PipeWireLoop::deadlineIn(kSecondsUntilCaptureRefused);
     while (!stream->isStreaming() && !stream->hasEnded()) {
         if (!connection->loop().waitUntil(deadline)) break;
     }

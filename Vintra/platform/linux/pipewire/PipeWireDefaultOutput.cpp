@@ -11,7 +11,7 @@ namespace {
 constexpr const char* kEffectiveKey = "default.audio.sink";
 constexpr const char* kConfiguredKey = "default.configured.audio.sink";
 constexpr const char* kHeldKey = "vintra.default.audio.sink"; ///< what was in force before the virtual device
-constexpr double kSecondsUntilRefused = 1.0;
+constexpr double kSecondsUntilDefaultRefused = 1.0;
 constexpr double kSecondsUntilConfirmed = 0.2; // a server that answers at all has done so by then
 constexpr int kMostReminders = 50;             // 10 s; then the session manager has its way
 
@@ -90,7 +90,7 @@ bool PipeWireDefaultOutput::setDevice(uint32_t number) {
         const bool isReleased = !endsHold || (now != nullptr && !now->nodeName(kHeldKey));
         return effectiveName() == node->name && isReleased;
     };
-    const int64_t deadline = PipeWireLoop::deadlineIn(kSecondsUntilRefused);
+    const int64_t deadline = PipeWireLoop::deadlineIn(kSecondsUntilDefaultRefused);
     while (!isInForce()) {
         if (connection->loop().waitUntil(deadline)) continue;
         if (hold) giveUpHold();

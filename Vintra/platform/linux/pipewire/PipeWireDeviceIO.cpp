@@ -13,7 +13,7 @@
 namespace vintra {
 namespace {
 
-constexpr double kSecondsUntilRefused = 1.0;
+constexpr double kSecondsUntilPinRefused = 1.0;
 constexpr double kSecondsBetweenLooks = 0.005; ///< a clock's rate changes without a message
 
 } // namespace
@@ -122,7 +122,7 @@ bool PipeWireDeviceIO::pin(const PipeWireNode& node) {
     if (pinnedRate == 0 && pinnedFrames == 0) return true;
     pinned = std::make_unique<PipeWireDevicePin>(
         *connection, node, PipeWireCycleWishes{.rate = pinnedRate, .frames = pinnedFrames});
-    const int64_t deadline = PipeWireLoop::deadlineIn(kSecondsUntilRefused);
+    const int64_t deadline = PipeWireLoop::deadlineIn(kSecondsUntilPinRefused);
     while (!pinned->isInForce()) {
         connection->loop().waitUntil(std::min(PipeWireLoop::deadlineIn(kSecondsBetweenLooks), deadline));
         if (PipeWireLoop::deadlineIn(0) >= deadline) return false;

@@ -8,7 +8,7 @@
 namespace vintra {
 namespace {
 
-constexpr double kSecondsUntilRefused = 3.0;
+constexpr double kSecondsUntilIORefused = 3.0;
 
 } // namespace
 
@@ -41,7 +41,7 @@ bool PipeWireIOProc::connectStream() {
     const auto direction =
         node->isInput() ? PipeWireIOStream::Direction::input : PipeWireIOStream::Direction::output;
     stream = std::make_unique<PipeWireIOStream>(*connection, *node, direction, block, cycles, frames);
-    const int64_t deadline = PipeWireLoop::deadlineIn(kSecondsUntilRefused);
+    const int64_t deadline = PipeWireLoop::deadlineIn(kSecondsUntilIORefused);
     while (!stream->isStreaming() && !stream->hasEnded()) {
         if (!connection->loop().waitUntil(deadline)) break;
     }

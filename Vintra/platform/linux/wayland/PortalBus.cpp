@@ -13,7 +13,7 @@ namespace {
 
 constexpr const char* kPortal = "org.freedesktop.portal.Desktop";
 /// A portal that the bus has yet to start takes its time.
-constexpr int64_t kPatience = 15'000'000'000; // nanoseconds
+constexpr int64_t kAnswerPatience = 15'000'000'000; // nanoseconds
 
 SystemError noBus() {
     return SystemError("portal", 1,
@@ -93,7 +93,7 @@ PortalMessage PortalBus::call(PortalMessage request) {
     requireBus(sd_bus_call_async(bus.get(), &pending, request.get(), take, &reply,
                                  std::numeric_limits<uint64_t>::max()));
     const PortalSlot slot(pending);
-    if (!waitUntil([&reply] { return reply != nullptr; }, monotonicNanoseconds() + kPatience)) {
+    if (!waitUntil([&reply] { return reply != nullptr; }, monotonicNanoseconds() + kAnswerPatience)) {
         throw noPortal();
     }
     if (const sd_bus_error* const error = sd_bus_message_get_error(reply.get())) throw errorOf(*error);

@@ -14,7 +14,7 @@ namespace {
 
 constexpr int32_t kSecond = 1'000'000'000; // nanoseconds
 /// From the user's answer to a stream that runs.
-constexpr int64_t kPatience = 10LL * kSecond;
+constexpr int64_t kStartPatience = 10LL * kSecond;
 
 } // namespace
 
@@ -87,7 +87,7 @@ void WaylandCapture::connect(PortalScreenCast::Stream granted, double displayWid
 }
 
 void WaylandCapture::awaitStream() {
-    const int64_t deadline = monotonicNanoseconds() + kPatience;
+    const int64_t deadline = monotonicNanoseconds() + kStartPatience;
     while (true) {
         stream->dispatch();
         bus->dispatch();

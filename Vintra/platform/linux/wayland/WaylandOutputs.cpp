@@ -15,7 +15,7 @@
 namespace vintra {
 namespace {
 
-constexpr int64_t kPatience = 2'000'000'000; // nanoseconds
+constexpr int64_t kCompositorPatience = 2'000'000'000; // nanoseconds
 
 [[noreturn]] void throwNoAnswer() {
     throw SystemError("wayland", 2, "The Wayland compositor doesn't answer.");
@@ -109,7 +109,7 @@ class Reading {
 public:
     explicit Reading(wl_display* display)
         : display(display)
-        , deadline(monotonicNanoseconds() + kPatience)
+        , deadline(monotonicNanoseconds() + kCompositorPatience)
         , registry(wl_display_get_registry(display)) {
         wl_registry_add_listener(registry, &kRegistryListener, this);
         roundTrip(); // names the objects

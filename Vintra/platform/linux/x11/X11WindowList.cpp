@@ -25,7 +25,7 @@ std::optional<std::string> unlessEmpty(std::string text) {
     return text;
 }
 
-CGWindowInfo describe(X11Display& display, const X11Window& window, double scale) {
+CGWindowInfo infoOf(X11Display& display, const X11Window& window, double scale) {
     return {.number = static_cast<uint32_t>(window.id),
             .bounds = pointsOf(window.frame, scale),
             .layer = layerOf(window.kind),
@@ -58,7 +58,7 @@ std::vector<CGWindowInfo> X11WindowList::onScreenWindowsExcludingDesktopElements
     const double scale = readScale(*server);
     for (const X11Window& window : readWindows(*server)) {
         if (!window.isOnScreen || window.kind == X11Window::Kind::desktop) continue;
-        list.push_back(vintra::describe(*server, window, scale));
+        list.push_back(infoOf(*server, window, scale));
     }
     if (server->isDead()) return {};
     return list;
@@ -69,7 +69,7 @@ std::optional<CGWindowInfo> X11WindowList::window(uint32_t number) const {
     if (!server) return std::nullopt;
     const auto found = readWindow(*server, number);
     if (!found) return std::nullopt;
-    CGWindowInfo info = vintra::describe(*server, *found, readScale(*server));
+    CGWindowInfo info = infoOf(*server, *found, readScale(*server));
     if (server->isDead()) return std::nullopt;
     return info;
 }

@@ -1,5 +1,6 @@
 #include "Vintra/platform/linux/pipewire/CaptureRing.h"
 
+#include <gtest/gtest.h>
 #include <numeric>
 #include <random>
 #include <thread>

@@ -1,14 +1,13 @@
 #include "Vintra/platform/linux/pipewire/PipeWireAudioHardware.h"
 #include "Vintra/platform/linux/pipewire/PipeWireConnection.h"
 #include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
+#include "tests/support/Nanoseconds.h"
 #include "tests/support/PublishedMicrophone.h"
 
 #include <algorithm>
 
 namespace vintra {
 namespace {
-
-constexpr int64_t kTenSeconds = 10'000'000'000;
 
 class PipeWireAudioHardwareTest : public ::testing::Test {
 protected:

@@ -1,13 +1,12 @@
 #include "tests/platform/linux/pipewire/CapturedSound.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/Nanoseconds.h"
 #include "tests/support/PublishedMicrophone.h"
 
 #include <optional>
 
 namespace vintra {
 namespace {
-
-constexpr int64_t kTenSeconds = 10'000'000'000;
 
 class PipeWireCaptureNotificationsTest : public ::testing::Test {
 protected:

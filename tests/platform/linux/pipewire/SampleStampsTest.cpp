@@ -1,12 +1,13 @@
 #include "Vintra/platform/linux/pipewire/SampleStamps.h"
+#include "tests/support/Nanoseconds.h"
 
 #include <cstdlib>
+#include <gtest/gtest.h>
 #include <random>
 
 namespace vintra {
 namespace {
 
-constexpr int64_t kSecond = 1'000'000'000;
 constexpr int64_t kStart = 1'234'567'890'123;
 
 TEST(SampleStamps, theFirstBufferHasTheGraphsTime) {

@@ -1,6 +1,7 @@
 #include "Vintra/platform/linux/runtime/LinuxDispatchQueues.h"
 
 #include "Vintra/platform/linux/runtime/LinuxHostClock.h"
+#include "tests/support/Nanoseconds.h"
 
 #include <atomic>
 #include <future>
@@ -12,8 +13,6 @@
 
 namespace vintra {
 namespace {
-
-constexpr int64_t kMillisecond = 1'000'000;
 
 class LinuxDispatchQueuesTest : public testing::Test {
 protected:

@@ -2,6 +2,7 @@
 
 #include "Vintra/platform/linux/runtime/LinuxHostClock.h"
 #include "Vintra/platform/linux/runtime/SignalWatcher.h"
+#include "tests/support/Nanoseconds.h"
 
 #include <csignal>
 #include <gtest/gtest.h>
@@ -12,8 +13,6 @@
 
 namespace vintra {
 namespace {
-
-constexpr int64_t kMillisecond = 1'000'000;
 
 TEST(LinuxEventLoopTest, workPostedByManyThreadsAllRunsOnTheThreadThatMadeIt) {
     LinuxEventLoop loop;
