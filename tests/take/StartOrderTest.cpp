@@ -131,14 +131,22 @@ TEST_F(StartOrderTest, writersOpenOneAfterAnotherInTheirOrder) {
     stop();
 }
 
-TEST_F(StartOrderTest, theFirstFrameOfTheStreamIsTheFirstOfTheMovie) {
-    start();
-    machine.run(1);
+TEST_F(StartOrderTest, theFirstFrameOfTheStreamIsTheFirstOfTheMovieHoweverBusyTheMainThread) {
+    machine.screenCapture->script.startSeconds = 0.5;
+    TaskScope scope;
+    machine.mainThread->runNow([&] { scope.start(recorder->startRecording(videoURL())); });
+    // The content takes 0.1 s, so the stream runs from 0.6 s on: the main thread hears of it 0.2 s later.
+    machine.run(0.55);
+    machine.mainThread->post([&] { machine.hostClock->sleep(250'000); });
+    ASSERT_TRUE(machine.runMainUntil([&] { return !*recorder->isBusy; }));
     const CMTime captured = machine.screenCapture->stream()->captureStart();
+    ASSERT_GT(machine.now() - captured, CMTimeMake(19, 100));
+    machine.run(1);
     stop();
     const CMTime first = videoTrack()->presentationTimes().front();
     EXPECT_LE(CMTimeGetSeconds(first - captured), 0.5 / 600 + 1e-9);
     EXPECT_GE(CMTimeGetSeconds(first - captured), -0.5 / 600 - 1e-9);
+    EXPECT_EQ(*recorder->statusMessage, "Saved") << lastError();
 }
 
 TEST_F(StartOrderTest, soundIsRecordedWhileTheStreamIsStillStarting) {
