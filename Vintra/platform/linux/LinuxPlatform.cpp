@@ -78,8 +78,6 @@ std::shared_ptr<UserDefaults> makeUserDefaults(const Platform& services, bool in
 LinuxPlatform LinuxPlatform::make(std::shared_ptr<EventLoop> eventLoop, Settings settings) {
     LinuxPlatform machine;
     const auto connection = std::make_shared<PipeWireConnection>();
-    machine.captureDevices = std::make_shared<PipeWireCaptureDevices>(connection, eventLoop);
-
     Platform& services = machine.services;
     services.hostClock = std::make_shared<LinuxHostClock>();
     services.wallClock = std::make_shared<LinuxWallClock>();
@@ -89,6 +87,7 @@ LinuxPlatform LinuxPlatform::make(std::shared_ptr<EventLoop> eventLoop, Settings
     services.fileManager = std::make_shared<LinuxFileManager>();
     services.processInfo = std::make_shared<LinuxProcessInfo>();
     services.assetWriters = std::make_shared<LinuxAssetWriters>();
+    machine.captureDevices = std::make_shared<PipeWireCaptureDevices>(connection, eventLoop, services.log);
     services.captureDevices = machine.captureDevices;
     services.audioDeviceIO = std::make_shared<PipeWireDeviceIO>(connection, services.log);
     addScreenServices(services);

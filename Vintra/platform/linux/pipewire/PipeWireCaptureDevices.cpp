@@ -10,9 +10,11 @@
 namespace vintra {
 
 PipeWireCaptureDevices::PipeWireCaptureDevices(std::shared_ptr<PipeWireConnection> connection,
-                                               std::shared_ptr<MainThread> mainThread)
+                                               std::shared_ptr<MainThread> mainThread,
+                                               std::shared_ptr<Log> log)
     : connection(std::move(connection))
-    , notifier(PipeWireCaptureNotifier::make(this->connection, std::move(mainThread))) {}
+    , notifier(PipeWireCaptureNotifier::make(this->connection, std::move(mainThread)))
+    , log(std::move(log)) {}
 
 std::shared_ptr<AVCaptureDevice> PipeWireCaptureDevices::deviceWithUniqueID(const std::string& uniqueID) {
     auto node = connection->devices().deviceNamed(uniqueID);
@@ -44,7 +46,7 @@ PipeWireCaptureDevices::makeAudioDataOutput(const AVAudioSettings& audioSettings
 }
 
 std::shared_ptr<AVCaptureSession> PipeWireCaptureDevices::makeSession() {
-    return std::make_shared<PipeWireCaptureSession>(connection, notifier);
+    return std::make_shared<PipeWireCaptureSession>(connection, notifier, log);
 }
 
 Observation PipeWireCaptureDevices::observe(CaptureDeviceNotifications notifications) {

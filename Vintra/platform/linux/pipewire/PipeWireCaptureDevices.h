@@ -9,6 +9,7 @@
 
 namespace vintra {
 
+class Log;
 class PipeWireCaptureNotifier;
 class PipeWireConnection;
 
@@ -16,7 +17,7 @@ class PipeWireConnection;
 class PipeWireCaptureDevices : public CaptureDevices {
 public:
     PipeWireCaptureDevices(std::shared_ptr<PipeWireConnection> connection,
-                           std::shared_ptr<MainThread> mainThread);
+                           std::shared_ptr<MainThread> mainThread, std::shared_ptr<Log> log);
 
     std::shared_ptr<AVCaptureDevice> deviceWithUniqueID(const std::string& uniqueID) override;
     /// PipeWire lets every program of the user record: nobody is asked.
@@ -35,6 +36,7 @@ public:
 private:
     const std::shared_ptr<PipeWireConnection> connection;
     const std::shared_ptr<PipeWireCaptureNotifier> notifier;
+    const std::shared_ptr<Log> log;
 };
 
 } // namespace vintra

@@ -1,5 +1,6 @@
 #include "Vintra/platform/linux/pipewire/PipeWireCaptureSession.h"
 
+#include "Vintra/platform/Log.h"
 #include "Vintra/platform/linux/pipewire/PipeWireCaptureNotifier.h"
 #include "Vintra/platform/linux/pipewire/PipeWireCaptureStream.h"
 #include "Vintra/platform/linux/pipewire/PipeWireConnection.h"
@@ -34,9 +35,14 @@ PipeWireAudioDataOutput::PipeWireAudioDataOutput(const AVAudioSettings& settings
 
 void PipeWireAudioDataOutput::setSampleBufferDelegate(
     std::weak_ptr<AVCaptureDataOutputSampleBufferDelegate> to, std::shared_ptr<DispatchQueue> onQueue) {
+    Receiver former{std::move(to), std::move(onQueue)};
     MutexLock lock(mutex);
-    delegate = std::move(to);
-    queue.swap(onQueue); // the former queue goes with the parameter, after the lock
+    std::swap(receiver_, former); // what it was goes after the lock
+}
+
+PipeWireAudioDataOutput::Receiver PipeWireAudioDataOutput::receiver() const {
+    MutexLock lock(mutex);
+    return receiver_;
 }
 
 bool PipeWireAudioDataOutput::isUsable() const {
@@ -44,9 +50,11 @@ bool PipeWireAudioDataOutput::isUsable() const {
 }
 
 PipeWireCaptureSession::PipeWireCaptureSession(std::shared_ptr<PipeWireConnection> connection,
-                                               std::shared_ptr<PipeWireCaptureNotifier> notifier)
+                                               std::shared_ptr<PipeWireCaptureNotifier> notifier,
+                                               std::shared_ptr<Log> log)
     : connection(std::move(connection))
-    , notifier(std::move(notifier)) {}
+    , notifier(std::move(notifier))
+    , log(std::move(log)) {}
 
 PipeWireCaptureSession::~PipeWireCaptureSession() {
     stopRunning();
@@ -73,20 +81,15 @@ void PipeWireCaptureSession::addOutput(std::shared_ptr<AVCaptureOutput> newOutpu
 
 void PipeWireCaptureSession::startRunning() {
     if (!input || !output) return;
-    std::weak_ptr<AVCaptureDataOutputSampleBufferDelegate> delegate;
-    std::shared_ptr<DispatchQueue> queue;
-    {
-        MutexLock lock(output->mutex);
-        delegate = output->delegate;
-        queue = output->queue;
-    }
+    const auto [delegate, queue] = output->receiver();
     const auto node = connection->devices().deviceNamed(input->deviceName);
     if (!node || !queue) return;
 
     PipeWireLock lock(connection->loop());
     if (stream && stream->isStreaming()) return;
     stream.reset();
-    auto handler = [delegate, queue, source = std::weak_ptr(output)](CMSampleBuffer sample) {
+    auto handler = [delegate = delegate, queue = queue,
+                    source = std::weak_ptr(output)](CMSampleBuffer sample) {
         queue->async([delegate, source, sample = std::move(sample)] {
             const auto receiver = delegate.lock();
             const std::shared_ptr<AVCaptureOutput> sender = source.lock();
@@ -95,8 +98,14 @@ void PipeWireCaptureSession::startRunning() {
     };
     auto ended = [to = notifier, self = std::weak_ptr<AVCaptureSession>(weak_from_this()),
                   name = node->name] { to->sessionHasEnded(self, name); };
-    stream = std::make_unique<PipeWireCaptureStream>(*connection, *node, output->format(), std::move(handler),
-                                                     std::move(ended));
+    auto missing = [to = log, name = node->name](uint32_t frames) {
+        to->write("audio-capture", LogLevel::info,
+                  name + ": " + std::to_string(frames) + " frames are missing.");
+    };
+    stream = std::make_unique<PipeWireCaptureStream>(
+        *connection, *node, output->format(),
+        PipeWireCaptureStream::Handlers{
+            .sample = std::move(handler), .missing = std::move(missing), .ended = std::move(ended)});
     const int64_t deadline = PipeWireLoop::deadlineIn(kSecondsUntilCaptureRefused);
     while (!stream->isStreaming() && !stream->hasEnded()) {
         if (!connection->loop().waitUntil(deadline)) break;

@@ -9,6 +9,7 @@
 
 namespace vintra {
 
+class Log;
 class PipeWireCaptureNotifier;
 class PipeWireCaptureStream;
 class PipeWireConnection;
@@ -34,13 +35,18 @@ public:
     /// False for settings that no sound input delivers.
     bool isUsable() const;
 
+    /// Who gets the samples, and on which queue.
+    struct Receiver {
+        std::weak_ptr<AVCaptureDataOutputSampleBufferDelegate> delegate;
+        std::shared_ptr<DispatchQueue> queue;
+    };
+    Receiver receiver() const;
+
 private:
-    friend class PipeWireCaptureSession;
     const AVAudioSettings settings;
     const AudioStreamBasicDescription format_;
     mutable Mutex mutex;
-    std::weak_ptr<AVCaptureDataOutputSampleBufferDelegate> delegate GUARDED_BY(mutex);
-    std::shared_ptr<DispatchQueue> queue GUARDED_BY(mutex);
+    Receiver receiver_ GUARDED_BY(mutex);
 };
 
 /// A stream from one device to one output. Starting and stopping are for one thread at a time, `isRunning`
@@ -52,7 +58,7 @@ class PipeWireCaptureSession : public AVCaptureSession,
                                public std::enable_shared_from_this<PipeWireCaptureSession> {
 public:
     PipeWireCaptureSession(std::shared_ptr<PipeWireConnection> connection,
-                           std::shared_ptr<PipeWireCaptureNotifier> notifier);
+                           std::shared_ptr<PipeWireCaptureNotifier> notifier, std::shared_ptr<Log> log);
     ~PipeWireCaptureSession() override;
 
     bool canAddInput(const AVCaptureDeviceInput& input) const override;
@@ -67,6 +73,7 @@ public:
 private:
     const std::shared_ptr<PipeWireConnection> connection;
     const std::shared_ptr<PipeWireCaptureNotifier> notifier;
+    const std::shared_ptr<Log> log;
     std::shared_ptr<PipeWireDeviceInput> input;
     std::shared_ptr<PipeWireAudioDataOutput> output;
     std::unique_ptr<PipeWireCaptureStream> stream; ///< under the connection's loop lock

@@ -8,6 +8,7 @@
 #include <spa/param/audio/format-utils.h>
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 namespace vintra {
@@ -58,13 +59,11 @@ bool PipeWireCaptureStream::canDeliver(const AudioStreamBasicDescription& format
 }
 
 PipeWireCaptureStream::PipeWireCaptureStream(PipeWireConnection& connection, const PipeWireNode& node,
-                                             const AudioStreamBasicDescription& format, SampleHandler handler,
-                                             EndHandler endHandler)
+                                             const AudioStreamBasicDescription& format, Handlers handlers)
     : connection(connection)
     , format(format)
     , description(CMAudioFormatDescriptionCreate(format))
-    , handler(std::move(handler))
-    , ended(std::move(endHandler))
+    , handlers(std::move(handlers))
     , hook(std::make_unique<spa_hook>())
     , ring(static_cast<size_t>(format.mSampleRate) / kRingFractionOfSecond * format.mBytesPerFrame,
            kRingBlocks)
@@ -111,7 +110,7 @@ void PipeWireCaptureStream::stateChanged(int, int now) {
     if (now == PW_STREAM_STATE_ERROR || now == PW_STREAM_STATE_UNCONNECTED) {
         const bool wasStreaming = status == Status::streaming;
         status = Status::ended;
-        if (wasStreaming) ended();
+        if (wasStreaming) handlers.ended();
     } else if (now == PW_STREAM_STATE_STREAMING) {
         status = Status::streaming;
     }
@@ -164,8 +163,17 @@ void PipeWireCaptureStream::handOn() {
         ring.read(data->contiguousBytes());
         CMSampleTimingInfo timing = frame;
         timing.presentationTimeStamp = hostTimeFromNanoseconds(block.time);
-        handler(CMSampleBuffer::makeAudio(std::move(data), description, block.frames, timing));
+        followTime(block.time, block.frames);
+        handlers.sample(CMSampleBuffer::makeAudio(std::move(data), description, block.frames, timing));
     }
+}
+
+void PipeWireCaptureStream::followTime(int64_t time, uint32_t frames) {
+    if (nextTime && time - *nextTime >= SampleStamps::kGapNanoseconds) {
+        const double seconds = static_cast<double>(time - *nextTime) * 1e-9;
+        handlers.missing(static_cast<uint32_t>(std::lround(seconds * format.mSampleRate)));
+    }
+    nextTime = time + std::llround(frames * 1e9 / format.mSampleRate);
 }
 
 } // namespace vintra

@@ -5,10 +5,10 @@
 #include "Vintra/platform/linux/pipewire/PipeWireNode.h"
 #include "Vintra/platform/linux/pipewire/SampleStamps.h"
 
-#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 
 struct pw_stream;
 struct spa_hook;
@@ -26,13 +26,17 @@ class PipeWireConnection;
 /// take its work never delays the graph.
 class PipeWireCaptureStream {
 public:
-    /// Called on PipeWire's thread, with the loop's lock held; must not block.
-    using SampleHandler = std::function<void(CMSampleBuffer)>;
-    /// Called once, likewise, if the stream ends by itself while it streams.
-    using EndHandler = std::function<void()>;
+    /// All are called on PipeWire's thread, with the loop's lock held; they must not block.
+    struct Handlers {
+        std::function<void(CMSampleBuffer)> sample;
+        /// Before a sample that doesn't begin where the one before it ended: the sound server has lost a cycle, or
+        /// the ring was full. So many frames lie between the two.
+        std::function<void(uint32_t frames)> missing;
+        std::function<void()> ended; ///< once, if the stream ends by itself while it streams
+    };
 
     PipeWireCaptureStream(PipeWireConnection& connection, const PipeWireNode& node,
-                          const AudioStreamBasicDescription& format, SampleHandler handler, EndHandler ended);
+                          const AudioStreamBasicDescription& format, Handlers handlers);
     /// No sample is handed on after this.
     ~PipeWireCaptureStream();
     PipeWireCaptureStream(const PipeWireCaptureStream&) = delete;
@@ -54,18 +58,19 @@ private:
     /// Real-time: doesn't allocate, lock, block or throw.
     void process();
     void handOn();
+    void followTime(int64_t time, uint32_t frames);
 
     PipeWireConnection& connection;
     const AudioStreamBasicDescription format;
     const std::shared_ptr<const CMFormatDescription> description;
-    const SampleHandler handler;
-    const EndHandler ended;
+    const Handlers handlers;
     pw_stream* stream = nullptr;
     spa_source* wakeUp = nullptr; ///< an event that runs `handOn`
     std::unique_ptr<spa_hook> hook;
     Status status = Status::connecting;
     CaptureRing ring;
-    SampleStamps stamps; ///< the real-time thread's
+    SampleStamps stamps;             ///< the real-time thread's
+    std::optional<int64_t> nextTime; ///< nanoseconds, the end of what was handed on; the other thread's
 };
 
 } // namespace vintra

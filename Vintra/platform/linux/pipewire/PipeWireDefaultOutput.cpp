@@ -3,6 +3,7 @@
 #include "Vintra/platform/linux/pipewire/PipeWireConnection.h"
 #include "Vintra/platform/linux/pipewire/PipeWireMetadata.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace vintra {
@@ -79,11 +80,11 @@ bool PipeWireDefaultOutput::setDevice(uint32_t number) {
     // said against it may still be on its way.
     const bool endsHold = hold && !node->isVirtualDevice();
     if (effectiveName() == node->name && !endsHold) return true;
-    if (node->isVirtualDevice()) {
-        holdVirtualDevice(*defaults);
-    } else {
-        release(*defaults, node->name);
-    }
+    const Release release = releaseTo(node->name);
+    hold.reset();
+    if (node->isVirtualDevice())
+        hold = Hold{.before = defaults->nodeName(kEffectiveKey),
+                    .configured = defaults->nodeName(kConfiguredKey)};
     // Of a release the end of the way back is said last: once that is read back, all else has been taken in.
     const auto isInForce = [&] {
         const PipeWireMetadata* const now = table();
@@ -91,12 +92,26 @@ bool PipeWireDefaultOutput::setDevice(uint32_t number) {
         return effectiveName() == node->name && isReleased;
     };
     const int64_t deadline = PipeWireLoop::deadlineIn(kSecondsUntilDefaultRefused);
-    while (!isInForce()) {
-        if (connection->loop().waitUntil(deadline)) continue;
-        if (hold) giveUpHold();
-        return false;
+    while (true) {
+        // Again and again: a busy server loses some of what it is told.
+        if (PipeWireMetadata* const now = table()) {
+            if (!node->isVirtualDevice()) {
+                say(release, *now);
+            } else if (hold) {
+                say(*hold, *now);
+            } else {
+                return false; // the user has chosen meanwhile
+            }
+        }
+        const int64_t untilAgain = std::min(deadline, PipeWireLoop::deadlineIn(kSecondsUntilConfirmed));
+        while (!isInForce() && connection->loop().waitUntil(untilAgain)) {
+        }
+        if (isInForce()) return true;
+        if (untilAgain == deadline) break;
+        connection->tables().readAgain("default");
     }
-    return true;
+    if (hold) giveUpHold();
+    return false;
 }
 
 /// What was asked for must not come into force after it has been called refused.
@@ -109,27 +124,28 @@ void PipeWireDefaultOutput::giveUpHold() {
     defaults->remove(kHeldKey);
 }
 
-void PipeWireDefaultOutput::holdVirtualDevice(PipeWireMetadata& defaults) {
-    const auto before = defaults.nodeName(kEffectiveKey);
+void PipeWireDefaultOutput::say(const Hold& begun, PipeWireMetadata& defaults) {
     // First the way back: a crash may come after any of these lines.
-    if (before) {
-        defaults.setNodeName(kHeldKey, *before);
+    if (begun.before) {
+        defaults.setNodeName(kHeldKey, *begun.before);
     } else {
         defaults.remove(kHeldKey);
     }
     defaults.setNodeName(kEffectiveKey, kVirtualAudioDeviceName);
-    hold = Hold{.before = before, .configured = defaults.nodeName(kConfiguredKey)};
 }
 
-void PipeWireDefaultOutput::release(PipeWireMetadata& defaults, const std::string& name) {
+PipeWireDefaultOutput::Release PipeWireDefaultOutput::releaseTo(const std::string& name) const {
+    const PipeWireMetadata& defaults = *table();
     const bool isLent = hold || isVirtual(effectiveName());
     const auto before = hold ? hold->before : defaults.nodeName(kHeldKey);
     const bool isHandedBack = isLent && before == name && !isVirtual(defaults.nodeName(kConfiguredKey));
-    hold.reset();
-    if (!isHandedBack) defaults.setNodeName(kConfiguredKey, name);
-    // Said as well where it has been configured: a session manager of the same opinion as before says
-    // nothing.
-    defaults.setNodeName(kEffectiveKey, name);
+    return {.name = name, .isConfigured = !isHandedBack};
+}
+
+void PipeWireDefaultOutput::say(const Release& release, PipeWireMetadata& defaults) {
+    if (release.isConfigured) defaults.setNodeName(kConfiguredKey, release.name);
+    // Said as well where it has been configured: a session manager of the same opinion as before says nothing.
+    defaults.setNodeName(kEffectiveKey, release.name);
     defaults.remove(kHeldKey);
 }
 

@@ -48,22 +48,28 @@ public:
     bool setDevice(uint32_t number);
 
 private:
-    PipeWireMetadata* table() const;
-    std::optional<std::string> effectiveName() const;
-    void holdVirtualDevice(PipeWireMetadata& defaults);
-    void giveUpHold();
-    void release(PipeWireMetadata& defaults, const std::string& name);
-    void changed(const PipeWireChange& change);
-    void choiceTold(PipeWireMetadata& defaults);
-    void effectiveTold(PipeWireMetadata& defaults);
-    void insist();
-
-    /// By this process.
+    /// Of the default output, by this process.
     struct Hold {
         std::optional<std::string> before;     ///< what was in force
         std::optional<std::string> configured; ///< what the user had chosen
         int unconfirmed = 0;                   ///< times in a row that it was written again
     };
+    /// To a device that isn't the virtual one.
+    struct Release {
+        std::string name;
+        bool isConfigured = false; ///< as if the user had chosen it
+    };
+
+    static void say(const Hold& begun, PipeWireMetadata& defaults);
+    Release releaseTo(const std::string& name) const;
+    static void say(const Release& release, PipeWireMetadata& defaults);
+    PipeWireMetadata* table() const;
+    std::optional<std::string> effectiveName() const;
+    void giveUpHold();
+    void changed(const PipeWireChange& change);
+    void choiceTold(PipeWireMetadata& defaults);
+    void effectiveTold(PipeWireMetadata& defaults);
+    void insist();
 
     const std::shared_ptr<PipeWireConnection> connection;
     std::shared_ptr<void> observation;

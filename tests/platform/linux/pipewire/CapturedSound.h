@@ -7,6 +7,7 @@
 #include "Vintra/platform/linux/runtime/LinuxDispatchQueues.h"
 #include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
 #include "Vintra/platform/linux/runtime/LinuxHostClock.h"
+#include "Vintra/platform/linux/runtime/LinuxLog.h"
 
 #include <memory>
 #include <string>
@@ -19,7 +20,8 @@ public:
     CapturedSound(std::shared_ptr<PipeWireConnection> connection, const std::string& device,
                   uint32_t channels,
                   AVAudioSettings settings = {.linearPCMBitDepth = 32, .linearPCMIsFloat = true})
-        : devices(std::move(connection), std::make_shared<LinuxEventLoop>()) {
+        : devices(std::move(connection), std::make_shared<LinuxEventLoop>(),
+                  std::make_shared<LinuxLog>(LogLevel::error)) {
         const auto found = devices.deviceWithUniqueID(device);
         if (!found) return;
         settings.numberOfChannels = channels;

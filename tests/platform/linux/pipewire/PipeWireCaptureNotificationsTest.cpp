@@ -40,7 +40,8 @@ protected:
     }
 
     std::shared_ptr<LinuxEventLoop> mainThread = std::make_shared<LinuxEventLoop>();
-    PipeWireCaptureDevices devices{std::make_shared<PipeWireConnection>(), mainThread};
+    PipeWireCaptureDevices devices{std::make_shared<PipeWireConnection>(), mainThread,
+                                   std::make_shared<LinuxLog>(LogLevel::error)};
     LinuxDispatchQueues queues;
     std::vector<std::string> connected;
     std::vector<std::string> disconnected;

@@ -5,6 +5,7 @@
 #include "Vintra/platform/linux/runtime/LinuxDispatchQueues.h"
 #include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
 #include "Vintra/platform/linux/runtime/LinuxHostClock.h"
+#include "Vintra/platform/linux/runtime/LinuxLog.h"
 #include "tests/support/PublishedMicrophone.h"
 
 namespace vintra {
@@ -32,8 +33,8 @@ public:
 
 private:
     PublishedMicrophone microphone{"conformance", {"--channels", "2", "--signal", "tones"}};
-    PipeWireCaptureDevices devices{std::make_shared<PipeWireConnection>(),
-                                   std::make_shared<LinuxEventLoop>()};
+    PipeWireCaptureDevices devices{std::make_shared<PipeWireConnection>(), std::make_shared<LinuxEventLoop>(),
+                                   std::make_shared<LinuxLog>(LogLevel::error)};
     LinuxDispatchQueues queues;
     LinuxHostClock clock;
     std::shared_ptr<DispatchQueue> sessionQueue = queues.makeSerialQueue("sessions");

@@ -1,5 +1,6 @@
 #include "tests/platform/linux/pipewire/CapturedSound.h"
 #include "tests/support/PublishedMicrophone.h"
+#include "tests/support/SoundServerWatch.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tools/testsignals/TestSignal.h"
 
@@ -141,8 +142,8 @@ TEST(PipeWireCapture, integersAreDeliveredWhereTheyAreAskedFor) {
 }
 
 TEST(PipeWireCapture, settingsThatNoDeviceDeliversAreRefusedByTheSession) {
-    PipeWireCaptureDevices devices(std::make_shared<PipeWireConnection>(),
-                                   std::make_shared<LinuxEventLoop>());
+    PipeWireCaptureDevices devices(std::make_shared<PipeWireConnection>(), std::make_shared<LinuxEventLoop>(),
+                                   std::make_shared<LinuxLog>(LogLevel::error));
     const auto session = devices.makeSession();
     EXPECT_FALSE(session->canAddOutput(*devices.makeAudioDataOutput({.linearPCMBitDepth = 12})));
     EXPECT_FALSE(session->canAddOutput(*devices.makeAudioDataOutput({.numberOfChannels = 0})));
@@ -235,42 +236,54 @@ TEST(PipeWireCapture, theVirtualDeviceDeliversSilenceWhileNothingIsPlayed) {
     ASSERT_TRUE(sound.waitUntil([&] { return sound.arrivals().size() >= 20; }));
 }
 
-TEST(PipeWireCapture, aClickStandsAtTheInstantAtWhichItWasMade) {
-    ChildProcess clicks({VINTRA_BIN_DIR "/flash-and-click", "--name", "capture-test-clicks", "--first", "2",
-                         "--interval", "0.5", "--count", "3"});
-    if (clicks.readLine() != "ready") GTEST_SKIP() << "no X server";
-    CapturedSound sound(std::make_shared<PipeWireConnection>(), "capture-test-clicks", 1);
-    ASSERT_TRUE(sound.start());
-    std::vector<int64_t> instants;
-    for (int click = 0; click < 3; ++click)
-        instants.push_back(std::atoll(clicks.readLine().c_str()));
-    const CMTime last = hostTimeFromNanoseconds(instants.back()) + CMTimeMake(1, 10);
-    ASSERT_TRUE(sound.waitUntil([&] {
-        const auto arrivals = sound.arrivals();
-        return !arrivals.empty() && arrivals.back().sample.presentationTimeStamp() > last;
-    }));
-    sound.stop();
+/// When the sounds behind a tenth of a second of silence begin.
+std::vector<CMTime> clicksIn(const std::vector<SoundSampleCollector::Arrival>& arrivals) {
     std::vector<CMTime> heard;
     int silentFrames = 48'000;
-    for (const auto& arrival : sound.arrivals()) {
+    for (const auto& arrival : arrivals) {
         const float* values = samples(arrival.sample);
         for (int64_t frame = 0; frame < arrival.sample.numSamples(); ++frame) {
             if (values[frame] == 0.0F) {
                 ++silentFrames;
                 continue;
             }
-            if (silentFrames > 4'800) {
+            if (silentFrames > 4'800)
                 heard.push_back(arrival.sample.presentationTimeStamp() + CMTimeMake(frame, 48'000));
-            }
             silentFrames = 0;
         }
     }
-    ASSERT_EQ(heard.size(), instants.size());
-    for (size_t click = 0; click < heard.size(); ++click) {
-        const double late = CMTimeGetSeconds(heard[click] - hostTimeFromNanoseconds(instants[click]));
-        RecordProperty("late" + std::to_string(click), std::to_string(late));
-        EXPECT_NEAR(late, 0, 0.003);
+    return heard;
+}
+
+TEST(PipeWireCapture, aClickStandsAtTheInstantAtWhichItWasMade) {
+    for (int attempt = 1; attempt <= 5; ++attempt) {
+        ChildProcess clicks({VINTRA_BIN_DIR "/flash-and-click", "--name", "capture-test-clicks", "--first",
+                             "2", "--interval", "0.5", "--count", "3"});
+        if (clicks.readLine() != "ready") GTEST_SKIP() << "no X server";
+        CapturedSound sound(std::make_shared<PipeWireConnection>(), "capture-test-clicks", 1);
+        ASSERT_TRUE(sound.start());
+        SoundServerWatch server;
+        std::vector<int64_t> instants;
+        for (int click = 0; click < 3; ++click)
+            instants.push_back(std::atoll(clicks.readLine().c_str()));
+        const CMTime last = hostTimeFromNanoseconds(instants.back()) + CMTimeMake(1, 10);
+        ASSERT_TRUE(sound.waitUntil([&] {
+            const auto arrivals = sound.arrivals();
+            return !arrivals.empty() && arrivals.back().sample.presentationTimeStamp() > last;
+        }));
+        sound.stop();
+        // A cycle that the server loses takes its click along, or makes it late.
+        if (!server.losses().none()) continue;
+        const std::vector<CMTime> heard = clicksIn(sound.arrivals());
+        ASSERT_EQ(heard.size(), instants.size());
+        for (size_t click = 0; click < heard.size(); ++click) {
+            const double late = CMTimeGetSeconds(heard[click] - hostTimeFromNanoseconds(instants[click]));
+            RecordProperty("late" + std::to_string(click), std::to_string(late));
+            EXPECT_NEAR(late, 0, 0.003);
+        }
+        return;
     }
+    GTEST_SKIP() << "the sound server lost cycles in every attempt";
 }
 
 } // namespace

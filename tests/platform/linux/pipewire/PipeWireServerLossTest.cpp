@@ -10,7 +10,8 @@ namespace {
 TEST(PipeWireWithoutServer, thereAreNoDevicesAndASentenceSaysWhy) {
     const auto connection = std::make_shared<PipeWireConnection>("vintra-test-no-such-server");
     const PipeWireAudioHardware hardware(connection, std::make_shared<LinuxEventLoop>());
-    PipeWireCaptureDevices devices(connection, std::make_shared<LinuxEventLoop>());
+    PipeWireCaptureDevices devices(connection, std::make_shared<LinuxEventLoop>(),
+                                   std::make_shared<LinuxLog>(LogLevel::error));
     EXPECT_TRUE(hardware.devices().empty());
     EXPECT_EQ(devices.deviceWithUniqueID("VintraAudioDevice"), nullptr);
     EXPECT_EQ(devices.problem(), "No PipeWire server answers, so there is no sound input.");
