@@ -1,6 +1,7 @@
 #include "tools/moving-picture/MovingPicture.h"
 
 #include <array>
+#include <optional>
 #include <string>
 
 namespace vintra {

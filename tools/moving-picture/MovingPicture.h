@@ -4,6 +4,7 @@
 #include "tools/moving-picture/ContentWindow.h"
 
 #include <cstdint>
+#include <optional>
 
 namespace vintra {
 

@@ -1,6 +1,7 @@
 #include "tools/moving-picture/TerminalContent.h"
 
 #include <cstdio>
+#include <optional>
 #include <string>
 
 namespace vintra {

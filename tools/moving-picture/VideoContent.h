@@ -3,6 +3,7 @@
 #include "tools/moving-picture/Content.h"
 #include "tools/moving-picture/ContentWindow.h"
 
+#include <optional>
 #include <vector>
 
 namespace vintra {

@@ -7,6 +7,8 @@
 #include "tools/vintra-take/TakeRunner.h"
 
 #include <algorithm>
+#include <functional>
+#include <optional>
 
 namespace vintra {
 

@@ -6,6 +6,7 @@
 #include "tools/vintra-take/TakeRunner.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace vintra {
 namespace {

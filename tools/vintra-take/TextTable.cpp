@@ -1,6 +1,7 @@
 #include "tools/vintra-take/TextTable.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace vintra {
 namespace {

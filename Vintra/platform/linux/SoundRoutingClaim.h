@@ -6,16 +6,16 @@
 
 namespace vintra {
 
-/// The right to choose where the sound of the session goes: of its programs one at a time has it, and it ends
-/// with the process, whatever ends that. Where there is no place for the claim everyone has it. Main thread.
+/// The right to choose where the session's sound goes. One program at a time has it. It ends with the process, also
+/// with one that is killed. If there is no folder for the claim's file, every program gets it. Main thread.
 class SoundRoutingClaim {
 public:
-    /// The place of this session's sound server.
+    /// Beside the socket of this session's sound server.
     static std::string standardPath();
     explicit SoundRoutingClaim(std::string path);
 
-    /// Takes it, waiting for up to so many milliseconds while another process has it. False if that one keeps
-    /// it.
+    /// Takes the claim. Waits for up to this number of milliseconds while another process has it; false if that
+    /// process still has it then.
     bool take(int waitMilliseconds);
     void release() { held.reset(); }
 

@@ -12,6 +12,7 @@
 #include <fstream>
 #include <iterator>
 #include <unistd.h>
+#include <utility>
 
 namespace vintra {
 namespace {
@@ -73,7 +74,7 @@ void CrashSafeUserDefaults::remove(const std::string& key) {
         others->remove(key);
         return;
     }
-    // What this run has neither noted nor found may be another's note by now.
+    // A note that this run has neither written nor read may by now be another program's.
     if (!kept) return;
     kept.reset();
     if (::unlink(file.path().c_str()) != 0 && errno != ENOENT) complain("can't be removed");

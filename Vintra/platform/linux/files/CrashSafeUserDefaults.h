@@ -10,8 +10,8 @@
 
 namespace vintra {
 
-/// Settings of which one, a text, is on disk before its change returns, in a file of its own, so that it is
-/// found whatever ends the program. The others are those that it is made with. Main thread.
+/// Settings with one, a text, that survives a crash: it has a file of its own and is on disk before its change
+/// returns. All others are passed on to the settings that this is made with. Main thread.
 class CrashSafeUserDefaults : public UserDefaults {
 public:
     /// A file for the key in the program's folder of $XDG_STATE_HOME, or of ".local/state" at home. It is of

@@ -3,6 +3,8 @@
 #include "Vintra/platform/FileManager.h"
 #include "Vintra/platform/linux/runtime/FileDescriptor.h"
 
+#include <utility>
+
 namespace vintra {
 
 /// An open file. One thread at a time.

@@ -3,6 +3,8 @@
 #include "Vintra/platform/FileManager.h"
 #include "Vintra/platform/linux/files/VolumeInspector.h"
 
+#include <optional>
+
 namespace vintra {
 
 /// The file system through POSIX. Writing follows a symbolic link rather than replacing it. Any thread.

@@ -3,6 +3,8 @@
 #include "Vintra/platform/SystemError.h"
 
 #include <cstdlib>
+#include <optional>
+#include <utility>
 
 namespace vintra {
 namespace {

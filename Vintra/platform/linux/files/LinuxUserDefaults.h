@@ -7,6 +7,7 @@
 #include "Vintra/platform/linux/files/DefaultsFile.h"
 
 #include <memory>
+#include <optional>
 
 namespace vintra {
 

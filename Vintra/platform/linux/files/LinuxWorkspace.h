@@ -2,6 +2,7 @@
 
 #include "Vintra/platform/Workspace.h"
 
+#include <optional>
 #include <vector>
 
 namespace vintra {

@@ -1,5 +1,8 @@
 #include "Vintra/platform/linux/files/MemoryUserDefaults.h"
 
+#include <optional>
+#include <utility>
+
 namespace vintra {
 
 std::optional<DefaultsValue> MemoryUserDefaults::value(const std::string& key) const {

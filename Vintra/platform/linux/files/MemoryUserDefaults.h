@@ -2,6 +2,8 @@
 
 #include "Vintra/platform/UserDefaults.h"
 
+#include <optional>
+
 namespace vintra {
 
 /// Settings that last as long as the object: for programs that leave the user's alone. Main thread.

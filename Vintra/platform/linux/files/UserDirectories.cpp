@@ -5,6 +5,7 @@
 #include <pwd.h>
 #include <sstream>
 #include <unistd.h>
+#include <utility>
 
 namespace vintra {
 namespace {

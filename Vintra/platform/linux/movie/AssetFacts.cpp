@@ -23,7 +23,7 @@ struct CloseInput {
 };
 using Input = std::unique_ptr<AVFormatContext, CloseInput>;
 
-/// A named pipe would keep the reader waiting for ever.
+/// Reading a named pipe would never end.
 bool isRegularFile(const URL& url) {
     struct stat status {};
     return stat(url.path().c_str(), &status) == 0 && S_ISREG(status.st_mode);

@@ -2,6 +2,9 @@
 
 #include "Vintra/platform/linux/movie/AssetFacts.h"
 
+#include <optional>
+#include <utility>
+
 extern "C" {
 #include <libavutil/log.h>
 }

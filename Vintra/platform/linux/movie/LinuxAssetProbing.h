@@ -9,7 +9,7 @@ namespace vintra {
 /// less than its header promises counts as cut short. Any thread.
 class LinuxAssetProbing : public AssetProbing {
 public:
-    /// Quietens libav, for a file that can't be read is told by its loads.
+    /// Silences libav's log: the result of a load already says that a file can't be read.
     LinuxAssetProbing();
     std::unique_ptr<AVURLAsset> asset(const URL& url) override;
 };

@@ -4,7 +4,10 @@
 #include "Vintra/platform/linux/movie/WaveFile.h"
 
 #include <exception>
+#include <functional>
+#include <optional>
 #include <unistd.h>
+#include <utility>
 
 namespace vintra {
 

@@ -5,6 +5,8 @@
 #include "Vintra/platform/linux/movie/LinuxAssetWritersOptions.h"
 #include "Vintra/platform/linux/movie/MediaFile.h"
 
+#include <functional>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -16,7 +18,7 @@ namespace vintra {
 ///     capture threads --append--> WriterQueue --pop--> writer's thread: MediaFile --> disk
 ///
 /// Neither cancelling nor failing waits for the thread. Destroying a writer that is still writing stops the
-/// thread after the sample in hand and leaves the file as `MediaFile::abandon` does.
+/// thread after the current sample and leaves the file as `MediaFile::abandon` does.
 class LinuxAssetWriter final : public AVAssetWriter {
 public:
     LinuxAssetWriter(const URL& outputURL, AVFileType fileType, const LinuxAssetWritersOptions& options);
@@ -42,7 +44,7 @@ private:
     const AVFileType fileType;
     const LinuxAssetWritersOptions options;
     std::vector<std::shared_ptr<LinuxAssetWriterInput>> inputs;
-    std::optional<SystemError> addError; ///< why an input that was added all the same can't be written
+    std::optional<SystemError> addError; ///< why one of the inputs can't be written
     bool finishing = false;
     std::shared_ptr<Shared> shared;
     std::thread thread;

@@ -3,6 +3,8 @@
 #include "Vintra/platform/linux/movie/SoundConverter.h"
 
 #include <algorithm>
+#include <optional>
+#include <utility>
 
 namespace vintra {
 namespace {

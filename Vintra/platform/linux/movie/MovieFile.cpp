@@ -3,6 +3,8 @@
 #include "Vintra/platform/linux/movie/MovieSoundTrack.h"
 #include "Vintra/platform/linux/movie/MovieVideoTrack.h"
 
+#include <utility>
+
 namespace vintra {
 namespace {
 

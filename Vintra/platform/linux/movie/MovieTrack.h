@@ -4,7 +4,7 @@
 
 namespace vintra {
 
-/// One track of a `MovieFile`: encodes its samples into the movie. Owned by the file, of the same thread.
+/// One track of a `MovieFile`: encodes its samples into the movie. Owned by the file; used on its thread.
 /// Failures are thrown as `SystemError`.
 class MovieTrack {
 public:

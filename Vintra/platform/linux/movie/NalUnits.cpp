@@ -133,11 +133,11 @@ std::vector<uint8_t> hevcDecoderConfiguration(std::span<const uint8_t> parameter
     out.u8(1); // version
     out.append(std::span(sequence).subspan(profileStart, profileSize));
     out.u16(0xF000);    // no minimum of spatial segments
-    out.u8(0xFC);       // kind of parallelism not told
+    out.u8(0xFC);       // kind of parallelism not given
     out.u8(0xFC | 1);   // 4:2:0
     out.u8(0xF8);       // 8 bits of luma
     out.u8(0xF8);       // 8 bits of chroma
-    out.u16(0);         // average frame rate not told
+    out.u16(0);         // average frame rate not given
     out.u8(0b00001111); // one temporal layer, nested; lengths of four bytes
     out.u8(types.size());
     for (size_t i = 0; i < types.size(); ++i) {

@@ -24,11 +24,11 @@ public:
     void append(std::span<const uint8_t> bytes);
     /// Overwrites bytes that are there already.
     void overwrite(uint64_t offset, std::span<const uint8_t> bytes);
-    /// Bytes appended so far. A failed append counts not at all, though a part of it may be on the disk.
+    /// Bytes appended so far. A failed append doesn't count, though part of it may be on the disk.
     uint64_t size() const { return size_; }
     /// Cuts off what a failed append left behind `size()`; a failure to do so is of no consequence.
     void dropFailedAppend() noexcept;
-    /// Closes it; throws where the disk tells only now that it could not keep the bytes.
+    /// Closes it. Throws if the disk only now reports that it couldn't keep the bytes.
     void close();
     const URL& url() const { return url_; }
 

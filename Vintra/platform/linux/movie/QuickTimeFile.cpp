@@ -4,6 +4,7 @@
 #include <exception>
 #include <limits>
 #include <numeric>
+#include <utility>
 
 namespace vintra {
 namespace {
@@ -21,7 +22,7 @@ constexpr int32_t kDefaultMovieTimescale = 600;
 
 void writeMovieHeader(AtomWriter& out, int32_t timescale, int64_t duration, size_t tracks) {
     const Atom header(out, "mvhd", 1, 0);
-    out.u64(0); // made and changed: not told
+    out.u64(0); // times of creation and change: not given
     out.u64(0);
     out.u32(static_cast<uint64_t>(timescale));
     out.u64(static_cast<uint64_t>(duration));

@@ -23,7 +23,7 @@ namespace vintra {
 /// header at the front copies gigabytes.
 ///
 /// The times of each track are counted from the movie's zero; a track that begins later gets an empty edit.
-/// Of one thread. Failures are thrown as `SystemError`.
+/// One thread. Failures are thrown as `SystemError`.
 class QuickTimeFile {
 public:
     explicit QuickTimeFile(OutputFile file);

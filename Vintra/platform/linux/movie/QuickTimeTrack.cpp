@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace vintra {
 namespace {
@@ -119,7 +120,7 @@ void QuickTimeTrack::writeFragmentedTrack(AtomWriter& out, uint32_t id) const {
 
 void QuickTimeTrack::writeHeader(AtomWriter& out, uint32_t id, int64_t duration) const {
     const Atom header(out, "tkhd", 1, 0xF); // enabled, in the movie, its preview and its poster
-    out.u64(0);                             // made and changed: not told
+    out.u64(0);                             // times of creation and change: not given
     out.u64(0);
     out.u32(id);
     out.u32(0);

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace vintra {
@@ -25,7 +26,7 @@ struct QuickTimeTrackDescription {
 };
 
 /// A track of a `QuickTimeFile`: its samples that aren't on the disk yet, and the tables of those that are.
-/// Owned by its file, of the same thread.
+/// Owned by its file; used on the file's thread.
 class QuickTimeTrack {
 public:
     enum class Kind { picture, sound };

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <utility>
 
 extern "C" {
 #include <libavcodec/avcodec.h>

@@ -3,6 +3,8 @@
 #include "Vintra/platform/linux/pipewire/PipeWireConnection.h"
 #include "Vintra/platform/linux/pipewire/PipeWireDefaultOutput.h"
 
+#include <functional>
+#include <optional>
 #include <utility>
 
 namespace vintra {
@@ -57,7 +59,7 @@ private:
     const std::shared_ptr<PipeWireDefaultOutput> defaultOutput;
     const AudioObjectID object;
     const AudioProperty property;
-    uint32_t realDevice; ///< as it was told last; PipeWire's thread's
+    uint32_t realDevice; ///< the one last reported; belongs to PipeWire's thread
     std::shared_ptr<std::function<void()>> block;
     std::shared_ptr<void> observation;
 };

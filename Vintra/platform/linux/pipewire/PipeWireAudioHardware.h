@@ -3,7 +3,9 @@
 #include "Vintra/platform/AudioHardware.h"
 #include "Vintra/platform/MainThread.h"
 
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace vintra {

@@ -2,6 +2,7 @@
 
 #include "Vintra/platform/linux/pipewire/PipeWireConnection.h"
 
+#include <optional>
 #include <utility>
 
 namespace vintra {

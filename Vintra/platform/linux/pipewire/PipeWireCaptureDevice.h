@@ -4,6 +4,7 @@
 #include "Vintra/platform/linux/pipewire/PipeWireNode.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace vintra {

@@ -5,6 +5,7 @@
 #include "Vintra/platform/linux/pipewire/PipeWireCaptureSession.h"
 #include "Vintra/platform/linux/pipewire/PipeWireConnection.h"
 
+#include <functional>
 #include <utility>
 
 namespace vintra {

@@ -3,6 +3,7 @@
 #include "Vintra/platform/CaptureDevices.h"
 #include "Vintra/platform/MainThread.h"
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>

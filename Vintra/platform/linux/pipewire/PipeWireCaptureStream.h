@@ -43,7 +43,7 @@ public:
     PipeWireCaptureStream& operator=(const PipeWireCaptureStream&) = delete;
 
     bool isStreaming() const { return status == Status::streaming; }
-    /// Refused, or the device or the server has gone.
+    /// The server refused it, or the device or the server is no longer there.
     bool hasEnded() const { return status == Status::ended; }
 
     /// Whether PipeWire can deliver that format.

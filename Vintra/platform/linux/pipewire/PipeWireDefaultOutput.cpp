@@ -93,7 +93,7 @@ bool PipeWireDefaultOutput::setDevice(uint32_t number) {
     };
     const int64_t deadline = PipeWireLoop::deadlineIn(kSecondsUntilDefaultRefused);
     while (true) {
-        // Again and again: a busy server loses some of what it is told.
+        // Repeated, since a busy server loses some of the changes that it is asked for.
         if (PipeWireMetadata* const now = table()) {
             if (!node->isVirtualDevice()) {
                 say(release, *now);

@@ -51,7 +51,7 @@ public:
     void syncDone(int sequence, uint32_t graphRate);
     /// False if the object is none of the list's.
     bool remove(uint32_t globalID) EXCLUDES(mutex);
-    /// The server has gone.
+    /// For the end of the server: no device is left.
     void clear() EXCLUDES(mutex);
     /// Follows no node any more, for the end of the connection.
     void unbind();

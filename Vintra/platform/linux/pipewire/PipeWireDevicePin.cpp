@@ -44,7 +44,7 @@ PipeWireDevicePin::PipeWireDevicePin(PipeWireConnection& connection, const PipeW
     stream = pw_stream_new(connection.core(), "Vintra", properties);
     if (stream == nullptr) return;
     pw_stream_add_listener(stream, hook.get(), &Events::table, this);
-    // Without a rate of its own it takes on the device's, whatever that is by then.
+    // Without a rate of its own it takes the rate that the device has by then.
     spa_audio_info_raw raw{};
     raw.format = SPA_AUDIO_FORMAT_F32P;
     raw.channels = std::clamp<uint32_t>(node.format.channels, 1, 2);

@@ -42,7 +42,7 @@ public:
     PipeWireIOStream& operator=(const PipeWireIOStream&) = delete;
 
     bool isStreaming() const { return status == Status::streaming; }
-    /// Refused, or the device or the server has gone.
+    /// The server refused it, or the device or the server is no longer there.
     bool hasEnded() const { return status == Status::ended; }
     /// The node whose clock drives the cycles; 0 if not known.
     uint32_t driver() const;

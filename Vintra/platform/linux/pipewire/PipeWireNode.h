@@ -26,8 +26,9 @@ struct PipeWireAudioFormat {
 
 /// A sound device as PipeWire shows it: a node that is a source or a sink. A value.
 struct PipeWireNode {
-    uint32_t globalID = 0;   ///< of the object in the server, given again to another one after it has gone
-    std::string name;        ///< node.name: what the device is known by from one run to the next
+    uint32_t globalID =
+        0;            ///< of the object in the server, which reuses the numbers of objects that have ended
+    std::string name; ///< node.name: what the device is known by from one run to the next
     std::string description; ///< as the user knows it
     PipeWireNodeKind kind = PipeWireNodeKind::source;
     PipeWireAudioFormat format;
@@ -53,7 +54,7 @@ std::optional<PipeWireNodeKind> pipeWireNodeKind(const char* mediaClass);
 std::optional<PipeWireAudioFormat> pipeWireAudioFormat(const spa_pod* parameter);
 
 /// Whether the device is part of the computer: a sound chip that ALSA finds on the PCI bus or soldered to the
-/// board, its HDMI outputs excepted, or whatever calls itself internal.
+/// board, except its HDMI outputs, or a device that calls itself internal.
 bool isBuiltIn(const spa_dict* properties);
 
 /// What a node's properties say of its format.

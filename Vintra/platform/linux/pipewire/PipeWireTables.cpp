@@ -40,7 +40,7 @@ void PipeWireTables::bind(uint32_t globalID, const std::string& name) {
 
 void PipeWireTables::bindWhenFilled(uint32_t globalID, const std::string& name) {
     loop.assertHeld();
-    if (!timer) return; // the server has gone
+    if (!timer) return; // the server has ended
     beingFilled[globalID] = name;
     timer->startOver(kSecondsUntilFilled);
 }

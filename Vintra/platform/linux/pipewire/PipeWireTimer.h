@@ -25,7 +25,7 @@ private:
     struct Events;
     PipeWireLoop& loop;
     const std::function<void()> block;
-    spa_source* source = nullptr; ///< null where the system has none to spare: then no call ever comes
+    spa_source* source = nullptr; ///< null if the system has no timer left: then the block is never called
 };
 
 } // namespace vintra

@@ -5,8 +5,8 @@
 
 namespace vintra {
 
-/// While it lives, threads that are started take no signals: those are for the main thread. A write to a
-/// server that has gone must not end the process either.
+/// Threads that are started while this lives take no signals: signals are for the main thread. That includes
+/// SIGPIPE, so that a write to a server that has ended doesn't end the process.
 class AllSignalsBlocked {
 public:
     AllSignalsBlocked() {

@@ -26,7 +26,7 @@ public:
         int niceness = 0;
     };
 
-    /// A thread that lets go of its own queue is left to the collector.
+    /// If one of the queue's own threads drops the last reference, the collector joins that thread.
     LinuxDispatchQueue(Settings settings, std::shared_ptr<ThreadCollector> collector);
     /// Runs what is queued, and waits for it unless this is one of the queue's threads.
     ~LinuxDispatchQueue() override;

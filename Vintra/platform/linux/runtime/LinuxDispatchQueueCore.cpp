@@ -1,6 +1,8 @@
 #include "Vintra/platform/linux/runtime/LinuxDispatchQueueCore.h"
 
 #include <algorithm>
+#include <functional>
+#include <utility>
 
 namespace vintra {
 

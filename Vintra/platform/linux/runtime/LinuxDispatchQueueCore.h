@@ -3,6 +3,7 @@
 #include "Vintra/platform/linux/runtime/LinuxDispatchQueue.h"
 
 #include <chrono>
+#include <functional>
 #include <optional>
 
 namespace vintra {

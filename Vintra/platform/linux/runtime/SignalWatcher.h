@@ -12,9 +12,8 @@ namespace vintra {
 
 class EventLoop;
 
-/// Calls a block on the main thread for each arrival of one of the signals, in place of what the signal does
-/// otherwise, for as long as it lives; what the signals did before is then restored. At most one at a time.
-/// Main thread.
+/// Calls a block on the main thread each time one of the signals arrives, instead of what the signal did before. Its
+/// end restores that. At most one lives at a time. Main thread.
 class SignalWatcher {
 public:
     SignalWatcher(EventLoop& eventLoop, std::initializer_list<int> signals,

@@ -7,8 +7,7 @@
 
 namespace vintra {
 
-/// Keeps the threads that nobody could wait for, because their last task let go of their owner, until
-/// somebody can. Any thread.
+/// Joins threads later that nobody can join now: those whose own last task dropped their queue. Any thread.
 class ThreadCollector {
 public:
     ~ThreadCollector();

@@ -1,5 +1,6 @@
 #include "Vintra/platform/linux/screen/LinuxScreenStream.h"
 
+#include <optional>
 #include <system_error>
 #include <utility>
 
@@ -16,7 +17,7 @@ LinuxScreenStream::~LinuxScreenStream() {
 void LinuxScreenStream::addStreamOutput(std::weak_ptr<SCStreamOutput> output, SCStreamOutputType type,
                                         std::shared_ptr<DispatchQueue> sampleHandlerQueue) {
     if (capture) throw SystemError("screen", 1, "A screen stream takes no output once it has started.");
-    // It carries no sound, so who asks for that hears nothing.
+    // The stream carries no sound: an output for sound gets nothing.
     if (type == SCStreamOutputType::screen) {
         outputs.push_back({std::move(output), std::move(sampleHandlerQueue)});
     }

@@ -6,11 +6,12 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace vintra {
 
-/// A stream of the screen, by a capture thread that it makes at each start. Main thread.
+/// A stream of the screen. Each start makes a new capture thread. Main thread.
 class LinuxScreenStream : public SCStream, public std::enable_shared_from_this<LinuxScreenStream> {
 public:
     using MakeCapture = std::function<std::shared_ptr<ScreenCaptureThread>(ScreenCaptureThread::Outlets)>;
@@ -23,7 +24,7 @@ public:
     void startCapture(std::function<void(std::optional<SystemError>)> completion) override;
     void stopCapture(std::function<void(std::optional<SystemError>)> completion) override;
 
-    /// Of the newest capture: how often its thread has woken, what it has sent, and what it has left out.
+    /// Counts of the newest capture: its thread's wake-ups, the frames it sent, and the frames it left out.
     uint64_t wakeUps() const;
     uint64_t framesSent() const;
     uint64_t framesLeftOut() const;

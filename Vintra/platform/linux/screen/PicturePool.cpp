@@ -25,7 +25,7 @@ PicturePool::Picture* PicturePool::acquire(const std::function<std::unique_ptr<P
             pictures.push_back(std::move(grown));
             return pictures.back().get();
         }
-        mayGrow = false; // memory is short: make do with what there is
+        mayGrow = false; // memory is short: keep to the pictures there are
     }
 }
 

@@ -8,7 +8,7 @@ namespace vintra {
 namespace {
 
 constexpr size_t kMostRects = 12;
-/// Pixels that may be copied in vain to have one rectangle less: about what another request costs.
+/// How many unchanged pixels may be copied along to save one rectangle: about what another request costs.
 constexpr int64_t kMergeSlack = 16'384;
 
 int64_t growth(const PixelRect& a, const PixelRect& b) {

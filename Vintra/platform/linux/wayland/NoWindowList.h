@@ -2,6 +2,8 @@
 
 #include "Vintra/platform/WindowList.h"
 
+#include <optional>
+
 namespace vintra {
 
 /// A desktop that tells a program nothing of the windows of others, as Wayland's are.

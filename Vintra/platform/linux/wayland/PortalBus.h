@@ -31,7 +31,7 @@ using PortalOptions = std::vector<std::pair<std::string, PortalValue>>;
 /// thread, which sleeps in it and is woken by the messages or to give up.
 class PortalBus {
 public:
-    /// How the thread is told that nobody waits for it any more.
+    /// How another thread tells this one to give up.
     struct GivingUp {
         std::shared_ptr<WakeUp> wakeUp; ///< set after `isAsked` has become true
         std::function<bool()> isAsked;
@@ -46,7 +46,7 @@ public:
     /// The reply. Throws `SystemError` if there is none within 15 s, or an error: its sentence is about the
     /// portal.
     PortalMessage call(PortalMessage request);
-    /// Handles what comes until the condition holds; for ever without a deadline, in nanoseconds of the
+    /// Handles messages until the condition holds, or until the deadline if there is one, in nanoseconds of the
     /// monotonic clock. Throws `SystemError` if asked to give up, or if the bus has gone.
     bool waitUntil(const std::function<bool()>& condition, std::optional<int64_t> deadline);
 

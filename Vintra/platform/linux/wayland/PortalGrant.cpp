@@ -30,7 +30,7 @@ std::string displayGrantedInstead(const PortalScreenCast::Stream& granted, const
         return mayBe(granted, output, tellsPosition);
     });
     if (other != outputs.end()) return "the display " + other->name;
-    // One display, whatever the portal says of it, can't be mistaken for another.
+    // The only display can't be mistaken for another.
     return outputs.size() > 1 ? "another display" : std::string();
 }
 

@@ -9,6 +9,7 @@
 #include <fcntl.h>
 #include <fstream>
 #include <sys/stat.h>
+#include <utility>
 
 namespace vintra {
 

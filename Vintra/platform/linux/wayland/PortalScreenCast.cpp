@@ -8,6 +8,7 @@
 #include <functional>
 #include <string_view>
 #include <unistd.h>
+#include <utility>
 
 namespace vintra {
 namespace {
@@ -135,7 +136,7 @@ PortalScreenCast::Answer PortalScreenCast::ask(const char* member, const std::st
     const PortalMessage reply = bus.call(std::move(request));
     const char* path = nullptr;
     requireBus(sd_bus_message_read(reply.get(), "o", &path));
-    // The answer may have come before the path that it is told by.
+    // The answer may arrive before the call returns the path that identifies it.
     const auto isOver = [&] { return answers.contains(path) || closed || portalHasGone; };
     if (!bus.waitUntil(isOver, monotonicNanoseconds() + patience)) {
         throw SystemError("portal", 10,

@@ -22,7 +22,7 @@ struct PortalVideoStream::Events {
     }
     static void stateChanged(void* data, pw_stream_state, pw_stream_state now, const char*) {
         PortalVideoStream& owner = self(data);
-        // A pause is a change of size, or a screen that rests: nothing is new until it goes on.
+        // The stream pauses while its size changes or the screen rests: there is no new frame until it resumes.
         owner.streaming = now == PW_STREAM_STATE_STREAMING;
         if (now == PW_STREAM_STATE_ERROR || now == PW_STREAM_STATE_UNCONNECTED) {
             owner.endWith(3, "The desktop no longer shares the screen.");
@@ -87,7 +87,7 @@ void PortalVideoStream::connect(FileDescriptor remote) {
         pw_loop_enter(loop);
         context = pw_context_new(loop, nullptr, 0);
     }
-    // The descriptor is the connection's from here on, whatever comes of it.
+    // From here on the connection owns the descriptor, also if connecting fails.
     if (context) core = pw_context_connect_fd(context, remote.release(), nullptr, 0);
     if (core) {
         pw_core_add_listener(core, coreHook.get(), &Events::core, this);
@@ -117,7 +117,7 @@ void PortalVideoStream::connectStream() {
     if (result < 0) endWith(1, "The PipeWire server refused the screen.");
 }
 
-/// The hooks go first: what ends from here on is no news.
+/// The hooks go first, so that nothing is reported of the end.
 void PortalVideoStream::disconnect() {
     held = nullptr;
     if (stream) {

@@ -20,8 +20,8 @@ struct spa_pod;
 
 namespace vintra {
 
-/// The video stream that the desktop portal granted: frames in shared memory, of which the newest is held
-/// until it is let go or a newer one comes. Buffers of the graphics card aren't asked for: every pixel is
+/// The video stream that the desktop portal granted: frames in shared memory. It keeps the newest one
+/// until it is released or a newer one comes. Buffers of the graphics card aren't asked for: every pixel is
 /// read by the processor, for which the desktop's own copy into shared memory is the quicker way.
 ///
 /// One thread, which sleeps on `fileDescriptor` and calls `dispatch`; the functions given are called in
@@ -30,9 +30,9 @@ class PortalVideoStream {
 public:
     struct Listener {
         std::function<void(const PortalVideoFormat&)> onFormat;
-        /// A frame with a picture. True to hold it, in the place of an earlier one.
+        /// A frame with a picture. True to keep it, in place of an earlier one.
         std::function<bool(const PortalFrame&)> onFrame;
-        /// A frame has been lost: what the next one's damage says isn't all.
+        /// A frame was lost, so the next frame's damage doesn't say all that changed.
         std::function<void()> onLoss;
     };
 
@@ -49,7 +49,7 @@ public:
     /// Why no more frames will come; nothing while they do.
     const std::optional<SystemError>& end() const { return end_; }
 
-    /// The held frame, or null.
+    /// The newest frame that the receiver asked to keep, or null.
     const PortalFrame* frame() const { return held ? &heldFrame : nullptr; }
     void releaseFrame();
 

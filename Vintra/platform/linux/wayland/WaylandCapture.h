@@ -19,9 +19,8 @@ namespace vintra {
 ///
 /// Goal: a frame soon after every change, no closer than the minimum interval, and no work at all without a
 /// change. Method: the thread sleeps until PipeWire, the bus or the owner has something for it. Of the frames
-/// that come within an interval the newest is held and copied when the interval has gone by, and then only
-/// those of its pixels that changed. If every picture is still out, the newest frame is held until one comes
-/// back. Rejected: PipeWire's own thread, which would need locks around all of this.
+/// that come within an interval it keeps the newest, and copies those of its pixels that changed when the
+/// interval is over. If every picture is still out, it keeps the newest frame until one comes back. Rejected: PipeWire's own thread, which would need locks around all of this.
 ///
 /// Made and let go on the main thread; the functions given to it are called on its own.
 class WaylandCapture : public ScreenCaptureThread {
@@ -54,8 +53,8 @@ private:
     std::unique_ptr<PortalFrameCopier> copier;
     std::unique_ptr<PortalVideoStream> stream;
     int64_t begin = 0;        ///< nanoseconds of the monotonic clock, as all that follow
-    int64_t shownAt = 0;      ///< the held frame
-    int64_t earliestNext = 0; ///< frame
+    int64_t shownAt = 0;      ///< when the stream's kept frame was shown
+    int64_t earliestNext = 0; ///< when the next frame may be sent
     bool waitsForPicture = false;
 };
 

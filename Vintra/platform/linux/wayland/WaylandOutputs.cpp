@@ -10,6 +10,7 @@
 #include <memory>
 #include <poll.h>
 #include <string_view>
+#include <utility>
 #include <wayland-client.h>
 
 namespace vintra {
@@ -30,7 +31,7 @@ Connection connect(const std::string& name) {
     return Connection(wl_display_connect(name.empty() ? nullptr : name.c_str()));
 }
 
-/// What has been told of one output so far.
+/// What the compositor has said of one output so far.
 struct Told {
     wl_output* output = nullptr;
     zxdg_output_v1* logical = nullptr;
@@ -171,7 +172,7 @@ private:
         }
     }
 
-    /// Until all that was asked is answered. Not libwayland's own, which waits for ever.
+    /// Waits until everything asked for is answered, up to the deadline; libwayland's own round trip has none.
     void roundTrip() {
         bool isDone = false;
         constexpr static wl_callback_listener listener = {

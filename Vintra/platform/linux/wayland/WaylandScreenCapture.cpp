@@ -4,6 +4,10 @@
 #include "Vintra/platform/linux/wayland/WaylandCapture.h"
 #include "Vintra/platform/linux/wayland/WaylandOutputs.h"
 
+#include <functional>
+#include <optional>
+#include <utility>
+
 namespace vintra {
 
 WaylandScreenCapture::WaylandScreenCapture(WaylandDesktop desktop)

@@ -3,6 +3,8 @@
 #include "Vintra/platform/ScreenCapture.h"
 #include "Vintra/platform/linux/wayland/WaylandDesktop.h"
 
+#include <functional>
+
 namespace vintra {
 
 /// What can be captured of a Wayland desktop, through its ScreenCast portal: a display, whole or a part.

@@ -3,6 +3,9 @@
 #include "Vintra/platform/SystemError.h"
 #include "Vintra/platform/linux/wayland/WaylandOutputs.h"
 
+#include <functional>
+#include <utility>
+
 namespace vintra {
 
 WaylandScreens::WaylandScreens(std::string displayName)

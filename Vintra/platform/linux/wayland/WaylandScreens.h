@@ -2,6 +2,7 @@
 
 #include "Vintra/platform/Screens.h"
 
+#include <functional>
 #include <string>
 
 namespace vintra {

@@ -61,11 +61,11 @@ private:
     X11CursorImage cursor;
     PixelRect pointer; ///< what its picture covers of the captured one, and beyond; empty if it isn't on it
     std::shared_ptr<X11PicturePool> pool;
-    bool owesFrame = true;            ///< whatever changed or not
+    bool owesFrame = true;            ///< the next look sends a frame even if nothing changed
     int64_t earliestLook = 0;         ///< nanoseconds of the monotonic clock
     bool sleptForLook = false;        ///< something had changed before `earliestLook`
-    int refusedReads = 0;             ///< in a row
-    std::optional<int64_t> goneUntil; ///< set while the subject isn't there: when to give up
+    int refusedReads = 0;             ///< reads in a row that the server refused
+    std::optional<int64_t> goneUntil; ///< when to give up; set while the display or window isn't there
 };
 
 } // namespace vintra

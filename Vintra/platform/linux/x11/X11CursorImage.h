@@ -17,9 +17,9 @@ public:
     /// it lies still. A program that moves the pointer by itself within a window that listens to motion tells
     /// nobody: that shows with the next frame.
     void watch(X11Display& display);
-    /// Takes down what an event says of the pointer; other events are passed over.
+    /// Notes what an event says of the pointer; ignores other events.
     void handle(const XEvent& event);
-    /// Has anything been told of the pointer since the last `update`?
+    /// Whether an event has said anything of the pointer since the last `update`.
     bool mayHaveChanged() const { return hasMoved || !isCurrent; }
     /// Asks the server where the pointer is, and for its picture if that is out of date. True if either
     /// differs from before.

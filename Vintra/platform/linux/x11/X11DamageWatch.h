@@ -9,18 +9,18 @@
 
 namespace vintra {
 
-/// What has been drawn on a drawable and all windows in it. The server tells once that there is something and
-/// is silent until it was taken, however much is drawn meanwhile. Owned by a capture, on its thread.
+/// What has been drawn on a drawable and all windows in it. The server sends one event when something is drawn, and
+/// no other until that has been taken, however much is drawn meanwhile. Owned by a capture, on its thread.
 class X11DamageWatch {
 public:
     /// Throws `SystemError` if the server can't tell.
     X11DamageWatch(X11Display& display, Drawable drawable);
 
-    /// Takes down what an event says; other events are passed over.
+    /// Notes what an event says; ignores other events.
     void handle(const XEvent& event);
     bool isPending() const { return pending; }
-    /// What was drawn since it was last taken, in the drawable's pixels. What is drawn from now on is told
-    /// anew, so pixels that are read after this are never older than what was told.
+    /// What was drawn since the last call, in the drawable's pixels. Later drawing makes a new event, so pixels that
+    /// are read after this call are at least as new as its result.
     std::vector<PixelRect> take(X11Display& display);
 
 private:

@@ -9,9 +9,9 @@
 
 namespace vintra {
 
-/// A connection to an X server. A refused request or a server that has gone never ends the process: the
-/// first is told by `failed`, the second by `isDead`, after which requests do nothing and answers are empty.
-/// Owned by who opened it; one thread at a time.
+/// A connection to an X server. Neither a refused request nor the loss of the server ends the process: `failed`
+/// says the first, `isDead` the second. On a dead connection requests do nothing and answers are empty. Owned by
+/// whoever opened it; one thread at a time.
 class X11Display {
 public:
     /// An empty name stands for the DISPLAY of the environment. Throws `SystemError` with the domain "x11".
@@ -31,7 +31,7 @@ public:
     /// As `failed`, without waiting: after a request that has an answer.
     bool hasError() const { return errorCode != 0 || dead; }
 
-    /// What an unreachable, or gone, server is told as.
+    /// The error to report for a server that can't be reached or has ended.
     static SystemError serverGone();
 
 private:

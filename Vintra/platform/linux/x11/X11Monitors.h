@@ -24,7 +24,7 @@ struct X11Monitor {
 };
 
 /// The primary one first, the others in the server's order. A server without RandR has one, of the size of
-/// its root window. Empty if the server has gone.
+/// its root window. Empty if the server has ended.
 std::vector<X11Monitor> readMonitors(X11Display& display);
 
 std::optional<X11Monitor> findMonitor(X11Display& display, uint32_t displayID);
@@ -36,7 +36,7 @@ std::vector<NSScreen> readScreens(X11Display& display);
 /// where the desktop hasn't set it. As it is at the moment: a connection's own copy is as old as that.
 double readScale(X11Display& display);
 
-/// The fewest whole points that cover so many pixels.
+/// The fewest whole points that cover this number of pixels.
 int wholePointsCovering(int pixels, double scale);
 /// `pixels` over `scale`, so that `scale` times it is never less than `pixels`: a product that was rounded
 /// down would lose a pixel.

@@ -10,7 +10,7 @@
 namespace vintra {
 namespace {
 
-/// Rows that may be read in vain between two that changed: reading 24 rows of 1920 pixels takes about as long
+/// How many unchanged rows may be read along between two that changed: reading 24 rows of 1920 pixels takes about as long
 /// as asking the server once more.
 constexpr int kLeastRowGap = 24;
 

@@ -34,7 +34,7 @@ public:
     /// Does the picture show what the pointer is over, if it is over that child of the root window?
     virtual bool isPointedAt(::Window childOfRoot) const = 0;
 
-    /// Takes down what an event says of the desktop; other events are passed over.
+    /// Notes what an event says of the desktop; ignores other events.
     virtual void handle(XEvent& event) = 0;
     virtual bool isOutOfDate() const = 0;
     enum class Update {

@@ -5,6 +5,9 @@
 #include "Vintra/platform/linux/x11/X11Monitors.h"
 #include "Vintra/platform/linux/x11/X11Windows.h"
 
+#include <functional>
+#include <utility>
+
 namespace vintra {
 
 X11ScreenCapture::X11ScreenCapture(std::string displayName)

@@ -2,6 +2,7 @@
 
 #include "Vintra/platform/ScreenCapture.h"
 
+#include <functional>
 #include <string>
 
 namespace vintra {

@@ -8,6 +8,7 @@
 
 #include <poll.h>
 #include <system_error>
+#include <utility>
 
 namespace vintra {
 

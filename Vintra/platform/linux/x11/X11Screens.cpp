@@ -3,6 +3,9 @@
 #include "Vintra/platform/linux/x11/X11Monitors.h"
 #include "Vintra/platform/linux/x11/X11ScreenWatch.h"
 
+#include <functional>
+#include <utility>
+
 namespace vintra {
 
 X11Screens::X11Screens(std::shared_ptr<MainThread> mainThread, std::string displayName)

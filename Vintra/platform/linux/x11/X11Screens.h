@@ -3,6 +3,7 @@
 #include "Vintra/platform/MainThread.h"
 #include "Vintra/platform/Screens.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>

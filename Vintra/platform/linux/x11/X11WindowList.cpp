@@ -3,6 +3,9 @@
 #include "Vintra/platform/linux/x11/X11Monitors.h"
 #include "Vintra/platform/linux/x11/X11Windows.h"
 
+#include <optional>
+#include <utility>
+
 namespace vintra {
 namespace {
 

@@ -3,6 +3,7 @@
 #include "Vintra/platform/WindowList.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace vintra {

@@ -7,7 +7,7 @@
 
 namespace vintra {
 
-/// The pixels of one window by itself, whatever lies over it.
+/// The pixels of one window by itself, also where other windows cover it.
 ///
 /// Method: the server keeps the window in a pixmap of its own and still shows it as before (an automatic
 /// redirection of the extension Composite, which ends with the connection). The pixmap is another one each

@@ -28,7 +28,7 @@ struct X11Window {
     bool operator==(const X11Window&) const = default;
 };
 
-/// All windows with pixels, front to back. Empty if the server has gone.
+/// All windows with pixels, front to back. Empty if the server has ended.
 std::vector<X11Window> readWindows(X11Display& display);
 /// Nothing if there is no such window, or it has no pixels.
 std::optional<X11Window> readWindow(X11Display& display, ::Window window);
