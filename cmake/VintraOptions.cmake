@@ -1,5 +1,8 @@
 # Compile options shared by every target, and the one way in which a folder becomes a library.
 
+include(${CMAKE_CURRENT_LIST_DIR}/VintraLayers.cmake)
+include(${CMAKE_CURRENT_LIST_DIR}/VintraUnity.cmake)
+
 find_program(CCACHE ccache)
 if(CCACHE)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
