@@ -30,6 +30,8 @@ if(VINTRA_SANITIZE)
   target_compile_options(vintra_options INTERFACE -fsanitize=${VINTRA_SANITIZE} -fno-omit-frame-pointer
                                                   -fno-sanitize-recover=all)
   target_link_options(vintra_options INTERFACE -fsanitize=${VINTRA_SANITIZE})
+  # For a test that needs the memory functions or the speed of a plain build.
+  target_compile_definitions(vintra_options INTERFACE VINTRA_SANITIZED)
 endif()
 if(VINTRA_THREAD_SAFETY)
   if(NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")

@@ -30,7 +30,7 @@ int64_t calls() {
     return count;
 }
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef VINTRA_SANITIZED
 
 bool counts() {
     return false;
