@@ -101,6 +101,17 @@ void AudioPreviews::repairPreview(const std::shared_ptr<AVCaptureSession>& sessi
     }
 }
 
+void AudioPreviews::resume(const std::string& deviceID) {
+    std::vector<std::shared_ptr<AVCaptureSession>> sessions;
+    if (micPreview.deviceID() == deviceID) sessions.push_back(micPreview.session());
+    if (dawPreview.deviceID() == deviceID) sessions.push_back(dawPreview.session());
+    sessions.push_back(extraPreviews.sessionOf(deviceID));
+    for (const auto& session : sessions) {
+        if (session && !session->isRunning())
+            sessionControl.start(session, tasks.guarded([this] { syncRoutingCache(); }));
+    }
+}
+
 void AudioPreviews::followSelection() {
     selection.selectedMicDeviceID.onChange([this](const auto&) {
         selection.selectedMicChannelIndex.set(0);

@@ -46,6 +46,9 @@ public:
     Task<> endPreviews();
     /// Puts another session in the place of one that has ended by itself. Others are none of its business.
     void repairPreview(const std::shared_ptr<AVCaptureSession>& session);
+    /// Starts the sessions of a device that has come back in a take, so that its tracks go on. They are the
+    /// sessions that the take began with: their outputs feed its tracks. One that runs is left alone.
+    void resume(const std::string& deviceID);
 
     const AudioPreview& mic() const { return micPreview; }
     const AudioPreview& daw() const { return dawPreview; }

@@ -3,9 +3,10 @@
 namespace vintra {
 
 void AudioTrack::append(const CMSampleBuffer& buffer) {
-    appendToOwnInputs(buffer);
+    const CMSampleBuffer wanted = appendToOwnInputs(buffer);
+    if (!wanted.isValid()) return;
     for (const auto& reference : webcamReferenceInputs)
-        appendIfReady(reference.get(), buffer);
+        appendIfReady(reference.get(), wanted);
 }
 
 } // namespace vintra

@@ -92,6 +92,11 @@ std::shared_ptr<AVCaptureAudioDataOutput> ExtraAudioPreviews::outputOf(const std
     return found == extraPreviews.end() ? nullptr : found->chain.dataOutput;
 }
 
+std::shared_ptr<AVCaptureSession> ExtraAudioPreviews::sessionOf(const std::string& deviceID) const {
+    const auto found = std::ranges::find(extraPreviews, deviceID, &ExtraPreview::deviceID);
+    return found == extraPreviews.end() ? nullptr : found->chain.session;
+}
+
 std::vector<AudioRoutingCache::ExtraRouting> ExtraAudioPreviews::routing() const {
     std::vector<AudioRoutingCache::ExtraRouting> routings;
     for (const ExtraPreview& preview : extraPreviews) {

@@ -29,6 +29,8 @@ public:
     bool areRunning() const;
     /// Where the device's samples come out; null if there is no preview of it.
     std::shared_ptr<AVCaptureAudioDataOutput> outputOf(const std::string& deviceID) const;
+    /// Null if there is no preview of the device.
+    std::shared_ptr<AVCaptureSession> sessionOf(const std::string& deviceID) const;
     /// Each device's output with the rows that tap it.
     std::vector<AudioRoutingCache::ExtraRouting> routing() const;
 

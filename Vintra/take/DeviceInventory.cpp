@@ -54,7 +54,7 @@ DeviceInventory::DeviceIdentity DeviceInventory::currentDeviceIdentity() const {
 void DeviceInventory::observe() {
     knownDeviceIdentity = currentDeviceIdentity();
     captureDeviceObservation = platform.captureDevices->observe({
-        .deviceWasConnected = tasks.guarded([this](const auto&) { handleDeviceInventoryChanged(); }),
+        .deviceWasConnected = tasks.guarded([this](const auto& device) { handleDeviceConnected(device); }),
         .deviceWasDisconnected =
             tasks.guarded([this](const auto& device) { handleDeviceDisconnected(device); }),
         .sessionRuntimeError = tasks.guarded([this](const auto& session, const SystemError& error) {
@@ -62,6 +62,12 @@ void DeviceInventory::observe() {
         }),
     });
     deviceListWatcher.start(tasks.guarded([this] { handleDeviceInventoryChanged(); }));
+}
+
+/// In a take, a device that comes back under its id goes on in its tracks; what it has missed is silent there.
+void DeviceInventory::handleDeviceConnected(const std::shared_ptr<AVCaptureDevice>& device) {
+    handleDeviceInventoryChanged();
+    if (*isRecording && device) previews.resume(device->uniqueID());
 }
 
 /// One event may be told of twice, by the hardware and by the capture devices: the second call finds nothing

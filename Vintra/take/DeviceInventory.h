@@ -54,6 +54,7 @@ private:
     DeviceIdentity currentDeviceIdentity() const;
     void handleDeviceInventoryChanged();
     void forgetDevicesThatWent();
+    void handleDeviceConnected(const std::shared_ptr<AVCaptureDevice>& device);
     void handleDeviceDisconnected(const std::shared_ptr<AVCaptureDevice>& device);
     std::vector<std::string> tracksOn(const std::string& deviceID) const;
     void handleCaptureSessionRuntimeError(const std::shared_ptr<AVCaptureSession>& session,

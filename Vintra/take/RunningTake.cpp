@@ -109,6 +109,7 @@ void RunningTake::startWriters(bool capturesSystemAudio, CMTime commonStart) {
             throw RecordingError::writerFailed(track.startLabel(capturesSystemAudio), track.writer->error());
         startedWriters.push_back(track.writer);
         track.writer->startSession(commonStart);
+        if (track.sound) track.sound->commonStart = commonStart;
     }
 }
 
@@ -123,6 +124,28 @@ void RunningTake::setWarmupCutoff(CMTime cutoff) {
     if (dawTrack) dawTrack->warmupCutoff = cutoff;
     for (const auto& track : extraInputTracks())
         track->warmupCutoff = cutoff;
+}
+
+void RunningTake::endSoundAt(CMTime time) {
+    for (const Track& track : tracks()) {
+        if (track.sound) track.sound->account.endAt(time);
+    }
+}
+
+bool RunningTake::hasSoundUpTo(CMTime time) const {
+    const CMTime longAgo =
+        time - CMTimeMake(1, 1); // a device that has been silent since doesn't come back now
+    for (const Track& track : tracks()) {
+        const auto last = track.sound ? track.sound->account.lastSamplePTS() : std::nullopt;
+        if (last && *last<time&& * last> longAgo) return false;
+    }
+    return true;
+}
+
+void RunningTake::closeSound(CMTime end) {
+    for (const Track& track : tracks()) {
+        if (track.sound) track.sound->close(end);
+    }
 }
 
 void RunningTake::markInputsAsFinished() {

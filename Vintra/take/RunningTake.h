@@ -88,6 +88,12 @@ public:
     void cancelStartedWriters();
     /// Buffers that begin before this are written as silence, on every sound file.
     void setWarmupCutoff(CMTime cutoff);
+    /// No sound from this time on goes into a file.
+    void endSoundAt(CMTime time);
+    /// Whether every track of sound that is still being fed has come to that time.
+    bool hasSoundUpTo(CMTime time) const;
+    /// Settles the accounts of all sound, once no buffer comes any more.
+    void closeSound(CMTime end);
     void markInputsAsFinished();
     /// What the take produced, by the writers it ends with.
     TakeFiles files() const;

@@ -146,6 +146,7 @@ private:
 
     // The steps of a stop (StopTake.cpp)
 
+    Task<> awaitSoundUnderWay(CMTime stopTime);
     Task<> detachSinks();
     Task<> finishWriters(TakeEnding& ending);
     void observe(TakeEnding& ending);

@@ -27,12 +27,19 @@
 #include <utility>
 
 namespace vintra {
+namespace {
+
+constexpr CMTime kLongestSoundUnderWay{3, 10, kCMTimeFlags_Valid}; // 0.3 s
+constexpr int64_t kSoundPollNanoseconds = 5'000'000;
+
+} // namespace
 
 Task<> ScreenRecorderManager::stopRecording() {
     if (*isBusy || !*isRecording) co_return;
     isBusy.set(true);
     TakeEnding ending;
     ending.stopTime = platform.hostClock->now();
+    take->endSoundAt(ending.stopTime);
     if (*recordingStartDate) {
         ending.seconds = platform.wallClock->now().secondsSince1970 - (*recordingStartDate)->secondsSince1970;
     }
@@ -40,7 +47,9 @@ Task<> ScreenRecorderManager::stopRecording() {
         co_await screenTrack->stop(take->stream);
         take->stream = nullptr;
     }
+    co_await awaitSoundUnderWay(ending.stopTime);
     co_await detachSinks();
+    take->closeSound(ending.stopTime);
     co_await cameras->flush(take->webcamInput, take->extraCameraRecordings);
     lastScreenBeatSummary.clear();
     if (take->videoInput) {
@@ -64,6 +73,23 @@ Task<> ScreenRecorderManager::stopRecording() {
     reportTake(std::move(ending));
     if (const auto feedback = feedbackAsk.lock()) feedback->takeFinished(seconds, lastError->has_value());
     isBusy.set(false);
+}
+
+/// What was heard before the stop comes in a little after it: from the device, the sound server and the
+/// queues. It is waited for, but not for long: the end of a device that hangs is filled with silence.
+Task<> ScreenRecorderManager::awaitSoundUnderWay(CMTime stopTime) {
+    const CMTime latest = stopTime + kLongestSoundUnderWay;
+    while (!take->hasSoundUpTo(stopTime) && platform.hostClock->now() < latest) {
+        std::unique_ptr<DispatchTimer> timer;
+        const auto begin = [&timer, queue = audioPreviews->queues().back()](auto done) {
+            timer = queue->makeTimer({.delayNanoseconds = kSoundPollNanoseconds,
+                                      .intervalNanoseconds = kSoundPollNanoseconds,
+                                      .leewayNanoseconds = 0},
+                                     done);
+            timer->resume();
+        };
+        co_await awaitCompletion<void>(*platform.mainThread, begin);
+    }
 }
 
 /// Afterwards no callback reaches a writer.
@@ -95,9 +121,11 @@ Task<> ScreenRecorderManager::finishWriters(TakeEnding& ending) {
         }
         // A track that no sample reached isn't padded.
         if (!track.sound || !track.sound->firstSamplePTS || !recordingCommonStartTime) continue;
+        const bool hasFailed = track.writer->status() == AVAssetWriterStatus::failed;
         ending.paddings.push_back(
             {.url = track.writer->outputURL(),
-             .gap = CMTimeGetSeconds(*track.sound->firstSamplePTS - *recordingCommonStartTime)});
+             .gap = CMTimeGetSeconds(*track.sound->firstSamplePTS - *recordingCommonStartTime),
+             .frames = hasFailed ? 0 : track.sound->framesUpTo(ending.stopTime)});
     }
 }
 
@@ -142,7 +170,7 @@ Task<> ScreenRecorderManager::padWavFiles(std::vector<Padding> paddings) {
                         process = platform.processInfo](auto done) {
         background->async([paddings, files, process, done] {
             for (const Padding& padding : paddings)
-                padWavFileWithLeadingSilence(*files, *process, padding.url, padding.gap);
+                alignWavFile(*files, *process, padding.url, padding.gap, padding.frames);
             done();
         });
     };

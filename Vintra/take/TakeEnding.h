@@ -5,16 +5,19 @@
 #include "Vintra/take/TakeWarnings.h"
 #include "Vintra/timeline/TakeFiles.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace vintra {
 
-/// The silence that a stop puts before a sound file, so that the file begins at the common start.
+/// The silence that a stop puts before a sound file, so that the file begins at the common start, and behind
+/// it, so that the file ends with the take.
 struct Padding {
     URL url;
-    double gap = 0; ///< seconds; up to 0.01 the file is left as it is
+    double gap = 0;     ///< seconds; up to 0.01 the file is left as it is
+    int64_t frames = 0; ///< of the whole file afterwards; 0 leaves its end as it is
 };
 
 /// What a stop learns of its take, step by step, and what remains of a take afterwards. A value.

@@ -3,6 +3,7 @@
 #include "Vintra/take/TakeReport.h"
 
 #include "Vintra/take/PictureStall.h"
+#include "Vintra/take/SoundLossText.h"
 #include "Vintra/take/Words.h"
 #include "Vintra/video/ScreenDropSummary.h"
 
@@ -33,7 +34,10 @@ void observeSounds(const TakeReportSources& sources, TakeObservations& seen) {
         seen.sounds.push_back({.name = nameOf(track, sources.capturesSystemAudio),
                                .firstSamplePTS = track.sound->firstSamplePTS,
                                .lastSamplePTS = track.sound->lastSamplePTS,
-                               .sawSignal = track.sound->sawSignal});
+                               .sawSignal = track.sound->sawSignal,
+                               .account = track.sound->account.read()});
+        const std::string losses = soundLossLog(seen.sounds.back().name, seen.sounds.back().account);
+        if (!losses.empty()) sources.log.write(kHealthLog, LogLevel::error, losses);
         seen.droppedAudioBuffers += track.sound->droppedBufferCount;
     }
 }

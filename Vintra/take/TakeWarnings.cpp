@@ -1,5 +1,6 @@
 #include "Vintra/take/TakeWarnings.h"
 
+#include "Vintra/take/SoundLossText.h"
 #include "Vintra/take/Text.h"
 
 #include <cstdio>
@@ -39,15 +40,21 @@ CMTime endOfTake(const TakeObservations& seen) {
     return latest;
 }
 
+/// From its last sample to the end of the take; nothing unless that is over a second.
+std::optional<CMTime> shortBy(const TakeObservations::Sound& sound, CMTime end) {
+    if (!sound.lastSamplePTS || !sound.lastSamplePTS->isNumeric()) return std::nullopt;
+    const CMTime gap = end - *sound.lastSamplePTS;
+    return gap > CMTimeMake(1, 1) ? std::optional(gap) : std::nullopt;
+}
+
 std::vector<std::string> soundsThatEndEarly(const TakeObservations& seen) {
     const CMTime end = endOfTake(seen);
     std::vector<std::string> entries;
     for (const auto& sound : seen.sounds) {
-        if (!sound.lastSamplePTS || !sound.lastSamplePTS->isNumeric()) continue;
-        const CMTime gap = end - *sound.lastSamplePTS;
-        if (!(gap > CMTimeMake(1, 1))) continue;
+        const auto gap = shortBy(sound, end);
+        if (!gap) continue;
         char seconds[32];
-        std::snprintf(seconds, sizeof seconds, "%.0f", CMTimeGetSeconds(gap));
+        std::snprintf(seconds, sizeof seconds, "%.0f", CMTimeGetSeconds(*gap));
         entries.push_back(sound.name + " (" + seconds + "s short)");
     }
     return entries;
@@ -116,6 +123,20 @@ void addFlawedSound(const TakeObservations& seen, std::vector<std::string>& warn
     }
 }
 
+/// Every loss, by name, that the sentences before don't tell the length of.
+void addLostSound(const TakeObservations& seen, std::vector<std::string>& warnings) {
+    const CMTime end = endOfTake(seen);
+    const size_t before = warnings.size();
+    for (const auto& sound : seen.sounds) {
+        auto warning = soundLossWarning(sound.name, sound.account, shortBy(sound, end).has_value());
+        if (warning) warnings.push_back(*std::move(warning));
+    }
+    if (seen.isSoundWithoutRealTime && warnings.size() > before) {
+        warnings.push_back("The system refused to run sound with real-time priority, so a busy machine loses "
+                           "some. Allow it for your user, or close other programs while you record.");
+    }
+}
+
 } // namespace
 
 std::vector<std::string> takeWarnings(const TakeObservations& seen) {
@@ -128,6 +149,7 @@ std::vector<std::string> takeWarnings(const TakeObservations& seen) {
     if (seen.droppedAudioBuffers >= 1) warnings.push_back(droppedAudioWarning(seen.droppedAudioBuffers));
     if (seen.droppedScreenFrames + seen.droppedWebcamFrames >= 1)
         warnings.push_back(droppedFramesWarning(seen));
+    addLostSound(seen, warnings);
     return warnings;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Vintra/audio/SoundAccount.h"
 #include "Vintra/platform/CMTime.h"
 
 #include <cstdint>
@@ -16,6 +17,7 @@ struct TakeObservations {
         std::optional<CMTime> firstSamplePTS{}; ///< nothing if no buffer came
         std::optional<CMTime> lastSamplePTS{};
         bool sawSignal = false;
+        SoundAccount account{};
     };
 
     /// The mic's track, the second one, then those of extra inputs.
@@ -29,6 +31,7 @@ struct TakeObservations {
     std::optional<std::string> windowNote;
     std::optional<std::string> timelineNote; ///< why there is no timeline file
 
+    bool isSoundWithoutRealTime = false; ///< the system refused the sound threads real-time rights
     int64_t droppedAudioBuffers = 0;
     int64_t droppedScreenFrames = 0;
     int64_t droppedWebcamFrames = 0; ///< of all cameras

@@ -16,8 +16,11 @@ constexpr size_t kHeaderLimit = 65'536;
 constexpr size_t kFirstChunk = 12;
 constexpr size_t kChunkHeaderLength = 8;
 constexpr size_t kFormatLength = 16;
-constexpr double kLargestGapLeftAlone = 0.01; ///< seconds
+constexpr double kLargestGapLeftAlone = 0.01;                ///< seconds
+constexpr uint64_t kMostFramesOfSilence = 1'000'000'000'000; ///< beyond any take
 constexpr size_t kPieceLength = 4'194'304;
+constexpr uint64_t kLargestRIFF = 0xFFFF'FFFE; ///< one more stands for a size in the 64-bit chunk
+constexpr uint32_t kLargeSizesLength = 28;     ///< three sizes and the length of an empty table
 
 uint32_t read16(const uint8_t* bytes) {
     return static_cast<uint32_t>(bytes[0] | bytes[1] << 8);
@@ -25,6 +28,15 @@ uint32_t read16(const uint8_t* bytes) {
 
 uint32_t read32(const uint8_t* bytes) {
     return read16(bytes) | read16(bytes + 2) << 16;
+}
+
+uint64_t read64(const uint8_t* bytes) {
+    return read32(bytes) | static_cast<uint64_t>(read32(bytes + 4)) << 32;
+}
+
+void write64(uint8_t* bytes, uint64_t number) {
+    for (int index = 0; index < 8; ++index)
+        bytes[index] = static_cast<uint8_t>(number >> (8 * index));
 }
 
 void write32Saturated(uint8_t* bytes, uint64_t number) {
@@ -57,7 +69,9 @@ struct Chunks {
     const uint8_t* format = nullptr; ///< the format chunk's body
     uint32_t formatSize = 0;
     uint64_t dataStart = 0;
-    uint32_t dataSize = 0;
+    uint64_t dataSize = 0;
+    std::optional<uint64_t> largeSizesAt;
+    std::optional<uint64_t> largeDataSize;
 };
 
 /// Walks the chunks up to "data"; nothing if the walk leaves the bytes before.
@@ -73,6 +87,14 @@ std::optional<Chunks> walkChunks(const std::vector<uint8_t>& front) {
             chunks.dataSize = size;
             return chunks;
         }
+        if (hasTag(header, "ds64") && size >= kLargeSizesLength && body + size <= front.size()) {
+            chunks.largeSizesAt = cursor;
+            chunks.largeDataSize = read64(front.data() + body + 8);
+        }
+        // The chunk with the sizes must be the first.
+        if (hasTag(header, "JUNK") && size >= kLargeSizesLength && cursor == kFirstChunk &&
+            body + size <= front.size())
+            chunks.largeSizesAt = cursor;
         if (hasTag(header, "fmt ")) {
             if (body + size > front.size()) return std::nullopt;
             chunks.format = front.data() + body;
@@ -85,10 +107,14 @@ std::optional<Chunks> walkChunks(const std::vector<uint8_t>& front) {
 
 std::optional<WavHeader> parseHeader(const std::vector<uint8_t>& front, uint64_t fileSize) {
     if (front.size() < kSmallestFile) return std::nullopt;
-    if (!hasTag(front.data(), "RIFF") || !hasTag(front.data() + 8, "WAVE")) return std::nullopt;
-    const auto chunks = walkChunks(front);
+    const bool isRF64 = hasTag(front.data(), "RF64");
+    if (!isRF64 && !hasTag(front.data(), "RIFF")) return std::nullopt;
+    if (!hasTag(front.data() + 8, "WAVE")) return std::nullopt;
+    auto chunks = walkChunks(front);
     if (!chunks || chunks->format == nullptr || chunks->formatSize < kFormatLength) return std::nullopt;
     if (fileSize < chunks->dataStart) return std::nullopt;
+    if (isRF64 && chunks->dataSize > kLargestRIFF && chunks->largeDataSize)
+        chunks->dataSize = *chunks->largeDataSize;
 
     const uint32_t channels = read16(chunks->format + 2);
     const uint32_t sampleRate = read32(chunks->format + 4);
@@ -101,16 +127,16 @@ std::optional<WavHeader> parseHeader(const std::vector<uint8_t>& front, uint64_t
         .fileSize = fileSize,
         .sampleRate = sampleRate,
         .blockAlign = channels * bitsPerSample / 8,
+        .isRF64 = isRF64,
+        .largeSizesAt = chunks->largeSizesAt,
     };
 }
 
-/// The header of the file with the padding in it.
-std::vector<uint8_t> paddedHeader(const WavHeader& header, uint64_t padBytes) {
-    std::vector<uint8_t> bytes = header.bytes;
-    write32Saturated(bytes.data() + 4, header.fileSize + padBytes - 8);
-    write32Saturated(bytes.data() + header.dataStart - 4, header.declaredDataSize + padBytes);
-    return bytes;
-}
+/// Bytes of silence before and behind the samples.
+struct Silences {
+    uint64_t leading = 0;
+    uint64_t trailing = 0;
+};
 
 void writeSilence(FileHandle& file, uint64_t length) {
     const std::vector<uint8_t> zeros(static_cast<size_t>(std::min<uint64_t>(length, kPieceLength)));
@@ -121,18 +147,35 @@ void writeSilence(FileHandle& file, uint64_t length) {
     }
 }
 
-void copyRest(FileHandle& source, FileHandle& destination) {
-    std::vector<uint8_t> piece(kPieceLength);
-    while (const size_t count = source.read(piece.data(), piece.size()))
+/// Up to `length` bytes.
+void copy(FileHandle& source, FileHandle& destination, uint64_t length) {
+    std::vector<uint8_t> piece(static_cast<size_t>(std::min<uint64_t>(length, kPieceLength)));
+    while (length > 0) {
+        const auto wanted = static_cast<size_t>(std::min<uint64_t>(length, piece.size()));
+        const size_t count = source.read(piece.data(), wanted);
+        if (count == 0) return;
         destination.write(piece.data(), count);
+        length -= count;
+    }
 }
 
-/// Bytes of silence to put in; 0 for a gap that is left alone.
+/// Bytes of leading silence; 0 for a gap that is left alone.
 uint64_t paddingLength(const WavHeader& header, double gapSeconds) {
     const double bytes = std::round(gapSeconds * header.sampleRate) * header.blockAlign;
     // Beyond any disk, and beyond what a count of bytes holds.
     if (!(bytes >= 1) || bytes > 1e18) return 0;
     return static_cast<uint64_t>(bytes);
+}
+
+/// What brings the samples behind the gap, and the file to that many frames.
+Silences silencesOf(const WavHeader& header, double gapSeconds, int64_t frames) {
+    Silences silences{.leading = paddingLength(header, gapSeconds), .trailing = 0};
+    const uint64_t frameLength = std::max(1u, header.blockAlign);
+    const uint64_t present = (header.declaredDataSize + silences.leading) / frameLength;
+    const auto wanted = static_cast<uint64_t>(std::max<int64_t>(0, frames));
+    if (wanted > present && wanted - present < kMostFramesOfSilence)
+        silences.trailing = (wanted - present) * frameLength;
+    return silences;
 }
 
 void removeQuietly(FileManager& files, const URL& at) {
@@ -142,24 +185,35 @@ void removeQuietly(FileManager& files, const URL& at) {
     }
 }
 
-void writePadded(FileHandle& source, FileHandle& destination, const WavHeader& header, uint64_t padBytes) {
-    const auto bytes = paddedHeader(header, padBytes);
+/// The byte that makes a chunk's length even lies behind the samples, and so behind trailing silence.
+void writePadded(FileHandle& source, FileHandle& destination, const WavHeader& header, Silences silences) {
+    const uint64_t dataSize = header.declaredDataSize + silences.leading + silences.trailing;
+    uint64_t rest = header.fileSize - header.dataStart - header.declaredDataSize;
+    uint64_t fillers = 0;
+    if (silences.trailing > 0) {
+        fillers = dataSize % 2;
+        rest -= std::min<uint64_t>(rest, header.declaredDataSize % 2);
+    }
+    const auto bytes = wavHeaderWithSizes(header, header.dataStart + dataSize + fillers + rest - 8, dataSize);
     destination.write(bytes.data(), bytes.size());
-    writeSilence(destination, padBytes);
+    writeSilence(destination, silences.leading);
     source.seek(header.dataStart);
-    copyRest(source, destination);
+    copy(source, destination, header.declaredDataSize);
+    writeSilence(destination, silences.trailing + fillers);
+    source.seek(header.fileSize - rest);
+    copy(source, destination, rest);
     destination.close();
 }
 
 /// Makes the padded file at `temporary` and puts it in the place of the recorded one. Where that fails it
 /// throws, with the recorded file untouched and the temporary one gone.
 void replaceByPadded(FileManager& files, const URL& at, const URL& temporary, const WavHeader& header,
-                     uint64_t padBytes) {
+                     Silences silences) {
     const auto source = files.openForReading(at);
     files.createFile(temporary);
     try {
         const auto destination = files.openForWriting(temporary);
-        writePadded(*source, *destination, header, padBytes);
+        writePadded(*source, *destination, header, silences);
         files.replaceItem(at, temporary);
     } catch (const std::exception&) {
         removeQuietly(files, temporary);
@@ -175,16 +229,45 @@ std::optional<WavHeader> readWavHeader(FileManager& files, const URL& at) {
     return parseHeader(readFront(files, at), fileSize);
 }
 
+std::vector<uint8_t> wavHeaderWithSizes(const WavHeader& header, uint64_t riffSize, uint64_t dataSize) {
+    std::vector<uint8_t> bytes = header.bytes;
+    uint8_t* const dataField = bytes.data() + header.dataStart - 4;
+    const bool isLarge = riffSize > kLargestRIFF || dataSize > kLargestRIFF;
+    write32Saturated(bytes.data() + 4, riffSize);
+    write32Saturated(dataField, dataSize);
+    if (!header.largeSizesAt || !(isLarge || header.isRF64)) return bytes;
+    std::memcpy(bytes.data(), "RF64", 4);
+    write32Saturated(bytes.data() + 4, kLargestRIFF + 1);
+    write32Saturated(dataField, kLargestRIFF + 1);
+    uint8_t* const chunk = bytes.data() + *header.largeSizesAt;
+    if (!hasTag(chunk, "ds64")) std::memset(chunk + kChunkHeaderLength, 0, read32(chunk + 4));
+    std::memcpy(chunk, "ds64", 4);
+    write64(chunk + kChunkHeaderLength, riffSize);
+    write64(chunk + kChunkHeaderLength + 8, dataSize);
+    write64(chunk + kChunkHeaderLength + 16, dataSize / std::max(1u, header.blockAlign));
+    return bytes;
+}
+
+URL temporaryWavURL(ProcessInfo& process, const URL& at) {
+    return at.deletingLastPathComponent().appendingPathComponent("." + at.lastPathComponent() + ".padding-" +
+                                                                 process.makeUUID().uuidString());
+}
+
 void padWavFileWithLeadingSilence(FileManager& files, ProcessInfo& process, const URL& at,
                                   double gapSeconds) {
-    if (!std::isfinite(gapSeconds) || !(gapSeconds > kLargestGapLeftAlone)) return;
+    alignWavFile(files, process, at, gapSeconds, 0);
+}
+
+void alignWavFile(FileManager& files, ProcessInfo& process, const URL& at, double gapSeconds,
+                  int64_t frames) {
+    const bool isPadded = std::isfinite(gapSeconds) && gapSeconds > kLargestGapLeftAlone;
+    if (!isPadded && frames < 1) return;
     try {
         const auto header = readWavHeader(files, at);
-        const uint64_t padBytes = header ? paddingLength(*header, gapSeconds) : 0;
-        if (padBytes < 1) return;
-        const URL temporary = at.deletingLastPathComponent().appendingPathComponent(
-            "." + at.lastPathComponent() + ".padding-" + process.makeUUID().uuidString());
-        replaceByPadded(files, at, temporary, *header, padBytes);
+        if (!header) return;
+        const Silences silences = silencesOf(*header, isPadded ? gapSeconds : 0, frames);
+        if (silences.leading + silences.trailing < 1) return;
+        replaceByPadded(files, at, temporaryWavURL(process, at), *header, silences);
     } catch (const std::exception&) {
         // The file stays unpadded, which nobody is told.
     }

@@ -161,7 +161,10 @@ TEST_F(SamplePathTest, anInvalidBufferBetweenOthersIsLeftOut) {
         return std::optional(++delivered % 10 == 0 ? CMSampleBuffer{} : std::move(buffer));
     };
     recordFor(2);
-    EXPECT_EQ(*recorder->statusMessage, "Saved") << lastError();
+    // A tenth of 188 buffers, and silence in their places.
+    EXPECT_TRUE(lastError().starts_with("The microphone lost 203 ms of sound in 19 places") ||
+                lastError().starts_with("The microphone lost 192 ms of sound in 18 places"))
+        << lastError();
     EXPECT_EQ(soundTrack("take_mic.wav")->accepted().size(), soundTrack("take_mic.wav")->appends.size());
 }
 

@@ -67,16 +67,40 @@ TEST_F(StopOrderTest, aBufferOnItsWayIsWrittenBeforeItsFileEnds) {
     }
 }
 
-TEST_F(StopOrderTest, soundIsTakenUntilTheStreamHasStopped) {
+TEST_F(StopOrderTest, soundIsTakenUpToThePressOfTheButton) {
     machine.screenCapture->script.stopSeconds = 0.5;
     startTake();
     const CMTime pressed = machine.now();
     stop();
     for (const char* name : {"take_mic.wav", "take_computer-audio.wav", "take_Left.wav", "take_Right.wav"}) {
-        const CMTime last = soundTrack(name)->appends.back().at;
-        EXPECT_GT(CMTimeGetSeconds(last - pressed), 0.48) << name;
-        EXPECT_LE(CMTimeGetSeconds(last - pressed), 0.5) << name;
+        const CMSampleBuffer last = soundTrack(name)->accepted().back();
+        const CMTime end = last.presentationTimeStamp() + last.duration();
+        EXPECT_NEAR(CMTimeGetSeconds(end - pressed), 0, 1.0 / 48'000) << name;
     }
+}
+
+TEST_F(StopOrderTest, soundThatWasHeardBeforeThePressIsWaitedFor) {
+    for (const char* uid : {"mic.one", "daw.two", "multi.eight"})
+        machine.audioHardware->device(uid)->lateness = [](int64_t) { return 0.15; };
+    startTake();
+    const CMTime pressed = machine.now();
+    stop();
+    EXPECT_LT(CMTimeGetSeconds(machine.now() - pressed), 0.2);
+    for (const char* name : {"take_mic.wav", "take_computer-audio.wav", "take_Left.wav", "take_Right.wav"}) {
+        const CMSampleBuffer last = soundTrack(name)->accepted().back();
+        const CMTime end = last.presentationTimeStamp() + last.duration();
+        EXPECT_NEAR(CMTimeGetSeconds(end - pressed), 0, 1.0 / 48'000) << name;
+    }
+    EXPECT_EQ(*recorder->statusMessage, "Saved");
+}
+
+TEST_F(StopOrderTest, aDeviceThatHangsHoldsAStopUpForAMomentOnly) {
+    startTake();
+    machine.audioHardware->device("mic.one")->isSilent = true;
+    machine.run(0.5);
+    const CMTime pressed = machine.now();
+    stop();
+    EXPECT_LT(CMTimeGetSeconds(machine.now() - pressed), 0.4);
 }
 
 TEST_F(StopOrderTest, theTakeIsAsLongAsToThePressOfTheButton) {
@@ -98,7 +122,7 @@ TEST_F(StopOrderTest, theTakeIsAsLongAsToThePressOfTheButton) {
 }
 
 TEST_F(StopOrderTest, thePublishedStateFollowsItsOrder) {
-    machine.audioHardware->device("mic.one")->firstFrameSeconds = 1; // so that its file is padded
+    machine.audioHardware->device("mic.one")->firstFrameSeconds = 0.25; // so that its file is padded
     recorder->selectedMicDeviceID.set("mic.one");
     start();
     machine.run(3);

@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
 namespace vintra {
 
@@ -22,6 +23,10 @@ public:
     CMTime activeVideoMinFrameDuration() const override { return kCMTimeInvalid; }
 
     const SimulatedAudioDevice& script() const { return *device; }
+    /// The device that is plugged in now under the same id, if there is one.
+    void findAgain() {
+        if (auto found = hardware->device(device->uid)) device = std::move(found);
+    }
 
 private:
     std::shared_ptr<SimulatedAudioHardware> hardware;

@@ -65,7 +65,9 @@ void SimulatedCaptureSession::addOutput(std::shared_ptr<AVCaptureOutput> output)
 }
 
 void SimulatedCaptureSession::startRunning() {
-    if (isOn || !source) return;
+    if (isRunning() || !source) return;
+    stopRunning();
+    if (!source->device->isConnected()) source->device->findAgain();
     const auto self = shared_from_this();
     const SimulatedAudioDevice& device = source->device->script();
     services.hostClock->sleep(static_cast<int64_t>(device.startSeconds * 1e6));
@@ -77,6 +79,10 @@ void SimulatedCaptureSession::startRunning() {
     nextBuffer = 0;
     if (sink) toneSecond = secondOfTone(sink->settings.sampleRate);
     if (sink) scheduleBuffer();
+}
+
+bool SimulatedCaptureSession::isRunning() const {
+    return isOn && source->device->isConnected();
 }
 
 void SimulatedCaptureSession::stopRunning() {
@@ -103,9 +109,12 @@ void SimulatedCaptureSession::scheduleBuffer() {
 
 void SimulatedCaptureSession::deliverBuffer() {
     event.reset();
-    if (!isOn) return;
+    if (!isRunning()) {
+        isOn = false; // and it stays so when the device comes back
+        return;
+    }
     const SimulatedAudioDevice& device = source->device->script();
-    if (!device.isSilent && source->device->isConnected() && sink->queue) {
+    if (!device.isSilent && sink->queue) {
         std::optional<CMSampleBuffer> buffer = makeBuffer();
         if (device.alter) buffer = device.alter(std::move(*buffer));
         if (buffer) {

@@ -59,7 +59,8 @@ public:
     void addOutput(std::shared_ptr<AVCaptureOutput> output) override;
     void startRunning() override;
     void stopRunning() override;
-    bool isRunning() const override { return isOn; }
+    /// A session whose device has gone stays ended until it is started again.
+    bool isRunning() const override;
 
     /// The unique id of its device; empty without an input.
     std::string deviceUID() const { return source ? source->device->uniqueID() : ""; }
