@@ -18,6 +18,12 @@ namespace {
 constexpr const char* kProtocols = "file";
 constexpr const char* kFormats = "mov,wav,w64,aiff,caf,flac,mp3";
 
+// What a header may claim before it is no longer believed.
+constexpr unsigned kMostTracks = 256;
+constexpr int kMostChannelsOfTrack = 256;
+constexpr int kHighestRateOfTrack = 768'000; // hertz
+constexpr int kLargestPictureSide = 65'536;  // pixels
+
 struct CloseInput {
     void operator()(AVFormatContext* context) const { avformat_close_input(&context); }
 };
@@ -64,6 +70,20 @@ bool isKnown(const AVFormatContext& input, const AVStream& stream) {
     if (isMovie(input) && stream.start_time == AV_NOPTS_VALUE) return false;
     if (isPicture(stream)) return stream.codecpar->width > 0 && stream.codecpar->height > 0;
     return stream.codecpar->ch_layout.nb_channels > 0 && stream.codecpar->sample_rate > 0;
+}
+
+bool isBelievableTrack(const AVStream& stream) {
+    const AVCodecParameters& facts = *stream.codecpar;
+    if (isPicture(stream)) return facts.width <= kLargestPictureSide && facts.height <= kLargestPictureSide;
+    if (!isSound(stream)) return true;
+    return facts.ch_layout.nb_channels <= kMostChannelsOfTrack && facts.sample_rate <= kHighestRateOfTrack;
+}
+
+/// Asked before anything is decoded: a decoder makes room for what a header claims.
+bool isBelievableFile(const AVFormatContext& input) {
+    return input.nb_streams <= kMostTracks && std::ranges::all_of(streams(input), [](const AVStream* stream) {
+               return isBelievableTrack(*stream);
+           });
 }
 
 /// Reads on behind the header where that is needed. False if the file doesn't tell even so.
@@ -152,7 +172,9 @@ AVAssetTrack soundTrack(const AVStream& stream) {
 
 std::optional<AssetFacts> readAssetFacts(const URL& url) {
     const Input input = open(url);
-    if (!input || !completeFacts(*input) || isCutShort(*input)) return std::nullopt;
+    if (!input || !isBelievableFile(*input) || !completeFacts(*input) || isCutShort(*input))
+        return std::nullopt;
+    if (!isBelievableFile(*input)) return std::nullopt; // what was read on may have brought more
     AssetFacts facts;
     facts.duration = kCMTimeZero;
     for (AVStream* stream : streams(*input)) {

@@ -10,10 +10,9 @@
 
 namespace vintra {
 
-/// A WAV of 24-bit integer samples. Its buffers follow one another from the first on: neither the time before
-/// it nor a gap becomes silence. The header has 44 bytes (68 for more than two channels, which the short one
-/// can't describe) and its sizes are brought up to date with every write to the disk, about once a second, so
-/// that a file whose program was killed is a good one up to then. Sizes beyond 32 bits saturate.
+/// A WAV of 24-bit integer samples. Its buffers follow one another from the first on: whoever appends sees to
+/// it that they do. The sizes in the header are brought up to date with every write to the disk, about once a
+/// second, so that a file whose program was killed is a good one up to then. Beyond 4 GiB it is an RF64.
 class WaveFile final : public MediaFile {
 public:
     static bool canWrite(const AVOutputSettings& settings);
@@ -26,7 +25,6 @@ public:
 
 private:
     WaveFile(OutputFile file, const AVAudioSettings& settings);
-    std::vector<uint8_t> header(uint64_t dataSize) const;
     void take(std::span<const float> values);
     void flush();
     void refreshHeader();
@@ -35,7 +33,6 @@ private:
     const AVAudioSettings settings;
     SoundConverter converter;
     std::vector<uint8_t> unwritten;
-    uint64_t headerSize = 0;
     uint64_t dataSize = 0; ///< on the disk
 };
 

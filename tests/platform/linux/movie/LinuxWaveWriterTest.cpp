@@ -9,6 +9,8 @@ namespace {
 
 class LinuxWaveWriterTest : public WriterFixture {
 protected:
+    static constexpr size_t kHeader = 80;
+
     std::string read(const std::string& name) const {
         std::ifstream file(folder.file(name).path(), std::ios::binary);
         return {std::istreambuf_iterator<char>(file), {}};
@@ -20,29 +22,32 @@ protected:
         return value;
     }
     static int32_t value24(const std::string& bytes, size_t index) {
-        const auto raw = static_cast<int32_t>(number(bytes, 44 + 3 * index, 3) << 8);
+        const auto raw = static_cast<int32_t>(number(bytes, kHeader + 3 * index, 3) << 8);
         return raw >> 8;
     }
 };
 
-TEST_F(LinuxWaveWriterTest, theHeaderIsThePlainOneOf44Bytes) {
+TEST_F(LinuxWaveWriterTest, theHeaderIsThePlainOneWithRoomForLargeSizes) {
     const auto open = beginWave("a.wav", 2);
     ASSERT_TRUE(open.inputs[0]->append(sound(std::vector<float>(960, 0.0f), 2, start)));
     ASSERT_EQ(finish(*open.writer), AVAssetWriterStatus::completed);
     const std::string bytes = read("a.wav");
-    ASSERT_EQ(bytes.size(), 44u + 480 * 6);
+    ASSERT_EQ(bytes.size(), kHeader + 480 * 6);
     EXPECT_EQ(bytes.substr(0, 4), "RIFF");
     EXPECT_EQ(number(bytes, 4, 4), bytes.size() - 8);
-    EXPECT_EQ(bytes.substr(8, 8), "WAVEfmt ");
-    EXPECT_EQ(number(bytes, 16, 4), 16u);
-    EXPECT_EQ(number(bytes, 20, 2), 1u);
-    EXPECT_EQ(number(bytes, 22, 2), 2u);
-    EXPECT_EQ(number(bytes, 24, 4), 48'000u);
-    EXPECT_EQ(number(bytes, 28, 4), 288'000u);
-    EXPECT_EQ(number(bytes, 32, 2), 6u);
-    EXPECT_EQ(number(bytes, 34, 2), 24u);
-    EXPECT_EQ(bytes.substr(36, 4), "data");
-    EXPECT_EQ(number(bytes, 40, 4), 480u * 6);
+    EXPECT_EQ(bytes.substr(8, 8), "WAVEJUNK");
+    EXPECT_EQ(number(bytes, 16, 4), 28u);
+    EXPECT_EQ(bytes.substr(20, 28), std::string(28, '\0'));
+    EXPECT_EQ(bytes.substr(48, 4), "fmt ");
+    EXPECT_EQ(number(bytes, 52, 4), 16u);
+    EXPECT_EQ(number(bytes, 56, 2), 1u);
+    EXPECT_EQ(number(bytes, 58, 2), 2u);
+    EXPECT_EQ(number(bytes, 60, 4), 48'000u);
+    EXPECT_EQ(number(bytes, 64, 4), 288'000u);
+    EXPECT_EQ(number(bytes, 68, 2), 6u);
+    EXPECT_EQ(number(bytes, 70, 2), 24u);
+    EXPECT_EQ(bytes.substr(72, 4), "data");
+    EXPECT_EQ(number(bytes, 76, 4), 480u * 6);
 }
 
 TEST_F(LinuxWaveWriterTest, floatsAreRoundedToNearestAndHeldAtFullScale) {
@@ -61,8 +66,8 @@ TEST_F(LinuxWaveWriterTest, floatsAreRoundedToNearestAndHeldAtFullScale) {
     for (size_t i = 0; i < values.size(); ++i)
         EXPECT_EQ(value24(bytes, i), expected[i]) << i;
     // 45 bytes of samples: one more makes the chunk even, and isn't counted.
-    EXPECT_EQ(bytes.size(), 44u + 45 + 1);
-    EXPECT_EQ(number(bytes, 40, 4), 45u);
+    EXPECT_EQ(bytes.size(), kHeader + 45 + 1);
+    EXPECT_EQ(number(bytes, 76, 4), 45u);
     EXPECT_EQ(number(bytes, 4, 4), bytes.size() - 8);
 }
 
@@ -88,7 +93,7 @@ TEST_F(LinuxWaveWriterTest, buffersFollowOneAnotherWithoutTheirGaps) {
     }
     ASSERT_EQ(finish(*open.writer), AVAssetWriterStatus::completed);
     const std::string bytes = read("a.wav");
-    ASSERT_EQ(bytes.size(), 44u + 300 * 480 * 3);
+    ASSERT_EQ(bytes.size(), kHeader + 300 * 480 * 3);
     for (size_t i = 0; i < 300 * 480; ++i)
         ASSERT_EQ(value24(bytes, i), static_cast<int32_t>(i)) << i;
 }
@@ -102,7 +107,7 @@ TEST_F(LinuxWaveWriterTest, framesBeforeTheSessionAreLeftOut) {
     ASSERT_TRUE(open.inputs[0]->append(sound(values, 1, start - CMTimeMake(100, 48'000))));
     ASSERT_EQ(finish(*open.writer), AVAssetWriterStatus::completed);
     const std::string bytes = read("a.wav");
-    ASSERT_EQ(bytes.size(), 44u + 380 * 3);
+    ASSERT_EQ(bytes.size(), kHeader + 380 * 3);
     EXPECT_EQ(value24(bytes, 0), 100);
     EXPECT_EQ(value24(bytes, 379), 479);
 }
@@ -127,9 +132,9 @@ TEST_F(LinuxWaveWriterTest, anEmptyFileIsAWholeHeader) {
     const auto open = beginWave("a.wav", 1);
     ASSERT_EQ(finish(*open.writer), AVAssetWriterStatus::completed);
     const std::string bytes = read("a.wav");
-    ASSERT_EQ(bytes.size(), 44u);
-    EXPECT_EQ(number(bytes, 4, 4), 36u);
-    EXPECT_EQ(number(bytes, 40, 4), 0u);
+    ASSERT_EQ(bytes.size(), kHeader);
+    EXPECT_EQ(number(bytes, 4, 4), kHeader - 8);
+    EXPECT_EQ(number(bytes, 76, 4), 0u);
 }
 
 TEST_F(LinuxWaveWriterTest, manyChannelsTakeTheExtensibleHeader) {
@@ -137,9 +142,9 @@ TEST_F(LinuxWaveWriterTest, manyChannelsTakeTheExtensibleHeader) {
     ASSERT_TRUE(open.inputs[0]->append(sound(std::vector<float>(4 * 100, 0.25f), 4, start)));
     ASSERT_EQ(finish(*open.writer), AVAssetWriterStatus::completed);
     const std::string bytes = read("a.wav");
-    EXPECT_EQ(number(bytes, 20, 2), 0xFFFEu);
-    EXPECT_EQ(number(bytes, 40 + 4, 1), 1u); // PCM
-    EXPECT_EQ(bytes.substr(60, 4), "data");
+    EXPECT_EQ(number(bytes, 56, 2), 0xFFFEu);
+    EXPECT_EQ(number(bytes, 76 + 4, 1), 1u); // PCM
+    EXPECT_EQ(bytes.substr(96, 4), "data");
     const MediaProbe probe(folder.file("a.wav"));
     EXPECT_EQ(probe.track(0).codec, "pcm_s24le");
     EXPECT_EQ(probe.track(0).channels, 4);
