@@ -40,6 +40,7 @@ public:
     Task<> configureMicPreview() { return micPreview.configure(); }
     Task<> configureDawPreview() { return dawPreview.configure(); }
     Task<> configureExtraPreviews() { return extraPreviews.configure(); }
+    Task<> rebuildMicPreview() { return micPreview.rebuild(); }
     Task<> rebuildDawPreview() { return dawPreview.rebuild(); }
     /// Ends every preview for good, for the end of the program: afterwards no sample callback comes. Not in a
     /// take.

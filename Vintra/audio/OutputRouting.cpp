@@ -79,8 +79,10 @@ void OutputRouting::makeSystemAudioRelay(AudioObjectID virtualDevice, AudioObjec
     SystemOutputRouter::restore(router, previous);
     outputDeviceBeforeRecording = std::nullopt;
     if (mismatch) {
-        lastError.set(*mismatch + " Vintra couldn't match the two, so computer audio is unavailable — set "
-                                  "both to the same rate in Audio MIDI Setup.");
+        lastError.set(*mismatch +
+                      " Vintra couldn't match the two, so computer audio is unavailable — set "
+                      "both to the same rate in " +
+                      platform.words.soundSettings + ".");
     } else {
         lastError.set("Couldn't route computer audio to your output device, so it won't be recorded.");
     }
@@ -88,14 +90,23 @@ void OutputRouting::makeSystemAudioRelay(AudioObjectID virtualDevice, AudioObjec
 
 void OutputRouting::stopSystemAudioRelay() {
     // Before the stop, for the device's name and the state of the buffers.
-    selection.lastRelayTelemetry =
-        systemAudioRelay ? std::optional(systemAudioRelay->telemetry()) : std::nullopt;
+    selection.lastRelayTelemetry = relayTelemetry();
     if (systemAudioRelay) systemAudioRelay->stop();
     systemAudioRelay = nullptr;
     selection.isHoldingAudioRouting.set(false);
     SystemOutputRouter::restore({*platform.audioHardware, *platform.userDefaults},
                                 outputDeviceBeforeRecording);
     outputDeviceBeforeRecording = std::nullopt;
+}
+
+std::optional<OutputRouting::RelayState> OutputRouting::relayState() const {
+    if (!systemAudioRelay) return std::nullopt;
+    return RelayState{.io = systemAudioRelay->ioCounts(),
+                      .hasRateMismatch = systemAudioRelay->rateMismatch().has_value()};
+}
+
+std::optional<RelayTelemetry> OutputRouting::relayTelemetry() const {
+    return systemAudioRelay ? std::optional(systemAudioRelay->telemetry()) : std::nullopt;
 }
 
 std::shared_ptr<AVCaptureDevice> OutputRouting::virtualAudioCaptureDevice() const {
@@ -134,8 +145,9 @@ void OutputRouting::tell(const SystemOutputRouter::DeadEndRepair& repair) {
     const std::string sentence =
         repair.wasOurs ? "Vintra didn't shut down cleanly last time and left "
                          "your sound going nowhere. Your output is back on "
-                       : "Your Mac's sound output had been set to Vintra Audio, which is silent unless "
-                         "Vintra is recording. Your output is back on ";
+                       : "Your " + platform.words.computer +
+                             "'s sound output had been set to Vintra Audio, which is silent unless "
+                             "Vintra is recording. Your output is back on ";
     lastError.set(sentence + repair.deviceName + ".");
 }
 

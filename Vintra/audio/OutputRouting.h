@@ -47,6 +47,13 @@ public:
     /// Ends the listening to the computer's sound and puts the user's own output back.
     void stopSystemAudioRelay();
     bool hasSystemAudioRelay() const { return systemAudioRelay != nullptr; }
+    struct RelayState {
+        SystemAudioRelay::IOCounts io;
+        bool hasRateMismatch = false;
+    };
+    // Nothing without a relay.
+    std::optional<RelayState> relayState() const;
+    std::optional<RelayTelemetry> relayTelemetry() const;
     /// The virtual device as a sound input; null if it isn't there.
     std::shared_ptr<AVCaptureDevice> virtualAudioCaptureDevice() const;
     /// Computer audio is on and everything that it takes is there and runs.

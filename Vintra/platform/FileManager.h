@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Vintra/platform/URL.h"
+#include "Vintra/platform/WallClock.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -32,6 +33,8 @@ public:
     virtual bool fileExists(const URL& at) const = 0;
     /// Bytes.
     virtual uint64_t sizeOfFile(const URL& at) const = 0;
+    /// When the file's bytes last changed; nothing if that can't be read.
+    virtual std::optional<Date> contentModificationDate(const URL& at) const = 0;
     /// With all folders that are missing on the way. An existing folder is no error.
     virtual void createDirectory(const URL& at) = 0;
     /// Makes an empty file; an existing one is emptied.

@@ -1,5 +1,9 @@
 #pragma once
 
+#include "Vintra/platform/CrashReportFolder.h"
+#include "Vintra/platform/MachineFacts.h"
+#include "Vintra/platform/MachineWords.h"
+
 #include <memory>
 
 namespace vintra {
@@ -44,6 +48,9 @@ struct Platform {
     std::shared_ptr<AudioDeviceIO> audioDeviceIO;
     std::shared_ptr<AssetProbing> assetProbing;
     std::shared_ptr<Workspace> workspace;
+    MachineWords words;
+    MachineFacts facts;
+    CrashReportFolder crashReports;
 };
 
 } // namespace vintra

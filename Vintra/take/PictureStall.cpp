@@ -11,11 +11,6 @@ namespace {
 
 constexpr size_t kStretchesTold = 3;
 
-std::string capitalised(std::string text) {
-    if (!text.empty() && text[0] >= 'a' && text[0] <= 'z') text[0] = static_cast<char>(text[0] - 'a' + 'A');
-    return text;
-}
-
 std::string stretchText(const PictureWatch::Stretch& stretch) {
     return "from " + timecodeString(std::max(0.0, stretch.from)) + " to " +
            (stretch.to ? timecodeString(*stretch.to) : "the end of the recording");

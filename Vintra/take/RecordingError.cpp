@@ -10,6 +10,8 @@ namespace {
 constexpr size_t kShownNames = 4;
 
 struct Describe {
+    const MachineWords& words;
+
     std::string operator()(const RecordingError::CannotConfigureWriter& error) const {
         return "Couldn't set up " + error.name + ".";
     }
@@ -29,15 +31,14 @@ struct Describe {
         return "No display available to capture.";
     }
     std::string operator()(const RecordingError::MicrophoneAccessDenied&) const {
-        return "Microphone access was denied. Enable it in "
-               "System Settings > Privacy & Security > Microphone.";
+        return "Microphone access was denied. Enable it in " + words.microphoneSettings + ".";
     }
     std::string operator()(const RecordingError::DuplicateAudioDevice&) const {
         return "Mic and Virtual Input are set to the same device. "
                "Choose two different devices, or set one to None.";
     }
     std::string operator()(const RecordingError::CameraAccessDenied&) const {
-        return "Camera access was denied. Enable it in System Settings > Privacy & Security > Camera.";
+        return "Camera access was denied. Enable it in " + words.cameraSettings + ".";
     }
     std::string operator()(const RecordingError::SystemAudioUnavailable&) const {
         return "Computer audio couldn't be routed through Vintra's audio driver, so this recording was "
@@ -54,7 +55,11 @@ struct Describe {
 
 RecordingError::RecordingError(Case kind)
     : kind_(std::move(kind))
-    , errorDescription_(std::visit(Describe{}, kind_)) {}
+    , errorDescription_(errorDescription(MachineWords{})) {}
+
+std::string RecordingError::errorDescription(const MachineWords& words) const {
+    return std::visit(Describe{words}, kind_);
+}
 
 RecordingError RecordingError::cannotConfigureWriter(std::string name) {
     return RecordingError(CannotConfigureWriter{std::move(name)});

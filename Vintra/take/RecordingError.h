@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Vintra/platform/MachineWords.h"
 #include "Vintra/platform/SystemError.h"
 
 #include <exception>
@@ -52,6 +53,8 @@ public:
     }
     /// The text for the user.
     const std::string& errorDescription() const { return errorDescription_; }
+    /// The same, with the words that a machine has for itself.
+    std::string errorDescription(const MachineWords& words) const;
     const char* what() const noexcept override { return errorDescription_.c_str(); }
 
 private:

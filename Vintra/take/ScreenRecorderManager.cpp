@@ -4,10 +4,19 @@
 #include "Vintra/audio/AudioSamplePath.h"
 #include "Vintra/audio/OutputRouting.h"
 #include "Vintra/capturearea/CaptureOverlays.h"
+#include "Vintra/platform/DispatchQueue.h"
+#include "Vintra/platform/FileManager.h"
+#include "Vintra/platform/MainThreadTimer.h"
 #include "Vintra/platform/SessionControl.h"
+#include "Vintra/platform/UserDefaults.h"
+#include "Vintra/platform/WallClock.h"
+#include "Vintra/take/AudioHealthWatchdog.h"
+#include "Vintra/take/BetaFeedback.h"
 #include "Vintra/take/CaptureArea.h"
 #include "Vintra/take/DeviceInventory.h"
+#include "Vintra/take/DiagnosticsReport.h"
 #include "Vintra/take/OutputFolder.h"
+#include "Vintra/take/PictureMonitors.h"
 #include "Vintra/take/RecorderSettings.h"
 #include "Vintra/take/RunningTake.h"
 #include "Vintra/take/ScreenSource.h"
@@ -19,6 +28,13 @@
 #include <utility>
 
 namespace vintra {
+namespace {
+
+constexpr int64_t kWatchdogIntervalNanoseconds = 2'000'000'000;
+constexpr const char* kWasRunningKey = "vintraWasRunning";
+constexpr size_t kLongestCrashReport = 12'000; // characters: what a report by mail can hold
+
+} // namespace
 
 std::shared_ptr<ScreenRecorderManager> ScreenRecorderManager::make(Platform platform) {
     std::shared_ptr<ScreenRecorderManager> manager(new ScreenRecorderManager(std::move(platform)));
@@ -62,6 +78,21 @@ ScreenRecorderManager::ScreenRecorderManager(Platform services)
                                                                           .isRecording = isRecording,
                                                                           .take = take,
                                                                           .lastError = lastError}))
+    , audioHealth(std::make_unique<AudioHealthWatchdog>(
+          AudioHealthWatchdog::Surroundings{.platform = platform,
+                                            .previews = *audioPreviews,
+                                            .outputRouting = *outputRouting,
+                                            .samplePath = *audioSamplePath,
+                                            .isRecording = isRecording,
+                                            .lastError = lastError}))
+    , pictureMonitors(
+          std::make_unique<PictureMonitors>(PictureMonitors::Surroundings{.platform = platform,
+                                                                          .cameras = *cameras,
+                                                                          .screenTrack = *screenTrack,
+                                                                          .take = take,
+                                                                          .isRecording = isRecording,
+                                                                          .screenFrameRate = screenFrameRate,
+                                                                          .lastError = lastError}))
     , tasks(*platform.mainThread) {}
 
 ScreenRecorderManager::~ScreenRecorderManager() = default;
@@ -70,6 +101,7 @@ void ScreenRecorderManager::startUp() {
     screenTrack->onStreamStopped(
         tasks.guarded([this](const SystemError& error) { tasks.start(handleStreamStopped(error)); }));
     tasks.post([this] { return outputRouting->repairDeadEndOutput(); });
+    lookForCrashReport();
     settings->restoreScreen();
     tasks.post([this] { return refreshDisplays(); });
     tasks.post([this] { return outputRouting->refreshDriverPresence(); });
@@ -77,6 +109,38 @@ void ScreenRecorderManager::startUp() {
     screenSource->observeScreenChanges();
     inventory->observe();
     outputRouting->watchSystemOutput();
+    startAudioHealthWatchdog();
+}
+
+void ScreenRecorderManager::startAudioHealthWatchdog() {
+    watchdogTimer = std::make_unique<MainThreadTimer>(*platform.dispatchQueues, *platform.mainThread,
+                                                      kWatchdogIntervalNanoseconds, [this] {
+                                                          audioHealth->check();
+                                                          pictureMonitors->check();
+                                                      });
+}
+
+/// A run that ended without its clean exit left its mark.
+void ScreenRecorderManager::lookForCrashReport() {
+    const bool hasCrashed = boolForKey(*platform.userDefaults, kWasRunningKey).value_or(false);
+    platform.userDefaults->set(kWasRunningKey, true);
+    if (hasCrashed) tasks.post([this] { return readCrashReport(); });
+}
+
+Task<> ScreenRecorderManager::readCrashReport() {
+    const auto begin = [queue = platform.dispatchQueues->globalQueue(QualityOfService::utility),
+                        files = platform.fileManager, folder = platform.crashReports,
+                        now = platform.wallClock->now()](auto done) {
+        queue->async([files, folder, now, done] {
+            done(BetaFeedback::latestCrashReport(*files, folder, now, kLongestCrashReport));
+        });
+    };
+    auto report = co_await awaitCompletion<std::optional<std::string>>(*platform.mainThread, begin);
+    if (report) pendingCrashReport.set(std::move(report));
+}
+
+void ScreenRecorderManager::noteCleanExit() {
+    platform.userDefaults->set(kWasRunningKey, false);
 }
 
 Task<> ScreenRecorderManager::refreshDisplays() {
@@ -117,6 +181,24 @@ void ScreenRecorderManager::chooseCaptureMode(CaptureModeChoice mode) {
 
 void ScreenRecorderManager::reshapeRegionToAspect() {
     captureArea->reshapeRegionToAspect();
+}
+
+DiagnosticsSources ScreenRecorderManager::diagnosticsSources() const {
+    return {.platform = platform,
+            .status = *this,
+            .audio = *this,
+            .camera = *this,
+            .screen = *this,
+            .outputRouting = *outputRouting,
+            .cameras = *cameras};
+}
+
+std::string ScreenRecorderManager::diagnosticsReport() const {
+    return vintra::diagnosticsReport(diagnosticsSources());
+}
+
+std::string ScreenRecorderManager::crashReportForSharing() const {
+    return vintra::crashReportForSharing(diagnosticsSources());
 }
 
 int ScreenRecorderManager::armedTrackCount() const {

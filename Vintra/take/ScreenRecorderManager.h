@@ -24,6 +24,7 @@
 
 namespace vintra {
 
+class AudioHealthWatchdog;
 class AudioPreviews;
 class AudioSamplePath;
 class Cameras;
@@ -31,7 +32,10 @@ class CaptureArea;
 class CaptureOverlays;
 class DeviceInventory;
 class FeedbackAsk;
+struct DiagnosticsSources;
+class MainThreadTimer;
 class OutputRouting;
+class PictureMonitors;
 class RecorderSettings;
 class RunningTake;
 class ScreenSource;
@@ -93,6 +97,8 @@ public:
     /// Ends the listening to the computer's sound and puts the user's own output back. To be called on every
     /// way out of the program. A take that runs goes on without it.
     void stopSystemAudioRelay();
+    /// The program ends in order: the next run need not look for a crash. The last call.
+    void noteCleanExit();
 
     void chooseCaptureMode(CaptureModeChoice mode);
     void reshapeRegionToAspect();
@@ -114,6 +120,9 @@ public:
     bool areExtraPreviewsRunning() const;
     bool usesVirtualAudioDevice() const;
     bool isStartUpOver() const { return *isAudioStartUpOver; }
+    /// All of the setup as text; the second with the report of the last run's crash in front.
+    std::string diagnosticsReport() const;
+    std::string crashReportForSharing() const;
     /// Frames of the running take's screen that were lost so far.
     int64_t lostScreenFrames() const;
 
@@ -132,6 +141,10 @@ public:
 private:
     explicit ScreenRecorderManager(Platform services);
     void startUp();
+    DiagnosticsSources diagnosticsSources() const;
+    void startAudioHealthWatchdog();
+    void lookForCrashReport();
+    Task<> readCrashReport();
 
     // The steps of a start (StartTake.cpp)
 
@@ -175,6 +188,9 @@ private:
     const std::shared_ptr<ScreenTrack> screenTrack;
     const std::unique_ptr<TrackWriters> trackWriters;
     const std::unique_ptr<DeviceInventory> inventory;
+    const std::unique_ptr<AudioHealthWatchdog> audioHealth;
+    const std::unique_ptr<PictureMonitors> pictureMonitors;
+    std::unique_ptr<MainThreadTimer> watchdogTimer;
     MainThreadTasks tasks;
 };
 

@@ -10,6 +10,7 @@
 #include "Vintra/platform/FileManager.h"
 #include "Vintra/platform/HostClock.h"
 #include "Vintra/take/FeedbackAsk.h"
+#include "Vintra/take/PictureMonitors.h"
 #include "Vintra/take/RecordingError.h"
 #include "Vintra/take/RunningTake.h"
 #include "Vintra/take/ScreenRecorderManager.h"
@@ -40,7 +41,7 @@ Task<> ScreenRecorderManager::startRecording(URL to) {
     try {
         co_await setUpTake();
     } catch (const RecordingError& error) {
-        failure = error.errorDescription();
+        failure = error.errorDescription(platform.words);
     } catch (const SystemError& error) {
         failure = error.localizedDescription();
     }
@@ -129,6 +130,7 @@ void ScreenRecorderManager::openSinks() {
 
 void ScreenRecorderManager::publishTake() {
     outputRouting->noteOutputClock();
+    pictureMonitors->begin();
     isRecording.set(true);
     overlays->syncRegionGuide();
     cameras->refreshFloatingPreviewContent();

@@ -14,6 +14,7 @@
 #include "Vintra/platform/ProcessInfo.h"
 #include "Vintra/platform/UserDefaults.h"
 #include "Vintra/take/FeedbackAsk.h"
+#include "Vintra/take/HealthLog.h"
 #include "Vintra/take/RunningTake.h"
 #include "Vintra/take/ScreenRecorderManager.h"
 #include "Vintra/take/TakeReport.h"

@@ -2,6 +2,7 @@
 
 #include "Vintra/take/TakeReport.h"
 
+#include "Vintra/take/HealthLog.h"
 #include "Vintra/take/PictureStall.h"
 #include "Vintra/take/SoundLossText.h"
 #include "Vintra/take/Words.h"

@@ -17,9 +17,6 @@
 
 namespace vintra {
 
-/// The category of what the log is told of takes that went wrong.
-inline constexpr const char* kHealthLog = "audio-health";
-
 /// Where the report of a take reads, while its tracks still exist.
 struct TakeReportSources {
     const RunningTake& take;

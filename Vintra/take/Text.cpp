@@ -48,6 +48,11 @@ std::string replacingOccurrences(std::string_view text, char of, char with) {
     return result;
 }
 
+std::string capitalised(std::string text) {
+    if (!text.empty() && text[0] >= 'a' && text[0] <= 'z') text[0] = static_cast<char>(text[0] - 'a' + 'A');
+    return text;
+}
+
 std::string joined(const std::vector<std::string>& items, std::string_view separator) {
     std::string result;
     for (size_t index = 0; index < items.size(); ++index) {

@@ -13,6 +13,9 @@ std::string trimmingWhitespaceAndNewlines(std::string_view text);
 
 std::string replacingOccurrences(std::string_view text, char of, char with);
 
+/// With a capital where the first character is a small letter of ASCII.
+std::string capitalised(std::string text);
+
 std::string joined(const std::vector<std::string>& items, std::string_view separator);
 
 } // namespace vintra

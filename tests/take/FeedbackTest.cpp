@@ -7,8 +7,9 @@ namespace {
 /// Keeps what it is told, and what the recorder's state was at that moment.
 class ToldOfTakes : public FeedbackAsk {
 public:
-    explicit ToldOfTakes(ScreenRecorderManager& recorder)
-        : recorder(recorder) {}
+    ToldOfTakes(const SimulatedMachine& machine, ScreenRecorderManager& recorder)
+        : FeedbackAsk(machine.platform(), [](Answer, const std::string&) {})
+        , recorder(recorder) {}
     void recordingStarted() override { told.push_back("started" + state()); }
     void takeFinished(double seconds, bool wentWrong) override {
         told.push_back("finished after " + std::to_string(static_cast<int>(seconds)) +
@@ -28,7 +29,7 @@ class FeedbackTest : public RecorderFixture {
 protected:
     void SetUp() override {
         RecorderFixture::SetUp();
-        recorder->feedbackAsk = feedback = std::make_shared<ToldOfTakes>(*recorder);
+        recorder->feedbackAsk = feedback = std::make_shared<ToldOfTakes>(machine, *recorder);
     }
     const std::vector<std::string>& told() const { return feedback->told; }
     std::shared_ptr<ToldOfTakes> feedback;

@@ -8,6 +8,7 @@
 #include "Vintra/platform/linux/files/LinuxUserDefaults.h"
 #include "Vintra/platform/linux/files/LinuxWorkspace.h"
 #include "Vintra/platform/linux/files/MemoryUserDefaults.h"
+#include "Vintra/platform/linux/files/UserDirectories.h"
 #include "Vintra/platform/linux/movie/LinuxAssetProbing.h"
 #include "Vintra/platform/linux/movie/LinuxAssetWriters.h"
 #include "Vintra/platform/linux/pipewire/PipeWireAudioHardware.h"
@@ -19,6 +20,7 @@
 #include "Vintra/platform/linux/runtime/LinuxLog.h"
 #include "Vintra/platform/linux/runtime/LinuxProcessInfo.h"
 #include "Vintra/platform/linux/runtime/LinuxWallClock.h"
+#include "Vintra/platform/linux/runtime/OperatingSystem.h"
 #include "Vintra/platform/linux/wayland/NoWindowList.h"
 #include "Vintra/platform/linux/wayland/WaylandOutputs.h"
 #include "Vintra/platform/linux/wayland/WaylandScreenCapture.h"
@@ -64,6 +66,15 @@ void addScreenServices(Platform& services) {
     }
 }
 
+MachineWords machineWords(const OperatingSystem& system) {
+    return {.computer = "computer",
+            .operatingSystem = system.name,
+            .fileBrowser = "Files",
+            .microphoneSettings = "the desktop's settings",
+            .cameraSettings = "the desktop's settings",
+            .soundSettings = "the desktop's sound settings"};
+}
+
 std::shared_ptr<UserDefaults> makeUserDefaults(const Platform& services, bool inMemory) {
     if (inMemory) return std::make_shared<MemoryUserDefaults>();
     return std::make_shared<LinuxUserDefaults>(
@@ -90,6 +101,16 @@ LinuxPlatform LinuxPlatform::make(std::shared_ptr<EventLoop> eventLoop, Settings
     machine.captureDevices = std::make_shared<PipeWireCaptureDevices>(connection, eventLoop, services.log);
     services.captureDevices = machine.captureDevices;
     services.audioDeviceIO = std::make_shared<PipeWireDeviceIO>(connection, services.log);
+    const OperatingSystem system = operatingSystem();
+    services.words = machineWords(system);
+    services.facts = {.appVersion = VINTRA_VERSION,
+                      .buildVersion = VINTRA_BUILD,
+                      .operatingSystemVersion = system.version,
+                      .hardwareModel = hardwareModel()};
+    services.crashReports = {
+        .folder =
+            userStateDirectory().appendingPathComponent("vintra").appendingPathComponent("crash-reports"),
+        .pathExtension = "crash"};
     addScreenServices(services);
     services.audioHardware = std::make_shared<PipeWireAudioHardware>(connection, eventLoop);
     services.assetProbing = std::make_shared<LinuxAssetProbing>();

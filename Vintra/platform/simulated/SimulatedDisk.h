@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Vintra/platform/SystemError.h"
+#include "Vintra/platform/WallClock.h"
 
 #include <cstdint>
 #include <functional>
@@ -32,6 +33,8 @@ struct SimulatedDiskItem {
     Kind kind = Kind::file;
     std::vector<uint8_t> bytes;
     std::string target; ///< of a link
+    /// When the bytes last changed, as a test says; nothing if that can't be read.
+    std::optional<Date> modified{};
 };
 
 /// The content of a simulated disk by normalised absolute path, its faults, and what was done to it. Shared

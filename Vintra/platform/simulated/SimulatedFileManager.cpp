@@ -38,6 +38,11 @@ uint64_t SimulatedFileManager::sizeOfFile(const URL& at) const {
     return file(at.path())->bytes.size();
 }
 
+std::optional<Date> SimulatedFileManager::contentModificationDate(const URL& at) const {
+    const auto item = disk->find(at.path());
+    return item ? item->modified : std::nullopt;
+}
+
 void SimulatedFileManager::createDirectory(const URL& at) {
     const std::string path = disk->followed(at.path(), true);
     disk->perform(Operation::createDirectory, path);

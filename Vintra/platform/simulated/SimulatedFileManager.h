@@ -18,6 +18,7 @@ public:
 
     bool fileExists(const URL& at) const override;
     uint64_t sizeOfFile(const URL& at) const override;
+    std::optional<Date> contentModificationDate(const URL& at) const override;
     void createDirectory(const URL& at) override;
     void createFile(const URL& at) override;
     void removeItem(const URL& at) override;
@@ -35,6 +36,9 @@ public:
 
     /// A file with its bytes, and the folders on the way.
     void put(const std::string& path, const std::string& bytes = {});
+    void setContentModificationDate(const std::string& path, std::optional<Date> date) {
+        disk->find(path)->modified = date;
+    }
     void putLink(const std::string& path, const std::string& target);
     /// Nothing if there is no such file.
     std::optional<std::string> contents(const std::string& path) const;

@@ -58,6 +58,8 @@ Platform SimulatedMachine::platform() const {
     bundle.captureOverlayWindows = captureOverlayWindows;
     bundle.windowList = windowList;
     bundle.workspace = workspace;
+    bundle.facts = facts;
+    bundle.crashReports = crashReports;
     return bundle;
 }
 

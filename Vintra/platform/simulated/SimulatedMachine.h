@@ -90,6 +90,8 @@ public:
     const std::shared_ptr<SimulatedCaptureOverlayWindows> captureOverlayWindows;
     const std::shared_ptr<SimulatedWindowList> windowList;
     const std::shared_ptr<SimulatedWorkspace> workspace;
+    MachineFacts facts;
+    CrashReportFolder crashReports{.folder = URL::fileURL("/reports"), .pathExtension = "ips"};
 
 private:
     template <typename Result>

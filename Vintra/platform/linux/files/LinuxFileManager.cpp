@@ -102,6 +102,13 @@ uint64_t LinuxFileManager::sizeOfFile(const URL& at) const {
     return static_cast<uint64_t>(status->st_size);
 }
 
+std::optional<Date> LinuxFileManager::contentModificationDate(const URL& at) const {
+    const auto status = statusOf(at);
+    if (!status) return std::nullopt;
+    return Date{static_cast<double>(status->st_mtim.tv_sec) +
+                static_cast<double>(status->st_mtim.tv_nsec) * 1e-9};
+}
+
 void LinuxFileManager::createDirectory(const URL& at) {
     if (mkdir(at.path().c_str(), kNewFolderMode) == 0) return;
     int code = errno;

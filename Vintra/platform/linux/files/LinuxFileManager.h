@@ -12,6 +12,7 @@ class LinuxFileManager : public FileManager {
 public:
     bool fileExists(const URL& at) const override;
     uint64_t sizeOfFile(const URL& at) const override;
+    std::optional<Date> contentModificationDate(const URL& at) const override;
     void createDirectory(const URL& at) override;
     void createFile(const URL& at) override;
     /// A folder with all that is in it; of a symbolic link the link alone.
