@@ -2,8 +2,8 @@
 // take holds, what is heard on the monitor, and where the output is afterwards.
 
 #include "tests/programs/NumberedSound.h"
+#include "tests/programs/NumberedSoundAccount.h"
 #include "tests/programs/RecordedWav.h"
-#include "tests/programs/SoundAccount.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/PrivatePipeWireServer.h"
 #include "tests/support/ProgramRun.h"
@@ -49,8 +49,8 @@ public:
     struct Measurement {
         SoundServerWatch::Losses server;
         int64_t knownToBeMissing = 0; ///< frames at the most, by the program's own count
-        SoundAccount inTake;
-        SoundAccount heard;
+        NumberedSoundAccount inTake;
+        NumberedSoundAccount heard;
     };
 
 protected:
@@ -239,8 +239,8 @@ TEST_F(ComputerAudioEndToEndTest, whatIsPlayedIsInTheTakeToTheBitAndHeardOnTheMo
         if (asked || isEased) frames += kLongCycle - frames % kLongCycle;
         const Measurement measured = takeOfASound(frames, "sound" + std::to_string(attempt));
         expectHonest(measured);
-        const SoundAccount& inTake = measured.inTake;
-        const SoundAccount& heard = measured.heard;
+        const NumberedSoundAccount& inTake = measured.inTake;
+        const NumberedSoundAccount& heard = measured.heard;
         const bool isWhole =
             inTake.played == frames && inTake.lost + inTake.silent + inTake.altered + heard.altered == 0;
         // Two clocks cost single frames.

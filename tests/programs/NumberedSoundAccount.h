@@ -10,7 +10,7 @@ namespace vintra {
 
 /// What came of the frames that were played. A player that misses a cycle of a busy machine leaves a silence
 /// and goes on where it was; what a recorder or a relay misses is lost.
-struct SoundAccount {
+struct NumberedSoundAccount {
     int64_t played = 0;   ///< frames that are there, in their order
     int64_t lost = 0;     ///< frames that are not
     int64_t repeated = 0; ///< frames that are there twice
@@ -21,8 +21,8 @@ struct SoundAccount {
 };
 
 /// Of the second track of a take, 6 dB below what was played.
-SoundAccount accountOf(const RecordedWav& wav);
+NumberedSoundAccount accountOf(const RecordedWav& wav);
 /// Of what was heard on the monitor: two channels, interleaved.
-SoundAccount accountOf(const std::vector<float>& heard);
+NumberedSoundAccount accountOf(const std::vector<float>& heard);
 
 } // namespace vintra

@@ -1,4 +1,4 @@
-#include "tests/programs/SoundAccount.h"
+#include "tests/programs/NumberedSoundAccount.h"
 
 #include "tests/programs/NumberedSound.h"
 
@@ -24,7 +24,7 @@ public:
         account.played += step != 0;
         previous = number;
     }
-    SoundAccount account;
+    NumberedSoundAccount account;
 
 private:
     int64_t previous = 0;
@@ -33,7 +33,7 @@ private:
 
 } // namespace
 
-std::string SoundAccount::text() const {
+std::string NumberedSoundAccount::text() const {
     return std::to_string(played) + " played, " + std::to_string(lost) + " lost, " +
            std::to_string(repeated) + " repeated, " + std::to_string(silent) + " silent, " +
            std::to_string(altered) + " altered";
@@ -41,7 +41,7 @@ std::string SoundAccount::text() const {
 
 /// 16 bits become 24 in the take, 6 dB softer. Half a step of 16 bits is 64 of 24, so the last bit can be
 /// asked of each.
-SoundAccount accountOf(const RecordedWav& wav) {
+NumberedSoundAccount accountOf(const RecordedWav& wav) {
     const double scale = 256.0 * std::pow(10.0, -6.0 / 20);
     Accountant accountant;
     for (int64_t frame = 0; frame < wav.frames(); ++frame) {
@@ -60,7 +60,7 @@ SoundAccount accountOf(const RecordedWav& wav) {
 }
 
 /// On the monitor the relay's way changes nothing.
-SoundAccount accountOf(const std::vector<float>& heard) {
+NumberedSoundAccount accountOf(const std::vector<float>& heard) {
     Accountant accountant;
     for (size_t at = 0; at + 1 < heard.size(); at += 2) {
         if (heard[at] == 0 && heard[at + 1] == 0) {
