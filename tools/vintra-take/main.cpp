@@ -82,7 +82,8 @@ int carryOut(const Options& options) {
     LinuxPlatform machine =
         LinuxPlatform::make(loop, {.logLevel = options.verbose ? LogLevel::info : LogLevel::error,
                                    .keepsSettingsInMemory = true,
-                                   .outputToPutBackKey = SystemOutputRouter::kPendingRestoreKey});
+                                   .outputToPutBackKey = SystemOutputRouter::kPendingRestoreKey,
+                                   .reportsCrashes = true});
     TakeRunner runner(machine, options, outlets(isWatched));
     running = &runner;
     if (early) runner.interrupt();

@@ -2,6 +2,7 @@
 
 #include "Vintra/platform/CaptureOverlayWindows.h"
 #include "Vintra/platform/EventLoop.h"
+#include "Vintra/platform/SystemError.h"
 #include "Vintra/platform/linux/OthersOutputs.h"
 #include "Vintra/platform/linux/files/CrashSafeUserDefaults.h"
 #include "Vintra/platform/linux/files/LinuxFileManager.h"
@@ -15,6 +16,7 @@
 #include "Vintra/platform/linux/pipewire/PipeWireCaptureDevices.h"
 #include "Vintra/platform/linux/pipewire/PipeWireConnection.h"
 #include "Vintra/platform/linux/pipewire/PipeWireDeviceIO.h"
+#include "Vintra/platform/linux/runtime/CrashReporter.h"
 #include "Vintra/platform/linux/runtime/LinuxDispatchQueues.h"
 #include "Vintra/platform/linux/runtime/LinuxHostClock.h"
 #include "Vintra/platform/linux/runtime/LinuxLog.h"
@@ -75,6 +77,21 @@ MachineWords machineWords(const OperatingSystem& system) {
             .soundSettings = "the desktop's sound settings"};
 }
 
+/// A program runs without as well.
+void reportCrashes(const Platform& services) {
+    const MachineFacts& facts = services.facts;
+    try {
+        CrashReporter::install(services.crashReports.folder,
+                               {.name = "Vintra",
+                                .version = facts.appVersion + " (build " + facts.buildVersion + ")",
+                                .machine = services.words.operatingSystem + " " +
+                                           facts.operatingSystemVersion + " · " + facts.hardwareModel});
+    } catch (const SystemError& error) {
+        services.log->write("crash", LogLevel::error,
+                            "crashes won't be reported: " + error.localizedDescription());
+    }
+}
+
 std::shared_ptr<UserDefaults> makeUserDefaults(const Platform& services, bool inMemory) {
     if (inMemory) return std::make_shared<MemoryUserDefaults>();
     return std::make_shared<LinuxUserDefaults>(
@@ -110,7 +127,8 @@ LinuxPlatform LinuxPlatform::make(std::shared_ptr<EventLoop> eventLoop, Settings
     services.crashReports = {
         .folder =
             userStateDirectory().appendingPathComponent("vintra").appendingPathComponent("crash-reports"),
-        .pathExtension = "crash"};
+        .pathExtension = CrashReporter::kPathExtension};
+    if (settings.reportsCrashes) reportCrashes(services);
     addScreenServices(services);
     services.audioHardware = std::make_shared<PipeWireAudioHardware>(connection, eventLoop);
     services.assetProbing = std::make_shared<LinuxAssetProbing>();

@@ -21,6 +21,8 @@ struct LinuxPlatform {
         /// For a program that chooses where the session's sound goes: the setting, a text, in which it notes the
         /// output that it has to put back. Empty: it leaves the outputs as they are.
         std::string outputToPutBackKey;
+        /// A crash of the process leaves a report in the folder of `Platform::crashReports`.
+        bool reportsCrashes = false;
     };
 
     /// The screen is that of the Wayland desktop if the session has one that answers, else of the X server. A

@@ -1,5 +1,7 @@
 #include "Vintra/platform/linux/runtime/LinuxLog.h"
 
+#include "Vintra/platform/linux/runtime/CrashReporter.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -70,6 +72,7 @@ void LinuxLog::write(const std::string& category, LogLevel level, const std::str
     line += '\n';
 
     MutexLock lock(mutex);
+    CrashReporter::noteLogLine(std::string_view(line).substr(0, line.size() - 1));
     size_t written = 0;
     while (written < line.size()) {
         const ssize_t count = ::write(descriptor, line.data() + written, line.size() - written);
