@@ -17,6 +17,9 @@ enum class AVFileType { quickTimeMovie, wave };
 enum class AVVideoCodecType { h264, hevc };
 enum class AVVideoScalingMode { fill, resizeAspect };
 
+/// What an encoder spends on a picture: `fast` takes less of the processors and more bits for the same quality.
+enum class AVVideoEncoderSpeed { standard, fast };
+
 enum class AVVideoColorPrimaries { itu_R_709_2 };
 enum class AVVideoTransferFunction { itu_R_709_2 };
 enum class AVVideoYCbCrMatrix { itu_R_709_2 };
@@ -37,6 +40,7 @@ struct AVVideoSettings {
     AVVideoScalingMode scalingMode = AVVideoScalingMode::fill;
     AVVideoColorProperties color;
     int64_t averageBitRate = 0; ///< bits a second
+    AVVideoEncoderSpeed encoderSpeed = AVVideoEncoderSpeed::standard;
     bool operator==(const AVVideoSettings&) const = default;
 };
 

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "Vintra/platform/AVAssetWriter.h"
+#include "Vintra/platform/AVCaptureDevice.h"
+#include "Vintra/platform/AVCaptureVideoDevice.h"
 #include "Vintra/platform/CMSampleBuffer.h"
 #include "Vintra/platform/DispatchQueue.h"
 #include "Vintra/platform/Observation.h"
@@ -8,28 +10,10 @@
 
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
+#include <vector>
 
 namespace vintra {
-
-enum class AVAuthorizationStatus { notDetermined = 0, restricted = 1, denied = 2, authorized = 3 };
-
-/// A microphone, another sound input or a camera. Main thread.
-class AVCaptureDevice {
-public:
-    virtual ~AVCaptureDevice() = default;
-    virtual const std::string& uniqueID() const = 0;
-    /// As the user knows it.
-    virtual const std::string& localizedName() const = 0;
-    virtual bool isConnected() const = 0;
-    /// The layout that a sound input runs at; nothing if it can't be read or this is a camera.
-    virtual std::optional<AudioStreamBasicDescription> activeAudioFormat() const = 0;
-    /// The size that a camera runs at; nothing if it can't be read or this is a sound input.
-    virtual std::optional<CMVideoDimensions> activeVideoDimensions() const = 0;
-    /// The shortest time between two frames that a camera is set to; not numeric if unknown or a sound input.
-    virtual CMTime activeVideoMinFrameDuration() const = 0;
-};
 
 /// A device as a session's source. Opened by `CaptureDevices::makeDeviceInput`.
 class AVCaptureDeviceInput {
@@ -60,8 +44,8 @@ public:
                                          std::shared_ptr<DispatchQueue> queue) = 0;
 };
 
-/// Delivers a camera's pictures in its own pixel format, each stamped with the host time of its capture. Held
-/// by the session it is added to.
+/// Delivers a camera's pictures in a pixel format of the backend's choice, in the size that the camera sends,
+/// each stamped with the host time of its capture. Held by the session it is added to.
 class AVCaptureVideoDataOutput : public AVCaptureOutput {
 public:
     /// Before the session runs. The delegate is held weakly.
@@ -99,6 +83,8 @@ public:
     virtual ~CaptureDevices() = default;
     /// Null if there is no such device, or none that can be captured.
     virtual std::shared_ptr<AVCaptureDevice> deviceWithUniqueID(const std::string& uniqueID) = 0;
+    /// The cameras that are there, built in and external ones. A camera that stays is the same object each time.
+    virtual std::vector<std::shared_ptr<AVCaptureVideoDevice>> cameras() = 0;
     virtual AVAuthorizationStatus authorizationStatus(AVMediaType mediaType) const = 0;
     /// Asks the user. The answer may come on any thread.
     virtual void requestAccess(AVMediaType mediaType, std::function<void(bool granted)> completion) = 0;
@@ -107,6 +93,8 @@ public:
     makeDeviceInput(const std::shared_ptr<AVCaptureDevice>& device) = 0;
     virtual std::shared_ptr<AVCaptureAudioDataOutput>
     makeAudioDataOutput(const AVAudioSettings& audioSettings) = 0;
+    /// Throws `SystemError` if the machine can't capture pictures.
+    virtual std::shared_ptr<AVCaptureVideoDataOutput> makeVideoDataOutput() = 0;
     virtual std::shared_ptr<AVCaptureSession> makeSession() = 0;
     /// Calls the observer for as long as the result is kept.
     virtual Observation observe(CaptureDeviceNotifications notifications) = 0;

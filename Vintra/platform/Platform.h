@@ -16,6 +16,7 @@ class CaptureDevices;
 class CaptureOverlayWindows;
 class DispatchQueues;
 class FileManager;
+class FloatingPreviewWindows;
 class HostClock;
 class Log;
 class MainThread;
@@ -43,6 +44,7 @@ struct Platform {
     std::shared_ptr<ScreenCapture> screenCapture;
     std::shared_ptr<Screens> screens;
     std::shared_ptr<CaptureOverlayWindows> captureOverlayWindows;
+    std::shared_ptr<FloatingPreviewWindows> floatingPreviewWindows;
     std::shared_ptr<WindowList> windowList;
     std::shared_ptr<AudioHardware> audioHardware;
     std::shared_ptr<AudioDeviceIO> audioDeviceIO;

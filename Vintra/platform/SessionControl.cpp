@@ -1,5 +1,7 @@
 #include "Vintra/platform/SessionControl.h"
 
+#include "Vintra/platform/Drain.h"
+
 #include <utility>
 
 namespace vintra {
@@ -24,6 +26,10 @@ Task<> SessionControl::stop(std::shared_ptr<AVCaptureSession> session) {
         });
     };
     co_await awaitCompletion<void>(mainThread, begin);
+}
+
+Task<> SessionControl::settle() {
+    return drain(mainThread, sessionControlQueue);
 }
 
 } // namespace vintra

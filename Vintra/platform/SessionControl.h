@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <memory>
+#include <utility>
 
 namespace vintra {
 
@@ -19,6 +20,12 @@ public:
 
     /// Returns at once. `started` is called on the main thread once the device runs or has refused.
     void start(std::shared_ptr<AVCaptureSession> session, std::function<void()> started);
+    /// Runs work on the queue of starts and stops, after those asked for before.
+    void async(std::function<void()> work) { sessionControlQueue->async(std::move(work)); }
+    /// Ends once all that was asked for before has been done.
+    Task<> settle();
+    /// "com.screenrecorder.sessionControl": cameras are configured on it too.
+    const std::shared_ptr<DispatchQueue>& queue() const { return sessionControlQueue; }
     /// Ends once the session has stopped.
     Task<> stop(std::shared_ptr<AVCaptureSession> session);
 

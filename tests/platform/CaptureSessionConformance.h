@@ -182,8 +182,7 @@ TYPED_TEST_P(CaptureSessionConformance, aMicrophoneKnowsItsIdNameAndFormat) {
     ASSERT_TRUE(format.has_value());
     EXPECT_EQ(format->mChannelsPerFrame, this->backend.microphoneChannels());
     EXPECT_GT(format->mSampleRate, 0);
-    EXPECT_FALSE(device->activeVideoDimensions().has_value());
-    EXPECT_FALSE(device->activeVideoMinFrameDuration().isNumeric());
+    EXPECT_FALSE(std::dynamic_pointer_cast<AVCaptureVideoDevice>(device)) << "a sound input is no camera";
 }
 
 TYPED_TEST_P(CaptureSessionConformance, aSessionTakesOneInput) {

@@ -2,6 +2,7 @@
 
 #include "Vintra/platform/CaptureOverlayWindows.h"
 #include "Vintra/platform/EventLoop.h"
+#include "Vintra/platform/FloatingPreviewWindows.h"
 #include "Vintra/platform/SystemError.h"
 #include "Vintra/platform/linux/OthersOutputs.h"
 #include "Vintra/platform/linux/files/CrashSafeUserDefaults.h"
@@ -57,6 +58,7 @@ bool isWaylandSession() {
 
 void addScreenServices(Platform& services) {
     services.captureOverlayWindows = std::make_shared<NoCaptureOverlayWindows>();
+    services.floatingPreviewWindows = std::make_shared<NoFloatingPreviewWindows>();
     if (isWaylandSession()) {
         services.screenCapture = std::make_shared<WaylandScreenCapture>();
         services.screens = std::make_shared<WaylandScreens>();

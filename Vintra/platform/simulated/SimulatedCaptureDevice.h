@@ -19,8 +19,6 @@ public:
     const std::string& localizedName() const override { return device->name; }
     bool isConnected() const override { return hardware->device(device->uid) == device; }
     std::optional<AudioStreamBasicDescription> activeAudioFormat() const override;
-    std::optional<CMVideoDimensions> activeVideoDimensions() const override { return std::nullopt; }
-    CMTime activeVideoMinFrameDuration() const override { return kCMTimeInvalid; }
 
     const SimulatedAudioDevice& script() const { return *device; }
     /// The device that is plugged in now under the same id, if there is one.

@@ -6,12 +6,14 @@
 namespace vintra {
 
 SimulatedCaptureDevices::SimulatedCaptureDevices(SimulatedCaptureSession::Services services,
-                                                 std::shared_ptr<SimulatedAudioHardware> hardware)
+                                                 std::shared_ptr<SimulatedAudioHardware> hardware,
+                                                 std::shared_ptr<SimulatedCameras> simulatedCameras)
     : services(std::move(services))
     , hardware(hardware)
-    , plugs(
-          hardware->observePlugs([this](const auto& device, bool isThere) { tellOfPlug(device, isThere); })) {
-}
+    , simulatedCameras(simulatedCameras)
+    , plugs(hardware->observePlugs([this](const auto& device, bool isThere) { tellOfPlug(device, isThere); }))
+    , cameraPlugs(simulatedCameras->observePlugs(
+          [this](const auto& camera, bool isThere) { tellOfCamera(camera, isThere); })) {}
 
 std::shared_ptr<AVCaptureDevice> SimulatedCaptureDevices::deviceWithUniqueID(const std::string& uniqueID) {
     const auto found = hardware->device(uniqueID);
@@ -19,6 +21,21 @@ std::shared_ptr<AVCaptureDevice> SimulatedCaptureDevices::deviceWithUniqueID(con
     auto& device = devices[uniqueID];
     if (!device || &device->script() != found.get())
         device = std::make_shared<SimulatedCaptureDevice>(hardware, found);
+    return device;
+}
+
+std::vector<std::shared_ptr<AVCaptureVideoDevice>> SimulatedCaptureDevices::cameras() {
+    std::vector<std::shared_ptr<AVCaptureVideoDevice>> list;
+    for (const auto& camera : simulatedCameras->all())
+        list.push_back(deviceOf(camera));
+    return list;
+}
+
+std::shared_ptr<SimulatedVideoDevice>
+SimulatedCaptureDevices::deviceOf(const std::shared_ptr<SimulatedCamera>& camera) {
+    auto& device = videoDevices[camera.get()];
+    if (!device)
+        device = std::make_shared<SimulatedVideoDevice>(simulatedCameras, camera, services.violations);
     return device;
 }
 
@@ -45,6 +62,11 @@ void SimulatedCaptureDevices::requestAccess(AVMediaType mediaType,
 
 std::shared_ptr<AVCaptureDeviceInput>
 SimulatedCaptureDevices::makeDeviceInput(const std::shared_ptr<AVCaptureDevice>& device) {
+    if (auto camera = std::dynamic_pointer_cast<SimulatedVideoDevice>(device)) {
+        if (camera->script().failsToOpen || !camera->isConnected())
+            throw SystemError("simulated", 11, "The camera can't be opened.");
+        return std::make_shared<SimulatedCameraInput>(std::move(camera));
+    }
     auto own = std::dynamic_pointer_cast<SimulatedCaptureDevice>(device);
     if (!own || own->script().failsToOpen || !own->isConnected())
         throw SystemError("simulated", 10, "The device can't be opened.");
@@ -54,6 +76,10 @@ SimulatedCaptureDevices::makeDeviceInput(const std::shared_ptr<AVCaptureDevice>&
 std::shared_ptr<AVCaptureAudioDataOutput>
 SimulatedCaptureDevices::makeAudioDataOutput(const AVAudioSettings& audioSettings) {
     return std::make_shared<SimulatedCaptureAudioDataOutput>(audioSettings);
+}
+
+std::shared_ptr<AVCaptureVideoDataOutput> SimulatedCaptureDevices::makeVideoDataOutput() {
+    return std::make_shared<SimulatedCaptureVideoDataOutput>();
 }
 
 std::shared_ptr<AVCaptureSession> SimulatedCaptureDevices::makeSession() {
@@ -84,6 +110,18 @@ void SimulatedCaptureDevices::tellOfPlug(const std::shared_ptr<SimulatedAudioDev
     if (!known || &known->script() != device.get())
         known = std::make_shared<SimulatedCaptureDevice>(hardware, device);
     tell([device = known, isThere](const CaptureDeviceNotifications& told) {
+        (isThere ? told.deviceWasConnected : told.deviceWasDisconnected)(device);
+    });
+}
+
+void SimulatedCaptureDevices::tellOfCamera(const std::shared_ptr<SimulatedCamera>& camera, bool isThere) {
+    if (!isThere) {
+        for (const auto& weak : sessions) {
+            const auto living = weak.lock();
+            if (living && living->deviceUID() == camera->uid) living->deviceHasGone();
+        }
+    }
+    tell([device = deviceOf(camera), isThere](const CaptureDeviceNotifications& told) {
         (isThere ? told.deviceWasConnected : told.deviceWasDisconnected)(device);
     });
 }

@@ -11,19 +11,23 @@
 
 namespace vintra {
 
-/// Captures from the devices of a `SimulatedAudioHardware`, if the user lets it. One real thread.
+/// Captures from the devices of a `SimulatedAudioHardware` and from `SimulatedCameras`, if the user lets it. One
+/// real thread.
 class SimulatedCaptureDevices : public CaptureDevices {
 public:
     SimulatedCaptureDevices(SimulatedCaptureSession::Services services,
-                            std::shared_ptr<SimulatedAudioHardware> hardware);
+                            std::shared_ptr<SimulatedAudioHardware> hardware,
+                            std::shared_ptr<SimulatedCameras> simulatedCameras);
 
     std::shared_ptr<AVCaptureDevice> deviceWithUniqueID(const std::string& uniqueID) override;
+    std::vector<std::shared_ptr<AVCaptureVideoDevice>> cameras() override;
     AVAuthorizationStatus authorizationStatus(AVMediaType mediaType) const override;
     void requestAccess(AVMediaType mediaType, std::function<void(bool granted)> completion) override;
     std::shared_ptr<AVCaptureDeviceInput>
     makeDeviceInput(const std::shared_ptr<AVCaptureDevice>& device) override;
     std::shared_ptr<AVCaptureAudioDataOutput>
     makeAudioDataOutput(const AVAudioSettings& audioSettings) override;
+    std::shared_ptr<AVCaptureVideoDataOutput> makeVideoDataOutput() override;
     std::shared_ptr<AVCaptureSession> makeSession() override;
     Observation observe(CaptureDeviceNotifications notifications) override;
 
@@ -42,14 +46,19 @@ public:
 
 private:
     void tellOfPlug(const std::shared_ptr<SimulatedAudioDevice>& device, bool isThere);
+    void tellOfCamera(const std::shared_ptr<SimulatedCamera>& camera, bool isThere);
+    std::shared_ptr<SimulatedVideoDevice> deviceOf(const std::shared_ptr<SimulatedCamera>& camera);
     void tell(std::function<void(const CaptureDeviceNotifications&)> what);
 
     SimulatedCaptureSession::Services services;
     std::shared_ptr<SimulatedAudioHardware> hardware;
     std::map<std::string, std::shared_ptr<SimulatedCaptureDevice>> devices; ///< one object a device
+    std::shared_ptr<SimulatedCameras> simulatedCameras;
+    std::map<const SimulatedCamera*, std::shared_ptr<SimulatedVideoDevice>> videoDevices; ///< one a camera
     std::vector<std::weak_ptr<SimulatedCaptureSession>> sessions;
     std::vector<std::weak_ptr<CaptureDeviceNotifications>> observers;
     Observation plugs;
+    Observation cameraPlugs;
 };
 
 } // namespace vintra

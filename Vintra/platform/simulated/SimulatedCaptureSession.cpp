@@ -39,8 +39,11 @@ SimulatedCaptureSession::~SimulatedCaptureSession() {
 }
 
 bool SimulatedCaptureSession::canAddInput(const AVCaptureDeviceInput& input) const {
+    if (hasInput()) return false;
+    if (const auto* camera = dynamic_cast<const SimulatedCameraInput*>(&input))
+        return !camera->device->script().refusesInput;
     const auto* own = dynamic_cast<const SimulatedCaptureDeviceInput*>(&input);
-    return own && !source && !own->device->script().refusesInput;
+    return own && !own->device->script().refusesInput;
 }
 
 void SimulatedCaptureSession::addInput(std::shared_ptr<AVCaptureDeviceInput> input) {
@@ -48,12 +51,15 @@ void SimulatedCaptureSession::addInput(std::shared_ptr<AVCaptureDeviceInput> inp
         services.violations->add("capture session: added an input that can't be added");
         return;
     }
-    source = std::static_pointer_cast<SimulatedCaptureDeviceInput>(std::move(input));
+    source = std::dynamic_pointer_cast<SimulatedCaptureDeviceInput>(input);
+    cameraSource = std::dynamic_pointer_cast<SimulatedCameraInput>(input);
 }
 
 bool SimulatedCaptureSession::canAddOutput(const AVCaptureOutput& output) const {
+    if (dynamic_cast<const SimulatedCaptureVideoDataOutput*>(&output))
+        return cameraSource && !videoSink && !cameraSource->device->script().refusesOutput;
     const auto* own = dynamic_cast<const SimulatedCaptureAudioDataOutput*>(&output);
-    return own && !sink && !(source && source->device->script().refusesOutput);
+    return own && !sink && !cameraSource && !(source && source->device->script().refusesOutput);
 }
 
 void SimulatedCaptureSession::addOutput(std::shared_ptr<AVCaptureOutput> output) {
@@ -61,14 +67,19 @@ void SimulatedCaptureSession::addOutput(std::shared_ptr<AVCaptureOutput> output)
         services.violations->add("capture session: added an output that can't be added");
         return;
     }
-    sink = std::static_pointer_cast<SimulatedCaptureAudioDataOutput>(std::move(output));
+    sink = std::dynamic_pointer_cast<SimulatedCaptureAudioDataOutput>(output);
+    videoSink = std::dynamic_pointer_cast<SimulatedCaptureVideoDataOutput>(output);
 }
 
 void SimulatedCaptureSession::startRunning() {
-    if (isRunning() || !source) return;
-    stopRunning();
-    if (!source->device->isConnected()) source->device->findAgain();
+    if (isRunning() || !hasInput()) return;
+    stopStreams();
+    if (source && !source->device->isConnected()) source->device->findAgain();
     const auto self = shared_from_this();
+    if (cameraSource) {
+        startCamera();
+        return;
+    }
     const SimulatedAudioDevice& device = source->device->script();
     services.hostClock->sleep(static_cast<int64_t>(device.startSeconds * 1e6));
     if (device.failsToStart || !source->device->isConnected()) return;
@@ -82,11 +93,35 @@ void SimulatedCaptureSession::startRunning() {
 }
 
 bool SimulatedCaptureSession::isRunning() const {
-    return isOn && source->device->isConnected();
+    return isOn && (cameraSource ? cameraSource->device->isConnected() : source->device->isConnected());
+}
+
+void SimulatedCaptureSession::startCamera() {
+    SimulatedCamera& camera = cameraSource->device->script();
+    camera.calls.emplace_back("start");
+    services.hostClock->sleep(static_cast<int64_t>(camera.startSeconds * 1e6));
+    if (camera.failsToStart || !cameraSource->device->isConnected()) return;
+    if (camera.atStart) camera.atStart(camera);
+    isOn = true;
+    if (!videoSink) return;
+    cameraStream = std::make_shared<SimulatedCameraStream>(services.time,
+                                                           cameraSource->device->sharedScript(), videoSink);
+    cameraStream->begin();
 }
 
 void SimulatedCaptureSession::stopRunning() {
+    if (cameraSource) cameraSource->device->script().calls.emplace_back("stop");
+    stopStreams();
+}
+
+std::string SimulatedCaptureSession::deviceUID() const {
+    if (cameraSource) return cameraSource->device->uniqueID();
+    return source ? source->device->uniqueID() : "";
+}
+
+void SimulatedCaptureSession::stopStreams() {
     isOn = false;
+    if (cameraStream) cameraStream->end();
     if (event) services.time->cancel(*event);
     event.reset();
 }

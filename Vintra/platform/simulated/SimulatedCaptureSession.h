@@ -2,8 +2,10 @@
 
 #include "Vintra/platform/CaptureDevices.h"
 #include "Vintra/platform/MainThread.h"
+#include "Vintra/platform/simulated/SimulatedCameraStream.h"
 #include "Vintra/platform/simulated/SimulatedCaptureDevice.h"
 #include "Vintra/platform/simulated/SimulatedHostClock.h"
+#include "Vintra/platform/simulated/SimulatedVideoDevice.h"
 #include "Vintra/platform/simulated/SimulatedViolations.h"
 #include "Vintra/platform/simulated/VirtualTime.h"
 
@@ -23,6 +25,13 @@ public:
     const std::shared_ptr<SimulatedCaptureDevice> device;
 };
 
+class SimulatedCameraInput : public AVCaptureDeviceInput {
+public:
+    explicit SimulatedCameraInput(std::shared_ptr<SimulatedVideoDevice> device)
+        : device(std::move(device)) {}
+    const std::shared_ptr<SimulatedVideoDevice> device;
+};
+
 class SimulatedCaptureAudioDataOutput : public AVCaptureAudioDataOutput {
 public:
     explicit SimulatedCaptureAudioDataOutput(AVAudioSettings settings)
@@ -39,8 +48,8 @@ public:
 };
 
 /// Delivers what a simulated sound device hears: 32-bit float samples at the rate and channel count of the
-/// output, stamped with the host time of their first frame, each buffer handed over after its last frame. One
-/// real thread.
+/// output, stamped with the host time of their first frame, each buffer handed over after its last frame. Or
+/// the pictures of a simulated camera. One real thread.
 class SimulatedCaptureSession : public AVCaptureSession,
                                 public std::enable_shared_from_this<SimulatedCaptureSession> {
 public:
@@ -63,11 +72,18 @@ public:
     bool isRunning() const override;
 
     /// The unique id of its device; empty without an input.
-    std::string deviceUID() const { return source ? source->device->uniqueID() : ""; }
+    std::string deviceUID() const;
     std::shared_ptr<SimulatedCaptureAudioDataOutput> output() const { return sink; }
+    std::shared_ptr<SimulatedCaptureVideoDataOutput> videoOutput() const { return videoSink; }
+    /// Ends as the session of a device does that goes.
+    void deviceHasGone() { stopStreams(); }
     int64_t deliveredBuffers = 0; ///< since the session was made
+    int64_t deliveredPictures() const { return cameraStream ? cameraStream->deliveredPictures() : 0; }
 
 private:
+    bool hasInput() const { return source || cameraSource; }
+    void startCamera();
+    void stopStreams();
     int64_t dueNanoseconds(int64_t frame) const;
     void scheduleBuffer();
     void deliverBuffer();
@@ -77,6 +93,9 @@ private:
     Services services;
     std::shared_ptr<SimulatedCaptureDeviceInput> source;
     std::shared_ptr<SimulatedCaptureAudioDataOutput> sink;
+    std::shared_ptr<SimulatedCameraInput> cameraSource;
+    std::shared_ptr<SimulatedCaptureVideoDataOutput> videoSink;
+    std::shared_ptr<SimulatedCameraStream> cameraStream;
     bool isOn = false;
     int64_t firstFrameNanoseconds = 0;
     int64_t nextFrame = 0;

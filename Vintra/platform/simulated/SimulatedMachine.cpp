@@ -21,12 +21,14 @@ SimulatedMachine::SimulatedMachine()
     , assetProbing(std::make_shared<SimulatedAssetProbing>())
     , audioHardware(std::make_shared<SimulatedAudioHardware>(mainThread))
     , audioDeviceIO(std::make_shared<SimulatedAudioDeviceIO>(time, audioHardware))
+    , cameras(std::make_shared<SimulatedCameras>())
     , captureDevices(std::make_shared<SimulatedCaptureDevices>(
-          SimulatedCaptureSession::Services{time, mainThread, hostClock, violations}, audioHardware))
+          SimulatedCaptureSession::Services{time, mainThread, hostClock, violations}, audioHardware, cameras))
     , screenCapture(std::make_shared<SimulatedScreenCapture>(
           SimulatedScreenStream::Services{time, violations, journal}, processInfo->processIdentifier()))
     , screens(std::make_shared<SimulatedScreens>(mainThread))
     , captureOverlayWindows(std::make_shared<SimulatedCaptureOverlayWindows>())
+    , floatingPreviewWindows(std::make_shared<SimulatedFloatingPreviewWindows>())
     , windowList(std::make_shared<SimulatedWindowList>())
     , workspace(std::make_shared<SimulatedWorkspace>()) {
     assetProbing->setFallback([files = fileManager, writers = assetWriters](const URL& url) {
@@ -56,6 +58,7 @@ Platform SimulatedMachine::platform() const {
     bundle.screenCapture = screenCapture;
     bundle.screens = screens;
     bundle.captureOverlayWindows = captureOverlayWindows;
+    bundle.floatingPreviewWindows = floatingPreviewWindows;
     bundle.windowList = windowList;
     bundle.workspace = workspace;
     bundle.facts = facts;

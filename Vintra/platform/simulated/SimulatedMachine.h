@@ -6,10 +6,12 @@
 #include "Vintra/platform/simulated/SimulatedAssetWriters.h"
 #include "Vintra/platform/simulated/SimulatedAudioDeviceIO.h"
 #include "Vintra/platform/simulated/SimulatedAudioHardware.h"
+#include "Vintra/platform/simulated/SimulatedCameras.h"
 #include "Vintra/platform/simulated/SimulatedCaptureDevices.h"
 #include "Vintra/platform/simulated/SimulatedCaptureOverlayWindows.h"
 #include "Vintra/platform/simulated/SimulatedDispatchQueues.h"
 #include "Vintra/platform/simulated/SimulatedFileManager.h"
+#include "Vintra/platform/simulated/SimulatedFloatingPreviewWindows.h"
 #include "Vintra/platform/simulated/SimulatedHostClock.h"
 #include "Vintra/platform/simulated/SimulatedJournal.h"
 #include "Vintra/platform/simulated/SimulatedLog.h"
@@ -84,10 +86,12 @@ public:
     const std::shared_ptr<SimulatedAssetProbing> assetProbing;
     const std::shared_ptr<SimulatedAudioHardware> audioHardware;
     const std::shared_ptr<SimulatedAudioDeviceIO> audioDeviceIO;
+    const std::shared_ptr<SimulatedCameras> cameras;
     const std::shared_ptr<SimulatedCaptureDevices> captureDevices;
     const std::shared_ptr<SimulatedScreenCapture> screenCapture;
     const std::shared_ptr<SimulatedScreens> screens;
     const std::shared_ptr<SimulatedCaptureOverlayWindows> captureOverlayWindows;
+    const std::shared_ptr<SimulatedFloatingPreviewWindows> floatingPreviewWindows;
     const std::shared_ptr<SimulatedWindowList> windowList;
     const std::shared_ptr<SimulatedWorkspace> workspace;
     MachineFacts facts;

@@ -11,10 +11,12 @@ namespace vintra {
 class SimulatedProcessInfo : public ProcessInfo {
 public:
     int32_t processIdentifier() const override { return identifier; }
+    int activeProcessorCount() const override { return processors; }
     /// The n-th call gives the n-th UUID of a fixed sequence.
     UUID makeUUID() override;
 
     int32_t identifier = 4242; ///< this program's own
+    int processors = 8;
 
 private:
     std::atomic<uint64_t> made{0};

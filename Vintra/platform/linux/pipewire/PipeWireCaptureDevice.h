@@ -21,8 +21,6 @@ public:
     const std::string& localizedName() const override { return node.description; }
     bool isConnected() const override;
     std::optional<AudioStreamBasicDescription> activeAudioFormat() const override;
-    std::optional<CMVideoDimensions> activeVideoDimensions() const override { return std::nullopt; }
-    CMTime activeVideoMinFrameDuration() const override { return kCMTimeInvalid; }
 
 private:
     const std::shared_ptr<PipeWireConnection> connection;

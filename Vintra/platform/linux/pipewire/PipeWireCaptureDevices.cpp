@@ -46,6 +46,10 @@ PipeWireCaptureDevices::makeAudioDataOutput(const AVAudioSettings& audioSettings
     return std::make_shared<PipeWireAudioDataOutput>(audioSettings);
 }
 
+std::shared_ptr<AVCaptureVideoDataOutput> PipeWireCaptureDevices::makeVideoDataOutput() {
+    throw SystemError("pipewire", 0, "Vintra can't record cameras on this computer yet.");
+}
+
 std::shared_ptr<AVCaptureSession> PipeWireCaptureDevices::makeSession() {
     return std::make_shared<PipeWireCaptureSession>(connection, notifier, log);
 }

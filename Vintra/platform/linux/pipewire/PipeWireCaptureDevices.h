@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace vintra {
 
@@ -28,6 +29,9 @@ public:
     makeDeviceInput(const std::shared_ptr<AVCaptureDevice>& device) override;
     std::shared_ptr<AVCaptureAudioDataOutput>
     makeAudioDataOutput(const AVAudioSettings& audioSettings) override;
+    /// Cameras aren't captured yet: there are none, and an output for one is refused.
+    std::vector<std::shared_ptr<AVCaptureVideoDevice>> cameras() override { return {}; }
+    std::shared_ptr<AVCaptureVideoDataOutput> makeVideoDataOutput() override;
     std::shared_ptr<AVCaptureSession> makeSession() override;
     Observation observe(CaptureDeviceNotifications notifications) override;
 

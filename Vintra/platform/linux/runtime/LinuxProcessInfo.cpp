@@ -1,6 +1,8 @@
 #include "Vintra/platform/linux/runtime/LinuxProcessInfo.h"
 
+#include <algorithm>
 #include <cerrno>
+#include <sched.h>
 #include <sys/random.h>
 #include <unistd.h>
 
@@ -8,6 +10,13 @@ namespace vintra {
 
 int32_t LinuxProcessInfo::processIdentifier() const {
     return static_cast<int32_t>(getpid());
+}
+
+int LinuxProcessInfo::activeProcessorCount() const {
+    cpu_set_t allowed;
+    CPU_ZERO(&allowed);
+    if (sched_getaffinity(0, sizeof allowed, &allowed) == 0) return std::max(1, CPU_COUNT(&allowed));
+    return std::max(1, static_cast<int>(sysconf(_SC_NPROCESSORS_ONLN))); // more processors than the set holds
 }
 
 UUID LinuxProcessInfo::makeUUID() {

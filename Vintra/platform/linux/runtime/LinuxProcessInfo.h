@@ -4,10 +4,12 @@
 
 namespace vintra {
 
-/// The process id, and random identities from the kernel. Any thread.
+/// The process id, the processors that the kernel lets the process run on, and random identities from it. Any
+/// thread.
 class LinuxProcessInfo : public ProcessInfo {
 public:
     int32_t processIdentifier() const override;
+    int activeProcessorCount() const override;
     /// Version 4, variant 1.
     UUID makeUUID() override;
 };
