@@ -14,7 +14,11 @@ void CameraSamplePath::captureOutput(const std::shared_ptr<AVCaptureOutput>& out
     const Taps taps = extraCameraTaps.get().value_or(Taps{});
     const auto tap =
         std::ranges::find_if(taps, [&](const auto& candidate) { return candidate->output == output; });
-    (tap == taps.end() ? *webcam : **tap).frame(didOutput);
+    if (tap != taps.end()) {
+        (*tap)->frame(didOutput);
+    } else if (output == webcamDataOutput.get()) {
+        webcam->frame(didOutput);
+    }
 }
 
 } // namespace vintra

@@ -19,11 +19,13 @@ public:
 
     explicit CameraSamplePath(std::shared_ptr<CameraTap> webcam);
 
-    /// A frame of an output that no extra tap names is the first camera's.
+    /// A frame goes to the extra tap that names its output, or to the first camera's if it comes from that one.
+    /// What is still on its way from a camera that has been let go is thrown away.
     void captureOutput(const std::shared_ptr<AVCaptureOutput>& output,
                        const CMSampleBuffer& didOutput) override;
 
     Sink<Taps> extraCameraTaps;
+    Sink<std::shared_ptr<AVCaptureOutput>> webcamDataOutput; ///< of the first camera; empty while none runs
 
 private:
     const std::shared_ptr<CameraTap> webcam;

@@ -15,12 +15,12 @@
 
 namespace vintra {
 
-class AVCaptureDevice;
 class AVCaptureSession;
+class AVCaptureVideoDevice;
 
 /// Which cameras are there, and which are chosen and shown. Part of the controller's state. Main thread.
 struct CameraSelection {
-    Published<std::vector<std::shared_ptr<AVCaptureDevice>>> availableCameraDevices;
+    Published<std::vector<std::shared_ptr<AVCaptureVideoDevice>>> availableCameraDevices;
     Published<std::optional<std::string>> selectedCameraDeviceID;
     Published<std::shared_ptr<AVCaptureSession>> webcamPreviewSession; ///< of the first camera, while it runs
     Published<bool> webcamPreviewVisible{false};
@@ -34,6 +34,8 @@ struct CameraSelection {
 
     /// The rows that have a device, the first camera among them.
     int armedCameraCount() const;
+    /// The listed camera of that unique id; null if there is none.
+    std::shared_ptr<AVCaptureVideoDevice> availableCamera(const std::optional<std::string>& uniqueID) const;
 };
 
 } // namespace vintra

@@ -1,6 +1,7 @@
 #include "Vintra/video/CameraWriteQueue.h"
 
 #include "Vintra/platform/CheckedMath.h"
+#include "Vintra/video/CameraHold.h"
 
 #include <algorithm>
 #include <cmath>
@@ -26,6 +27,12 @@ int32_t CameraWriteQueue::beat(CMTime frameDuration) {
     const double rate =
         static_cast<double>(frameDuration.timescale) / static_cast<double>(frameDuration.value);
     return static_cast<int32_t>(std::clamp(std::round(rate), 1.0, 240.0));
+}
+
+int32_t CameraWriteQueue::beat(const AVCaptureVideoDevice* device, std::optional<double> cap) {
+    if (!device) return beat(kCMTimeInvalid);
+    const auto held = CameraHold{.cap = cap, .format = std::nullopt}.frameDuration(device->activeFormat());
+    return beat(held.value_or(device->activeVideoMinFrameDuration()));
 }
 
 void CameraWriteQueue::begin(CMTime at, int32_t rate) {

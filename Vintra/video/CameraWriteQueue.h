@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Vintra/platform/AVAssetWriter.h"
+#include "Vintra/platform/AVCaptureVideoDevice.h"
 #include "Vintra/platform/CMSampleBuffer.h"
 #include "Vintra/platform/HostClock.h"
 #include "Vintra/platform/Mutex.h"
@@ -38,6 +39,9 @@ public:
     /// The grid rate for a camera whose frames are at least `frameDuration` apart: the nearest whole number
     /// of frames a second, 1 to 240. 30 if the time is not numeric or not positive.
     static int32_t beat(CMTime frameDuration);
+    /// The grid rate for a camera under a cap in frames a second: what the cap holds it to, else what it is set
+    /// to. 30 without a camera.
+    static int32_t beat(const AVCaptureVideoDevice* device, std::optional<double> cap);
 
     /// Arms the queue for a take that starts at `at`. A rate below 1 counts as 1.
     void begin(CMTime at, int32_t rate);

@@ -21,6 +21,7 @@ protected:
             tap->begin(start, 30);
         }
         path.extraCameraTaps.fill({first, second});
+        path.webcamDataOutput.fill(webcamOutput);
     }
     std::vector<size_t> written() const {
         return {webcamInput->appended.size(), firstInput->appended.size(), secondInput->appended.size()};
@@ -36,6 +37,7 @@ protected:
     const std::shared_ptr<ScriptedInput> webcamInput = std::make_shared<ScriptedInput>();
     const std::shared_ptr<ScriptedInput> firstInput = std::make_shared<ScriptedInput>();
     const std::shared_ptr<ScriptedInput> secondInput = std::make_shared<ScriptedInput>();
+    const std::shared_ptr<AVCaptureOutput> webcamOutput = std::make_shared<FakeVideoOutput>();
     CameraSamplePath path{webcam};
 };
 
@@ -46,17 +48,23 @@ TEST_F(CameraSamplePathTest, anExtraCamerasFrameFindsItsTapByItsOutput) {
     EXPECT_EQ(written(), (std::vector<size_t>{0, 1, 1}));
 }
 
-TEST_F(CameraSamplePathTest, aFrameOfAnyOtherOutputIsTheFirstCameras) {
-    path.captureOutput(std::make_shared<FakeVideoOutput>(), picture(start));
+TEST_F(CameraSamplePathTest, aFrameOfTheFirstCamerasOutputIsItsOwn) {
+    path.captureOutput(webcamOutput, picture(start));
     EXPECT_EQ(written(), (std::vector<size_t>{1, 0, 0}));
+}
+
+TEST_F(CameraSamplePathTest, aFrameOfACameraThatWasLetGoIsNobodys) {
     path.extraCameraTaps.empty();
-    path.captureOutput(first->output, picture(start + CMTimeMake(1, 30)));
-    EXPECT_EQ(written(), (std::vector<size_t>{2, 0, 0}));
+    path.captureOutput(first->output, picture(start));
+    path.webcamDataOutput.empty();
+    path.captureOutput(webcamOutput, picture(start));
+    EXPECT_EQ(written(), (std::vector<size_t>{0, 0, 0}));
+    EXPECT_EQ(webcam->frameSize->read(), (CMVideoDimensions{0, 0})) << "nor does it tell its size";
 }
 
 TEST_F(CameraSamplePathTest, anInvalidSampleIsNoFrame) {
     path.captureOutput(first->output, CMSampleBuffer{});
-    path.captureOutput(std::make_shared<FakeVideoOutput>(), CMSampleBuffer{});
+    path.captureOutput(webcamOutput, CMSampleBuffer{});
     EXPECT_EQ(written(), (std::vector<size_t>{0, 0, 0}));
     EXPECT_EQ(webcam->frameSize->read(), (CMVideoDimensions{0, 0}));
     EXPECT_EQ(webcam->drops->read(), 0);

@@ -1,5 +1,6 @@
 #include "Vintra/video/Cameras.h"
 
+#include "CameraPartsFixture.h"
 #include "FakeVideoOutput.h"
 #include "ScriptedInput.h"
 #include "Vintra/platform/simulated/SimulatedMachine.h"
@@ -26,15 +27,15 @@ protected:
 
     SimulatedMachine machine;
     const CMTime start = machine.now();
-    const Platform platform = machine.platform();
-    CameraSelection selection;
-    Cameras cameras{platform, selection};
+    CameraTestState state{machine};
+    CameraSelection& selection = state.selection;
+    Cameras cameras{state.surroundings()};
     const std::shared_ptr<ExtraCameraTap> tap =
         std::make_shared<ExtraCameraTap>(std::make_shared<FakeVideoOutput>(), machine.hostClock);
     const std::shared_ptr<ScriptedInput> webcamInput = std::make_shared<ScriptedInput>();
     const std::shared_ptr<ScriptedInput> extraInput = std::make_shared<ScriptedInput>();
     const std::vector<ExtraCameraRecording> extras{recording()};
-    const std::vector<ExtraCameraRecording> none;
+    const std::vector<ExtraCameraRecording> none{};
 };
 
 TEST_F(CamerasTest, aFurtherCamerasNumberIsItsRowsPlaceFromTwoOn) {
