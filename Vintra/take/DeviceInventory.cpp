@@ -21,6 +21,7 @@ DeviceInventory::DeviceInventory(const Surroundings& surroundings)
     , previews(surroundings.previews)
     , outputRouting(surroundings.outputRouting)
     , screenSource(surroundings.screenSource)
+    , cameraSelection(surroundings.cameraSelection)
     , cameras(surroundings.cameras)
     , isRecording(surroundings.isRecording)
     , take(surroundings.take)
@@ -44,10 +45,16 @@ void DeviceInventory::refreshAudioDevices() {
     audio.audioDeviceChannelCounts.set(std::move(channelCounts));
 }
 
+void DeviceInventory::refreshCameraDevices() {
+    cameraSelection.availableCameraDevices.set(platform.captureDevices->cameras());
+}
+
 DeviceInventory::DeviceIdentity DeviceInventory::currentDeviceIdentity() const {
     DeviceIdentity identity;
     for (const CoreAudioInputDevice& input : CoreAudioInputDevice::listAll(*platform.audioHardware))
         identity.audio.insert(input.uid);
+    for (const auto& camera : platform.captureDevices->cameras())
+        identity.camera.insert(camera->uniqueID());
     return identity;
 }
 
@@ -55,8 +62,10 @@ void DeviceInventory::observe() {
     knownDeviceIdentity = currentDeviceIdentity();
     captureDeviceObservation = platform.captureDevices->observe({
         .deviceWasConnected = tasks.guarded([this](const auto& device) { handleDeviceConnected(device); }),
-        .deviceWasDisconnected =
-            tasks.guarded([this](const auto& device) { handleDeviceDisconnected(device); }),
+        .deviceWasDisconnected = tasks.guarded([this](const auto& device) {
+            handleDeviceDisconnected(device);
+            handleDeviceInventoryChanged(); // nobody else tells of a camera that went
+        }),
         .sessionRuntimeError = tasks.guarded([this](const auto& session, const SystemError& error) {
             handleCaptureSessionRuntimeError(session, error);
         }),
@@ -77,24 +86,41 @@ void DeviceInventory::handleDeviceInventoryChanged() {
     if (identity == knownDeviceIdentity) return;
     knownDeviceIdentity = std::move(identity);
     refreshAudioDevices();
+    refreshCameraDevices();
     tasks.post([this] { return screenSource.refreshDisplays(); });
     tasks.post([this] { return outputRouting.refreshDriverPresence(); });
-    if (!*isRecording) forgetDevicesThatWent();
+    if (*isRecording) return;
+    forgetDevicesThatWent();
+    if (cameras.isWebcamMissing()) tasks.post([this] { return cameras.configureWebcamPreview(); });
+    cameras.scheduleExtraCameraReconcile();
+    forgetRowsThatWent();
+}
+
+void DeviceInventory::forgetDevicesThatWent() {
+    const auto forget = [](Published<std::optional<std::string>>& selected,
+                           const std::set<std::string>& there) {
+        if (*selected && !there.contains(**selected)) selected.set(std::nullopt);
+    };
+    forget(audio.selectedMicDeviceID, knownDeviceIdentity.audio);
+    forget(audio.selectedDawDeviceID, knownDeviceIdentity.audio);
+    forget(cameraSelection.selectedCameraDeviceID, knownDeviceIdentity.camera);
 }
 
 /// A row stays in its list, unarmed, so that the device's return doesn't bring it back by itself.
-void DeviceInventory::forgetDevicesThatWent() {
-    const auto hasGone = [this](const std::optional<std::string>& deviceID) {
-        return deviceID && !knownDeviceIdentity.audio.contains(*deviceID);
+void DeviceInventory::forgetRowsThatWent() {
+    const auto disarm = [](auto& rows, const std::set<std::string>& there) {
+        const auto hasGone = [&there](const auto& row) {
+            return row.deviceID && !there.contains(*row.deviceID);
+        };
+        if (std::ranges::none_of(*rows, hasGone)) return;
+        rows.update([&hasGone](auto& list) {
+            for (auto& row : list) {
+                if (hasGone(row)) row.deviceID = std::nullopt;
+            }
+        });
     };
-    if (hasGone(*audio.selectedMicDeviceID)) audio.selectedMicDeviceID.set(std::nullopt);
-    if (hasGone(*audio.selectedDawDeviceID)) audio.selectedDawDeviceID.set(std::nullopt);
-    if (std::ranges::none_of(*audio.extraAudioInputs, hasGone, &ExtraAudioInputConfig::deviceID)) return;
-    audio.extraAudioInputs.update([&](std::vector<ExtraAudioInputConfig>& rows) {
-        for (ExtraAudioInputConfig& row : rows) {
-            if (hasGone(row.deviceID)) row.deviceID = std::nullopt;
-        }
-    });
+    disarm(cameraSelection.extraCameras, knownDeviceIdentity.camera);
+    disarm(audio.extraAudioInputs, knownDeviceIdentity.audio);
 }
 
 /// The take goes on. Where the track ends is reported at the stop.
@@ -120,7 +146,7 @@ std::vector<std::string> DeviceInventory::tracksOn(const std::string& deviceID) 
     if (take->dawTrack && (isIt(take->dawTrack->device) || previews.daw().deviceID() == deviceID))
         names.emplace_back("Virtual input");
     if (isIt(cameras.webcamDevice())) names.emplace_back("Webcam");
-    if (std::ranges::any_of(cameras.extraCameraRigs(), isIt, &ExtraCameraRig::device))
+    if (std::ranges::any_of(cameras.extraCameraRigs(), [&](const auto& rig) { return isIt(rig.device); }))
         names.emplace_back("Extra webcam");
     if (std::ranges::any_of(take->extraInputGroups, [&](const auto& group) { return isIt(group->device); }))
         names.emplace_back("Extra input");

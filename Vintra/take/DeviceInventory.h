@@ -31,7 +31,8 @@ public:
         AudioPreviews& previews;
         OutputRouting& outputRouting;
         ScreenSource& screenSource;
-        const Cameras& cameras;
+        CameraSelection& cameraSelection;
+        Cameras& cameras;
         const Published<bool>& isRecording;
         const std::unique_ptr<RunningTake>& take; ///< null between takes
         Published<std::optional<std::string>>& lastError;
@@ -41,13 +42,15 @@ public:
 
     /// Lists the sound inputs, the one used last in front.
     void refreshAudioDevices();
+    void refreshCameraDevices();
     /// From now on follows devices that come and go.
     void observe();
 
 private:
-    /// The unique ids of all inputs there are.
+    /// The unique ids of all sound inputs and of all cameras there are.
     struct DeviceIdentity {
         std::set<std::string> audio;
+        std::set<std::string> camera;
         bool operator==(const DeviceIdentity&) const = default;
     };
 
@@ -55,6 +58,7 @@ private:
     void handleDeviceInventoryChanged();
     void forgetDevicesThatWent();
     void handleDeviceConnected(const std::shared_ptr<AVCaptureDevice>& device);
+    void forgetRowsThatWent();
     void handleDeviceDisconnected(const std::shared_ptr<AVCaptureDevice>& device);
     std::vector<std::string> tracksOn(const std::string& deviceID) const;
     void handleCaptureSessionRuntimeError(const std::shared_ptr<AVCaptureSession>& session,
@@ -65,7 +69,8 @@ private:
     AudioPreviews& previews;
     OutputRouting& outputRouting;
     ScreenSource& screenSource;
-    const Cameras& cameras;
+    CameraSelection& cameraSelection;
+    Cameras& cameras;
     const Published<bool>& isRecording;
     const std::unique_ptr<RunningTake>& take;
     Published<std::optional<std::string>>& lastError;

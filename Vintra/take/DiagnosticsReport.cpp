@@ -6,7 +6,9 @@
 #include "Vintra/platform/FixedText.h"
 #include "Vintra/platform/UserDefaults.h"
 #include "Vintra/take/Text.h"
+#include "Vintra/video/CameraFormatChoice.h"
 
+#include <cmath>
 #include <cstdint>
 #include <optional>
 #include <utility>
@@ -17,8 +19,7 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-constexpr double kFileSampleRate = 48'000;   // hertz, of every sound file
-constexpr double kDefaultCameraCeiling = 30; // frames a second
+constexpr double kFileSampleRate = 48'000; // hertz, of every sound file
 
 std::string whole(double number) {
     return std::to_string(static_cast<int64_t>(number));
@@ -73,53 +74,59 @@ void addScreen(Lines& lines, const DiagnosticsSources& sources) {
     if (sources.status.lastScreenDropSummary) lines.push_back("  " + *sources.status.lastScreenDropSummary);
 }
 
-std::string cameraSummary(const CameraSelection& selection, const AVCaptureDevice& device,
-                          const CameraTap& tap) {
+/// " @30.00", or " @15.00–30.00" for a camera that may vary; nothing if it can't be read.
+std::string rateText(const AVCaptureVideoDevice& device) {
+    constexpr double tolerance = 0.0005; // seconds
+    const double shortest = CMTimeGetSeconds(device.activeVideoMinFrameDuration());
+    const double longest = CMTimeGetSeconds(device.activeVideoMaxFrameDuration());
+    if (!(shortest > 0)) return "";
+    const std::string top = fixedText(1 / shortest, 2);
+    if (!(longest > 0) || std::fabs(longest - shortest) <= tolerance) return " @" + top;
+    return " @" + fixedText(1 / longest, 2) + "–" + top;
+}
+
+std::string cameraSummary(const Cameras& cameras, const AVCaptureVideoDevice& device, const CameraTap& tap) {
     const auto sizeText = [](CMVideoDimensions size) {
         return std::to_string(size.width) + "×" + std::to_string(size.height);
     };
-    const CMVideoDimensions active = device.activeVideoDimensions().value_or(CMVideoDimensions{});
-    std::string text = device.localizedName() + " · " + sizeText(active);
-    const double shortest = CMTimeGetSeconds(device.activeVideoMinFrameDuration());
-    if (shortest > 0) text += " @" + fixedText(1 / shortest, 2);
+    const auto format = device.activeFormat();
+    const CMVideoDimensions active = format ? format->formatDescription.dimensions : CMVideoDimensions{};
+    std::string text = device.localizedName() + " · " + sizeText(active) + rateText(device);
     const CMVideoDimensions sent = tap.frameSize->read();
-    if (sent.width > 0 && sent.height > 0 && (sent.width != active.width || sent.height != active.height))
-        text += " · sending " + sizeText(sent);
-    const auto& resolutions = *selection.cameraResolutions;
-    const auto resolution = resolutions.find(device.uniqueID());
-    if (resolution != resolutions.end() && resolution->second == CameraResolution::hd)
-        text += " · 1080p chosen";
+    if (sent.width > 0 && sent.height > 0 && sent != active) text += " · sending " + sizeText(sent);
+    if (cameras.cameraResolution(device.uniqueID()) == CameraResolution::hd) text += " · 1080p chosen";
     return text;
 }
 
 std::string firstCamera(const DiagnosticsSources& sources) {
     if (const auto& device = sources.cameras.webcamDevice())
-        return cameraSummary(sources.camera, *device, sources.cameras.webcam());
+        return cameraSummary(sources.cameras, *device, sources.cameras.webcam());
     const auto& selected = *sources.camera.selectedCameraDeviceID;
     if (!selected) return "off";
-    for (const auto& device : *sources.camera.availableCameraDevices) {
-        if (device->uniqueID() == *selected) return device->localizedName();
-    }
-    return *selected;
+    const auto listed = sources.camera.availableCamera(selected);
+    return listed ? listed->localizedName() : *selected;
 }
 
 std::string rateCeiling(const UserDefaults& defaults, int64_t reasserts) {
-    const auto kept = doubleForKey(defaults, "webcamMaxFrameRate");
-    if (kept && *kept <= 0) return "  camera frame rate ceiling: none (lifted by webcamMaxFrameRate)";
-    return "  camera frame rate ceiling: " + whole(kept.value_or(kDefaultCameraCeiling)) + " fps (" +
-           (kept ? "set by webcamMaxFrameRate" : "default") + ") · put back " + std::to_string(reasserts) +
-           " time" + (reasserts == 1 ? "" : "s") + " after something reset it";
+    const auto ceiling = webcamMaxFrameRate(defaults);
+    if (!ceiling) return "  camera frame rate ceiling: none (lifted by webcamMaxFrameRate)";
+    return "  camera frame rate ceiling: " + whole(*ceiling) + " fps (" +
+           (defaults.value("webcamMaxFrameRate") ? "set by webcamMaxFrameRate" : "default") +
+           ") · put back " + std::to_string(reasserts) + " time" + (reasserts == 1 ? "" : "s") +
+           " after something reset it";
 }
 
 void addCameras(Lines& lines, const DiagnosticsSources& sources) {
     lines.push_back("Webcam: " + firstCamera(sources));
     std::vector<std::string> extra;
     for (const ExtraCameraRig& rig : sources.cameras.extraCameraRigs())
-        extra.push_back(cameraSummary(sources.camera, *rig.device, *rig.tap));
+        extra.push_back(cameraSummary(sources.cameras, *rig.device, *rig.tap));
     if (!extra.empty()) lines.push_back("Extra webcams: " + joined(extra, " | "));
-    lines.push_back(rateCeiling(*sources.platform.userDefaults, 0));
+    lines.push_back(rateCeiling(*sources.platform.userDefaults, sources.cameras.reasserts()));
     for (const std::string& summary : sources.status.lastCameraTakeSummary)
         lines.push_back("  " + summary);
+    if (!sources.status.lastEncoderSummary.empty())
+        lines.push_back("  last take · encoders: " + sources.status.lastEncoderSummary);
 }
 
 void addMic(Lines& lines, const AudioSelection& audio) {

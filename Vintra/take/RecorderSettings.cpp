@@ -5,8 +5,10 @@
 
 #include <cstdint>
 #include <limits>
+#include <map>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <utility>
 
 namespace vintra {
@@ -74,6 +76,34 @@ constexpr Conversion<AspectPreset> kAspect{
         },
     .toStored = [](const AspectPreset& value) { return std::optional<DefaultsValue>(rawValue(value)); }};
 
+constexpr Conversion<WebcamPreviewSize> kPreviewSize{
+    .fromStored =
+        [](const UserDefaults& defaults, const std::string& key) {
+            return webcamPreviewSize(stringForKey(defaults, key).value_or(""));
+        },
+    .toStored = [](const WebcamPreviewSize& value) { return std::optional<DefaultsValue>(rawValue(value)); }};
+
+using CameraResolutions = std::unordered_map<std::string, CameraResolution>;
+
+/// By camera. What isn't known is left out, and so is what every camera has by itself.
+constexpr Conversion<CameraResolutions> kResolutions{
+    .fromStored = [](const UserDefaults& defaults,
+                     const std::string& key) -> std::optional<CameraResolutions> {
+        const auto stored = dictionaryForKey(defaults, key);
+        if (!stored) return std::nullopt;
+        CameraResolutions resolutions;
+        for (const auto& [camera, raw] : *stored) {
+            if (cameraResolution(raw) == CameraResolution::hd) resolutions[camera] = CameraResolution::hd;
+        }
+        return resolutions;
+    },
+    .toStored = [](const CameraResolutions& value) -> std::optional<DefaultsValue> {
+        std::map<std::string, std::string> stored;
+        for (const auto& [camera, resolution] : value)
+            stored[camera] = rawValue(resolution);
+        return stored;
+    }};
+
 /// Five numbers: display, x, y, width, height. The display need not be there: the region waits for it.
 constexpr Conversion<std::optional<CaptureRegion>> kRegion{
     .fromStored = [](const UserDefaults& defaults,
@@ -114,7 +144,7 @@ RecorderSettings::Row row(const char* key, Published<Value>& property, const Con
 } // namespace
 
 RecorderSettings::RecorderSettings(std::shared_ptr<UserDefaults> userDefaults, AudioSelection& audio,
-                                   ScreenSelection& screen)
+                                   CameraSelection& cameras, ScreenSelection& screen)
     : userDefaults(std::move(userDefaults))
     , screenRows{row("selectedDisplayID", screen.selectedDisplayID, kOptionalID),
                  row("selectedWindowID", screen.selectedWindowID, kOptionalID),
@@ -127,7 +157,9 @@ RecorderSettings::RecorderSettings(std::shared_ptr<UserDefaults> userDefaults, A
         row("micGainDB", audio.micGainDB, kDecibels),
         row("systemAudioMonitorUID", audio.systemAudioMonitorUID, kOptionalText),
         row("dawGainDB", audio.dawGainDB, kDecibels),
-        row("screenFrameRate", screen.screenFrameRate, kFrameRate)};
+        row("screenFrameRate", screen.screenFrameRate, kFrameRate),
+        row("webcamPreviewSize", cameras.webcamPreviewSize, kPreviewSize),
+        row("cameraResolutions", cameras.cameraResolutions, kResolutions)};
     for (const Row& silent : silentRows) {
         silent.restore(*this->userDefaults);
         silent.keep(this->userDefaults);

@@ -3,6 +3,7 @@
 #include "Vintra/audio/AudioSelection.h"
 #include "Vintra/capturearea/ScreenSelection.h"
 #include "Vintra/platform/UserDefaults.h"
+#include "Vintra/video/CameraSelection.h"
 
 #include <functional>
 #include <memory>
@@ -18,7 +19,7 @@ public:
     /// Restores what is restored silently, and keeps every change of a property in the table from then on. To
     /// be made before anything else handles changes. The state outlives this.
     RecorderSettings(std::shared_ptr<UserDefaults> userDefaults, AudioSelection& audio,
-                     ScreenSelection& screen);
+                     CameraSelection& cameras, ScreenSelection& screen);
 
     /// Restores what of the screen was chosen, with the change handling running.
     void restoreScreen();

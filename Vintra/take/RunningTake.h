@@ -8,6 +8,7 @@
 #include "Vintra/platform/Geometry.h"
 #include "Vintra/platform/ScreenCapture.h"
 #include "Vintra/platform/URL.h"
+#include "Vintra/take/EncoderPlan.h"
 #include "Vintra/timeline/TakeFiles.h"
 #include "Vintra/video/Cameras.h"
 #include "Vintra/video/ExtraCameraRig.h"
@@ -53,6 +54,7 @@ public:
     std::shared_ptr<AudioTrack> micTrack;
     std::shared_ptr<AudioTrack> dawTrack;
     std::vector<std::shared_ptr<ExtraInputDeviceGroup>> extraInputGroups;
+    EncoderPlan encoderPlan;                      ///< of the screen's movie, then of the cameras'
     std::optional<CGSize> recordingWindowSize;    ///< points; of a window that is recorded
     std::vector<double> recordingMarkers;         ///< seconds from the start
     std::set<std::string> picturesReportedFrozen; ///< labels of cameras whose loss the user was told of

@@ -15,9 +15,11 @@
 #include "Vintra/take/CaptureArea.h"
 #include "Vintra/take/DeviceInventory.h"
 #include "Vintra/take/DiagnosticsReport.h"
+#include "Vintra/take/MultiCameraScreenRate.h"
 #include "Vintra/take/OutputFolder.h"
 #include "Vintra/take/PictureMonitors.h"
 #include "Vintra/take/RecorderSettings.h"
+#include "Vintra/take/RecordingError.h"
 #include "Vintra/take/RunningTake.h"
 #include "Vintra/take/ScreenSource.h"
 #include "Vintra/take/TrackWriters.h"
@@ -46,7 +48,7 @@ ScreenRecorderManager::ScreenRecorderManager(Platform services)
     : AudioSelection(LevelsModel::make(*services.hostClock, *services.mainThread))
     , timelineEditor(services.userDefaults, services.workspace)
     , platform(std::move(services))
-    , settings(std::make_unique<RecorderSettings>(platform.userDefaults, *this, *this))
+    , settings(std::make_unique<RecorderSettings>(platform.userDefaults, *this, *this, *this))
     , sessionControl(std::make_unique<SessionControl>(*platform.dispatchQueues, *platform.mainThread))
     , audioSamplePath(std::make_shared<AudioSamplePath>(platform.hostClock, levels))
     , outputRouting(std::make_unique<OutputRouting>(OutputRouting::Surroundings{
@@ -59,7 +61,19 @@ ScreenRecorderManager::ScreenRecorderManager(Platform services)
                                                                       .isRecording = isRecording,
                                                                       .lastError = lastError,
                                                                       .samplePath = audioSamplePath}))
-    , cameras(std::make_unique<Cameras>(platform, *this))
+    , cameras(std::make_unique<Cameras>(CameraSurroundings{
+          .platform = platform,
+          .selection = *this,
+          .sessionControl = *sessionControl,
+          .isRecording = isRecording,
+          .lastError = lastError,
+          .accessDenied = RecordingError::cameraAccessDenied().errorDescription(platform.words),
+          .cannotSetUp =
+              [](std::string name) {
+                  return RecordingError::cannotConfigureWriter(std::move(name)).errorDescription();
+              }}))
+    , multiCameraScreenRate(
+          std::make_unique<MultiCameraScreenRate>(platform.userDefaults, *this, *this, isRecording))
     , overlays(std::make_unique<CaptureOverlays>(platform.captureOverlayWindows, *this, isRecording))
     , captureArea(std::make_unique<CaptureArea>(CaptureArea::Surroundings{
           .platform = platform, .selection = *this, .overlays = *overlays, .isRecording = isRecording}))
@@ -74,6 +88,7 @@ ScreenRecorderManager::ScreenRecorderManager(Platform services)
                                                                           .previews = *audioPreviews,
                                                                           .outputRouting = *outputRouting,
                                                                           .screenSource = *screenSource,
+                                                                          .cameraSelection = *this,
                                                                           .cameras = *cameras,
                                                                           .isRecording = isRecording,
                                                                           .take = take,
@@ -106,6 +121,7 @@ void ScreenRecorderManager::startUp() {
     tasks.post([this] { return refreshDisplays(); });
     tasks.post([this] { return outputRouting->refreshDriverPresence(); });
     refreshAudioDevices();
+    refreshCameraDevices();
     screenSource->observeScreenChanges();
     inventory->observe();
     outputRouting->watchSystemOutput();
@@ -151,6 +167,10 @@ void ScreenRecorderManager::refreshAudioDevices() {
     inventory->refreshAudioDevices();
 }
 
+void ScreenRecorderManager::refreshCameraDevices() {
+    inventory->refreshCameraDevices();
+}
+
 Task<> ScreenRecorderManager::configureMicPreview() {
     return audioPreviews->configureMicPreview();
 }
@@ -167,8 +187,33 @@ Task<> ScreenRecorderManager::rebuildDawPreview() {
     return audioPreviews->rebuildDawPreview();
 }
 
+Task<> ScreenRecorderManager::configureWebcamPreview() {
+    return cameras->configureWebcamPreview();
+}
+
 Task<> ScreenRecorderManager::endPreviews() {
-    return audioPreviews->endPreviews();
+    co_await audioPreviews->endPreviews();
+    co_await cameras->end();
+}
+
+void ScreenRecorderManager::setCameraResolution(CameraResolution resolution, const std::string& forCamera) {
+    cameras->setCameraResolution(resolution, forCamera);
+}
+
+CameraResolution ScreenRecorderManager::cameraResolution(const std::string& forCamera) const {
+    return cameras->cameraResolution(forCamera);
+}
+
+bool ScreenRecorderManager::cameraOffers4K(const std::string& camera) const {
+    return cameras->cameraOffers4K(camera);
+}
+
+void ScreenRecorderManager::hideExtraCameraPreview(const UUID& row) {
+    cameras->hideExtraCameraPreview(row);
+}
+
+void ScreenRecorderManager::showExtraCameraPreview(const UUID& row) {
+    cameras->showExtraCameraPreview(row);
 }
 
 void ScreenRecorderManager::stopSystemAudioRelay() {

@@ -34,6 +34,7 @@ class DeviceInventory;
 class FeedbackAsk;
 struct DiagnosticsSources;
 class MainThreadTimer;
+class MultiCameraScreenRate;
 class OutputRouting;
 class PictureMonitors;
 class RecorderSettings;
@@ -86,13 +87,15 @@ public:
 
     Task<> refreshDisplays();
     void refreshAudioDevices();
+    void refreshCameraDevices();
     /// Brings a preview in line with its selection. A take needs the previews of its devices running.
     Task<> configureMicPreview();
     Task<> configureDawPreview();
     Task<> configureExtraPreviews();
     Task<> rebuildDawPreview();
-    /// Ends every preview for good, for the end of the program: afterwards no sample callback comes. Not in a
-    /// take.
+    Task<> configureWebcamPreview();
+    /// Ends every preview for good, cameras too, for the end of the program: afterwards no sample callback comes.
+    /// Not in a take.
     Task<> endPreviews();
     /// Ends the listening to the computer's sound and puts the user's own output back. To be called on every
     /// way out of the program. A take that runs goes on without it.
@@ -100,12 +103,20 @@ public:
     /// The program ends in order: the next run need not look for a crash. The last call.
     void noteCleanExit();
 
+    /// Does nothing in a take.
+    void setCameraResolution(CameraResolution resolution, const std::string& forCamera);
+    void hideExtraCameraPreview(const UUID& row);
+    void showExtraCameraPreview(const UUID& row);
+
     void chooseCaptureMode(CaptureModeChoice mode);
     void reshapeRegionToAspect();
 
     // -- Computed
 
     int armedTrackCount() const;
+    CameraResolution cameraResolution(const std::string& forCamera) const;
+    /// Whether the camera has a format worth recording above 1080p.
+    bool cameraOffers4K(const std::string& camera) const;
     std::string captureAreaLabel() const;
     BarState currentBarState() const;
     std::vector<PickableWindow> pickableWindows() const;
@@ -182,6 +193,7 @@ private:
     const std::unique_ptr<OutputRouting> outputRouting;
     const std::unique_ptr<AudioPreviews> audioPreviews;
     const std::unique_ptr<Cameras> cameras;
+    const std::unique_ptr<MultiCameraScreenRate> multiCameraScreenRate;
     const std::unique_ptr<CaptureOverlays> overlays;
     const std::unique_ptr<CaptureArea> captureArea;
     const std::unique_ptr<ScreenSource> screenSource;

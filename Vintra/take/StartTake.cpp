@@ -9,6 +9,8 @@
 #include "Vintra/platform/CaptureAccess.h"
 #include "Vintra/platform/FileManager.h"
 #include "Vintra/platform/HostClock.h"
+#include "Vintra/platform/Log.h"
+#include "Vintra/platform/ProcessInfo.h"
 #include "Vintra/take/FeedbackAsk.h"
 #include "Vintra/take/PictureMonitors.h"
 #include "Vintra/take/RecordingError.h"
@@ -56,7 +58,12 @@ Task<> ScreenRecorderManager::startRecording(URL to) {
 Task<> ScreenRecorderManager::setUpTake() {
     co_await outputRouting->startSystemAudioRelayIfNeeded();
     co_await prepareAudioSources();
-    if (*screenEnabled) co_await setUpScreen();
+    co_await cameras->settle();
+    if (*screenEnabled) {
+        co_await setUpScreen();
+    } else {
+        trackWriters->planEncoders(*take, nullptr, *screenFrameRate);
+    }
     trackWriters->makeWebcamWriters(*take);
     trackWriters->makeAudioTracks(*take);
     auto existing = take->existingOutputs(*platform.fileManager);
@@ -107,11 +114,15 @@ Task<> ScreenRecorderManager::prepareAudioSources() {
 Task<> ScreenRecorderManager::setUpScreen() {
     const ScreenSource::Setup setup = co_await screenSource->setUp();
     take->recordingWindowSize = setup.windowSize;
+    trackWriters->planEncoders(*take, &setup.configuration, *screenFrameRate);
     trackWriters->makeScreenRecordingWriter(*take, setup.configuration, *screenFrameRate);
     take->stream = screenTrack->makeStream(setup.filter, setup.configuration);
 }
 
 void ScreenRecorderManager::armAtCommonStart() {
+    const int processors = platform.processInfo->activeProcessorCount();
+    lastEncoderSummary = take->encoderPlan.summary(processors);
+    platform.log->write("encoders", LogLevel::standard, lastEncoderSummary);
     screenTrack->begin(*recordingCommonStartTime);
     cameras->begin(*recordingCommonStartTime, take->cameras());
 }

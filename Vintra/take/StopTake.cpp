@@ -15,6 +15,7 @@
 #include "Vintra/platform/UserDefaults.h"
 #include "Vintra/take/FeedbackAsk.h"
 #include "Vintra/take/HealthLog.h"
+#include "Vintra/take/MultiCameraScreenRate.h"
 #include "Vintra/take/RunningTake.h"
 #include "Vintra/take/ScreenRecorderManager.h"
 #include "Vintra/take/TakeReport.h"
@@ -156,6 +157,7 @@ void ScreenRecorderManager::leaveRecordingState() {
     cameras->refreshExtraCameraWindows();
     outputRouting->forgetOutputClock();
     recordingStartDate.set(std::nullopt);
+    multiCameraScreenRate->reconcile();
 }
 
 void ScreenRecorderManager::releaseTake() {
@@ -163,6 +165,7 @@ void ScreenRecorderManager::releaseTake() {
     activeMicTrack.set(false);
     activeDawTrack.set(false);
     activeWebcamTrack.set(false);
+    cameras->release();
 }
 
 Task<> ScreenRecorderManager::padWavFiles(std::vector<Padding> paddings) {

@@ -28,11 +28,12 @@ struct TakeStatus {
     /// Host time that is zero of the running or last take; nothing before the first.
     std::optional<CMTime> recordingCommonStartTime;
 
-    // For the diagnostics: the screen's beat, its losses, each camera.
+    // For the diagnostics: the screen's beat, its losses, each camera, how its movies are encoded.
 
     std::string lastScreenBeatSummary;
     std::optional<std::string> lastScreenDropSummary;
     std::vector<std::string> lastCameraTakeSummary;
+    std::string lastEncoderSummary;
 };
 
 } // namespace vintra

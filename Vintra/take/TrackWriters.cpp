@@ -1,6 +1,7 @@
 #include "Vintra/take/TrackWriters.h"
 
 #include "Vintra/audio/CapturePCMSettings.h"
+#include "Vintra/platform/ProcessInfo.h"
 #include "Vintra/platform/UserDefaults.h"
 #include "Vintra/take/RecordingError.h"
 #include "Vintra/take/TrackNames.h"
@@ -26,10 +27,11 @@ int64_t webcamBitRate(int32_t width, int32_t height) {
 }
 
 /// What the camera has delivered, else what it is set to.
-CMVideoDimensions pictureSize(const AVCaptureDevice& device, const CameraTap& tap) {
+CMVideoDimensions pictureSize(const AVCaptureVideoDevice& device, const CameraTap& tap) {
     const CMVideoDimensions delivered = tap.frameSize->read();
     if (delivered.width > 0 && delivered.height > 0) return delivered;
-    return device.activeVideoDimensions().value_or(CMVideoDimensions{});
+    const auto format = device.activeFormat();
+    return format ? format->formatDescription.dimensions : CMVideoDimensions{};
 }
 
 } // namespace
@@ -49,7 +51,8 @@ void TrackWriters::makeScreenRecordingWriter(RunningTake& take, const SCStreamCo
                                    .width = configuration.width,
                                    .height = configuration.height,
                                    .averageBitRate =
-                                       screenBitRate(configuration.width, configuration.height, frameRate)};
+                                       screenBitRate(configuration.width, configuration.height, frameRate),
+                                   .encoderSpeed = take.encoderPlan.speed(0)};
     auto input = platform.assetWriters->makeInput(settings, true);
     if (!writer->canAdd(*input)) throw RecordingError::cannotConfigureWriter("the screen recording file");
     writer->add(input);
@@ -57,17 +60,37 @@ void TrackWriters::makeScreenRecordingWriter(RunningTake& take, const SCStreamCo
     take.videoInput = std::move(input);
 }
 
+std::vector<TrackWriters::Camera> TrackWriters::takenCameras() const {
+    std::vector<Camera> list;
+    if (cameras.webcamDevice()) list.push_back({*cameras.webcamDevice(), cameras.webcam()});
+    for (const ExtraCameraRig& rig : cameras.extraCameraRigs())
+        list.push_back({*rig.device, *rig.tap});
+    return list;
+}
+
+void TrackWriters::planEncoders(RunningTake& take, const SCStreamConfiguration* screen, int frameRate) const {
+    std::vector<EncodedPictures> movies;
+    if (screen) movies.push_back({.size = {screen->width, screen->height}, .rate = frameRate});
+    for (const Camera& camera : takenCameras()) {
+        movies.push_back(
+            {.size = pictureSize(camera.device, camera.tap), .rate = cameras.beat(camera.device)});
+    }
+    take.encoderPlan = EncoderPlan::make(movies, platform.processInfo->activeProcessorCount());
+}
+
 void TrackWriters::makeWebcamWriters(RunningTake& take) const {
+    size_t index = 0;
     if (const auto& device = cameras.webcamDevice()) {
         const URL url = take.planOutput(webcamURL(take.takeVideoURL));
-        const WriterAndInput made = makeWebcamRecordingWriter(*device, url, cameras.webcam());
+        const WriterAndInput made =
+            makeWebcamRecordingWriter(take, {*device, cameras.webcam()}, url, index++);
         take.webcamWriter = made.writer;
         take.webcamInput = made.input;
     }
     for (const ExtraCameraRig& rig : cameras.extraCameraRigs()) {
         const int number = cameras.webcamNumber(rig);
         const URL url = take.planOutput(webcamURL(take.takeVideoURL, number));
-        const WriterAndInput made = makeWebcamRecordingWriter(*rig.device, url, *rig.tap);
+        const WriterAndInput made = makeWebcamRecordingWriter(take, {*rig.device, *rig.tap}, url, index++);
         const std::string& name = rig.device->localizedName();
         take.extraCameraRecordings.push_back({.tap = rig.tap,
                                               .writer = made.writer,
@@ -78,10 +101,10 @@ void TrackWriters::makeWebcamWriters(RunningTake& take) const {
     }
 }
 
-TrackWriters::WriterAndInput TrackWriters::makeWebcamRecordingWriter(const AVCaptureDevice& device,
-                                                                     const URL& movURL,
-                                                                     const CameraTap& tap) const {
-    const CMVideoDimensions size = pictureSize(device, tap);
+TrackWriters::WriterAndInput TrackWriters::makeWebcamRecordingWriter(const RunningTake& take,
+                                                                     const Camera& camera, const URL& movURL,
+                                                                     size_t cameraIndex) const {
+    const CMVideoDimensions size = pictureSize(camera.device, camera.tap);
     auto writer = platform.assetWriters->makeWriter(movURL, AVFileType::quickTimeMovie);
     // What goes to an encoder is even-sized, 2 at the least.
     const auto even = [](int32_t side) { return std::max(2, side & ~1); };
@@ -89,11 +112,14 @@ TrackWriters::WriterAndInput TrackWriters::makeWebcamRecordingWriter(const AVCap
                                    .width = even(size.width),
                                    .height = even(size.height),
                                    .scalingMode = AVVideoScalingMode::resizeAspect,
-                                   .averageBitRate = webcamBitRate(size.width, size.height)};
+                                   .averageBitRate = webcamBitRate(size.width, size.height),
+                                   .encoderSpeed =
+                                       take.encoderPlan.speed(cameraIndex + (take.videoWriter ? 1 : 0))};
     auto input = platform.assetWriters->makeInput(settings, true);
-    if (!writer->canAdd(*input)) {
-        throw RecordingError::cannotConfigureWriter("the camera file for " + device.localizedName() + " at " +
-                                                    std::to_string(size.width) + "×" +
+    // A camera whose size nobody knows can't be written.
+    if (size.width < 1 || size.height < 1 || !writer->canAdd(*input)) {
+        throw RecordingError::cannotConfigureWriter("the camera file for " + camera.device.localizedName() +
+                                                    " at " + std::to_string(size.width) + "×" +
                                                     std::to_string(size.height));
     }
     writer->add(input);

@@ -8,6 +8,7 @@
 #include "Vintra/take/RunningTake.h"
 #include "Vintra/video/Cameras.h"
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
@@ -32,6 +33,8 @@ public:
 
     // The steps of a start, in this order: it decides who gets which name. `frameRate` in frames a second.
 
+    /// How fast each movie is encoded: first the screen's, if there is one, then the cameras'.
+    void planEncoders(RunningTake& take, const SCStreamConfiguration* screen, int frameRate) const;
     void makeScreenRecordingWriter(RunningTake& take, const SCStreamConfiguration& configuration,
                                    int frameRate) const;
     void makeWebcamWriters(RunningTake& take) const;
@@ -44,8 +47,15 @@ private:
         std::shared_ptr<AVAssetWriterInput> input;
     };
 
-    WriterAndInput makeWebcamRecordingWriter(const AVCaptureDevice& device, const URL& movURL,
-                                             const CameraTap& tap) const;
+    struct Camera {
+        const AVCaptureVideoDevice& device;
+        const CameraTap& tap;
+    };
+
+    /// Those that a take records, the first one first.
+    std::vector<Camera> takenCameras() const;
+    WriterAndInput makeWebcamRecordingWriter(const RunningTake& take, const Camera& camera, const URL& movURL,
+                                             size_t cameraIndex) const;
     std::shared_ptr<AVAssetWriterInput> addReferenceAudioInput(AVAssetWriter& to, int channelCount) const;
     std::shared_ptr<AudioTrack>
     makeMicTrack(const std::shared_ptr<AVCaptureDevice>& device, const URL& wavURL,

@@ -1,6 +1,7 @@
 #include "Vintra/take/DeviceInventory.h"
 
 #include "Vintra/platform/simulated/SimulatedMachine.h"
+#include "tests/video/CameraPartsFixture.h"
 
 #include <gtest/gtest.h>
 #include <memory>
@@ -48,7 +49,6 @@ protected:
     SimulatedAudioHardware& hardware = *machine.audioHardware;
     const Platform platform = machine.platform();
     AudioSelection audio{LevelsModel::make(*machine.hostClock, *machine.mainThread)};
-    CameraSelection cameraSelection;
     ScreenSelection screen;
     Published<bool> isRecording{false};
     Published<std::optional<std::string>> lastError;
@@ -65,7 +65,8 @@ protected:
                             .isRecording = isRecording,
                             .lastError = lastError,
                             .samplePath = samplePath}};
-    Cameras cameras{platform, cameraSelection};
+    CameraTestState cameraState{machine};
+    Cameras cameras{cameraState.surroundings()};
     CaptureOverlays overlays{machine.captureOverlayWindows, screen, isRecording};
     CaptureArea area{
         {.platform = platform, .selection = screen, .overlays = overlays, .isRecording = isRecording}};
@@ -76,6 +77,7 @@ protected:
                                .previews = previews,
                                .outputRouting = outputRouting,
                                .screenSource = screenSource,
+                               .cameraSelection = cameraState.selection,
                                .cameras = cameras,
                                .isRecording = isRecording,
                                .take = take,

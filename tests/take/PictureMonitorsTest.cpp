@@ -3,6 +3,7 @@
 #include "Vintra/platform/simulated/SimulatedPictures.h"
 #include "Vintra/take/PictureMonitors.h"
 #include "Vintra/video/ExtraCameraTap.h"
+#include "tests/video/CameraPartsFixture.h"
 
 #include <string>
 #include <vector>
@@ -56,8 +57,8 @@ protected:
     const Platform platform = machine.platform();
     const CMTime start = machine.now();
     const int64_t startNanoseconds = machine.time->nowNanoseconds();
-    CameraSelection selection;
-    Cameras cameras{platform, selection};
+    CameraTestState cameraState{machine};
+    Cameras cameras{cameraState.surroundings()};
     std::shared_ptr<ScreenTrack> screen = ScreenTrack::make(platform);
     std::unique_ptr<RunningTake> take;
     Published<bool> isRecording{false};

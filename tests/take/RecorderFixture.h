@@ -6,7 +6,9 @@
 #include <algorithm>
 #include <gtest/gtest.h>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace vintra {
@@ -52,6 +54,28 @@ protected:
         machine.run(0.2);
     }
 
+    /// A camera of tiny pictures, whose numbers can be read back.
+    std::shared_ptr<SimulatedCamera> plugCamera(const std::string& uid, const std::string& name,
+                                                double rate = 30) {
+        SimulatedCamera camera;
+        camera.uid = uid;
+        camera.name = name;
+        camera.formats = {SimulatedCamera::format(32, 18, "420v", rate, rate)};
+        auto plugged = machine.cameras->plug(std::move(camera));
+        machine.run(0.2);
+        return plugged;
+    }
+    void selectCamera(const std::string& uid) {
+        recorder->selectedCameraDeviceID.set(uid);
+        machine.run(0.2);
+    }
+    UUID addCamera(const std::optional<std::string>& uid) {
+        const UUID id = machine.processInfo->makeUUID();
+        recorder->extraCameras.update([&](auto& rows) { rows.push_back({.id = id, .deviceID = uid}); });
+        machine.run(0.2);
+        return id;
+    }
+
     URL videoURL() const { return URL::fileURL(std::string(kFolder) + "/take_video.mov"); }
     static std::string path(const std::string& name) { return std::string(kFolder) + "/" + name; }
     void start() { machine.complete(recorder->startRecording(videoURL())); }
@@ -68,6 +92,9 @@ protected:
     }
     std::shared_ptr<SimulatedAssetWriterInput> videoTrack() const {
         return writer("take_video.mov")->input(AVMediaType::video);
+    }
+    std::shared_ptr<SimulatedAssetWriterInput> cameraTrack(const std::string& name) const {
+        return writer(name)->input(AVMediaType::video);
     }
     std::shared_ptr<SimulatedAssetWriterInput> soundTrack(const std::string& name) const {
         return writer(name)->input(AVMediaType::audio);

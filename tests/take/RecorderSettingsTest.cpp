@@ -12,11 +12,14 @@ namespace {
 
 class RecorderSettingsTest : public ::testing::Test {
 protected:
-    void launch() { settings = std::make_unique<RecorderSettings>(machine.userDefaults, audio, screen); }
+    void launch() {
+        settings = std::make_unique<RecorderSettings>(machine.userDefaults, audio, cameras, screen);
+    }
 
     SimulatedMachine machine;
     std::map<std::string, DefaultsValue>& stored = machine.userDefaults->values;
     AudioSelection audio{LevelsModel::make(*machine.hostClock, *machine.mainThread)};
+    CameraSelection cameras;
     ScreenSelection screen;
     std::unique_ptr<RecorderSettings> settings;
 };
@@ -145,6 +148,39 @@ TEST_F(RecorderSettingsTest, aChangeIsKeptBeforeAnyoneElseHandlesIt) {
         [&](int) { seen = integerForKey(*machine.userDefaults, "screenFrameRate"); });
     screen.screenFrameRate.set(24);
     EXPECT_EQ(seen, 24);
+}
+
+TEST_F(RecorderSettingsTest, whatIsKeptOfTheCamerasIsRestored) {
+    stored = {{"webcamPreviewSize", std::string("large")},
+              {"cameraResolutions",
+               std::map<std::string, std::string>{{"a", "1080p"}, {"b", "4K"}, {"c", "8K"}, {"d", "1080p"}}}};
+    const auto before = stored;
+    launch();
+    EXPECT_EQ(*cameras.webcamPreviewSize, WebcamPreviewSize::large);
+    EXPECT_EQ(cameras.cameraResolutions->size(), 2u) << "only what is limited";
+    EXPECT_EQ(cameras.cameraResolutions->at("a"), CameraResolution::hd);
+    EXPECT_EQ(cameras.cameraResolutions->at("d"), CameraResolution::hd);
+    EXPECT_EQ(stored, before);
+}
+
+TEST_F(RecorderSettingsTest, whatTheUserSetsOfTheCamerasIsKept) {
+    launch();
+    cameras.webcamPreviewSize.set(WebcamPreviewSize::medium);
+    cameras.cameraResolutions.set({{"a", CameraResolution::hd}});
+    EXPECT_EQ(stored.at("webcamPreviewSize"), DefaultsValue(std::string("medium")));
+    EXPECT_EQ(stored.at("cameraResolutions"),
+              DefaultsValue(std::map<std::string, std::string>{{"a", "1080p"}}));
+    cameras.selectedCameraDeviceID.set("a");
+    EXPECT_EQ(stored.size(), 2u) << "a run begins with no camera armed";
+}
+
+TEST_F(RecorderSettingsTest, cameraSettingsOfNoUseAreIgnored) {
+    for (const DefaultsValue& useless : {DefaultsValue(std::string("huge")), DefaultsValue(int64_t{2})}) {
+        stored = {{"webcamPreviewSize", useless}, {"cameraResolutions", useless}};
+        launch();
+        EXPECT_EQ(*cameras.webcamPreviewSize, WebcamPreviewSize::small);
+        EXPECT_TRUE(cameras.cameraResolutions->empty());
+    }
 }
 
 } // namespace

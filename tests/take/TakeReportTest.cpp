@@ -1,6 +1,7 @@
 #include "Vintra/take/TakeReport.h"
 
 #include "Vintra/platform/simulated/SimulatedMachine.h"
+#include "tests/video/CameraPartsFixture.h"
 
 #include <gtest/gtest.h>
 #include <memory>
@@ -55,8 +56,8 @@ protected:
     SimulatedMachine machine;
     const CMTime start = machine.now();
     const Platform platform = machine.platform();
-    CameraSelection selection;
-    Cameras cameras{platform, selection};
+    CameraTestState cameraState{machine};
+    Cameras cameras{cameraState.surroundings()};
     std::shared_ptr<ScreenTrack> track = ScreenTrack::make(platform);
     RunningTake take{URL::fileURL("/takes/take_video.mov")};
     std::optional<CGSize> windowSize;
