@@ -151,8 +151,10 @@ void SoundTrackFile::lose(SoundLoss loss) {
 
 void SoundTrackFile::close(CMTime end) {
     account.update([this](SoundAccount& to) { to.drift = placement.drift(); });
-    if (!placement.hasBegun()) return;
-    const int64_t missing = framesUpTo(end) - placement.next();
+    if (!placement.hasBegun() || !lastSamplePTS) return;
+    // By the stamps: a slow device has counted fewer frames, and yet nothing is missing.
+    const double seconds = CMTimeGetSeconds(end - *lastSamplePTS);
+    const int64_t missing = std::isfinite(seconds) ? std::llround(seconds * kTakeSampleRate) : 0;
     if (missing > kOrdinaryLatency)
         lose({.at = placement.next(), .frames = missing, .kind = SoundLossKind::endedEarly});
 }

@@ -21,6 +21,7 @@ class HostClock;
 class Log;
 class MainThread;
 class ProcessInfo;
+class RateConversion;
 class ScreenCapture;
 class Screens;
 class UserDefaults;
@@ -40,6 +41,7 @@ struct Platform {
     std::shared_ptr<FileManager> fileManager;
     std::shared_ptr<ProcessInfo> processInfo;
     std::shared_ptr<AssetWriters> assetWriters;
+    std::shared_ptr<RateConversion> rateConversion;
     std::shared_ptr<CaptureDevices> captureDevices;
     std::shared_ptr<ScreenCapture> screenCapture;
     std::shared_ptr<Screens> screens;

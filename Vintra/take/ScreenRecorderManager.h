@@ -176,7 +176,7 @@ private:
     void observe(TakeEnding& ending);
     void leaveRecordingState();
     void releaseTake();
-    Task<> padWavFiles(std::vector<Padding> paddings);
+    Task<> padWavFiles(TakeEnding& ending);
     Task<> writeTimeline(TakeEnding& ending);
     void reportTake(TakeEnding ending);
     Task<> handleStreamStopped(SystemError error);

@@ -81,7 +81,6 @@ std::string soundLossLog(const std::string& trackName, const SoundAccount& accou
         parts.push_back(std::to_string(account.framesCut) + " frames that came twice were cut in " +
                         std::to_string(account.cuts) + (account.cuts == 1 ? " place" : " places"));
     }
-    if (account.isDriftCorrected) parts.push_back(driftText(account).value_or("corrected"));
     std::string text;
     for (const std::string& part : parts)
         text += (text.empty() ? trackName + ": " : "; ") + part;

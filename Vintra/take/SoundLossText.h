@@ -13,7 +13,7 @@ namespace vintra {
 std::optional<std::string> soundLossWarning(const std::string& trackName, const SoundAccount& account,
                                             bool isToldAsShort);
 
-/// The same with every place, for the log; empty if nothing was lost, cut or stretched.
+/// The same with every place, for the log; empty if nothing was lost or cut.
 std::string soundLossLog(const std::string& trackName, const SoundAccount& account);
 
 /// As in "drifted 37 ppm, 266 ms over 2:00:00, corrected"; nothing where no drift could be told.

@@ -13,11 +13,13 @@
 #include "Vintra/platform/Log.h"
 #include "Vintra/platform/ProcessInfo.h"
 #include "Vintra/platform/UserDefaults.h"
+#include "Vintra/take/DriftCorrection.h"
 #include "Vintra/take/FeedbackAsk.h"
 #include "Vintra/take/HealthLog.h"
 #include "Vintra/take/MultiCameraScreenRate.h"
 #include "Vintra/take/RunningTake.h"
 #include "Vintra/take/ScreenRecorderManager.h"
+#include "Vintra/take/SoundLossText.h"
 #include "Vintra/take/TakeReport.h"
 #include "Vintra/take/Text.h"
 #include "Vintra/take/WavFile.h"
@@ -33,6 +35,17 @@ namespace {
 
 constexpr CMTime kLongestSoundUnderWay{3, 10, kCMTimeFlags_Valid}; // 0.3 s
 constexpr int64_t kSoundPollNanoseconds = 5'000'000;
+
+/// Off the main thread. True if the file was brought to the host clock's time.
+bool finishWavFile(const Platform& services, const Padding& padding) {
+    FileManager& files = *services.fileManager;
+    ProcessInfo& process = *services.processInfo;
+    if (padding.retiming &&
+        retimeWavFile(files, process, *services.rateConversion, padding.url, *padding.retiming))
+        return true;
+    alignWavFile(files, process, padding.url, padding.gap, padding.frames);
+    return false;
+}
 
 } // namespace
 
@@ -68,7 +81,7 @@ Task<> ScreenRecorderManager::stopRecording() {
 
     if (!ending.paddings.empty()) {
         statusMessage.set("Finishing…");
-        co_await padWavFiles(ending.paddings);
+        co_await padWavFiles(ending);
     }
     co_await writeTimeline(ending);
     const double seconds = ending.seconds;
@@ -112,6 +125,7 @@ Task<> ScreenRecorderManager::detachSinks() {
 
 /// One after another by design: a disk serves one file best, and the order of the failures is then fixed.
 Task<> ScreenRecorderManager::finishWriters(TakeEnding& ending) {
+    const bool correctsDrift = boolForKey(*platform.userDefaults, kCorrectsSoundDriftKey).value_or(true);
     for (const RunningTake::Track& track : take->tracks()) {
         const std::string label = track.label(*captureSystemAudioForDaw);
         const auto begin = [writer = track.writer](auto done) { writer->finishWriting(done); };
@@ -123,11 +137,15 @@ Task<> ScreenRecorderManager::finishWriters(TakeEnding& ending) {
         }
         // A track that no sample reached isn't padded.
         if (!track.sound || !track.sound->firstSamplePTS || !recordingCommonStartTime) continue;
-        const bool hasFailed = track.writer->status() == AVAssetWriterStatus::failed;
-        ending.paddings.push_back(
-            {.url = track.writer->outputURL(),
-             .gap = CMTimeGetSeconds(*track.sound->firstSamplePTS - *recordingCommonStartTime),
-             .frames = hasFailed ? 0 : track.sound->framesUpTo(ending.stopTime)});
+        Padding padding{.url = track.writer->outputURL(),
+                        .gap = CMTimeGetSeconds(*track.sound->firstSamplePTS - *recordingCommonStartTime)};
+        if (track.writer->status() == AVAssetWriterStatus::completed) {
+            padding.frames = track.sound->framesUpTo(ending.stopTime);
+            if (correctsDrift)
+                padding.retiming =
+                    driftCorrection(*track.sound, ending.stopTime, take->videoInput ? *screenFrameRate : 30);
+        }
+        ending.paddings.push_back(std::move(padding));
     }
 }
 
@@ -168,17 +186,27 @@ void ScreenRecorderManager::releaseTake() {
     cameras->release();
 }
 
-Task<> ScreenRecorderManager::padWavFiles(std::vector<Padding> paddings) {
+Task<> ScreenRecorderManager::padWavFiles(TakeEnding& ending) {
     const auto background = platform.dispatchQueues->globalQueue(QualityOfService::userInitiated);
-    const auto begin = [background, paddings, files = platform.fileManager,
-                        process = platform.processInfo](auto done) {
-        background->async([paddings, files, process, done] {
+    const auto areCorrected = std::make_shared<std::vector<bool>>();
+    const auto begin = [background, areCorrected, paddings = ending.paddings,
+                        services = platform](auto done) {
+        background->async([areCorrected, paddings, services, done] {
             for (const Padding& padding : paddings)
-                alignWavFile(*files, *process, padding.url, padding.gap, padding.frames);
+                areCorrected->push_back(finishWavFile(services, padding));
             done();
         });
     };
     co_await awaitCompletion<void>(*platform.mainThread, begin);
+    // Just the tracks that have a first sample are padded, in the order of the tracks.
+    size_t index = 0;
+    for (TakeObservations::Sound& sound : ending.seen.sounds) {
+        if (!sound.firstSamplePTS || index >= areCorrected->size()) continue;
+        sound.account.isDriftCorrected = (*areCorrected)[index++];
+        if (!sound.account.isDriftCorrected) continue;
+        platform.log->write(kHealthLog, LogLevel::info,
+                            sound.name + ": " + driftText(sound.account).value_or(""));
+    }
 }
 
 Task<> ScreenRecorderManager::writeTimeline(TakeEnding& ending) {

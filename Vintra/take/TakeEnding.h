@@ -3,6 +3,7 @@
 #include "Vintra/platform/CMTime.h"
 #include "Vintra/platform/URL.h"
 #include "Vintra/take/TakeWarnings.h"
+#include "Vintra/take/WavRetiming.h"
 #include "Vintra/timeline/TakeFiles.h"
 
 #include <cstdint>
@@ -16,8 +17,9 @@ namespace vintra {
 /// it, so that the file ends with the take.
 struct Padding {
     URL url;
-    double gap = 0;     ///< seconds; up to 0.01 the file is left as it is
-    int64_t frames = 0; ///< of the whole file afterwards; 0 leaves its end as it is
+    double gap = 0;                        ///< seconds; up to 0.01 the file is left as it is
+    int64_t frames = 0;                    ///< of the whole file afterwards; 0 leaves its end as it is
+    std::optional<WavRetiming> retiming{}; ///< which does both at once, where the device's clock was off
 };
 
 /// What a stop learns of its take, step by step, and what remains of a take afterwards. A value.

@@ -127,6 +127,7 @@ std::optional<WavHeader> parseHeader(const std::vector<uint8_t>& front, uint64_t
         .fileSize = fileSize,
         .sampleRate = sampleRate,
         .blockAlign = channels * bitsPerSample / 8,
+        .bitsPerSample = bitsPerSample,
         .isRF64 = isRF64,
         .largeSizesAt = chunks->largeSizesAt,
     };

@@ -18,7 +18,8 @@ struct WavHeader {
     uint64_t fileSize = 0;
     uint32_t sampleRate = 0;
     uint32_t blockAlign = 0; ///< bytes of a frame, from channels and bits per sample
-    bool isRF64 = false;     ///< the sizes are in the 64-bit chunk
+    uint32_t bitsPerSample = 0;
+    bool isRF64 = false; ///< the sizes are in the 64-bit chunk
     /// Offset of the chunk with the 64-bit sizes, or of the room that was left for one.
     std::optional<uint64_t> largeSizesAt{};
 };

@@ -11,6 +11,7 @@
 #include "Vintra/platform/linux/files/LinuxWorkspace.h"
 #include "Vintra/platform/linux/files/MemoryUserDefaults.h"
 #include "Vintra/platform/linux/files/UserDirectories.h"
+#include "Vintra/platform/linux/movie/LibavRateConversion.h"
 #include "Vintra/platform/linux/movie/LinuxAssetProbing.h"
 #include "Vintra/platform/linux/movie/LinuxAssetWriters.h"
 #include "Vintra/platform/linux/pipewire/PipeWireAudioHardware.h"
@@ -117,6 +118,7 @@ LinuxPlatform LinuxPlatform::make(std::shared_ptr<EventLoop> eventLoop, Settings
     services.fileManager = std::make_shared<LinuxFileManager>();
     services.processInfo = std::make_shared<LinuxProcessInfo>();
     services.assetWriters = std::make_shared<LinuxAssetWriters>();
+    services.rateConversion = std::make_shared<LibavRateConversion>();
     machine.captureDevices = std::make_shared<PipeWireCaptureDevices>(connection, eventLoop, services.log);
     services.captureDevices = machine.captureDevices;
     services.audioDeviceIO = std::make_shared<PipeWireDeviceIO>(connection, services.log);

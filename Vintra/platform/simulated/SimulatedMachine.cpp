@@ -18,6 +18,7 @@ SimulatedMachine::SimulatedMachine()
     , violations(std::make_shared<SimulatedViolations>())
     , assetWriters(std::make_shared<SimulatedAssetWriters>(
           SimulatedAssetWriter::Services{time, mainThread, hostClock, fileManager, violations, journal}))
+    , rateConversion(std::make_shared<SimulatedRateConversion>())
     , assetProbing(std::make_shared<SimulatedAssetProbing>())
     , audioHardware(std::make_shared<SimulatedAudioHardware>(mainThread))
     , audioDeviceIO(std::make_shared<SimulatedAudioDeviceIO>(time, audioHardware))
@@ -51,6 +52,7 @@ Platform SimulatedMachine::platform() const {
     bundle.fileManager = fileManager;
     bundle.processInfo = processInfo;
     bundle.assetWriters = assetWriters;
+    bundle.rateConversion = rateConversion;
     bundle.assetProbing = assetProbing;
     bundle.audioHardware = audioHardware;
     bundle.audioDeviceIO = audioDeviceIO;

@@ -17,6 +17,7 @@
 #include "Vintra/platform/simulated/SimulatedLog.h"
 #include "Vintra/platform/simulated/SimulatedMainThread.h"
 #include "Vintra/platform/simulated/SimulatedProcessInfo.h"
+#include "Vintra/platform/simulated/SimulatedRateConversion.h"
 #include "Vintra/platform/simulated/SimulatedScreenCapture.h"
 #include "Vintra/platform/simulated/SimulatedScreens.h"
 #include "Vintra/platform/simulated/SimulatedUserDefaults.h"
@@ -83,6 +84,7 @@ public:
     const std::shared_ptr<SimulatedProcessInfo> processInfo;
     const std::shared_ptr<SimulatedViolations> violations;
     const std::shared_ptr<SimulatedAssetWriters> assetWriters;
+    const std::shared_ptr<SimulatedRateConversion> rateConversion;
     const std::shared_ptr<SimulatedAssetProbing> assetProbing;
     const std::shared_ptr<SimulatedAudioHardware> audioHardware;
     const std::shared_ptr<SimulatedAudioDeviceIO> audioDeviceIO;
