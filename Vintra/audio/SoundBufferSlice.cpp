@@ -21,6 +21,20 @@ CMSampleTimingInfo timingOf(const AudioStreamBasicDescription& format, CMTime at
             .decodeTimeStamp = kCMTimeInvalid};
 }
 
+/// Adds the pieces of the data from the offset on; false if it ends before.
+bool addPieces(const CMBlockBuffer& data, size_t offset, size_t length,
+               std::vector<CMBlockBuffer::Piece>& pieces) {
+    while (length > 0) {
+        const auto piece = data.dataPointer(offset);
+        if (piece.bytes == nullptr) return false;
+        const size_t part = std::min(length, piece.lengthAtOffset);
+        pieces.push_back({piece.bytes, part});
+        offset += part;
+        length -= part;
+    }
+    return true;
+}
+
 } // namespace
 
 CMSampleBuffer sliceOfSound(const CMSampleBuffer& buffer, int64_t firstFrame, int64_t frames, CMTime at) {
@@ -29,17 +43,11 @@ CMSampleBuffer sliceOfSound(const CMSampleBuffer& buffer, int64_t firstFrame, in
     const auto* description = plainFormatOf(format.get());
     frames = std::min(frames, buffer.numSamples() - firstFrame);
     if (!description || !data || firstFrame < 0 || frames < 1) return {};
-    size_t offset = static_cast<size_t>(firstFrame) * description->mBytesPerFrame;
-    size_t length = static_cast<size_t>(frames) * description->mBytesPerFrame;
+    const size_t frameLength = description->mBytesPerFrame;
     std::vector<CMBlockBuffer::Piece> pieces;
-    while (length > 0) {
-        const auto piece = data->dataPointer(offset);
-        if (piece.bytes == nullptr) return {};
-        const size_t part = std::min(length, piece.lengthAtOffset);
-        pieces.push_back({piece.bytes, part});
-        offset += part;
-        length -= part;
-    }
+    if (!addPieces(*data, static_cast<size_t>(firstFrame) * frameLength,
+                   static_cast<size_t>(frames) * frameLength, pieces))
+        return {};
     return CMSampleBuffer::makeAudio(CMBlockBuffer::make(std::move(pieces), data), format, frames,
                                      timingOf(*description, at));
 }
@@ -51,6 +59,22 @@ CMSampleBuffer silentSound(const std::shared_ptr<const CMFormatDescription>& for
     auto data = CMBlockBuffer::make(static_cast<size_t>(frames) * description->mBytesPerFrame);
     data->fillDataBytes(0, 0, data->dataLength());
     return CMSampleBuffer::makeAudio(std::move(data), format, frames, timingOf(*description, at));
+}
+
+CMSampleBuffer soundBehindSilence(const CMSampleBuffer& buffer, int64_t silence, CMTime at) {
+    const auto format = buffer.formatDescription();
+    const auto sound = buffer.dataBuffer();
+    const auto* description = plainFormatOf(format.get());
+    const auto zeros = silentSound(format, silence, at).dataBuffer();
+    if (!description || !sound || !zeros) return {};
+    std::vector<CMBlockBuffer::Piece> pieces;
+    const auto own = static_cast<size_t>(buffer.numSamples()) * description->mBytesPerFrame;
+    if (!addPieces(*zeros, 0, zeros->dataLength(), pieces) || !addPieces(*sound, 0, own, pieces)) return {};
+    const auto owner =
+        std::make_shared<std::pair<std::shared_ptr<CMBlockBuffer>, std::shared_ptr<CMBlockBuffer>>>(zeros,
+                                                                                                    sound);
+    return CMSampleBuffer::makeAudio(CMBlockBuffer::make(std::move(pieces), owner), format,
+                                     silence + buffer.numSamples(), timingOf(*description, at));
 }
 
 } // namespace vintra

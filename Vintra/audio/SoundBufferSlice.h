@@ -16,4 +16,7 @@ CMSampleBuffer sliceOfSound(const CMSampleBuffer& buffer, int64_t firstFrame, in
 CMSampleBuffer silentSound(const std::shared_ptr<const CMFormatDescription>& format, int64_t frames,
                            CMTime at);
 
+/// `silence` frames of silence and the buffer's own behind them, as one that begins at `at`. Any thread.
+CMSampleBuffer soundBehindSilence(const CMSampleBuffer& buffer, int64_t silence, CMTime at);
+
 } // namespace vintra

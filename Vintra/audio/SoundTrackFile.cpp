@@ -77,13 +77,11 @@ void SoundTrackFile::appendAtItsPlace(const CMSampleBuffer& buffer) {
         sound = sliceOfSound(buffer, place.cut, frames - place.cut, std::max(moved, *commonStart));
         if (!sound.isValid()) sound = buffer;
     }
-    writeOwedSilence(sound);
+    writeLongSilence(sound);
     const bool isReady = input->isReadyForMoreMediaData();
     if (!isReady) ++droppedBufferCount;
-    if (isReady && owedSilence == 0 && write(sound)) {
-        account.update([&](SoundAccount& to) { to.framesWritten += sound.numSamples(); });
+    if (isReady && owedSilence <= longestPiece(sound.formatDescription().get()) && writeBehindSilence(sound))
         return;
-    }
     owedSilence += sound.numSamples();
     lose({.at = placement.next() - sound.numSamples(),
           .frames = sound.numSamples(),
@@ -113,26 +111,38 @@ void SoundTrackFile::noteMissing(const SoundPlacement::Place& place, bool isFirs
     }
 }
 
-/// As much of it as the input takes, in pieces of which none is short: so the last one begins well before the
-/// buffer behind it.
-void SoundTrackFile::writeOwedSilence(const CMSampleBuffer& before) {
+/// What is owed of silence beyond one piece, as far as the input takes it.
+void SoundTrackFile::writeLongSilence(const CMSampleBuffer& before) {
     const auto format = before.formatDescription();
     const int64_t longest = longestPiece(format.get());
-    while (owedSilence > 0 && input->isReadyForMoreMediaData()) {
-        const int64_t frames = owedSilence <= longest      ? owedSilence
-                               : owedSilence < 2 * longest ? owedSilence / 2
-                                                           : longest;
-        const CMTime at = writtenUpTo.isNumeric() ? writtenUpTo : *commonStart;
-        if (!write(silentSound(format, frames, at))) return;
-        owedSilence -= frames;
-        account.update([frames](SoundAccount& to) { to.framesSilenced += frames; });
+    while (owedSilence > longest && input->isReadyForMoreMediaData()) {
+        if (!write(silentSound(format, longest, nextWrittenTime()))) return;
+        owedSilence -= longest;
+        account.update([longest](SoundAccount& to) { to.framesSilenced += longest; });
     }
+}
+
+/// The buffer with the silence that is owed before it as one sample, so that an input with room for one takes
+/// both.
+bool SoundTrackFile::writeBehindSilence(const CMSampleBuffer& sound) {
+    const int64_t silence = owedSilence;
+    if (!write(silence > 0 ? soundBehindSilence(sound, silence, nextWrittenTime()) : sound)) return false;
+    owedSilence = 0;
+    account.update([&](SoundAccount& to) {
+        to.framesSilenced += silence;
+        to.framesWritten += sound.numSamples();
+    });
+    return true;
 }
 
 bool SoundTrackFile::write(const CMSampleBuffer& sound) {
     if (!input->append(sound)) return false;
     writtenUpTo = sound.presentationTimeStamp() + sound.duration();
     return true;
+}
+
+CMTime SoundTrackFile::nextWrittenTime() const {
+    return writtenUpTo.isNumeric() ? writtenUpTo : *commonStart;
 }
 
 /// What follows on what was lost before is one loss with it.

@@ -52,7 +52,9 @@ private:
     CMSampleBuffer upToTheEnd(const CMSampleBuffer& buffer) const;
     void appendAtItsPlace(const CMSampleBuffer& buffer);
     void noteMissing(const SoundPlacement::Place& place, bool isFirst, int64_t frames);
-    void writeOwedSilence(const CMSampleBuffer& before);
+    void writeLongSilence(const CMSampleBuffer& before);
+    bool writeBehindSilence(const CMSampleBuffer& sound);
+    CMTime nextWrittenTime() const;
     bool write(const CMSampleBuffer& sound);
     void lose(SoundLoss loss);
     double secondsOfTake(CMTime time) const;

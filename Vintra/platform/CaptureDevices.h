@@ -98,6 +98,9 @@ public:
     virtual std::shared_ptr<AVCaptureSession> makeSession() = 0;
     /// Calls the observer for as long as the result is kept.
     virtual Observation observe(CaptureDeviceNotifications notifications) = 0;
+    /// Whether the system has refused real-time rights to the threads that take sound in; false until it is
+    /// known.
+    virtual bool isSoundWithoutRealTime() const = 0;
 };
 
 } // namespace vintra

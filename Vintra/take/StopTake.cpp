@@ -161,6 +161,7 @@ void ScreenRecorderManager::observe(TakeEnding& ending) {
          .capturesSystemAudio = *captureSystemAudioForDaw,
          .screenFrameRate = *screenFrameRate,
          .windowSize = window ? std::optional(window->rect.size) : std::nullopt,
+         .isSoundWithoutRealTime = platform.captureDevices->isSoundWithoutRealTime(),
          .volumeIsInternal = platform.fileManager->volumeIsInternal(outputFolder(folder.value_or("")))},
         ending.stopTime, *this);
     screenTrack->resetCounters();

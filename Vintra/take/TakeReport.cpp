@@ -77,6 +77,7 @@ TakeObservations observeTake(const TakeReportSources& sources, CMTime stopTime, 
     seen.droppedScreenFrames = sources.screenTrack.lostFrames();
     seen.frameLossRemedy = frameLossRemedy(cameras, sources.take.videoInput.get(), sources.screenFrameRate);
     seen.volumeIsInternal = sources.volumeIsInternal;
+    seen.isSoundWithoutRealTime = sources.isSoundWithoutRealTime;
     status.lastScreenDropSummary =
         screenDropSummary(sources.screenTrack.endDropTimes(), status.lastScreenBeatSummary);
     return seen;

@@ -26,6 +26,7 @@ struct TakeReportSources {
     bool capturesSystemAudio = false;
     int screenFrameRate = 30;         ///< frames a second
     std::optional<CGSize> windowSize; ///< points, of the recorded window as it is now; nothing if it has gone
+    bool isSoundWithoutRealTime = false;
     std::optional<bool> volumeIsInternal{}; ///< of the output folder; nothing if it can't be read
 };
 

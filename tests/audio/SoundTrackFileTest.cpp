@@ -157,6 +157,17 @@ TEST_F(SoundTrackFileTest, aLongGapGoesInByPiecesAsTheWriterHasRoom) {
     EXPECT_GT(account.framesWritten, 480) << "it goes on once the silence is in";
 }
 
+TEST_F(SoundTrackFileTest, soundBehindALongGapNeedsNoMoreRoomThanItself) {
+    give(0);
+    int room = 1;
+    file->isReady = [&room] { return room > 0; };
+    file->refuses = [&room] { return --room < 0; };
+    give(480 + 144'000);
+    EXPECT_EQ(file->frames.size(), 2 * 480u + 144'000u);
+    EXPECT_EQ(silentFrames(), 144'000);
+    EXPECT_EQ(track.droppedBufferCount, 0);
+}
+
 TEST_F(SoundTrackFileTest, soundFromBeforeTheStartIsCutToTheFrame) {
     give(-1000);
     give(-520);

@@ -5,6 +5,7 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/MediaProbe.h"
 #include "tests/support/PublishedMicrophone.h"
+#include "tests/support/SoundServerWatch.h"
 #include "tests/support/StallWatch.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -124,9 +125,18 @@ protected:
 TEST_F(TakeEndToEndTest, aTakeIsSavedAndToldOf) {
     const PublishedMicrophone microphone(kMicrophone);
     ASSERT_TRUE(microphone.isPublished());
+    SoundServerWatch server;
     const Json json = take({"--seconds", "3", "--name", "one", "--fps", "30", "--mic", kMicrophone});
-    EXPECT_EQ(json["status"], "Saved") << json;
-    EXPECT_TRUE(json["warnings"].empty()) << json;
+    // Sound that a busy machine's sound server loses is told, and told alone.
+    if (server.losses().none()) {
+        EXPECT_EQ(json["status"], "Saved") << json;
+        EXPECT_TRUE(json["warnings"].empty()) << json;
+    }
+    for (const auto& warning : json["warnings"]) {
+        EXPECT_TRUE(warning.get<std::string>().starts_with("The microphone lost ") ||
+                    warning.get<std::string>().starts_with("The system refused to run sound "))
+            << json;
+    }
     ASSERT_EQ(json["files"].size(), 2u) << json;
 
     const MediaProbe probe(movie("one"));

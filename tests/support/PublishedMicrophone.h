@@ -2,6 +2,7 @@
 
 #include "tests/support/ChildProcess.h"
 
+#include <csignal>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,9 @@ public:
 
     bool isPublished() const { return isPublished_; }
     void unplug() { process.stop(); }
+    /// Stands still as it is, still plugged in, until it is thawed.
+    void freeze() { process.signal(SIGSTOP); }
+    void thaw() { process.signal(SIGCONT); }
 
 private:
     static std::vector<std::string> command(const std::string& name, std::vector<std::string> options) {

@@ -112,6 +112,24 @@ TEST_F(LostSoundTest, aWriterThatStandsStillCostsSoundAndNotItsPlace) {
     EXPECT_NEAR(static_cast<double>(found.silent), 24'000, 600);
 }
 
+TEST_F(LostSoundTest, refusedRealTimeRightsAreToldWhereSoundWasLost) {
+    number("mic.one");
+    selectMic();
+    machine.captureDevices->hasNoRealTime = true;
+    recordFor(1);
+    EXPECT_EQ(*recorder->statusMessage, "Saved") << "as long as nothing is lost";
+    machine.fileManager->removeItem(URL::fileURL(path("take_mic.wav")));
+    machine.fileManager->removeItem(URL::fileURL(path("take_video.mov")));
+    start();
+    lose("mic.one", [this](CMTime at) { return seconds(at) >= 1 && seconds(at) < 1.5; });
+    machine.run(2);
+    stop();
+    EXPECT_NE(lastError().find(" The system refused to run sound with real-time priority, so a busy machine "
+                               "loses some."),
+              std::string::npos)
+        << lastError();
+}
+
 TEST_F(LostSoundTest, aDeviceThatIsPluggedInAgainGoesOnInItsTrack) {
     number("mic.one");
     selectMic();

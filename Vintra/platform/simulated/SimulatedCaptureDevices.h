@@ -30,6 +30,7 @@ public:
     std::shared_ptr<AVCaptureVideoDataOutput> makeVideoDataOutput() override;
     std::shared_ptr<AVCaptureSession> makeSession() override;
     Observation observe(CaptureDeviceNotifications notifications) override;
+    bool isSoundWithoutRealTime() const override { return hasNoRealTime; }
 
     /// Notifies the observers, as the machine would. Plugging a device in or out notifies them by itself.
     void notifyRuntimeError(const std::shared_ptr<AVCaptureSession>& session, const SystemError& error);
@@ -42,6 +43,7 @@ public:
     bool userGrantsAccess = true;            ///< the answer of a user who is asked
     double answerSeconds = 1;                ///< how long the user thinks about it
     std::vector<AVMediaType> accessRequests; ///< every question that was put
+    bool hasNoRealTime = false;              ///< what `isSoundWithoutRealTime` says
     int64_t sessionsMade = 0;
 
 private:

@@ -2,6 +2,7 @@
 
 #include "Vintra/platform/CaptureDevices.h"
 #include "Vintra/platform/MainThread.h"
+#include "Vintra/platform/linux/pipewire/PipeWireCaptureNotifier.h"
 
 #include <functional>
 #include <memory>
@@ -12,7 +13,6 @@
 namespace vintra {
 
 class Log;
-class PipeWireCaptureNotifier;
 class PipeWireConnection;
 
 /// PipeWire's sources as microphones, and the virtual device through its monitor. Main thread.
@@ -34,6 +34,7 @@ public:
     std::shared_ptr<AVCaptureVideoDataOutput> makeVideoDataOutput() override;
     std::shared_ptr<AVCaptureSession> makeSession() override;
     Observation observe(CaptureDeviceNotifications notifications) override;
+    bool isSoundWithoutRealTime() const override { return notifier->isSoundWithoutRealTime(); }
 
     /// Why there are no devices, as a sentence for the user; nothing while a server answers.
     std::optional<std::string> problem() const;

@@ -1,5 +1,6 @@
 #include "Vintra/platform/linux/pipewire/PipeWireCaptureNotifier.h"
 
+#include "Vintra/platform/Log.h"
 #include "Vintra/platform/linux/pipewire/PipeWireCaptureDevice.h"
 #include "Vintra/platform/linux/pipewire/PipeWireConnection.h"
 
@@ -75,6 +76,14 @@ void PipeWireCaptureNotifier::sessionHasEnded(std::weak_ptr<AVCaptureSession> se
         const auto ended = session.lock();
         if (self && ended) self->tellRuntimeError(ended, name);
     });
+}
+
+void PipeWireCaptureNotifier::soundIsWithoutRealTime(Log& log) {
+    if (isWithoutRealTime.exchange(true, std::memory_order_relaxed)) return;
+    log.write(
+        "audio-capture", LogLevel::error,
+        "The system refused real-time priority to the thread that takes sound in, so a busy machine may "
+        "lose some. Allow it for your user, through RealtimeKit or the limit “rtprio”.");
 }
 
 void PipeWireCaptureNotifier::tellConnected(const PipeWireNode& node) {

@@ -4,6 +4,7 @@
 #include "Vintra/platform/MainThread.h"
 #include "Vintra/platform/linux/pipewire/PipeWireNode.h"
 
+#include <atomic>
 #include <map>
 #include <memory>
 #include <string>
@@ -11,6 +12,7 @@
 
 namespace vintra {
 
+class Log;
 class PipeWireConnection;
 
 /// Tells those who observe capture devices, on the main thread, what PipeWire's thread finds out. Shared by
@@ -28,6 +30,11 @@ public:
     /// PipeWire's thread, with the loop's lock held: a session that was running no longer is. Told only if
     /// its device is still there.
     void sessionHasEnded(std::weak_ptr<AVCaptureSession> session, const std::string& deviceName);
+    /// PipeWire's thread: the system has refused real-time rights to the thread that hears the graph. Logged
+    /// once.
+    void soundIsWithoutRealTime(Log& log);
+    /// Any thread.
+    bool isSoundWithoutRealTime() const { return isWithoutRealTime.load(std::memory_order_relaxed); }
 
 private:
     PipeWireCaptureNotifier(std::shared_ptr<PipeWireConnection> connection,
@@ -46,6 +53,7 @@ private:
     const std::shared_ptr<PipeWireConnection> connection;
     const std::shared_ptr<MainThread> mainThread;
     std::map<std::string, PipeWireNode> known; ///< by name, as they were told last; under the loop's lock
+    std::atomic<bool> isWithoutRealTime{false};
     std::shared_ptr<void> observation;
     std::vector<std::weak_ptr<CaptureDeviceNotifications>> observers; ///< main thread
 };

@@ -27,6 +27,15 @@ AudioStreamBasicDescription layout(const AVAudioSettings& settings) {
     return result;
 }
 
+std::string reasonOf(const PipeWireCaptureStream::MissingSound& sound) {
+    if (sound.leftOut > 0) {
+        return " frames are missing: Vintra was too slow to take them (" + std::to_string(sound.leftOut) +
+               " times).";
+    }
+    if (sound.graphGaps > 0) return " frames are missing: the sound server or the device lost them.";
+    return " frames are missing.";
+}
+
 } // namespace
 
 PipeWireAudioDataOutput::PipeWireAudioDataOutput(const AVAudioSettings& settings)
@@ -98,14 +107,17 @@ void PipeWireCaptureSession::startRunning() {
     };
     auto ended = [to = notifier, self = std::weak_ptr<AVCaptureSession>(weak_from_this()),
                   name = node->name] { to->sessionHasEnded(self, name); };
-    auto missing = [to = log, name = node->name](uint32_t frames) {
+    auto missing = [to = log, name = node->name](const PipeWireCaptureStream::MissingSound& sound) {
         to->write("audio-capture", LogLevel::info,
-                  name + ": " + std::to_string(frames) + " frames are missing.");
+                  name + ": " + std::to_string(sound.frames) + reasonOf(sound));
     };
+    auto withoutRealTime = [to = notifier, log = log] { to->soundIsWithoutRealTime(*log); };
     stream = std::make_unique<PipeWireCaptureStream>(
         *connection, *node, output->format(),
-        PipeWireCaptureStream::Handlers{
-            .sample = std::move(handler), .missing = std::move(missing), .ended = std::move(ended)});
+        PipeWireCaptureStream::Handlers{.sample = std::move(handler),
+                                        .missing = std::move(missing),
+                                        .withoutRealTime = std::move(withoutRealTime),
+                                        .ended = std::move(ended)});
     const int64_t deadline = PipeWireLoop::deadlineIn(kSecondsUntilCaptureRefused);
     while (!stream->isStreaming() && !stream->hasEnded()) {
         if (!connection->loop().waitUntil(deadline)) break;

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <sched.h>
 #include <utility>
 
 namespace vintra {
@@ -33,6 +34,11 @@ spa_audio_format sampleFormat(const AudioStreamBasicDescription& format) {
     default:
         return SPA_AUDIO_FORMAT_UNKNOWN;
     }
+}
+
+bool isThisThreadRealTime() {
+    const int policy = sched_getscheduler(0) & ~SCHED_RESET_ON_FORK;
+    return policy == SCHED_FIFO || policy == SCHED_RR;
 }
 
 } // namespace
@@ -129,6 +135,10 @@ void PipeWireCaptureStream::process() {
     // resampler inside a device's node, one that runs at another rate than the graph, isn't reported by
     // PipeWire: it adds under a millisecond that no formula here can know. Frames that were queued in the
     // stream count as none: each cycle's buffer is taken in that cycle.
+    if (!hasLookedAtThread) {
+        hasLookedAtThread = true;
+        isWithoutRealTime.store(!isThisThreadRealTime(), std::memory_order_relaxed);
+    }
     pw_time time{};
     const bool isTimed = pw_stream_get_time_n(stream, &time, sizeof time) >= 0 && time.rate.denom != 0;
     const int64_t delay = isTimed ? time.delay * 1'000'000'000 * time.rate.num / time.rate.denom : 0;
@@ -159,6 +169,10 @@ void PipeWireCaptureStream::handOn() {
                                    .decodeTimeStamp = kCMTimeInvalid};
     CaptureRing::Block block;
     while (ring.peek(block)) {
+        if (!hasToldOfThread) {
+            hasToldOfThread = true;
+            if (isWithoutRealTime.load(std::memory_order_relaxed)) handlers.withoutRealTime();
+        }
         auto data = CMBlockBuffer::make(block.bytes);
         ring.read(data->contiguousBytes());
         CMSampleTimingInfo timing = frame;
@@ -171,7 +185,11 @@ void PipeWireCaptureStream::handOn() {
 void PipeWireCaptureStream::followTime(int64_t time, uint32_t frames) {
     if (nextTime && time - *nextTime >= SampleStamps::kGapNanoseconds) {
         const double seconds = static_cast<double>(time - *nextTime) * 1e-9;
-        handlers.missing(static_cast<uint32_t>(std::lround(seconds * format.mSampleRate)));
+        const uint64_t leftOut = ring.blocksLeftOut();
+        const uint64_t gaps = stamps.gaps();
+        handlers.missing({.frames = static_cast<uint32_t>(std::lround(seconds * format.mSampleRate)),
+                          .leftOut = leftOut - std::exchange(blocksToldOf, leftOut),
+                          .graphGaps = gaps - std::exchange(gapsToldOf, gaps)});
     }
     nextTime = time + std::llround(frames * 1e9 / format.mSampleRate);
 }

@@ -5,6 +5,7 @@
 #include "Vintra/platform/linux/pipewire/PipeWireNode.h"
 #include "Vintra/platform/linux/pipewire/SampleStamps.h"
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -26,12 +27,18 @@ class PipeWireConnection;
 /// take its work never delays the graph.
 class PipeWireCaptureStream {
 public:
+    struct MissingSound {
+        uint32_t frames = 0;    ///< between the two samples
+        uint64_t leftOut = 0;   ///< blocks that found the ring full since the last time
+        uint64_t graphGaps = 0; ///< times since then that the graph went on at another time than expected
+    };
     /// All are called on PipeWire's thread, with the loop's lock held; they must not block.
     struct Handlers {
         std::function<void(CMSampleBuffer)> sample;
-        /// Before a sample that doesn't begin where the one before it ended: the sound server has lost a cycle, or
-        /// the ring was full. So many frames lie between the two.
-        std::function<void(uint32_t frames)> missing;
+        /// Before a sample that doesn't begin where the one before it ended.
+        std::function<void(const MissingSound&)> missing;
+        /// Once, with the first sample, if the thread that hears the graph was refused real-time rights.
+        std::function<void()> withoutRealTime;
         std::function<void()> ended; ///< once, if the stream ends by itself while it streams
     };
 
@@ -69,7 +76,12 @@ private:
     std::unique_ptr<spa_hook> hook;
     Status status = Status::connecting;
     CaptureRing ring;
-    SampleStamps stamps;             ///< the real-time thread's
+    SampleStamps stamps;                        ///< the real-time thread's
+    std::atomic<bool> isWithoutRealTime{false}; ///< said by the real-time thread's first cycle
+    bool hasLookedAtThread = false;             ///< the real-time thread's
+    bool hasToldOfThread = false;               ///< the other thread's
+    uint64_t blocksToldOf = 0;                  ///< the other thread's
+    uint64_t gapsToldOf = 0;                    ///< the other thread's
     std::optional<int64_t> nextTime; ///< nanoseconds, the end of what was handed on; the other thread's
 };
 

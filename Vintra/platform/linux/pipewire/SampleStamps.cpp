@@ -30,7 +30,7 @@ int64_t SampleStamps::stamp(int64_t graphTime, uint32_t frames) {
 }
 
 void SampleStamps::begin(int64_t graphTime) {
-    if (hasBegun) ++gaps_;
+    if (hasBegun) gaps_.fetch_add(1, std::memory_order_relaxed);
     hasBegun = true;
     anchor = graphTime;
     framesSinceAnchor = 0;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 namespace vintra {
@@ -27,7 +28,8 @@ public:
     /// The time of a buffer's first frame, of which the graph says `graphTime`, both in nanoseconds.
     int64_t stamp(int64_t graphTime, uint32_t frames);
     /// Buffers that did not begin where the one before ended. The first one is none.
-    uint64_t gaps() const { return gaps_; }
+    /// Any thread may ask.
+    uint64_t gaps() const { return gaps_.load(std::memory_order_relaxed); }
 
     static constexpr int64_t kGapNanoseconds = 2'000'000;
     static constexpr int64_t kSlipNanoseconds = 200'000;
@@ -46,7 +48,7 @@ private:
     int64_t least = 0;          ///< nanoseconds, of the differences of the latest buffers, up to 16
     int64_t most = 0;
     int differences = 0; ///< how many they are
-    uint64_t gaps_ = 0;
+    std::atomic<uint64_t> gaps_{0};
 };
 
 } // namespace vintra
