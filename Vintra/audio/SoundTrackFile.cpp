@@ -30,7 +30,10 @@ int64_t longestPiece(const CMFormatDescription* format) {
 CMSampleBuffer SoundTrackFile::appendToOwnInputs(const CMSampleBuffer& buffer) {
     silenceDuringWarmup(buffer);
     const CMTime begin = buffer.presentationTimeStamp();
-    if (!firstSamplePTS) firstSamplePTS = begin;
+    if (!firstSamplePTS) {
+        firstSamplePTS = begin;
+        if (onFirstSample) onFirstSample(begin);
+    }
     if (!commonStart) commonStart = begin;
     if (!sawSignal) sawSignal = containsNonZeroSample(buffer);
     lastSamplePTS = begin + buffer.duration();

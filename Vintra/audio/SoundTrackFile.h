@@ -7,6 +7,7 @@
 #include "Vintra/platform/CMTime.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -30,6 +31,8 @@ struct SoundTrackFile {
     int64_t droppedBufferCount = 0;       ///< buffers that found the WAV input not ready
     bool sawSignal = false;               ///< some buffer held a sample that isn't zero
     std::optional<CMTime> lastSamplePTS;  ///< end of the latest buffer
+    /// Told `firstSamplePTS` as soon as it is known, on the queue that delivers; may be empty.
+    std::function<void(CMTime)> onFirstSample;
 
     SoundAccountHolder account;
 

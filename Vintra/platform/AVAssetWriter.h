@@ -121,6 +121,9 @@ public:
     virtual std::shared_ptr<AVAssetWriter> makeWriter(const URL& outputURL, AVFileType fileType) = 0;
     virtual std::shared_ptr<AVAssetWriterInput> makeInput(const AVOutputSettings& settings,
                                                           bool expectsMediaDataInRealTime) = 0;
+    /// Makes an ordinary file of a movie whose writer was killed; any other file stays as it is. Blocks on the disk; any
+    /// thread. Throws `SystemError`, with the file no worse than before.
+    virtual void repairMovie(const URL& at) = 0;
 };
 
 } // namespace vintra

@@ -39,4 +39,37 @@ void appendScalar(std::string& text, uint32_t scalar) {
     }
 }
 
+namespace {
+
+/// Of the directions, embeddings, overrides and isolates: the marks of right-to-left text belong to it.
+bool isControlCharacter(const UTF8Scalar& scalar) {
+    if (!scalar.isValid) return false;
+    const uint32_t value = scalar.value;
+    return value < 0x20 || (value >= 0x7F && value <= 0x9F) || value == 0x2028 || value == 0x2029 ||
+           (value >= 0x202A && value <= 0x202E) || (value >= 0x2066 && value <= 0x2069);
+}
+
+} // namespace
+
+std::string replacingControlCharacters(std::string_view text, std::string_view with) {
+    std::string result;
+    for (size_t offset = 0; offset < text.size();) {
+        const UTF8Scalar scalar = scalarAt(text, offset);
+        result += isControlCharacter(scalar) ? with : text.substr(offset, scalar.length);
+        offset += scalar.length;
+    }
+    return result;
+}
+
+std::string printable(std::string_view text) {
+    std::string result;
+    for (size_t offset = 0; offset < text.size();) {
+        const UTF8Scalar scalar = scalarAt(text, offset);
+        const bool isShown = scalar.isValid && (scalar.value == '\n' || !isControlCharacter(scalar));
+        appendScalar(result, isShown ? scalar.value : kReplacementScalar);
+        offset += scalar.length;
+    }
+    return result;
+}
+
 } // namespace vintra

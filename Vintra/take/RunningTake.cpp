@@ -1,6 +1,7 @@
 #include "Vintra/take/RunningTake.h"
 
 #include "Vintra/take/RecordingError.h"
+#include "Vintra/take/TakeJournal.h"
 #include "Vintra/take/TrackNames.h"
 
 #include <utility>
@@ -111,6 +112,35 @@ void RunningTake::startWriters(bool capturesSystemAudio, CMTime commonStart) {
         track.writer->startSession(commonStart);
         if (track.sound) track.sound->commonStart = commonStart;
     }
+}
+
+void RunningTake::noteFirstStamps() {
+    if (!journal) return;
+    for (const Track& track : tracks()) {
+        if (!track.sound) continue;
+        track.sound->onFirstSample = [kept = std::weak_ptr(journal),
+                                      name = track.writer->outputURL().lastPathComponent()](CMTime time) {
+            if (const auto open = kept.lock()) open->noteFirstStamp(name, time);
+        };
+    }
+}
+
+void RunningTake::followFiles(FileManager& files) {
+    for (const auto& writer : startedWriters)
+        followed[writer->outputURL()] = files.follow(writer->outputURL());
+}
+
+std::vector<SavedFile> RunningTake::savedFiles(bool capturesSystemAudio) const {
+    std::vector<SavedFile> files;
+    for (const Track& track : tracks()) {
+        const URL& url = track.writer->outputURL();
+        SavedFile file{.label = track.label(capturesSystemAudio), .planned = url, .url = url};
+        if (const auto found = followed.find(url); found != followed.end()) file.item = found->second;
+        file.isMovie = !track.sound;
+        if (track.sound) file.sound = track.sound->account.read();
+        if (track.writer->status() == AVAssetWriterStatus::completed) files.push_back(std::move(file));
+    }
+    return files;
 }
 
 void RunningTake::cancelStartedWriters() {

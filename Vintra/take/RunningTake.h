@@ -9,10 +9,12 @@
 #include "Vintra/platform/ScreenCapture.h"
 #include "Vintra/platform/URL.h"
 #include "Vintra/take/EncoderPlan.h"
+#include "Vintra/take/SavedFile.h"
 #include "Vintra/timeline/TakeFiles.h"
 #include "Vintra/video/Cameras.h"
 #include "Vintra/video/ExtraCameraRig.h"
 
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -20,6 +22,8 @@
 #include <vector>
 
 namespace vintra {
+
+class TakeJournal;
 
 /// One take from its start to its end: the plan of its files, its stream, its writers and tracks, its
 /// markers. Made by a start, filled by it step by step, and dropped by the stop or by the start's failure.
@@ -59,6 +63,8 @@ public:
     std::vector<double> recordingMarkers;         ///< seconds from the start
     std::set<std::string> picturesReportedFrozen; ///< labels of cameras whose loss the user was told of
 
+    std::shared_ptr<TakeJournal> journal; ///< null where none can be written
+
     // What all tracks have in common.
 
     /// A file of the take with what is written into it.
@@ -86,6 +92,12 @@ public:
     /// Opens every file with its session beginning at the common start. Throws `RecordingError` at the first
     /// that can't be.
     void startWriters(bool capturesSystemAudio, CMTime commonStart);
+    /// Has each sound file's first stamp noted in the journal. Before the sinks are filled.
+    void noteFirstStamps();
+    /// Keeps the files in sight that were opened, whatever becomes of their names.
+    void followFiles(FileManager& files);
+    /// What a stop looks for, in the order of the tracks.
+    std::vector<SavedFile> savedFiles(bool capturesSystemAudio) const;
     /// Gives up the files that were opened.
     void cancelStartedWriters();
     /// Buffers that begin before this are written as silence, on every sound file.
@@ -104,6 +116,7 @@ private:
     std::set<std::string> reservedTrackNames; ///< lower-cased suffixes given out
     std::vector<URL> plannedOutputURLs;       ///< in the order of planning
     std::vector<std::shared_ptr<AVAssetWriter>> startedWriters;
+    std::map<URL, std::shared_ptr<FollowedItem>> followed; ///< by the URL at which the file was made
 };
 
 } // namespace vintra

@@ -22,6 +22,8 @@
 #include "Vintra/take/RecordingError.h"
 #include "Vintra/take/RunningTake.h"
 #include "Vintra/take/ScreenSource.h"
+#include "Vintra/take/TakeRecovery.h"
+#include "Vintra/take/Text.h"
 #include "Vintra/take/TrackWriters.h"
 #include "Vintra/video/Cameras.h"
 #include "Vintra/video/ScreenTrack.h"
@@ -110,7 +112,9 @@ ScreenRecorderManager::ScreenRecorderManager(Platform services)
                                                                           .lastError = lastError}))
     , tasks(*platform.mainThread) {}
 
-ScreenRecorderManager::~ScreenRecorderManager() = default;
+ScreenRecorderManager::~ScreenRecorderManager() {
+    cancelRecovery();
+}
 
 void ScreenRecorderManager::startUp() {
     screenTrack->onStreamStopped(
@@ -126,6 +130,7 @@ void ScreenRecorderManager::startUp() {
     inventory->observe();
     outputRouting->watchSystemOutput();
     startAudioHealthWatchdog();
+    tasks.post([this] { return recoverTakes(); });
 }
 
 void ScreenRecorderManager::startAudioHealthWatchdog() {
@@ -157,6 +162,22 @@ Task<> ScreenRecorderManager::readCrashReport() {
 
 void ScreenRecorderManager::noteCleanExit() {
     platform.userDefaults->set(kWasRunningKey, false);
+}
+
+/// In the background: nothing waits for it.
+Task<> ScreenRecorderManager::recoverTakes() {
+    const auto background = platform.dispatchQueues->globalQueue(QualityOfService::utility);
+    const auto begin = [background, services = TakeRecovery::Services::of(platform),
+                        cancelled = isRecoveryCancelled](auto done) {
+        background->async(
+            [services, cancelled, done] { done(TakeRecovery(services, cancelled).recoverNoted()); });
+    };
+    const auto takes = co_await awaitCompletion<std::vector<RecoveredTake>>(*platform.mainThread, begin);
+    std::vector<std::string> texts;
+    for (const RecoveredTake& take : takes)
+        texts.push_back(take.text());
+    if (!texts.empty()) recoveryNote.set(joined(texts, " "));
+    isRecoveryOver.set(true);
 }
 
 Task<> ScreenRecorderManager::refreshDisplays() {

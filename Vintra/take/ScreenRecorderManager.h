@@ -16,6 +16,7 @@
 #include "Vintra/timeline/TimelineEditorSetting.h"
 #include "Vintra/video/CameraSelection.h"
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -42,6 +43,7 @@ class RunningTake;
 class ScreenSource;
 class ScreenTrack;
 class SessionControl;
+class TakeJournal;
 class TrackWriters;
 
 /// The one controller: through its parts it owns every capture session, every writer and all state of
@@ -108,6 +110,9 @@ public:
     void hideExtraCameraPreview(const UUID& row);
     void showExtraCameraPreview(const UUID& row);
 
+    /// Leaves takes that were cut off and aren't in order yet for the next start, for the end of the program.
+    void cancelRecovery() { isRecoveryCancelled->store(true); }
+
     void chooseCaptureMode(CaptureModeChoice mode);
     void reshapeRegionToAspect();
 
@@ -142,6 +147,7 @@ public:
     const std::optional<CMTime>& commonStartTime() const { return recordingCommonStartTime; }
     const std::vector<Padding>& lastTakePaddings() const { return lastTake.paddings; }
     const std::optional<TakeFiles>& lastTakeFiles() const { return lastTake.take; }
+    const std::vector<SavedFile>& lastTakeSavedFiles() const { return lastTake.files; }
     const std::optional<URL>& lastTimelineURL() const { return lastTake.timelineURL; }
     const std::vector<std::string>& lastTakeWarnings() const { return lastTake.warnings; }
 
@@ -156,6 +162,7 @@ private:
     void startAudioHealthWatchdog();
     void lookForCrashReport();
     Task<> readCrashReport();
+    Task<> recoverTakes();
 
     // The steps of a start (StartTake.cpp)
 
@@ -176,12 +183,15 @@ private:
     void observe(TakeEnding& ending);
     void leaveRecordingState();
     void releaseTake();
-    Task<> padWavFiles(TakeEnding& ending);
+    Task<> findFiles(TakeEnding& ending);
+    Task<> checkFiles(TakeEnding& ending);
+    Task<> padWavFiles(TakeEnding& ending, std::shared_ptr<TakeJournal> journal);
     Task<> writeTimeline(TakeEnding& ending);
     void reportTake(TakeEnding ending);
     Task<> handleStreamStopped(SystemError error);
 
     const Platform platform;
+    std::optional<std::string> causeOfStop; ///< of a take that is about to end by itself
     TakeEnding lastTake;
     std::unique_ptr<RunningTake> take; ///< from a start to its stop
 
@@ -203,6 +213,7 @@ private:
     const std::unique_ptr<AudioHealthWatchdog> audioHealth;
     const std::unique_ptr<PictureMonitors> pictureMonitors;
     std::unique_ptr<MainThreadTimer> watchdogTimer;
+    const std::shared_ptr<std::atomic<bool>> isRecoveryCancelled = std::make_shared<std::atomic<bool>>(false);
     MainThreadTasks tasks;
 };
 

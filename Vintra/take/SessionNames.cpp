@@ -1,8 +1,12 @@
 #include "Vintra/take/SessionNames.h"
 
+#include "Vintra/platform/SystemError.h"
+#include "Vintra/platform/UTF8.h"
 #include "Vintra/take/Text.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <vector>
 
 namespace vintra {
 
@@ -19,8 +23,25 @@ std::string sanitizedSessionName(const std::string& name, const WallClock& wallC
     result.erase(0, result.find_first_not_of('.'));
     result = replacingOccurrences(result, '/', '-');
     result = replacingOccurrences(result, ':', '-');
+    result = replacingControlCharacters(result, "-");
     result = trimmingWhitespaceAndNewlines(result);
     return result.empty() ? generateSessionName(wallClock) : result;
+}
+
+std::string unusedSessionName(const FileManager& files, const URL& inFolder, const std::string& name) {
+    std::vector<std::string> taken;
+    try {
+        taken = files.contentsOfDirectory(inFolder);
+    } catch (const SystemError&) {
+        return name; // the start tells what is wrong with the folder
+    }
+    std::string candidate = name;
+    const auto isTaken = [&candidate](const std::string& entry) {
+        return entry.starts_with(candidate + "_") || entry.starts_with("." + candidate + ".");
+    };
+    for (int number = 2; std::ranges::any_of(taken, isTaken); ++number)
+        candidate = name + "-" + std::to_string(number);
+    return candidate;
 }
 
 } // namespace vintra

@@ -17,6 +17,7 @@
 #include "Vintra/take/RunningTake.h"
 #include "Vintra/take/ScreenRecorderManager.h"
 #include "Vintra/take/ScreenSource.h"
+#include "Vintra/take/TakeJournal.h"
 #include "Vintra/take/Text.h"
 #include "Vintra/take/TrackWriters.h"
 #include "Vintra/video/Cameras.h"
@@ -37,6 +38,7 @@ Task<> ScreenRecorderManager::startRecording(URL to) {
     if (*isBusy || *isRecording) co_return;
     isBusy.set(true);
     lastError.set(std::nullopt);
+    causeOfStop.reset();
     if (const auto feedback = feedbackAsk.lock()) feedback->recordingStarted();
     take = std::make_unique<RunningTake>(std::move(to));
     std::optional<std::string> failure;
@@ -69,12 +71,17 @@ Task<> ScreenRecorderManager::setUpTake() {
     auto existing = take->existingOutputs(*platform.fileManager);
     if (!existing.empty()) throw RecordingError::outputFilesExist(std::move(existing));
 
+    take->journal = TakeJournal::begin(platform, take->takeVideoURL.deletingLastPathComponent(),
+                                       TakeRecord::of(take->files(), timelineEditor.current()));
+    take->noteFirstStamps();
     recordingCommonStartTime = platform.hostClock->now();
     armAtCommonStart();
     take->startWriters(*captureSystemAudioForDaw, *recordingCommonStartTime);
     take->setWarmupCutoff(*recordingCommonStartTime +
                           CMTimeMakeWithSeconds(kWarmupSeconds, kWarmupTimescale));
+    if (take->journal) take->journal->noteCommonStart(*recordingCommonStartTime);
     openSinks();
+    take->followFiles(*platform.fileManager);
 
     if (take->stream) {
         const auto error = co_await screenTrack->start(take->stream);
@@ -175,6 +182,7 @@ Task<> ScreenRecorderManager::cleanupAfterFailure() {
     cameras->clear();
     screenTrack->cancel();
     take->cancelStartedWriters();
+    if (take->journal) co_await take->journal->end();
     isRecording.set(false);
     leaveRecordingState();
     releaseTake();

@@ -20,6 +20,8 @@
 #include "Vintra/take/RunningTake.h"
 #include "Vintra/take/ScreenRecorderManager.h"
 #include "Vintra/take/SoundLossText.h"
+#include "Vintra/take/SyncReport.h"
+#include "Vintra/take/TakeJournal.h"
 #include "Vintra/take/TakeReport.h"
 #include "Vintra/take/Text.h"
 #include "Vintra/take/WavFile.h"
@@ -28,6 +30,8 @@
 #include "Vintra/video/ScreenBeatSummary.h"
 #include "Vintra/video/ScreenTrack.h"
 
+#include <algorithm>
+#include <functional>
 #include <utility>
 
 namespace vintra {
@@ -47,12 +51,34 @@ bool finishWavFile(const Platform& services, const Padding& padding) {
     return false;
 }
 
+/// So that a recovery can tell whether the file has been padded.
+void noteSize(TakeJournal* journal, const FileManager& files, const URL& at) {
+    if (!journal) return;
+    try {
+        journal->noteSizeBeforePadding(at.lastPathComponent(), files.sizeOfFile(at));
+    } catch (const SystemError&) {
+        // A file that isn't there is not padded either.
+    }
+}
+
+/// Does the work on a queue that the main thread doesn't wait for.
+template <typename Result>
+Task<Result> inBackground(Platform platform, std::function<Result()> work) {
+    const auto background = platform.dispatchQueues->globalQueue(QualityOfService::userInitiated);
+    const auto begin = [background, work = std::move(work)](auto done) {
+        background->async([work, done] { done(work()); });
+    };
+    co_return co_await awaitCompletion<Result>(*platform.mainThread, begin);
+}
+
 } // namespace
 
 Task<> ScreenRecorderManager::stopRecording() {
     if (*isBusy || !*isRecording) co_return;
     isBusy.set(true);
+    const auto journal = take->journal;
     TakeEnding ending;
+    ending.cause = std::exchange(causeOfStop, std::nullopt);
     ending.stopTime = platform.hostClock->now();
     take->endSoundAt(ending.stopTime);
     if (*recordingStartDate) {
@@ -79,11 +105,14 @@ Task<> ScreenRecorderManager::stopRecording() {
     overlays->syncClickHighlight();
     releaseTake();
 
+    co_await findFiles(ending);
     if (!ending.paddings.empty()) {
         statusMessage.set("Finishing…");
-        co_await padWavFiles(ending);
+        co_await padWavFiles(ending, journal);
     }
+    co_await checkFiles(ending);
     co_await writeTimeline(ending);
+    if (journal) co_await journal->end();
     const double seconds = ending.seconds;
     reportTake(std::move(ending));
     if (const auto feedback = feedbackAsk.lock()) feedback->takeFinished(seconds, lastError->has_value());
@@ -167,6 +196,8 @@ void ScreenRecorderManager::observe(TakeEnding& ending) {
     screenTrack->resetCounters();
     cameras->resetCounters(take->extraCameraRecordings);
     ending.take = take->files();
+    ending.files = take->savedFiles(*captureSystemAudioForDaw);
+    ending.expectLengths();
 }
 
 /// From here on the windows show no take, while `isBusy` still holds off a new one.
@@ -187,18 +218,51 @@ void ScreenRecorderManager::releaseTake() {
     cameras->release();
 }
 
-Task<> ScreenRecorderManager::padWavFiles(TakeEnding& ending) {
+/// Everything from here on goes by where the files lie now.
+Task<> ScreenRecorderManager::findFiles(TakeEnding& ending) {
+    const std::function<std::vector<SavedFile>()> work = [files = ending.files,
+                                                          fileManager = platform.fileManager]() mutable {
+        findSavedFiles(files, *fileManager);
+        return files;
+    };
+    ending.files = co_await inBackground(platform, work);
+    ending.followFiles();
+    ending.seen.movedNote = movedFilesNote(ending.files);
+}
+
+Task<> ScreenRecorderManager::checkFiles(TakeEnding& ending) {
+    const std::function<std::vector<SavedFile>()> work = [files = ending.files,
+                                                          fileManager = platform.fileManager,
+                                                          probing = platform.assetProbing]() mutable {
+        checkSavedFiles(files, *fileManager, *probing);
+        return files;
+    };
+    ending.files = co_await inBackground(platform, work);
+    lastTakeSync.clear();
+    for (const SavedFile& file : ending.files) {
+        lastTakeSync.push_back(syncLine(file));
+        if (file.problem) ending.failures.push_back(file.label + " (" + *file.problem + ")");
+    }
+}
+
+Task<> ScreenRecorderManager::padWavFiles(TakeEnding& ending, std::shared_ptr<TakeJournal> journal) {
     const auto background = platform.dispatchQueues->globalQueue(QualityOfService::userInitiated);
     const auto areCorrected = std::make_shared<std::vector<bool>>();
-    const auto begin = [background, areCorrected, paddings = ending.paddings,
+    const auto begin = [background, areCorrected, journal, paddings = ending.paddings,
                         services = platform](auto done) {
-        background->async([areCorrected, paddings, services, done] {
-            for (const Padding& padding : paddings)
+        background->async([areCorrected, journal, paddings, services, done] {
+            for (const Padding& padding : paddings) {
+                noteSize(journal.get(), *services.fileManager, padding.url);
                 areCorrected->push_back(finishWavFile(services, padding));
+            }
             done();
         });
     };
     co_await awaitCompletion<void>(*platform.mainThread, begin);
+    for (size_t i = 0; i < areCorrected->size(); ++i) {
+        const auto file = std::ranges::find(ending.files, ending.paddings[i].url, &SavedFile::url);
+        if (file != ending.files.end() && file->sound) file->sound->isDriftCorrected = (*areCorrected)[i];
+    }
     // Just the tracks that have a first sample are padded, in the order of the tracks.
     size_t index = 0;
     for (TakeObservations::Sound& sound : ending.seen.sounds) {
@@ -226,8 +290,10 @@ void ScreenRecorderManager::reportTake(TakeEnding ending) {
     const bool hasFailed = !ending.failures.empty();
     if (!hasFailed) ending.warnings = takeWarnings(ending.seen);
     lastTake = std::move(ending);
+    // Why the take ended by itself stays told before what else there is to tell.
+    const std::string cause = lastTake.cause ? *lastTake.cause + " " : "";
     if (hasFailed) {
-        lastError.set("Some tracks failed to save: " + joined(lastTake.failures, "; "));
+        lastError.set(cause + "Some tracks failed to save: " + joined(lastTake.failures, "; "));
         statusMessage.set("Save failed");
         return;
     }
@@ -241,7 +307,7 @@ void ScreenRecorderManager::reportTake(TakeEnding ending) {
         statusMessage.set("Saved");
         return;
     }
-    lastError.set(text);
+    lastError.set(cause + text);
     statusMessage.set("Saved with warnings");
 }
 
@@ -249,8 +315,8 @@ void ScreenRecorderManager::reportTake(TakeEnding ending) {
 Task<> ScreenRecorderManager::handleStreamStopped(SystemError error) {
     if (!*isRecording) co_return;
     take->stream = nullptr;
-    lastError.set("Screen capture stopped unexpectedly (" + error.localizedDescription() +
-                  "). Saving what was captured…");
+    causeOfStop = "Screen capture stopped unexpectedly (" + error.localizedDescription() + ").";
+    lastError.set(*causeOfStop + " Saving what was captured…");
     co_await stopRecording();
     statusMessage.set("Stopped unexpectedly");
 }

@@ -2,6 +2,7 @@
 
 #include "Vintra/platform/CMTime.h"
 #include "Vintra/platform/URL.h"
+#include "Vintra/take/SavedFile.h"
 #include "Vintra/take/TakeWarnings.h"
 #include "Vintra/take/WavRetiming.h"
 #include "Vintra/timeline/TakeFiles.h"
@@ -29,9 +30,16 @@ struct TakeEnding {
     std::vector<std::string> failures; ///< a text for each file that couldn't be finished
     std::vector<Padding> paddings;
     TakeObservations seen;
+    std::vector<SavedFile> files{};      ///< those whose writers have finished them
     std::optional<TakeFiles> take;       ///< the tracks, as told to the timeline
     std::optional<URL> timelineURL;      ///< of the timeline file that was written
     std::vector<std::string> warnings{}; ///< in the order in which the user reads them
+    std::optional<std::string> cause{};  ///< why the take ended by itself, a sentence
+
+    /// Tells the sound files how long they are to be.
+    void expectLengths();
+    /// Puts in the place of each file's URL the one at which it was found.
+    void followFiles();
 };
 
 } // namespace vintra

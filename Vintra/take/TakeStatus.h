@@ -20,6 +20,9 @@ struct TakeStatus {
     Published<bool> activeMicTrack{false};
     Published<bool> activeDawTrack{false};
     Published<bool> activeWebcamTrack{false};
+    /// What became of takes that a crash had cut off, sentences; nothing if there were none.
+    Published<std::optional<std::string>> recoveryNote;
+    Published<bool> isRecoveryOver{false};
     Published<int> markerCount{0};
     Published<bool> markerJustAdded{false};                   ///< for the marker's flash
     Published<std::optional<std::string>> pendingCrashReport; ///< of the run before
@@ -34,6 +37,7 @@ struct TakeStatus {
     std::optional<std::string> lastScreenDropSummary;
     std::vector<std::string> lastCameraTakeSummary;
     std::string lastEncoderSummary;
+    std::vector<std::string> lastTakeSync; ///< how each file lies in time, a line each
 };
 
 } // namespace vintra

@@ -150,6 +150,7 @@ std::vector<std::string> takeWarnings(const TakeObservations& seen) {
     if (seen.droppedScreenFrames + seen.droppedWebcamFrames >= 1)
         warnings.push_back(droppedFramesWarning(seen));
     addLostSound(seen, warnings);
+    if (seen.movedNote) warnings.push_back(*seen.movedNote);
     return warnings;
 }
 

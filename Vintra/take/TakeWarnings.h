@@ -31,7 +31,8 @@ struct TakeObservations {
     std::optional<std::string> windowNote;
     std::optional<std::string> timelineNote; ///< why there is no timeline file
 
-    bool isSoundWithoutRealTime = false; ///< the system refused the sound threads real-time rights
+    std::optional<std::string> movedNote; ///< where files lie that were moved meanwhile
+    bool isSoundWithoutRealTime = false;  ///< the system refused the sound threads real-time rights
     int64_t droppedAudioBuffers = 0;
     int64_t droppedScreenFrames = 0;
     int64_t droppedWebcamFrames = 0; ///< of all cameras

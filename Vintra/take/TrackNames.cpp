@@ -1,6 +1,7 @@
 #include "Vintra/take/TrackNames.h"
 
 #include "Vintra/platform/LetterCase.h"
+#include "Vintra/platform/UTF8.h"
 #include "Vintra/take/Text.h"
 
 namespace vintra {
@@ -13,7 +14,8 @@ URL besideVideo(const URL& videoURL, const std::string& ending) {
 }
 
 std::string cleanedSuffix(const std::string& name) {
-    const std::string cleaned = replacingOccurrences(trimmingWhitespaceAndNewlines(name), '/', '-');
+    const std::string trimmed = trimmingWhitespaceAndNewlines(name);
+    const std::string cleaned = replacingControlCharacters(replacingOccurrences(trimmed, '/', '-'), "-");
     return cleaned.empty() ? "input" : cleaned;
 }
 

@@ -228,6 +228,57 @@ TYPED_TEST_P(FileManagerConformance, theHomeFolderIsAnAbsolutePath) {
         EXPECT_EQ(folder.path().substr(0, 1), "/");
 }
 
+TYPED_TEST_P(FileManagerConformance, aFileIsFollowedToWhereverItIsRenamed) {
+    this->files().createDirectory(this->url("take"));
+    this->write(this->url("take/a"), "abc");
+    const auto file = this->files().follow(this->url("take/a"));
+    const auto folder = this->files().follow(this->url("take"));
+    ASSERT_TRUE(file && folder);
+    EXPECT_EQ(file->currentURL(), this->url("take/a"));
+    this->files().replaceItem(this->url("renamed"), this->url("take"));
+    EXPECT_EQ(file->currentURL(), this->url("renamed/a"));
+    EXPECT_EQ(folder->currentURL(), this->url("renamed"));
+    this->files().replaceItem(this->url("renamed/b"), this->url("renamed/a"));
+    EXPECT_EQ(file->currentURL(), this->url("renamed/b"));
+}
+
+TYPED_TEST_P(FileManagerConformance, aFileThatWasDeletedOrReplacedLiesNowhere) {
+    this->write(this->url("deleted"), "abc");
+    this->write(this->url("replaced"), "abc");
+    this->write(this->url("other"), "def");
+    const auto deleted = this->files().follow(this->url("deleted"));
+    const auto replaced = this->files().follow(this->url("replaced"));
+    this->files().removeItem(this->url("deleted"));
+    this->write(this->url("deleted (deleted)"), "a name that looks like the kernel's mark");
+    this->files().replaceItem(this->url("replaced"), this->url("other"));
+    EXPECT_EQ(deleted->currentURL(), std::nullopt);
+    EXPECT_EQ(replaced->currentURL(), std::nullopt);
+    EXPECT_EQ(this->files().follow(this->url("missing")), nullptr);
+}
+
+TYPED_TEST_P(FileManagerConformance, oneOwnerAtATimeHasALock) {
+    auto first = this->files().lock(this->url("lock"));
+    ASSERT_TRUE(first);
+    EXPECT_EQ(this->files().sizeOfFile(this->url("lock")), 0u) << "it is made";
+    EXPECT_FALSE(this->files().lock(this->url("lock")));
+    this->write(this->url("other"), "abc");
+    EXPECT_TRUE(this->files().lock(this->url("other"))) << "another file has a lock of its own";
+    EXPECT_EQ(this->read(this->url("other")), "abc") << "which changes nothing";
+    first = nullptr;
+    EXPECT_TRUE(this->files().lock(this->url("lock")));
+    EXPECT_THROW(this->files().lock(this->url("missing/lock")), SystemError);
+}
+
+TYPED_TEST_P(FileManagerConformance, whatWasSynchronizedReadsBack) {
+    this->files().createFile(this->url("a"));
+    const auto handle = this->files().openForWriting(this->url("a"));
+    handle->write(this->bytesOf("abc"), 3);
+    handle->synchronize();
+    EXPECT_EQ(this->read(this->url("a")), "abc");
+    handle->close();
+    EXPECT_THROW(handle->synchronize(), SystemError);
+}
+
 REGISTER_TYPED_TEST_SUITE_P(FileManagerConformance, whatIsWrittenReadsBack, aReadAtTheEndGivesNothing,
                             openingForWritingKeepsWhatIsThere, creatingAFileEmptiesTheOneThatIsThere,
                             whatIsMissingThrows, anErrorSaysWhatFailed, foldersAreMadeWithAllOnTheWay,
@@ -236,6 +287,8 @@ REGISTER_TYPED_TEST_SUITE_P(FileManagerConformance, whatIsWrittenReadsBack, aRea
                             anAtomicWriteLeavesOneFileWithTheText, aFolderIsNoFile,
                             aClosedHandleIsOfNoUseAndClosingAgainIsHarmless, linksAreFollowed,
                             aLinkToNothingIsNothing, removingALinkLeavesWhatItPointsTo, namesOfAnyBytesWork,
-                            theHomeFolderIsAnAbsolutePath);
+                            theHomeFolderIsAnAbsolutePath, aFileIsFollowedToWhereverItIsRenamed,
+                            aFileThatWasDeletedOrReplacedLiesNowhere, oneOwnerAtATimeHasALock,
+                            whatWasSynchronizedReadsBack);
 
 } // namespace vintra

@@ -30,7 +30,7 @@ protected:
 
 TEST_F(TimelineToolTest, theOnlyTakeOfAFolderGetsAllDocuments) {
     addSound("talk_mic.wav");
-    const ProgramRun done = run({folder.url().path(), "--markers", "0.5,-1"});
+    const ProgramRun done = run({folder.url().path(), "--markers", "0.5,0.75"});
     EXPECT_EQ(done.exitCode, 0) << done.errors;
     EXPECT_EQ(done.output, folder.file("talk.fcpxml").path() + "\n" + folder.file("talk.otio").path() + "\n" +
                                folder.file("talk.xml").path() + "\n");
@@ -109,6 +109,10 @@ TEST_F(TimelineToolTest, badInputIsASentenceAndAnExitCode) {
         {{here, "--markers", "1,two"}, 2, "“two” is no time for a marker."},
         {{here, "--markers", "1,,2"}, 2, "“” is no time for a marker."},
         {{here, "--markers", "inf"}, 2, "“inf” is no time for a marker."},
+        {{here, "--markers", "-1"},
+         2,
+         "“-1” is no time for a marker. Give seconds from the start of the take, 0 to "},
+        {{here, "--markers", "1,1e300"}, 2, "“1e300” is no time for a marker."},
         {{here, "--burn-in"}, 2, "There is no option --burn-in."},
         {{here, here}, 2, "More than one folder was given"},
         {{""}, 2, "name is empty"},

@@ -100,9 +100,17 @@ protected:
         return writer(name)->input(AVMediaType::audio);
     }
     std::string lastError() const { return recorder->lastError->value_or(""); }
-    /// The last components of every file in the take's folder.
+    /// The last components of every file in the take's folder, but for the journal of a take that runs.
     std::vector<std::string> files() const {
-        return machine.fileManager->contentsOfDirectory(URL::fileURL(kFolder));
+        auto names = machine.fileManager->contentsOfDirectory(URL::fileURL(kFolder));
+        if (*recorder->isRecording) std::erase(names, ".take.vintra");
+        return names;
+    }
+    /// What was called on the machine, but for the notes of the journal, which are made beside everything else.
+    std::vector<std::string> calls() const {
+        auto calls = machine.journal->calls;
+        std::erase(calls, "vintra.take.journal: async");
+        return calls;
     }
     /// What a failed start must leave behind: nothing recording, nothing open, the previews as they were.
     void expectUndone(const std::string& error) {

@@ -1,5 +1,7 @@
 #include "Vintra/take/SessionNames.h"
 
+#include "Vintra/platform/simulated/SimulatedFileManager.h"
+
 #include <gtest/gtest.h>
 
 namespace vintra {
@@ -31,6 +33,31 @@ TEST(SessionNamesTest, aGeneratedNameIsTheLocalTimeWithLeadingZeros) {
 TEST(SessionNamesTest, slashesAndColonsBecomeHyphens) {
     EXPECT_EQ(sanitized("a/b:c"), "a-b-c");
     EXPECT_EQ(sanitized("/"), "-");
+}
+
+TEST(SessionNamesTest, whatWouldActOnATerminalOrTurnTheNameAroundBecomesAHyphen) {
+    EXPECT_EQ(sanitized("a\x1b[31mb"), "a-[31mb");
+    EXPECT_EQ(sanitized("a\nb\tc\x7f"), "a-b-c-");
+    EXPECT_EQ(sanitized("a\xC2\x9B"
+                        "b"),
+              "a-b")
+        << "a control character of eight bits";
+    EXPECT_EQ(sanitized("cod\u202Evom.exe"), "cod-vom.exe");
+    EXPECT_EQ(sanitized("a\u2066b\u2069\u2028c"), "a-b--c");
+    EXPECT_EQ(sanitized("שלום\u200F!"), "שלום\u200F!") << "the marks of a script that runs to the left stay";
+}
+
+TEST(SessionNamesTest, aNameThatATakeHasIsNumbered) {
+    SimulatedFileManager files;
+    const URL folder = URL::fileURL("/tmp");
+    EXPECT_EQ(unusedSessionName(files, folder, "take"), "take");
+    files.put("/tmp/take_mic.wav");
+    EXPECT_EQ(unusedSessionName(files, folder, "take"), "take-2");
+    files.put("/tmp/.take-2.vintra");
+    EXPECT_EQ(unusedSessionName(files, folder, "take"), "take-3") << "one that has only begun counts";
+    files.put("/tmp/taken_mic.wav");
+    EXPECT_EQ(unusedSessionName(files, folder, "tak"), "tak");
+    EXPECT_EQ(unusedSessionName(files, URL::fileURL("/missing"), "take"), "take");
 }
 
 TEST(SessionNamesTest, leadingDotsGoSoThatNoFileIsHidden) {

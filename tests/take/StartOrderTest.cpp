@@ -127,7 +127,7 @@ TEST_F(StartOrderTest, writersOpenOneAfterAnotherInTheirOrder) {
         expected.push_back(std::string(name) + ": startSession");
     }
     expected.push_back("screen stream: startCapture");
-    EXPECT_EQ(machine.journal->calls, expected);
+    EXPECT_EQ(calls(), expected);
     stop();
 }
 
@@ -165,8 +165,8 @@ TEST_F(StartOrderTest, theTakeIsPublishedOnlyWhenItsStreamRuns) {
     TaskScope scope;
     machine.mainThread->runNow([&] { scope.start(recorder->startRecording(videoURL())); });
     machine.run(0.9);
-    ASSERT_FALSE(machine.journal->calls.empty());
-    EXPECT_EQ(machine.journal->calls.back(), "screen stream: startCapture");
+    ASSERT_FALSE(calls().empty());
+    EXPECT_EQ(calls().back(), "screen stream: startCapture");
     EXPECT_TRUE(*recorder->isBusy);
     EXPECT_FALSE(*recorder->isRecording);
     EXPECT_FALSE(recorder->recordingStartDate->has_value());
@@ -219,9 +219,9 @@ TEST_F(StartOrderTest, aFailedStartCancelsItsWritersAfterTheBuffersOnTheirWay) {
         "take_Stage Box_ch3.wav: cancelWriting",
         "take_Stage Box_ch6.wav: cancelWriting",
     };
-    const auto& calls = machine.journal->calls;
-    ASSERT_GT(calls.size(), expected.size());
-    EXPECT_EQ(std::vector(calls.end() - static_cast<ptrdiff_t>(expected.size()), calls.end()), expected);
+    const auto made = calls();
+    ASSERT_GT(made.size(), expected.size());
+    EXPECT_EQ(std::vector(made.end() - static_cast<ptrdiff_t>(expected.size()), made.end()), expected);
     expectUndone("no"); // an append to a cancelled writer is a violation, which the test's end looks at
 }
 

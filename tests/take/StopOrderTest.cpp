@@ -27,30 +27,30 @@ protected:
 TEST_F(StopOrderTest, sourcesEndThenQueuesThenInputsThenWriters) {
     startTake();
     stop();
-    EXPECT_EQ(machine.journal->calls, (std::vector<std::string>{
-                                          "screen stream: stopCapture",
-                                          "com.screenrecorder.videoOutput: async",
-                                          "com.screenrecorder.webcamOutput: async",
-                                          "com.screenrecorder.micOutput: async",
-                                          "com.screenrecorder.dawOutput: async",
-                                          "com.screenrecorder.extraInputOutput: async",
-                                          "com.screenrecorder.systemAudio: async",
-                                          "com.screenrecorder.videoOutput: async", // the beat's end
-                                          "take_video.mov: video markAsFinished",
-                                          "take_mic.wav: audio markAsFinished",
-                                          "take_video.mov: audio markAsFinished",
-                                          "take_computer-audio.wav: audio markAsFinished",
-                                          "take_video.mov: audio markAsFinished",
-                                          "take_Left.wav: audio markAsFinished",
-                                          "take_video.mov: audio markAsFinished",
-                                          "take_Right.wav: audio markAsFinished",
-                                          "take_video.mov: audio markAsFinished",
-                                          "take_video.mov: finishWriting",
-                                          "take_mic.wav: finishWriting",
-                                          "take_computer-audio.wav: finishWriting",
-                                          "take_Left.wav: finishWriting",
-                                          "take_Right.wav: finishWriting",
-                                      }));
+    EXPECT_EQ(calls(), (std::vector<std::string>{
+                           "screen stream: stopCapture",
+                           "com.screenrecorder.videoOutput: async",
+                           "com.screenrecorder.webcamOutput: async",
+                           "com.screenrecorder.micOutput: async",
+                           "com.screenrecorder.dawOutput: async",
+                           "com.screenrecorder.extraInputOutput: async",
+                           "com.screenrecorder.systemAudio: async",
+                           "com.screenrecorder.videoOutput: async", // the beat's end
+                           "take_video.mov: video markAsFinished",
+                           "take_mic.wav: audio markAsFinished",
+                           "take_video.mov: audio markAsFinished",
+                           "take_computer-audio.wav: audio markAsFinished",
+                           "take_video.mov: audio markAsFinished",
+                           "take_Left.wav: audio markAsFinished",
+                           "take_video.mov: audio markAsFinished",
+                           "take_Right.wav: audio markAsFinished",
+                           "take_video.mov: audio markAsFinished",
+                           "take_video.mov: finishWriting",
+                           "take_mic.wav: finishWriting",
+                           "take_computer-audio.wav: finishWriting",
+                           "take_Left.wav: finishWriting",
+                           "take_Right.wav: finishWriting",
+                       }));
 }
 
 TEST_F(StopOrderTest, aBufferOnItsWayIsWrittenBeforeItsFileEnds) {

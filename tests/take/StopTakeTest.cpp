@@ -225,6 +225,27 @@ TEST_F(StopTakeTest, anErrorOfTheStreamsStopIsIgnored) {
     EXPECT_EQ(*recorder->statusMessage, "Saved");
 }
 
+TEST_F(StopTakeTest, whyATakeEndedByItselfIsToldBeforeWhatElseIsWrong) {
+    machine.audioHardware->device("mic.one")->isSilent = true;
+    selectMic();
+    for (const bool saves : {true, false}) {
+        machine.assetWriters->script = [saves](const URL&, AVFileType) {
+            return SimulatedWriterScript{.finishFails = !saves};
+        };
+        machine.complete(recorder->startRecording(URL::fileURL(path(saves ? "a_video.mov" : "b_video.mov"))));
+        machine.run(2);
+        machine.screenCapture->stream()->die(SystemError("test", 5, "the display went away"));
+        EXPECT_TRUE(machine.runMainUntil([&] { return !*recorder->isRecording && !*recorder->isBusy; }));
+        machine.run(0.1);
+        EXPECT_EQ(*recorder->statusMessage, "Stopped unexpectedly");
+        EXPECT_TRUE(lastError().starts_with(
+            std::string("Screen capture stopped unexpectedly (the display went away). ") +
+            (saves ? "No audio was captured for: microphone."
+                   : "Some tracks failed to save: screen recording (")))
+            << lastError();
+    }
+}
+
 TEST_F(StopTakeTest, aStreamThatDiesEndsTheTakeWithWhatWasCaptured) {
     selectMic();
     start();

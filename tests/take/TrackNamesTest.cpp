@@ -45,6 +45,13 @@ TEST(TrackNamesTest, theMicsSuffixIsMicOrTheCleanedName) {
     EXPECT_EQ(micTrackSuffix("\u00A0Gesang\u2028"), "Gesang");
 }
 
+TEST(TrackNamesTest, controlCharactersOfANameBecomeHyphens) {
+    EXPECT_EQ(micTrackSuffix("a\x1b"
+                             "b\u202E"),
+              "a-b-");
+    EXPECT_EQ(extraInputSuffix("", "USB\x07 Mic", 0), "USB- Mic_ch1");
+}
+
 TEST(TrackNamesTest, anExtraInputWithoutANameIsCalledByDeviceAndChannel) {
     EXPECT_EQ(extraInputSuffix("", "Scarlett 18i20", 0), "Scarlett 18i20_ch1");
     EXPECT_EQ(extraInputSuffix("", " In/Out ", 7), "In-Out_ch8");

@@ -38,6 +38,7 @@ public:
     }
     void seek(uint64_t offset) override { handle->seek(offset); }
     void close() override { handle->close(); }
+    void synchronize() override { handle->synchronize(); }
 
 private:
     std::unique_ptr<FileHandle> handle;

@@ -36,6 +36,16 @@ TEST(OptionsTest, nothingAsksForTheScreenUntilASignal) {
     EXPECT_FALSE(options.timeline);
 }
 
+TEST(OptionsTest, aFolderIsRecoveredWithoutTheOptionsOfATake) {
+    const Options options = accepted({"--recover", "films", "--json", "--verbose"});
+    EXPECT_EQ(options.command, Options::Command::recover);
+    EXPECT_EQ(options.recoverFolder, "films");
+    EXPECT_TRUE(options.json);
+    EXPECT_EQ(refused({"--recover", "films", "--seconds", "3"}), "--seconds has no place beside --recover.");
+    EXPECT_EQ(refused({"--recover"}), "--recover takes something after it.");
+    EXPECT_EQ(refused({"--recover="}), "--recover takes something after it, and there is nothing.");
+}
+
 TEST(OptionsTest, everyOptionOfATakeIsRead) {
     const Options options =
         accepted({"--seconds", "2.5",        "--folder",   "/films",     "--name",   "My take", "--json",

@@ -45,6 +45,17 @@ TEST(TakeSummaryTest, aSavedTakeIsATableAndWhereItLies) {
     EXPECT_EQ(saved().exitCode(), 0);
 }
 
+TEST(TakeSummaryTest, whyATakeEndedByItselfIsToldWithItsWarnings) {
+    TakeSummary summary = saved();
+    summary.status = "Stopped unexpectedly";
+    summary.warnings = {"A warning."};
+    summary.lastError = "Screen capture stopped unexpectedly (gone). A warning.";
+    EXPECT_TRUE(tableOf(summary).starts_with(
+        "Stopped unexpectedly.\n  Screen capture stopped unexpectedly (gone). A warning.\n\nfile"))
+        << tableOf(summary);
+    EXPECT_EQ(summary.exitCode(), 1);
+}
+
 TEST(TakeSummaryTest, warningsStandOneToALineAndTheTakeIsSaved) {
     TakeSummary summary = saved();
     summary.status = "Saved with warnings";

@@ -16,8 +16,9 @@ struct Closer {
 MediaFacts factsOfPictures(const AVFormatContext& context, const AVStream& stream) {
     MediaFacts facts;
     facts.units = stream.nb_frames;
-    // The movie's own length: a movie may begin before its first picture.
-    facts.seconds = static_cast<double>(context.duration) / AV_TIME_BASE;
+    // The movie's own length: a movie may begin before its first picture. One without a picture has none.
+    if (context.duration != AV_NOPTS_VALUE)
+        facts.seconds = static_cast<double>(context.duration) / AV_TIME_BASE;
     if (stream.avg_frame_rate.den != 0) facts.rate = av_q2d(stream.avg_frame_rate);
     return facts;
 }

@@ -146,6 +146,11 @@ private:
     }
 
     bool readValue(const std::string& option) {
+        if (option == "--recover") {
+            options.command = Options::Command::recover;
+            options.recoverFolder = filled(option, value(option));
+            return true;
+        }
         if (option == "--seconds")
             options.seconds = secondsOf(value(option));
         else if (option == "--folder")
@@ -208,6 +213,10 @@ private:
 
     void checkTogether() const {
         if (options.command == Options::Command::help) return;
+        if (options.command == Options::Command::recover) {
+            if (!takeOption.empty()) throw Wrong{takeOption + " has no place beside --recover."};
+            return;
+        }
         if (options.command == Options::Command::list) {
             if (!takeOption.empty()) throw Wrong{takeOption + " has no place beside --list."};
             return;
@@ -265,6 +274,7 @@ std::string usageText() {
     return R"(vintra-take records a take: one movie of the screen and one WAV per sound source, all on one clock.
 
     vintra-take --list [--json]      shows the displays, the windows, the sound inputs and outputs
+    vintra-take --recover FOLDER     puts takes in order that a crash cut off and whose files lie in FOLDER
     vintra-take [options]            records until --seconds are over, or until a signal, as of Ctrl-C
 
   --seconds S                        stop after S seconds

@@ -16,9 +16,10 @@ enum class ScreenCodec { h264, hevc };
 
 /// What the command line asks for. A value.
 struct Options {
-    enum class Command { take, list, help };
+    enum class Command { take, list, recover, help };
 
     Command command = Command::take;
+    std::string recoverFolder; ///< of the command `recover`
     bool json = false;
     bool verbose = false;
     std::optional<double> seconds; ///< nothing: until a signal

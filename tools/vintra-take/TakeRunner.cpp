@@ -24,6 +24,7 @@ constexpr int64_t kBetweenStatusLines = kSecond / 5;
 constexpr double kLongestStart = 1;    // seconds, without a question to the user
 constexpr double kLeastPadding = 0.01; // seconds: a gap up to this is left as it is
 constexpr size_t kStatusColumns = 79;
+constexpr int kMostNames = 20;
 
 const char* rawValue(ScreenCodec codec) {
     return codec == ScreenCodec::hevc ? "hevc" : "h264";
@@ -43,6 +44,10 @@ TakeRunner::TakeRunner(LinuxPlatform& machine, Options options, Outlets outlets)
     state.follow(manager->lastError);
     state.follow(manager->isAudioStartUpOver);
     state.follow(manager->arePreviewsDelivering);
+    state.follow(manager->isRecoveryOver);
+    recoveryObservation = manager->recoveryNote.observe([this](const std::optional<std::string>& note) {
+        if (note) this->outlets.note(*note);
+    });
 }
 
 TakeRunner::~TakeRunner() {
@@ -52,9 +57,15 @@ TakeRunner::~TakeRunner() {
 Task<> TakeRunner::end() {
     putOutputBack();
     co_await manager->endPreviews();
+    // What was cut off before is put in order and told of, unless the user is in a hurry.
+    if (*isInterrupted) manager->cancelRecovery();
+    const std::function<bool()> isOver = [this] { return *manager->isRecoveryOver; };
+    co_await state.until(isOver);
 }
 
 void TakeRunner::interrupt() {
+    // Once more, when the take has ended, is the user's wish to wait for nothing.
+    if (*isInterrupted) manager->cancelRecovery();
     isInterrupted.set(true);
     manager->cancelStart();
 }
@@ -101,6 +112,10 @@ Task<std::variant<TakeSummary, UsageError>> TakeRunner::run() {
     }
     screenLabel = manager->captureAreaLabel();
     co_await manager->startRecording(movie);
+    for (int tries = 1; wasNameTaken() && tries < kMostNames; ++tries) {
+        movie = movieURL(movie.deletingLastPathComponent());
+        co_await manager->startRecording(movie);
+    }
     if (*manager->isRecording) co_await recordUntilTheEnd();
     if (*manager->isRecording) co_await manager->stopRecording();
     // A screen that went away ends the take by itself.
@@ -169,12 +184,19 @@ Task<> TakeRunner::configurePreviews() {
 
 URL TakeRunner::movieURL(const URL& inFolder) {
     const WallClock& clock = *machine.services.wallClock;
-    const std::string name =
-        options.name.empty() ? generateSessionName(clock) : sanitizedSessionName(options.name, clock);
+    const std::string name = options.name.empty() ? unusedSessionName(*machine.services.fileManager, inFolder,
+                                                                      generateSessionName(clock))
+                                                  : sanitizedSessionName(options.name, clock);
     if (!options.name.empty() && name != options.name) {
         outlets.note("A file's name can't be “" + options.name + "”, so the files are named “" + name + "”.");
     }
     return screenMovieURL(inFolder, name);
+}
+
+/// Whether another program has begun a take of the same generated name in the same second.
+bool TakeRunner::wasNameTaken() const {
+    return options.name.empty() && !*isInterrupted && !*manager->isRecording && *manager->lastError &&
+           (*manager->lastError)->find("already exist") != std::string::npos;
 }
 
 /// Until the seconds are over, until a signal, or until the take has ended by itself. The seconds are
@@ -233,6 +255,7 @@ TakeSummary TakeRunner::summary() {
         summary.relay = relay->summary(*machine.services.wallClock);
     if (const auto& timeline = manager->lastTimelineURL()) summary.timeline = timeline->path();
     if (const auto& take = manager->lastTakeFiles()) {
+        summary.folder = take->folder.path();
         if (take->screen) {
             summary.screen = screenLabel;
             summary.files.push_back(fileOf(*take->screen, FileKind::screen));
@@ -249,6 +272,12 @@ TakeFile TakeRunner::fileOf(const URL& url, FileKind kind) const {
     TakeFile file;
     file.path = url.path();
     file.kind = kind;
+    for (const SavedFile& saved : manager->lastTakeSavedFiles()) {
+        if (saved.url != url) continue;
+        file.saved = saved;
+        if (saved.problem) file.problem = *saved.problem;
+    }
+    if (file.problem) return file;
     const auto facts = mediaFacts(url);
     if (!facts) {
         file.problem = "unreadable";

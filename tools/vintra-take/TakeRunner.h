@@ -62,6 +62,7 @@ private:
     InputProblem withSoundProblem(InputProblem problem) const;
     Task<> configurePreviews();
     URL movieURL(const URL& folder);
+    bool wasNameTaken() const;
     Task<> recordUntilTheEnd();
     void putOutputBack();
     void showStatus();
@@ -77,6 +78,7 @@ private:
     const std::shared_ptr<ScreenRecorderManager> manager;
     Published<bool> isInterrupted{false};
     StateWatch state;
+    Observation recoveryObservation;
     std::string folder;
     std::string screenLabel;
 };

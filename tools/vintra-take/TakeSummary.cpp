@@ -1,6 +1,8 @@
 #include "tools/vintra-take/TakeSummary.h"
 
 #include "Vintra/platform/URL.h"
+#include "Vintra/take/SyncReport.h"
+#include "Vintra/take/Text.h"
 #include "tools/vintra-take/Numbers.h"
 #include "tools/vintra-take/TextTable.h"
 
@@ -37,6 +39,28 @@ std::vector<std::string> rowOf(const TakeFile& file) {
             unitsOf(file), rateOf(file),      file.padding ? fixedNumber(*file.padding, 3) + " s" : "-"};
 }
 
+nlohmann::ordered_json syncOf(const SavedFile& file) {
+    nlohmann::ordered_json object;
+    object["start"] = startOffset(file);
+    object["bytes"] = file.bytes;
+    if (!file.sound) return object;
+    const SoundAccount& account = *file.sound;
+    object["firstSound"] = file.gap;
+    object["framesOwn"] = account.framesWritten;
+    object["framesSilence"] = account.framesSilenced;
+    object["framesCut"] = account.framesCut;
+    object["gaps"] = nlohmann::ordered_json::array();
+    for (const SoundLoss& loss : account.losses)
+        object["gaps"].push_back(
+            {{"at", loss.atSeconds()}, {"seconds", loss.seconds()}, {"kind", lossName(loss.kind)}});
+    object["drift"] = nlohmann::ordered_json();
+    if (account.drift)
+        object["drift"] = {{"partsPerMillion", account.drift->partsPerMillion},
+                           {"seconds", account.drift->secondsAtEnd},
+                           {"isCorrected", account.isDriftCorrected}};
+    return object;
+}
+
 nlohmann::ordered_json jsonOf(const TakeFile& file) {
     nlohmann::ordered_json object;
     object["path"] = file.path;
@@ -49,6 +73,7 @@ nlohmann::ordered_json jsonOf(const TakeFile& file) {
     object[file.kind == FileKind::sound ? "samples" : "frames"] = file.units;
     object["rate"] = file.rate;
     object["padding"] = file.padding ? nlohmann::ordered_json(*file.padding) : nlohmann::ordered_json();
+    if (file.saved) object["sync"] = syncOf(*file.saved);
     return object;
 }
 
@@ -60,11 +85,12 @@ int TakeSummary::exitCode() const {
 
 std::string tableOf(const TakeSummary& summary) {
     std::string text = summary.status + ".\n";
-    if (!summary.warnings.empty()) {
+    // The last error holds the warnings, and before them why a take ended by itself.
+    if (summary.lastError && *summary.lastError != joined(summary.warnings, " ")) {
+        text += "  " + *summary.lastError + "\n";
+    } else {
         for (const std::string& warning : summary.warnings)
             text += "  " + warning + "\n";
-    } else if (summary.lastError) {
-        text += "  " + *summary.lastError + "\n";
     }
     if (!summary.files.empty()) {
         TextTable table({"file", "kind", "length", "frames", "rate", "leading silence"});

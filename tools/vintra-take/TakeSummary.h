@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Vintra/take/SavedFile.h"
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -19,6 +21,7 @@ struct TakeFile {
     double rate = 0;                    ///< units a second: of a movie as it was asked for
     std::optional<double> padding;      ///< seconds of leading silence that were put before a sound file
     std::optional<std::string> problem; ///< why the above could not be read
+    std::optional<SavedFile> saved{};   ///< how it lies in time
 };
 
 /// What a take, or the attempt at one, has come to.

@@ -2,13 +2,17 @@
 
 #include "Vintra/audio/SystemOutputRouter.h"
 #include "Vintra/platform/SystemError.h"
+#include "Vintra/platform/UTF8.h"
 #include "Vintra/platform/linux/LinuxPlatform.h"
 #include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
 #include "Vintra/platform/linux/runtime/SignalWatcher.h"
+#include "tools/vintra-take/RecoveryOutcome.h"
 #include "tools/vintra-take/TakeRunner.h"
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <unistd.h>
 #include <utility>
 
@@ -20,12 +24,19 @@ constexpr int kFailed = 1;
 constexpr int kWrongUsage = 2;
 
 void say(const std::string& sentence) {
-    std::fprintf(stderr, "vintra-take: %s\n", sentence.c_str());
+    std::fprintf(stderr, "vintra-take: %s\n", printable(sentence).c_str());
 }
 
-void print(const std::string& text) {
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    std::fflush(stdout);
+bool print(const std::string& text) {
+    return std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0;
+}
+
+/// The exit code of a run that has `what` to tell in this text. Whoever reads the output is to know whether it is
+/// all there.
+int tell(const std::string& text, int exitCode, const std::string& what) {
+    if (print(text)) return exitCode;
+    say(what + " couldn't be written to the output (" + std::strerror(errno) + ").");
+    return exitCode == 0 ? kFailed : exitCode;
 }
 
 int refuse(const UsageError& error) {
@@ -35,7 +46,7 @@ int refuse(const UsageError& error) {
 
 TakeRunner::Outlets outlets(bool isWatched) {
     TakeRunner::Outlets result{.note = say, .status = {}};
-    if (isWatched) result.status = [](const std::string& line) { print("\r" + line + "\x1b[K"); };
+    if (isWatched) result.status = [](const std::string& line) { print("\r" + printable(line) + "\x1b[K"); };
     return result;
 }
 
@@ -45,15 +56,14 @@ Task<int> carryOut(TakeRunner& runner, LinuxPlatform& machine, const Options& op
     if (!options.computerAudio) machine.soundRouting.release();
     if (options.command == Options::Command::list) {
         const MachineList list = co_await runner.list();
-        print(options.json ? jsonOf(list) : textOf(list));
-        co_return 0;
+        co_return tell(options.json ? jsonOf(list) : printable(textOf(list)), 0, "The list");
     }
     const auto outcome = co_await runner.run();
     if (const auto* error = std::get_if<UsageError>(&outcome)) co_return refuse(*error);
     const auto& summary = std::get<TakeSummary>(outcome);
     if (isWatched) print("\r\x1b[K");
-    print(options.json ? jsonOf(summary) : tableOf(summary));
-    co_return summary.exitCode();
+    co_return tell(options.json ? jsonOf(summary) : printable(tableOf(summary)), summary.exitCode(),
+                   "What became of the take (" + summary.status + ")");
 }
 
 /// Runs the task, whatever it throws, and then the end of the runner.
@@ -68,7 +78,17 @@ Task<> carryOutAndEnd(Task<int> task, TakeRunner& runner, EventLoop& loop, int& 
     loop.stop();
 }
 
+int carryOutRecovery(const Options& options) {
+    const RecoveryOutcome outcome = recoverTakes(options.recoverFolder, options.verbose);
+    for (const std::string& problem : outcome.problems)
+        say(problem);
+    return tell(options.json ? jsonOf(outcome) : printable(textOf(outcome)), outcome.exitCode(),
+                "What became of the takes");
+}
+
 int carryOut(const Options& options) {
+    if (options.command == Options::Command::recover) return carryOutRecovery(options);
+
     const bool isWatched = isatty(STDOUT_FILENO) == 1;
     const auto loop = std::make_shared<LinuxEventLoop>();
     TakeRunner* running = nullptr;
@@ -102,10 +122,7 @@ int main(int argumentCount, char** arguments) {
     const auto parsed = parseOptions({arguments + 1, arguments + argumentCount});
     if (const auto* error = std::get_if<UsageError>(&parsed)) return refuse(*error);
     const auto& options = std::get<Options>(parsed);
-    if (options.command == Options::Command::help) {
-        print(usageText());
-        return 0;
-    }
+    if (options.command == Options::Command::help) return tell(usageText(), 0, "The help");
     try {
         return carryOut(options);
     } catch (const SystemError& error) {

@@ -1,7 +1,6 @@
 #include "Options.h"
 
 #include <charconv>
-#include <cmath>
 
 namespace vintra {
 
@@ -21,6 +20,8 @@ Exit code 0: written; 1: failed; 2: wrong usage.
 
 namespace {
 
+constexpr double kLongestTake = 604'800; // seconds, a week
+
 std::vector<TimelineEditor> parseEditors(const std::string& text) {
     if (text == "all") return {TimelineEditor::finalCut, TimelineEditor::resolve, TimelineEditor::premiere};
     const auto editor = timelineEditorWithRawValue(text);
@@ -33,8 +34,12 @@ std::vector<TimelineEditor> parseEditors(const std::string& text) {
 double parseSeconds(const std::string& text) {
     double seconds = 0;
     const auto [end, status] = std::from_chars(text.data(), text.data() + text.size(), seconds);
-    if (status != std::errc() || end != text.data() + text.size() || !std::isfinite(seconds))
-        throw UsageError("“" + text + "” is no time for a marker. Give seconds, as in --markers 1.5,20.");
+    const bool isNumber = status == std::errc() && end == text.data() + text.size();
+    if (!isNumber || !(seconds >= 0 && seconds <= kLongestTake))
+        throw UsageError(
+            "“" + text +
+            "” is no time for a marker. Give seconds from the start of the take, 0 to 604800, as in "
+            "--markers 1.5,20.");
     return seconds;
 }
 

@@ -3,6 +3,7 @@
 #include "Options.h"
 
 #include "Vintra/platform/SystemError.h"
+#include "Vintra/platform/UTF8.h"
 #include "Vintra/platform/linux/files/LinuxFileManager.h"
 #include "Vintra/platform/linux/movie/LinuxAssetProbing.h"
 #include "Vintra/platform/linux/runtime/LinuxLog.h"
@@ -10,9 +11,12 @@
 #include "Vintra/timeline/TimelineFile.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <optional>
+#include <unistd.h>
 
 namespace vintra {
 namespace {
@@ -20,7 +24,13 @@ namespace {
 enum ExitCode { success = 0, failure = 1, wrongUsage = 2 };
 
 void complain(const std::string& sentence) {
-    std::fprintf(stderr, "vintra-timeline: %s\n", sentence.c_str());
+    std::fprintf(stderr, "vintra-timeline: %s\n", printable(sentence).c_str());
+}
+
+/// A line of the standard output: a name as it is, but for one that would act on the user's terminal.
+void tell(const std::string& name) {
+    const bool isWatched = isatty(STDOUT_FILENO) == 1;
+    std::printf("%s\n", isWatched ? printable(name).c_str() : name.c_str());
 }
 
 /// Documents name files by absolute paths.
@@ -53,7 +63,7 @@ std::optional<TakeFiles> chooseTake(const URL& folder, const std::vector<std::st
     code = wrongUsage;
     complain("The folder holds " + std::to_string(takes.size()) + " takes. Choose one with --take:");
     for (const TakeFiles& take : takes)
-        std::printf("%s\n", take.take.c_str());
+        tell(take.take);
     return std::nullopt;
 }
 
@@ -84,7 +94,7 @@ ExitCode writeDocuments(const TimelineToolOptions& options) {
     fileManager.createDirectory(files->folder);
     for (const TimelineEditor editor : options.editors) {
         const URL written = TimelineFile::writeDocument(take, editor, fileManager, log);
-        std::printf("%s\n", written.path().c_str());
+        tell(written.path());
     }
     return success;
 }
@@ -107,9 +117,16 @@ ExitCode run(const std::vector<std::string>& arguments) {
     return failure;
 }
 
+/// Whoever reads the output is to know that it isn't all there.
+ExitCode flushed(ExitCode code) {
+    if (std::fflush(stdout) == 0 && !std::ferror(stdout)) return code;
+    complain(std::string("The output can't be written (") + std::strerror(errno) + ").");
+    return code == success ? failure : code;
+}
+
 } // namespace
 } // namespace vintra
 
 int main(int argumentCount, char** arguments) {
-    return vintra::run({arguments + 1, arguments + argumentCount});
+    return vintra::flushed(vintra::run({arguments + 1, arguments + argumentCount}));
 }

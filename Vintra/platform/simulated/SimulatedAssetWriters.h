@@ -17,6 +17,8 @@ public:
     std::shared_ptr<AVAssetWriter> makeWriter(const URL& outputURL, AVFileType fileType) override;
     std::shared_ptr<AVAssetWriterInput> makeInput(const AVOutputSettings& settings,
                                                   bool expectsMediaDataInRealTime) override;
+    /// A simulated movie needs no repair.
+    void repairMovie(const URL& at) override { repaired.push_back(at); }
 
     /// The writer made last for a file of this name; null if there is none.
     std::shared_ptr<SimulatedAssetWriter> writer(const std::string& lastPathComponent) const;
@@ -24,6 +26,7 @@ public:
     /// Script the behaviour of writers to come by their file; nothing set, everything works.
     std::function<SimulatedWriterScript(const URL&, AVFileType)> script;
     std::vector<std::shared_ptr<SimulatedAssetWriter>> writers; ///< all that were made, in order
+    std::vector<URL> repaired;                                  ///< movies that were to be repaired, in order
 
 private:
     SimulatedAssetWriter::Services services;

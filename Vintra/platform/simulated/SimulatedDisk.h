@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -64,6 +65,7 @@ public:
     uint64_t usedBytes() const;
 
     std::map<std::string, Item> items;
+    std::set<Item> locked;       ///< files that someone has locked
     std::vector<Record> records; ///< every operation, in order
     /// Script which operations fail, with `EIO`.
     std::function<bool(SimulatedFileOperation, const std::string& path)> fails;

@@ -41,6 +41,10 @@ void SimulatedFileHandle::close() {
     disk->perform(SimulatedFileOperation::close, path);
 }
 
+void SimulatedFileHandle::synchronize() {
+    if (!file) throwDiskError(EBADF, path);
+}
+
 void SimulatedFileHandle::checkOpen(Mode needed) const {
     if (!file || mode != needed) throwDiskError(EBADF, path);
 }

@@ -21,6 +21,7 @@ public:
     void write(const uint8_t* bytes, size_t count) override;
     void seek(uint64_t offset) override;
     void close() override;
+    void synchronize() override;
 
 private:
     void checkOpen(Mode needed) const;

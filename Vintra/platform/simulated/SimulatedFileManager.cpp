@@ -1,6 +1,8 @@
 #include "Vintra/platform/simulated/SimulatedFileManager.h"
 
 #include "Vintra/platform/simulated/SimulatedFileHandle.h"
+#include "Vintra/platform/simulated/SimulatedFileLock.h"
+#include "Vintra/platform/simulated/SimulatedFollowedItem.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -120,6 +122,16 @@ std::vector<std::string> SimulatedFileManager::contentsOfDirectory(const URL& at
 
 URL SimulatedFileManager::resolvingSymlinks(const URL& at) const {
     return disk->find(at.path()) ? URL::fileURL(disk->followed(at.path(), true)) : at;
+}
+
+std::unique_ptr<FollowedItem> SimulatedFileManager::follow(const URL& at) {
+    const auto item = disk->find(at.path());
+    return item ? std::make_unique<SimulatedFollowedItem>(disk, at, item) : nullptr;
+}
+
+std::unique_ptr<FileLock> SimulatedFileManager::lock(const URL& at) {
+    if (!disk->find(at.path())) createFile(at);
+    return SimulatedFileLock::take(disk, file(at.path()));
 }
 
 std::optional<bool> SimulatedFileManager::volumeIsInternal(const URL& at) const {

@@ -28,8 +28,11 @@ public:
     void writeAtomically(const URL& at, const std::string& bytes) override;
     std::vector<std::string> contentsOfDirectory(const URL& at) const override;
     URL resolvingSymlinks(const URL& at) const override;
+    std::unique_ptr<FollowedItem> follow(const URL& at) override;
+    std::unique_ptr<FileLock> lock(const URL& at) override;
     std::vector<URL> moviesDirectories() const override { return movies; }
     URL homeDirectory() const override { return home; }
+    URL stateDirectory() const override { return home.appendingPathComponent(".local/state/vintra"); }
     std::optional<bool> volumeIsInternal(const URL& at) const override;
 
     // Scripting, and looking without leaving a record.

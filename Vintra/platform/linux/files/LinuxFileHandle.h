@@ -18,8 +18,7 @@ public:
     void write(const uint8_t* bytes, size_t count) override;
     void seek(uint64_t offset) override;
     void close() override;
-    /// Waits until what was written lies on the disk. Throws `SystemError`.
-    void synchronize();
+    void synchronize() override;
 
 private:
     FileDescriptor descriptor;

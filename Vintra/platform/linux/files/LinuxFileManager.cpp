@@ -1,6 +1,8 @@
 #include "Vintra/platform/linux/files/LinuxFileManager.h"
 
 #include "Vintra/platform/linux/files/LinuxFileHandle.h"
+#include "Vintra/platform/linux/files/LinuxFileLock.h"
+#include "Vintra/platform/linux/files/LinuxFollowedItem.h"
 #include "Vintra/platform/linux/files/UserDirectories.h"
 #include "Vintra/platform/linux/runtime/FileDescriptor.h"
 #include "Vintra/platform/linux/runtime/PosixError.h"
@@ -143,7 +145,10 @@ void LinuxFileManager::replaceItem(const URL& at, const URL& withItemAt) {
         if (chmod(withItemAt.path().c_str(), original->st_mode & kPermissionBits) != 0)
             throw posixError(errno, "The file “%s” can't be given its permissions", withItemAt);
     }
+    LinuxFileHandle(openFile(withItemAt, O_RDONLY, "The file “%s” can't be opened"), withItemAt)
+        .synchronize();
     renameFile(withItemAt, target);
+    synchronizeFolder(target.deletingLastPathComponent());
 }
 
 std::unique_ptr<FileHandle> LinuxFileManager::openForReading(const URL& at) {
@@ -193,12 +198,24 @@ URL LinuxFileManager::resolvingSymlinks(const URL& at) const {
     return resolved ? URL::fileURL(resolved.get()) : at;
 }
 
+std::unique_ptr<FollowedItem> LinuxFileManager::follow(const URL& at) {
+    return LinuxFollowedItem::find(at);
+}
+
+std::unique_ptr<FileLock> LinuxFileManager::lock(const URL& at) {
+    return LinuxFileLock::take(at);
+}
+
 std::vector<URL> LinuxFileManager::moviesDirectories() const {
     return {videosDirectory(*this)};
 }
 
 URL LinuxFileManager::homeDirectory() const {
     return userHomeDirectory();
+}
+
+URL LinuxFileManager::stateDirectory() const {
+    return userStateDirectory().appendingPathComponent("vintra");
 }
 
 std::optional<bool> LinuxFileManager::volumeIsInternal(const URL& at) const {

@@ -17,7 +17,8 @@ public:
     void createFile(const URL& at) override;
     /// A folder with all that is in it; of a symbolic link the link alone.
     void removeItem(const URL& at) override;
-    /// The new file takes over the permission bits of the original. Both lie on one file system.
+    /// The new file takes over the permission bits of the original. Both lie on one file system. The new bytes are on
+    /// the disk before the old ones go.
     void replaceItem(const URL& at, const URL& withItemAt) override;
     std::unique_ptr<FileHandle> openForReading(const URL& at) override;
     /// An existing file, from its beginning on; what is not written over stays.
@@ -26,10 +27,14 @@ public:
     void writeAtomically(const URL& at, const std::string& bytes) override;
     std::vector<std::string> contentsOfDirectory(const URL& at) const override;
     URL resolvingSymlinks(const URL& at) const override;
+    std::unique_ptr<FollowedItem> follow(const URL& at) override;
+    std::unique_ptr<FileLock> lock(const URL& at) override;
 
     /// The films folder of user-dirs.dirs; "Videos" at home if that names none.
     std::vector<URL> moviesDirectories() const override;
     URL homeDirectory() const override;
+    /// "vintra" in the XDG state folder.
+    URL stateDirectory() const override;
     std::optional<bool> volumeIsInternal(const URL& at) const override;
 
 private:

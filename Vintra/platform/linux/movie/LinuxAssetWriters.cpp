@@ -1,6 +1,7 @@
 #include "Vintra/platform/linux/movie/LinuxAssetWriters.h"
 
 #include "Vintra/platform/linux/movie/LinuxAssetWriter.h"
+#include "Vintra/platform/linux/movie/QuickTimeFile.h"
 
 extern "C" {
 #include <libavutil/log.h>
@@ -20,6 +21,10 @@ std::shared_ptr<AVAssetWriter> LinuxAssetWriters::makeWriter(const URL& outputUR
 std::shared_ptr<AVAssetWriterInput> LinuxAssetWriters::makeInput(const AVOutputSettings& settings,
                                                                  bool expectsMediaDataInRealTime) {
     return std::make_shared<LinuxAssetWriterInput>(settings, expectsMediaDataInRealTime);
+}
+
+void LinuxAssetWriters::repairMovie(const URL& at) {
+    QuickTimeFile::repair(at);
 }
 
 } // namespace vintra

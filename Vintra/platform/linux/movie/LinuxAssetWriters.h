@@ -13,6 +13,7 @@ public:
     std::shared_ptr<AVAssetWriter> makeWriter(const URL& outputURL, AVFileType fileType) override;
     std::shared_ptr<AVAssetWriterInput> makeInput(const AVOutputSettings& settings,
                                                   bool expectsMediaDataInRealTime) override;
+    void repairMovie(const URL& at) override;
 
 private:
     const LinuxAssetWritersOptions options;

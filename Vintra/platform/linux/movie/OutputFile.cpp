@@ -72,6 +72,24 @@ OutputFile OutputFile::create(const URL& url) {
     return OutputFile(url, descriptor);
 }
 
+OutputFile OutputFile::reopen(const URL& url, uint64_t size) {
+    int descriptor;
+    do {
+        descriptor = ::open(url.path().c_str(), O_WRONLY | O_CLOEXEC);
+    } while (descriptor < 0 && errno == EINTR);
+    if (descriptor < 0) {
+        const int code = errno;
+        throw SystemError("posix", code, writingSentence(url, code));
+    }
+    OutputFile file(url, descriptor);
+    file.size_ = size;
+    if (::ftruncate(descriptor, static_cast<off_t>(size)) != 0) {
+        const int code = errno;
+        throw SystemError("posix", code, writingSentence(url, code));
+    }
+    return file;
+}
+
 OutputFile::OutputFile(URL url, int descriptor)
     : url_(std::move(url))
     , descriptor(descriptor) {}
@@ -105,6 +123,12 @@ void OutputFile::write(uint64_t offset, std::span<const uint8_t> bytes) {
         offset += static_cast<uint64_t>(written);
         bytes = bytes.subspan(static_cast<size_t>(written));
     }
+}
+
+void OutputFile::synchronize() {
+    if (::fsync(descriptor) == 0 || errno == EINVAL || errno == EROFS) return;
+    const int code = errno;
+    throw SystemError("posix", code, writingSentence(url_, code));
 }
 
 void OutputFile::dropFailedAppend() noexcept {

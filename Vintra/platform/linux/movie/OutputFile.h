@@ -16,6 +16,9 @@ public:
     /// Makes the file. Throws if one of the name exists: that one is never opened.
     static OutputFile create(const URL& url);
 
+    /// Opens one that was made before, to go on behind its first `size` bytes: what follows them is cut off.
+    static OutputFile reopen(const URL& url, uint64_t size);
+
     OutputFile(OutputFile&& other) noexcept;
     OutputFile& operator=(OutputFile&&) = delete;
     /// Closes it; what was written stays.
@@ -26,6 +29,8 @@ public:
     void overwrite(uint64_t offset, std::span<const uint8_t> bytes);
     /// Bytes appended so far. A failed append doesn't count, though part of it may be on the disk.
     uint64_t size() const { return size_; }
+    /// Waits until what was written lies on the disk.
+    void synchronize();
     /// Cuts off what a failed append left behind `size()`; a failure to do so is of no consequence.
     void dropFailedAppend() noexcept;
     /// Closes it. Throws if the disk only now reports that it couldn't keep the bytes.

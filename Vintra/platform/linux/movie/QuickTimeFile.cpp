@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <fstream>
 #include <limits>
 #include <numeric>
 #include <utility>
@@ -191,6 +192,34 @@ void QuickTimeFile::finish() {
     writeFinalHeader();
     becomeOrdinary(mediaEnd);
     file.close();
+}
+
+QuickTimeFile::QuickTimeFile(OutputFile file, QuickTimeFragments fragments)
+    : file(std::move(file))
+    , tracks(std::move(fragments.tracks))
+    , freeAtom(fragments.freeAtom) {}
+
+void QuickTimeFile::repair(const URL& url) {
+    std::ifstream source(url.path(), std::ios::binary | std::ios::ate);
+    const auto size = source ? static_cast<uint64_t>(source.tellg()) : 0;
+    const auto read = [&source](uint64_t offset, uint64_t count) {
+        std::vector<uint8_t> bytes(count);
+        source.clear();
+        source.seekg(static_cast<std::streamoff>(offset));
+        source.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(count));
+        bytes.resize(static_cast<size_t>(std::max<std::streamsize>(0, source.gcount())));
+        return bytes;
+    };
+    auto fragments = QuickTimeFragments::find(read, size);
+    if (!fragments) return;
+    const uint64_t mediaEnd = fragments->mediaEnd;
+    QuickTimeFile movie(OutputFile::reopen(url, mediaEnd), std::move(*fragments));
+    movie.writeFinalHeader();
+    // A header that isn't on the disk must not be what a power cut leaves the movie with.
+    movie.file.synchronize();
+    movie.becomeOrdinary(mediaEnd);
+    movie.file.synchronize();
+    movie.file.close();
 }
 
 void QuickTimeFile::becomeOrdinary(uint64_t mediaEnd) {

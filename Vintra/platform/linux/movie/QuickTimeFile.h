@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Vintra/platform/linux/movie/OutputFile.h"
+#include "Vintra/platform/linux/movie/QuickTimeFragments.h"
 #include "Vintra/platform/linux/movie/QuickTimeTrack.h"
 
 #include <cstdint>
@@ -40,7 +41,12 @@ public:
     /// Writes what is pending as a last fragment. Never throws.
     void abandon() noexcept;
 
+    /// Finishes a movie whose writer was killed, from its whole fragments; one that is finished, or holds none, stays
+    /// as it is. The file plays as before until the last step, and a repair that is cut off can be made again.
+    static void repair(const URL& url);
+
 private:
+    QuickTimeFile(OutputFile file, QuickTimeFragments fragments);
     void flush();
     void writeInitialHeader();
     std::vector<uint8_t> fragmentHeader();

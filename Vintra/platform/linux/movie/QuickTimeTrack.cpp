@@ -85,6 +85,24 @@ void QuickTimeTrack::pendingWritten(uint64_t offset) {
     bytes.clear();
 }
 
+void QuickTimeTrack::addWritten(const Fragment& fragment) {
+    if (sampleCount == 0)
+        firstTime = fragment.time;
+    else
+        lengthenLast(fragment.time - (firstTime + mediaDuration));
+    pending = fragment.samples;
+    pendingWritten(fragment.offset);
+}
+
+void QuickTimeTrack::lengthenLast(int64_t ticks) {
+    if (ticks <= 0) return;
+    const int64_t longest = std::numeric_limits<uint32_t>::max() - int64_t{durations.back().duration};
+    const auto duration = static_cast<uint32_t>(durations.back().duration + std::min(ticks, longest));
+    if (--durations.back().count == 0) durations.pop_back();
+    durations.push_back({1, duration});
+    mediaDuration += std::min(ticks, longest);
+}
+
 int64_t QuickTimeTrack::editDuration() const {
     const int64_t whole = std::max<int64_t>(0, mediaDuration - description.priming);
     return presentedDuration ? std::min(*presentedDuration, whole) : whole;

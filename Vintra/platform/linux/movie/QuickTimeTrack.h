@@ -52,6 +52,21 @@ public:
     /// Notes that the pending samples stand at an offset of the file.
     void pendingWritten(uint64_t offset);
 
+    /// Samples that stand in the file, one behind the other from an offset on.
+    struct Fragment {
+        struct Sample {
+            uint32_t size = 0;
+            uint32_t duration = 0;
+            bool isKey = true;
+        };
+        int64_t time = 0; ///< of the first sample
+        uint64_t offset = 0;
+        std::vector<Sample> samples;
+    };
+    /// Takes note of samples that another run has written, in the order of their times. What lies between them and
+    /// those before is shown as the last of those.
+    void addWritten(const Fragment& fragment);
+
     /// The "trak" of a finished movie, or of one whose samples are all in fragments.
     void writeTrack(AtomWriter& out, uint32_t id, int32_t movieTimescale) const;
     void writeFragmentedTrack(AtomWriter& out, uint32_t id) const;
@@ -59,11 +74,7 @@ public:
     int64_t movieDuration(int32_t movieTimescale) const;
 
 private:
-    struct Sample {
-        uint32_t size = 0;
-        uint32_t duration = 0;
-        bool isKey = true;
-    };
+    using Sample = Fragment::Sample;
     struct Run {
         uint32_t count = 0;
         uint32_t duration = 0;
@@ -74,6 +85,7 @@ private:
     };
 
     void closeHeld(int64_t duration);
+    void lengthenLast(int64_t ticks);
     int64_t editDuration() const;
     int64_t toMovie(int64_t ticks, int32_t movieTimescale) const;
     void writeHeader(AtomWriter& out, uint32_t id, int64_t duration) const;

@@ -13,6 +13,11 @@ namespace {
 
 /// Where the signal handler writes: it can reach nothing but a global.
 std::atomic<int> signalPipe{-1};
+bool isIgnored(int signal) {
+    struct sigaction now {};
+    return sigaction(signal, nullptr, &now) == 0 && now.sa_handler == SIG_IGN;
+}
+
 static_assert(std::atomic<int>::is_always_lock_free);
 
 void noteSignal(int signal) {
@@ -41,6 +46,7 @@ SignalWatcher::SignalWatcher(EventLoop& eventLoop, std::initializer_list<int> si
     watch = eventLoop.watch(readEnd.get(), EventLoop::Readiness::readable, [this] { readSignals(); });
     signalPipe.store(writeEnd.get());
     for (const int signal : signals) {
+        if (signal == SIGHUP && isIgnored(signal)) continue;
         struct sigaction action {};
         action.sa_handler = noteSignal;
         action.sa_flags = SA_RESTART;

@@ -13,7 +13,8 @@ namespace vintra {
 class EventLoop;
 
 /// Calls a block on the main thread each time one of the signals arrives, instead of what the signal did before. Its
-/// end restores that. At most one lives at a time. Main thread.
+/// end restores that. A hang-up that is ignored when the watcher is made, as nohup asks for, stays ignored. At most one
+/// lives at a time. Main thread.
 class SignalWatcher {
 public:
     SignalWatcher(EventLoop& eventLoop, std::initializer_list<int> signals,

@@ -88,6 +88,24 @@ TEST(SignalWatcherTest, aSignalAtAnyMomentReachesTheMainThread) {
     EXPECT_EQ(arrived, (std::vector<int>{SIGUSR1, SIGUSR2, SIGUSR1}));
 }
 
+TEST(SignalWatcherTest, aHangUpThatIsIgnoredStaysIgnored) {
+    LinuxEventLoop loop;
+    for (const bool isIgnored : {true, false}) {
+        struct sigaction before {};
+        struct sigaction given {};
+        given.sa_handler = isIgnored ? SIG_IGN : SIG_DFL;
+        ASSERT_EQ(sigaction(SIGHUP, &given, &before), 0);
+        {
+            const SignalWatcher watcher(loop, {SIGHUP}, [](int) {});
+            struct sigaction now {};
+            ASSERT_EQ(sigaction(SIGHUP, nullptr, &now), 0);
+            EXPECT_EQ(now.sa_handler == SIG_IGN, isIgnored);
+            EXPECT_NE(now.sa_handler, SIG_DFL);
+        }
+        sigaction(SIGHUP, &before, nullptr);
+    }
+}
+
 TEST(SignalWatcherTest, whatTheSignalDidBeforeIsRestored) {
     struct sigaction before {};
     struct sigaction after {};
