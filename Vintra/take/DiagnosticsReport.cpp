@@ -193,6 +193,9 @@ void addState(Lines& lines, const TakeStatus& status) {
     lines.push_back(std::string("State: ") + (*status.isRecording ? "recording" : "idle") + " · " +
                     *status.statusMessage);
     if (*status.lastError) lines.push_back("Last message: " + **status.lastError);
+    if (!status.lastTakeSync.empty()) lines.emplace_back("Files of the last take, against its common start:");
+    for (const std::string& line : status.lastTakeSync)
+        lines.push_back("  " + line);
 }
 
 } // namespace

@@ -80,7 +80,7 @@ protected:
 
     void arm() {
         machine.userDefaults->values["timelineEditor"] = std::string("resolve");
-        machine.audioHardware->device("mic.one")->firstFrameSeconds = 0.4;
+        machine.audioHardware->device("mic.one")->firstFrameSeconds = 0.3;
         machine.audioHardware->device("mic.one")->signal = [](uint32_t, int64_t frame, CMTime) {
             return static_cast<float>(frame % 1000 + 1) / 2048;
         };
