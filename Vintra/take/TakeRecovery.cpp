@@ -79,6 +79,7 @@ std::optional<RecoveredTake> TakeRecovery::recoverNoted(const std::string& id) {
         take.problem = error.localizedDescription();
         return reportOnce(std::move(take), id, *note);
     }
+    if (!journal) tidyNote(id, note);
     if (!journal || journal->isFromNewerProgram()) return std::nullopt;
     if (journal->record().noteID != id) { // a later take of the same name
         tidyNote(id, std::nullopt);
@@ -160,9 +161,11 @@ void TakeRecovery::putInOrder(JournalFile& journal, const URL& folder, Recovered
     for (const TakeRecord::File& file : journal.record().files) {
         if (*isCancelled) return;
         const URL url = folder.appendingPathComponent(file.name);
-        if (!services.fileManager->fileExists(url))
-            result.missing.push_back(file.name);
-        else if (file.kind == Kind::sound)
+        const bool exists = services.fileManager->fileExists(url);
+        // Before the common start is noted, not every file has been made.
+        if (!exists && journal.record().commonStart) result.missing.push_back(file.name);
+        if (!exists) continue;
+        if (file.kind == Kind::sound)
             placeSound(journal, url, result);
         else
             mendMovie(url, result);
