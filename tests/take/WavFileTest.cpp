@@ -392,5 +392,72 @@ TEST_F(WavFileTest, malformedFrontsNeverDoHarm) {
     }
 }
 
+TEST_F(WavFileTest, aFileIsBroughtToItsLengthByTrailingSilence) {
+    const Bytes before = wav(); // 100 frames
+    files.write(recorded, before);
+    alignWavFile(files, process, recorded, 0.5, 24'150);
+    const Bytes after = files.read(recorded);
+    ASSERT_EQ(after.size(), 44u + 24'150 * 6);
+    EXPECT_EQ(number32(after, 40), 24'150u * 6);
+    EXPECT_EQ(number32(after, 4), after.size() - 8);
+    EXPECT_TRUE(std::equal(before.begin() + 44, before.end(), after.begin() + 44 + 144'000));
+    EXPECT_TRUE(std::all_of(after.end() - 300, after.end(), [](uint8_t b) { return b == 0; }));
+    alignWavFile(files, process, recorded, 0, 20'000);
+    EXPECT_EQ(files.read(recorded), after) << "nothing is cut off";
+}
+
+TEST_F(WavFileTest, theByteThatMakesAChunkEvenFollowsTheTrailingSilence) {
+    const std::string note = chunk("note", "as it was");
+    Bytes before = wav({.channels = 1, .dataLength = 9}); // 3 frames, odd
+    before.push_back(0);
+    append(before, note);
+    files.write(recorded, before);
+    alignWavFile(files, process, recorded, 0, 5);
+    const Bytes after = files.read(recorded);
+    EXPECT_EQ(number32(after, 40), 15u);
+    ASSERT_EQ(after.size(), 44u + 16 + note.size());
+    EXPECT_EQ(std::string(after.begin() + 60, after.end()), note);
+    EXPECT_EQ(number32(after, 4), after.size() - 8);
+    alignWavFile(files, process, recorded, 0, 6);
+    EXPECT_EQ(files.read(recorded).size(), 44u + 18 + note.size()) << "an even one has none";
+}
+
+TEST_F(WavFileTest, aHeaderWithRoomBecomesRF64InPlace) {
+    const auto header = headerOf(wav({.chunksBeforeFormat = chunk("JUNK", std::string(28, 'x'))}));
+    ASSERT_TRUE(header);
+    EXPECT_EQ(wavHeaderWithSizes(*header, 5'000, 4'920), [&] {
+        Bytes same = header->bytes;
+        for (int i = 0; i < 4; ++i) {
+            same[4 + static_cast<size_t>(i)] = static_cast<uint8_t>(5'000 >> (8 * i));
+            same[76 + static_cast<size_t>(i)] = static_cast<uint8_t>(4'920 >> (8 * i));
+        }
+        return same;
+    }()) << "below 4 GiB nothing but the sizes changes";
+    const Bytes large = wavHeaderWithSizes(*header, 6'000'000'072, 6'000'000'000);
+    EXPECT_EQ(std::string(large.begin(), large.begin() + 4), "RF64");
+    EXPECT_EQ(std::string(large.begin() + 12, large.begin() + 16), "ds64");
+    EXPECT_EQ(number32(large, 4), 0xFFFF'FFFFu);
+    EXPECT_EQ(number32(large, 76), 0xFFFF'FFFFu);
+    EXPECT_EQ(number32(large, 20) + (uint64_t{number32(large, 24)} << 32), 6'000'000'072u);
+    EXPECT_EQ(number32(large, 28) + (uint64_t{number32(large, 32)} << 32), 6'000'000'000u);
+    EXPECT_EQ(number32(large, 36), 1'000'000'000u) << "frames";
+    EXPECT_EQ(number32(large, 44), 0u) << "no table";
+
+    files.reportedSize = 6'000'000'080;
+    const auto again = headerOf([&] {
+        Bytes file = large;
+        file.resize(600, 1);
+        return file;
+    }());
+    ASSERT_TRUE(again);
+    EXPECT_TRUE(again->isRF64);
+    EXPECT_EQ(again->declaredDataSize, 6'000'000'000u);
+}
+
+TEST_F(WavFileTest, roomThatIsTooSmallOrNotInFrontIsNoRoom) {
+    EXPECT_FALSE(headerOf(wav({.chunksBeforeFormat = chunk("JUNK", std::string(27, 'x'))}))->largeSizesAt);
+    EXPECT_FALSE(headerOf(wav({.chunksBeforeData = chunk("JUNK", std::string(28, 'x'))}))->largeSizesAt);
+}
+
 } // namespace
 } // namespace vintra

@@ -175,5 +175,28 @@ TEST(WholeFramesTest, anAbsurdLengthStaysWithinWhatCanBeMultiplied) {
     EXPECT_LT(frames, std::numeric_limits<int64_t>::max() / 60'000);
 }
 
+TEST(MediaTest, aFileThatClaimsMoreThanAFileCanIsNotBelieved) {
+    const auto withChannels = [](uint32_t channels, double rate = 48'000) {
+        SimulatedAsset asset;
+        asset.duration = CMTimeMake(10, 1);
+        asset.audioTracks = {{simulatedAudioTrack(channels, rate)}};
+        return asset;
+    };
+    EXPECT_TRUE(probed(withChannels(128)));
+    EXPECT_FALSE(probed(withChannels(129)));
+    EXPECT_FALSE(probed(withChannels(std::numeric_limits<uint32_t>::max())));
+    EXPECT_TRUE(probed(withChannels(2, 768'000)));
+    EXPECT_FALSE(probed(withChannels(2, 1e9)));
+    SimulatedAsset tracks = withChannels(1);
+    tracks.audioTracks->resize(129, tracks.audioTracks->front());
+    EXPECT_FALSE(probed(tracks)) << "the sum of all tracks counts";
+    SimulatedAsset endless = withChannels(1);
+    endless.duration = CMTimeMake(7 * 24 * 3600 + 1, 1);
+    EXPECT_FALSE(probed(endless));
+    SimulatedAsset wide = movie(30);
+    wide.videoTracks->front().video->naturalSize = {65'537, 2};
+    EXPECT_FALSE(probed(wide));
+}
+
 } // namespace
 } // namespace vintra::TimelineFile
