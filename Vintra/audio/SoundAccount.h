@@ -39,7 +39,7 @@ struct SoundAccount {
     std::optional<CMTime> firstSamplePTS; ///< of the first buffer that came
     std::optional<CMTime> lastSamplePTS;  ///< end of the latest one
     int64_t framesWritten = 0;            ///< of the device's sound, handed to the file
-    int64_t framesSilenced = 0;           ///< of silence, handed to the file in the place of lost sound
+    int64_t framesSilenced = 0;           ///< of silence, handed to the file where there was no sound
     int64_t framesCut = 0;                ///< came twice and were left out
     int64_t cuts = 0;                     ///< how many times that was
     std::vector<SoundLoss> losses{};      ///< in the order of their places
