@@ -142,6 +142,16 @@ TEST_F(FirstCameraTest, anotherChoiceIsAnotherSession) {
     EXPECT_FALSE(window(kFirstPreview)->isOnScreen);
 }
 
+TEST_F(FirstCameraTest, theSizeOfOneCameraIsNotThatOfTheNext) {
+    plug(scripted());
+    plug(scripted("side", "Side"))->isStopped = true;
+    choose();
+    EXPECT_NE(cameras.webcam().frameSize->read(), (CMVideoDimensions{0, 0}));
+    select("side");
+    settle();
+    EXPECT_EQ(cameras.webcam().frameSize->read(), (CMVideoDimensions{0, 0})) << "it has sent nothing";
+}
+
 TEST_F(FirstCameraTest, quickChangesEndWithTheLastChoiceAndOneSession) {
     plug(scripted());
     plug(scripted("side", "Side"));
