@@ -149,20 +149,21 @@ TEST_F(TouchedTakeTest, aNameWithControlCharactersReachesNeitherTheFilesNorTheTe
 }
 
 TEST_F(TouchedTakeTest, whatKeepsATakeFromBeginningIsToldInASentence) {
-    const auto refusal = [](const std::vector<std::string>& prefix, const std::string& into) {
-        std::vector<std::string> all = prefix;
-        all.insert(all.end(),
-                   {VINTRA_BIN_DIR "/vintra-take", "--folder", into, "--seconds", "0.3", "--json"});
-        const ProgramRun run = runProgram(all);
-        EXPECT_EQ(run.exitCode, 1) << into;
-        const auto json = nlohmann::json::parse(run.output, nullptr, false);
-        return json.is_object() ? json.value("lastError", run.output) : run.output + run.errors;
+    const auto refusal = [](std::vector<std::string> words, const std::string& into) {
+        words.insert(words.end(),
+                     {VINTRA_BIN_DIR "/vintra-take", "--folder", into, "--seconds", "0.3", "--json"});
+        ChildProcess take(words);
+        const End end = endOf(take);
+        EXPECT_EQ(end.code, 1) << into;
+        return end.json.is_object() ? end.json.value("lastError", "") : std::string();
     };
-    EXPECT_EQ(refusal({}, "/dev/null/x"),
-              "The folder “/dev/null/x” can't be created: a part of the path is a file, not a "
-              "folder. Check the path.");
+    EXPECT_EQ(
+        refusal({}, "/dev/null/x"),
+        "The folder “/dev/null/x” can't be created: a part of the path is a file, not a folder. Check the path.");
     const std::string full = refusal({"prlimit", "--fsize=10"}, films());
     EXPECT_NE(full.find("larger than its disk allows"), std::string::npos) << full;
+    const std::string exhausted = refusal({"prlimit", "--nofile=24"}, films());
+    EXPECT_NE(exhausted.find("oo many files"), std::string::npos) << exhausted;
 }
 
 } // namespace

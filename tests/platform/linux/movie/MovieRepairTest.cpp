@@ -97,10 +97,14 @@ TEST_F(MovieRepairTest, aKilledMovieBecomesAnOrdinaryOneWithEveryPicture) {
     EXPECT_NEAR(after.duration(), static_cast<double>(after.track(0).packets.size()) / 30 + 7.0 / 600, 0.05);
     const auto lumaBefore = MediaProbe::luma(folder.file("before.mov"));
     EXPECT_EQ(MediaProbe::luma(folder.file("repaired.mov")), lumaBefore);
+    // What the encoder gives before the sound proper isn't heard any more, as in the whole movie.
     const auto soundBefore = MediaProbe::sound(folder.file("before.mov"), 0);
     const auto soundAfter = MediaProbe::sound(folder.file("repaired.mov"), 0);
-    EXPECT_EQ(soundAfter.values.size(), soundBefore.values.size());
-    EXPECT_NEAR(soundAfter.start, MediaProbe::sound(folder.file("whole.mov"), 0).start, 1e-6);
+    const auto soundWhole = MediaProbe::sound(folder.file("whole.mov"), 0);
+    EXPECT_GE(soundAfter.values.size() + 2048, soundBefore.values.size());
+    ASSERT_LE(soundAfter.values.size(), soundWhole.values.size());
+    EXPECT_TRUE(std::equal(soundAfter.values.begin(), soundAfter.values.end(), soundWhole.values.begin()));
+    EXPECT_NEAR(soundAfter.start, soundWhole.start, 1e-6);
 }
 
 TEST_F(MovieRepairTest, aMovieCutAnywhereKeepsEveryWholeFragment) {
