@@ -150,6 +150,8 @@ public:
     const std::vector<SavedFile>& lastTakeSavedFiles() const { return lastTake.files; }
     const std::optional<URL>& lastTimelineURL() const { return lastTake.timelineURL; }
     const std::vector<std::string>& lastTakeWarnings() const { return lastTake.warnings; }
+    const std::optional<FrameAccount>& lastTakeScreenFrames() const { return lastTake.screenFrames; }
+    CMTime lastTakeStopTime() const { return lastTake.stopTime; }
 
     /// Which editor the takes get a timeline file for.
     TimelineEditorSetting timelineEditor;

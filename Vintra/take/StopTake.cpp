@@ -96,6 +96,7 @@ Task<> ScreenRecorderManager::stopRecording() {
     if (take->videoInput) {
         const auto totals = co_await screenTrack->finish(ending.stopTime);
         lastScreenBeatSummary = screenBeatSummary(*screenFrameRate, totals);
+        ending.screenFrames = screenTrack->frameAccount();
     }
     take->markInputsAsFinished();
     co_await finishWriters(ending);

@@ -6,6 +6,7 @@
 #include "Vintra/take/TakeWarnings.h"
 #include "Vintra/take/WavRetiming.h"
 #include "Vintra/timeline/TakeFiles.h"
+#include "Vintra/video/FrameAccount.h"
 
 #include <cstdint>
 #include <optional>
@@ -30,6 +31,7 @@ struct TakeEnding {
     std::vector<std::string> failures; ///< a text for each file that couldn't be finished
     std::vector<Padding> paddings;
     TakeObservations seen;
+    std::optional<FrameAccount> screenFrames{}; ///< of a take with a screen
     std::vector<SavedFile> files{};      ///< those whose writers have finished them
     std::optional<TakeFiles> take;       ///< the tracks, as told to the timeline
     std::optional<URL> timelineURL;      ///< of the timeline file that was written

@@ -44,6 +44,9 @@ void ScreenBeat::begin(Arming arming) {
         lastSlot = -1;
         lastFrame.reset();
         pending.reset();
+        missedFrames.reset();
+        ledger.clear();
+        finished = {};
         totals = {};
         lastLossSlot = kNoLoss;
         ticks = 0;
@@ -87,12 +90,30 @@ void ScreenBeat::frame(const CMSampleBuffer& sample) {
     }
     if (pending) {
         second.lostThisSecond += 1;
+        ledger.noteLoss(pending->slot);
         lastLossSlot = nowSlot();
         lost(pending->frame.presentationTimeStamp());
     }
+    settleMissed(*place);
     pending = Pending{*place, sample};
     // Only up to the last written slot: an arrival writes its own frame and no copies behind it.
     pump(lastSlot);
+}
+
+void ScreenBeat::missed(CMTime first, CMTime end) {
+    MutexLock guard(lock);
+    if (!input || !grid.isFixed() || !first.isNumeric() || !end.isNumeric()) return;
+    if (missedFrames) first = std::min(first, missedFrames->first);
+    missedFrames = Missed{first, end};
+}
+
+void ScreenBeat::settleMissed(int64_t end) {
+    if (!missedFrames) return;
+    const int64_t from = std::max(grid.nearestSlot(missedFrames->first), ledger.firstSlot().value_or(0));
+    missedFrames.reset();
+    for (int64_t slot = from; slot < end; ++slot) {
+        if (ledger.noteLoss(slot)) lost(grid.startOf(slot));
+    }
 }
 
 void ScreenBeat::tick() {
@@ -135,6 +156,7 @@ bool ScreenBeat::writeTowardsPending(bool copiesAllowed) {
     if (fills && gap >= 1) {
         if (gap < kLongGap && copiesAllowed && lastFrame) {
             if (!write(*lastFrame, lastSlot + 1)) return false;
+            ledger.noteCopy(lastSlot);
             totals.repeated += 1;
             second.repeatsThisSecond += 1;
             return true;
@@ -145,9 +167,11 @@ bool ScreenBeat::writeTowardsPending(bool copiesAllowed) {
     const Pending taken = std::move(*pending);
     pending.reset();
     if (!write(taken.frame, taken.slot)) {
+        ledger.noteLoss(taken.slot);
         lost(taken.frame.presentationTimeStamp());
         return false;
     }
+    ledger.noteOwn(taken.slot);
     lastFrame = taken.frame;
     second.writtenThisSecond += 1;
     return true;
@@ -166,6 +190,7 @@ bool ScreenBeat::writeCopyTowards(int64_t target, bool copiesAllowed) {
         }
     }
     if (!write(*lastFrame, slot)) return false;
+    ledger.noteCopy(slot);
     totals.repeated += 1;
     second.repeatsThisSecond += 1;
     return true;
@@ -216,11 +241,21 @@ ScreenBeat::Totals ScreenBeat::finish(CMTime at) {
             guard.lock();
         }
     }
-    if (pending) lost(pending->frame.presentationTimeStamp());
+    if (pending) {
+        ledger.noteLoss(pending->slot);
+        lost(pending->frame.presentationTimeStamp());
+    }
+    if (missedFrames) settleMissed(std::min(grid.nearestSlot(missedFrames->end), checkedSum(target, 1)));
+    finished = ledger.account(target);
     input.reset();
     pending.reset();
     lastFrame.reset();
     return totals;
+}
+
+FrameAccount ScreenBeat::account() const {
+    MutexLock guard(lock);
+    return finished;
 }
 
 void ScreenBeat::cancel() {
@@ -228,6 +263,7 @@ void ScreenBeat::cancel() {
     cancelTimer();
     input.reset();
     pending.reset();
+    missedFrames.reset();
     lastFrame.reset();
 }
 

@@ -5,7 +5,9 @@
 #include "Vintra/platform/HostClock.h"
 #include "Vintra/platform/Log.h"
 #include "Vintra/platform/Mutex.h"
+#include "Vintra/video/FrameAccount.h"
 #include "Vintra/video/SlotGrid.h"
+#include "Vintra/video/SlotLedger.h"
 
 #include <cstdint>
 #include <functional>
@@ -43,7 +45,9 @@ public:
         std::shared_ptr<AVAssetWriterInput> into;
         std::shared_ptr<DispatchQueue> on; ///< the serial queue for the timer
         std::function<void(CMTime)> wrote; ///< takes the end of each sample appended
-        std::function<void(CMTime)> lost; ///< takes the capture time of each real frame that is never written
+        /// Takes the capture time of each real frame that is never written, and the times of those that the
+        /// capture left out.
+        std::function<void(CMTime)> lost;
         std::function<std::string()> writerStatus; ///< a text about the writer for the log
     };
 
@@ -52,13 +56,22 @@ public:
     void begin(Arming arming);
     /// A complete frame of the screen. Ignored while idle.
     void frame(const CMSampleBuffer& sample);
+    /// From `first` up to `end` there was something new to show, and the capture couldn't take it: the slots
+    /// from there up to that of the next frame, or up to `end` if none follows, are lost. Before that frame.
+    void missed(CMTime first, CMTime end);
     /// Pads the track up to `at`, the host time at which the stop began, and goes idle. Blocks for up to one
     /// second where the writer is behind.
     Totals finish(CMTime at);
+    /// What the slots of the take that was finished last hold.
+    FrameAccount account() const;
     /// Drops everything; nothing is written or reported.
     void cancel();
 
 private:
+    struct Missed {
+        CMTime first;
+        CMTime end;
+    };
     struct Pending {
         int64_t slot = 0;
         CMSampleBuffer frame;
@@ -87,12 +100,14 @@ private:
     bool writeCopyTowards(int64_t target, bool copiesAllowed) REQUIRES(lock);
     bool write(const CMSampleBuffer& frame, int64_t slot) REQUIRES(lock);
     void countSkipped(int64_t slots) REQUIRES(lock);
+    /// Counts what the capture missed before the slot `end`.
+    void settleMissed(int64_t end) REQUIRES(lock);
     void cancelTimer() REQUIRES(lock);
 
     const std::shared_ptr<HostClock> hostClock;
     const std::shared_ptr<Log> log;
 
-    Mutex lock;
+    mutable Mutex lock;
     bool fills GUARDED_BY(lock) = true;
     bool finishing GUARDED_BY(lock) = false;
     std::shared_ptr<DispatchTimer> timer GUARDED_BY(lock);
@@ -101,6 +116,9 @@ private:
     int64_t lastSlot GUARDED_BY(lock) = -1; ///< highest written
     std::optional<CMSampleBuffer> lastFrame GUARDED_BY(lock);
     std::optional<Pending> pending GUARDED_BY(lock);
+    std::optional<Missed> missedFrames GUARDED_BY(lock); ///< whose slots aren't settled yet
+    SlotLedger ledger GUARDED_BY(lock);
+    FrameAccount finished GUARDED_BY(lock);
     Totals totals GUARDED_BY(lock);
     int64_t lastLossSlot GUARDED_BY(lock);
     std::function<void(CMTime)> wrote GUARDED_BY(lock);

@@ -66,6 +66,8 @@ public:
     const std::shared_ptr<DispatchQueue>& queue() const { return videoOutputQueue; }
     /// Pads the track up to the stop.
     Task<ScreenBeat::Totals> finish(CMTime stopTime);
+    /// What the slots of the movie hold, once it was finished.
+    FrameAccount frameAccount() const { return screenBeat->account(); }
     /// Drops what the beat holds: the take never started.
     void cancel();
 

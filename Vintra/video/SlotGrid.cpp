@@ -41,6 +41,10 @@ int64_t SlotGrid::slotAt(CMTime time) const {
     return isFixed() ? checkedInt64(std::floor(exactSlotOf(time))) : 0;
 }
 
+int64_t SlotGrid::nearestSlot(CMTime time) const {
+    return isFixed() ? checkedInt64(std::round(exactSlotOf(time))) : 0;
+}
+
 std::optional<int64_t> SlotGrid::lastSlotBefore(CMTime time) const {
     if (!isFixed()) return std::nullopt;
     return checkedDifference(checkedInt64(std::ceil(exactSlotOf(time))), 1);

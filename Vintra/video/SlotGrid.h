@@ -34,6 +34,8 @@ struct SlotGrid {
 
     /// The slot that `time` lies in; 0 until the grid is fixed.
     int64_t slotAt(CMTime time) const;
+    /// The slot that begins nearest to `time`; 0 until the grid is fixed.
+    int64_t nearestSlot(CMTime time) const;
     /// The last slot that begins before `time`; none until the grid is fixed.
     std::optional<int64_t> lastSlotBefore(CMTime time) const;
 

@@ -4,6 +4,7 @@
 #include "Vintra/take/ScreenRecorderManager.h"
 
 #include <algorithm>
+#include <cmath>
 #include <gtest/gtest.h>
 #include <memory>
 #include <optional>
@@ -79,7 +80,34 @@ protected:
     URL videoURL() const { return URL::fileURL(std::string(kFolder) + "/take_video.mov"); }
     static std::string path(const std::string& name) { return std::string(kFolder) + "/" + name; }
     void start() { machine.complete(recorder->startRecording(videoURL())); }
-    void stop() { machine.complete(recorder->stopRecording()); }
+    void stop() {
+        machine.complete(recorder->stopRecording());
+        checkScreenFrames();
+    }
+    /// What the last take's account says of the screen movie agrees with what its writer took, and adds up to
+    /// the slots from the first picture to the stop.
+    void checkScreenFrames() const {
+        const auto& account = recorder->lastTakeScreenFrames();
+        const auto movie = writer("take_video.mov");
+        if (!account || !movie || *recorder->isRecording) return;
+        const auto times = movie->input(AVMediaType::video)->presentationTimes();
+        const CMTime start = movie->sessionStart();
+        if (times.empty() || !start.isNumeric() || recorder->lastTakeStopTime() < start) return;
+        const double rate = *recorder->screenFrameRate;
+        const auto position = [&](CMTime time) { return CMTimeGetSeconds(time - start) * rate; };
+        const double phase = position(times.front()) - std::floor(position(times.front()) + 1e-6);
+        const auto slotAt = [&](CMTime time) {
+            return static_cast<int64_t>(std::round(position(time) - phase));
+        };
+        const auto taken = static_cast<int64_t>(times.size());
+        EXPECT_LE(account->own, taken);
+        EXPECT_GE(account->own + account->copied + account->lost, taken);
+        EXPECT_LE(account->own + account->copied, taken);
+        EXPECT_GE(account->unchanged, 0);
+        const auto stop =
+            static_cast<int64_t>(std::ceil(position(recorder->lastTakeStopTime()) - phase - 1e-6)) - 1;
+        EXPECT_EQ(account->slots(), std::max(stop, slotAt(times.back())) - account->first + 1);
+    }
     void recordFor(double seconds) {
         start();
         ASSERT_TRUE(*recorder->isRecording) << recorder->lastError->value_or("no error");

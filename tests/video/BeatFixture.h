@@ -4,6 +4,8 @@
 #include "Vintra/platform/simulated/SimulatedMachine.h"
 #include "Vintra/video/ScreenBeat.h"
 
+#include <algorithm>
+#include <cmath>
 #include <gtest/gtest.h>
 
 namespace vintra {
@@ -14,6 +16,7 @@ protected:
     void begin(int32_t newRate) {
         rate = newRate;
         anchor = machine.now();
+        isFinished = false;
         beat->begin({.at = anchor,
                      .rate = rate,
                      .into = input,
@@ -39,8 +42,46 @@ protected:
     }
     ScreenBeat::Totals finish(CMTime at) {
         ScreenBeat::Totals totals;
+        const bool wasIdle = isFinished;
         queue->sync([&] { totals = beat->finish(anchor + at); });
+        if (!wasIdle) checkAccount(at);
+        isFinished = true;
         return totals;
+    }
+    /// Every slot from the first picture to the stop counts once, and as what was written there.
+    void checkAccount(CMTime at) const {
+        const FrameAccount account = beat->account();
+        if (input->appended.empty()) return;
+        const auto position = [this](CMTime time) { return CMTimeGetSeconds(time) * rate; };
+        const double firstPosition = position(input->appended.front().presentationTimeStamp() - anchor);
+        const double phase = firstPosition - std::floor(firstPosition + 1e-6);
+        const auto slotAt = [&](CMTime time) {
+            return static_cast<int64_t>(std::round(position(time - anchor) - phase));
+        };
+        int64_t own = 0;
+        int64_t copies = 0;
+        const CVPixelBuffer* latest = nullptr;
+        for (const auto& sample : input->appended) {
+            const CVPixelBuffer* const image = sample.imageBuffer().get();
+            (image == latest ? copies : own) += 1;
+            latest = image;
+        }
+        EXPECT_EQ(account.own, own);
+        EXPECT_LE(account.copied, copies);
+        EXPECT_GE(account.copied + account.lost, copies) << "a copy counts as one, or as a loss known later";
+        EXPECT_GE(account.unchanged, 0);
+        EXPECT_LE(account.lost, static_cast<int64_t>(lost.size()));
+        EXPECT_GE(account.first, 0);
+        EXPECT_LE(account.first, slotAt(input->appended.front().presentationTimeStamp()));
+        int64_t last = static_cast<int64_t>(std::ceil(position(at) - phase - 1e-6)) - 1;
+        last = std::max(last, slotAt(input->appended.back().presentationTimeStamp()));
+        const bool lossIsLater =
+            std::any_of(lost.begin(), lost.end(), [&](CMTime time) { return slotAt(time) >= last; });
+        if (lossIsLater) {
+            EXPECT_GE(account.slots(), last - account.first + 1);
+        } else {
+            EXPECT_EQ(account.slots(), last - account.first + 1);
+        }
     }
     /// The stop comes at that time, and the beat is finished 1 ms later.
     ScreenBeat::Totals finishAt(double seconds) {
@@ -81,6 +122,7 @@ protected:
     std::shared_ptr<ScriptedInput> input = std::make_shared<ScriptedInput>();
     std::shared_ptr<ScreenBeat> beat = std::make_shared<ScreenBeat>(machine.hostClock, machine.log);
     int32_t rate = 30;
+    bool isFinished = true; ///< idle, so that a `finish` ends no take
     CMTime anchor;
     std::vector<CMTime> wrote;
     std::vector<CMTime> lost;
