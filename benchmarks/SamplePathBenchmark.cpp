@@ -133,6 +133,7 @@ public:
     bool expectsMediaDataInRealTime() const override { return true; }
     bool isReadyForMoreMediaData() const override { return true; }
     bool append(const CMSampleBuffer& sample) override { return sample.isValid(); }
+    void extendLast(CMTime) override {}
     void markAsFinished() override {}
 
 private:

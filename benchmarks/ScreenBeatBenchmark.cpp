@@ -63,6 +63,7 @@ public:
         ++appended;
         return true;
     }
+    void extendLast(CMTime) override {}
     void markAsFinished() override {}
     int64_t appended = 0;
 

@@ -77,6 +77,9 @@ public:
     /// throws. The bytes of a sound sample are read before the call returns or are kept shared and never
     /// changed afterwards.
     virtual bool append(const CMSampleBuffer& sample) = 0;
+    /// The picture that was appended last stands until `to`, and none from before that will follow: a file
+    /// that is cut off may show it up to there. Returns at once; nothing happens before the first picture.
+    virtual void extendLast(CMTime to) = 0;
     /// No more samples will come.
     virtual void markAsFinished() = 0;
 };

@@ -18,6 +18,10 @@ constexpr int32_t kFirstRateWithoutCopies = 31;
 constexpr int64_t kSlotsBehind = 3;
 /// From this length on a gap is jumped instead of filled.
 constexpr int64_t kLongGap = 5;
+/// How often the movie is told how far its last picture stands.
+constexpr int32_t kExtensionsPerSecond = 10;
+/// A frame may be on its way for a fifth of a second before it is too late for its slot.
+constexpr int32_t kFrameDelaysPerSecond = 5;
 constexpr int64_t kTimerLeewayNanoseconds = 2'000'000;
 constexpr int64_t kFinishPollMicroseconds = 2000;
 constexpr CMTime kFinishLimit{1, 1, kCMTimeFlags_Valid};
@@ -121,11 +125,19 @@ void ScreenBeat::tick() {
     if (!grid.isFixed()) return;
     const int64_t now = nowSlot();
     pump(checkedDifference(now, kSlotsBehind));
+    if (ticks % std::max(1, grid.rate / kExtensionsPerSecond) == 0) extendLast(now);
     ticks += 1;
     if (input && !input->isReadyForMoreMediaData()) second.notReadyTicks += 1;
     if (ticks % grid.rate != 0) return;
     if (log->isEnabled(LogLevel::standard)) logSecond(now);
     second = {};
+}
+
+void ScreenBeat::extendLast(int64_t now) {
+    const int64_t behind = std::max<int64_t>(kSlotsBehind, grid.rate / kFrameDelaysPerSecond);
+    const int64_t through = checkedDifference(now, behind);
+    if (!input || pending || lastSlot < 0 || through <= lastSlot) return;
+    input->extendLast(grid.startOf(through));
 }
 
 void ScreenBeat::logSecond(int64_t now) {
@@ -247,6 +259,8 @@ ScreenBeat::Totals ScreenBeat::finish(CMTime at) {
     }
     if (missedFrames) settleMissed(std::min(grid.nearestSlot(missedFrames->end), checkedSum(target, 1)));
     finished = ledger.account(target);
+    // Also where the movie had no room for the last copies, it reaches the stop.
+    if (input && lastSlot >= 0 && lastSlot < target) input->extendLast(grid.startOf(checkedSum(target, 1)));
     input.reset();
     pending.reset();
     lastFrame.reset();

@@ -102,6 +102,8 @@ private:
     void countSkipped(int64_t slots) REQUIRES(lock);
     /// Counts what the capture missed before the slot `end`.
     void settleMissed(int64_t end) REQUIRES(lock);
+    /// Tells the movie how far the picture that was written last stands, where no copies say so.
+    void extendLast(int64_t now) REQUIRES(lock);
     void cancelTimer() REQUIRES(lock);
 
     const std::shared_ptr<HostClock> hostClock;

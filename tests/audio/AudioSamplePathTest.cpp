@@ -24,6 +24,7 @@ public:
         taken.push_back(sample);
         return true;
     }
+    void extendLast(CMTime) override {}
     void markAsFinished() override {}
 
     std::vector<CMSampleBuffer> taken;

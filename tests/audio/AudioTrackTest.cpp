@@ -23,6 +23,7 @@ public:
         taken.push_back(sample);
         return accepts;
     }
+    void extendLast(CMTime) override {}
     void markAsFinished() override {}
 
     bool ready = true;

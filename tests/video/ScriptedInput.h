@@ -14,6 +14,7 @@ public:
     std::function<bool()> ready = [] { return true; };
     std::function<bool(const CMSampleBuffer&)> accepts = [](const CMSampleBuffer&) { return true; };
     std::vector<CMSampleBuffer> appended;
+    std::vector<CMTime> extended;
     int refused = 0;
 
     AVMediaType mediaType() const override { return AVMediaType::video; }
@@ -28,6 +29,7 @@ public:
         appended.push_back(sample);
         return true;
     }
+    void extendLast(CMTime to) override { extended.push_back(to); }
     void markAsFinished() override {}
 
 private:

@@ -197,12 +197,20 @@ bool SimulatedAssetWriter::take(SimulatedAssetWriterInput& input, const CMSample
     return true;
 }
 
+void SimulatedAssetWriter::extend(SimulatedAssetWriterInput& input, CMTime to) const {
+    if (!session.isValid() || input.isFinished || isFinishing) violate("extended outside of the session");
+    if (input.mediaType() != AVMediaType::video || !to.isNumeric()) violate("extended what doesn't stand");
+    if (input.lastPresentationTime.isValid() && (!input.standsUntil.isValid() || to > input.standsUntil))
+        input.standsUntil = to;
+}
+
 bool SimulatedAssetWriter::isUsable(const SimulatedAssetWriterInput& input,
                                     const CMSampleBuffer& sample) const {
     const CMTime time = sample.presentationTimeStamp();
     if (!sample.isValid() || !time.isNumeric()) return false;
     const bool isVideo = input.mediaType() == AVMediaType::video;
     if (isVideo ? !sample.imageBuffer() : !sample.dataBuffer()) return false;
+    if (input.standsUntil.isValid() && time < input.standsUntil) return false;
     if (!input.lastPresentationTime.isValid()) return true;
     return time > input.lastPresentationTime;
 }

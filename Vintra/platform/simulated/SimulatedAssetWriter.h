@@ -64,6 +64,7 @@ private:
     CMTime hostTime() const;
     bool isReady(const SimulatedAssetWriterInput& input) const;
     bool take(SimulatedAssetWriterInput& input, const CMSampleBuffer& sample);
+    void extend(SimulatedAssetWriterInput& input, CMTime to) const;
     bool isUsable(const SimulatedAssetWriterInput& input, const CMSampleBuffer& sample) const;
     bool acceptsSettings(const AVAssetWriterInput& input) const;
     void encode(SimulatedAssetWriterInput& input, const CMSampleBuffer& sample);

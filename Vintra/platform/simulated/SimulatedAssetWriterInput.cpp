@@ -28,6 +28,10 @@ bool SimulatedAssetWriterInput::append(const CMSampleBuffer& sample) {
     return appends[index].isAccepted = owner->take(*this, sample);
 }
 
+void SimulatedAssetWriterInput::extendLast(CMTime to) {
+    if (const auto owner = writer.lock()) owner->extend(*this, to);
+}
+
 void SimulatedAssetWriterInput::markAsFinished() {
     isFinished = true;
     if (const auto owner = writer.lock())

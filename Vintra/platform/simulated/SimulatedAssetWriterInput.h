@@ -27,6 +27,7 @@ public:
     bool expectsMediaDataInRealTime() const override { return isRealTime; }
     bool isReadyForMoreMediaData() const override;
     bool append(const CMSampleBuffer& sample) override;
+    void extendLast(CMTime to) override;
     void markAsFinished() override;
 
     const AVVideoSettings* videoSettings() const { return std::get_if<AVVideoSettings>(&settings); }
@@ -37,7 +38,8 @@ public:
     std::vector<CMTime> presentationTimes() const;
     bool isMarkedAsFinished() const { return isFinished; }
 
-    std::vector<Append> appends; ///< every call, refused ones as well
+    std::vector<Append> appends;    ///< every call, refused ones as well
+    CMTime standsUntil;             ///< of the last picture, as far as it was told; invalid if it wasn't
 
 private:
     friend class SimulatedAssetWriter;

@@ -53,6 +53,10 @@ struct LinuxAssetWriter::Shared {
         CMTime start = kCMTimeInvalid;
         while (const auto item = queue->pop()) {
             if (!start.isValid()) start = queue->start();
+            if (item->standsUntil) {
+                file.extend(item->input, *item->standsUntil, start);
+                continue;
+            }
             if (options.encoderDelayMicroseconds > 0) queue->pause(options.encoderDelayMicroseconds);
             if (queue->isAbandoned()) return;
             file.write(item->input, item->sample, start);
@@ -132,6 +136,7 @@ bool LinuxAssetWriter::startWriting() {
 }
 
 void LinuxAssetWriter::run(const std::shared_ptr<Shared>& shared, std::unique_ptr<MediaFile> file) {
+    file->keep(); // without a thread it would be an empty file in the way of the next take
     try {
         shared->write(*file);
     } catch (const SystemError& error) {

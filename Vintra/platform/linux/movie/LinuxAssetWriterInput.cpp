@@ -60,6 +60,7 @@ bool LinuxAssetWriterInput::isUsable(const CMSampleBuffer& sample) const {
 }
 
 bool LinuxAssetWriterInput::isInOrder(CMTime time) const {
+    if (standsUntil.isValid() && time < standsUntil) return false;
     if (!lastTime.isValid()) return true;
     return mediaType() == AVMediaType::video ? time > lastTime : time >= lastTime;
 }
@@ -73,6 +74,13 @@ bool LinuxAssetWriterInput::append(const CMSampleBuffer& sample) {
     if (!leftOut && !queue->push(index, sample, cost(sample))) return false;
     lastTime = time;
     return true;
+}
+
+void LinuxAssetWriterInput::extendLast(CMTime to) {
+    if (!queue || mediaType() != AVMediaType::video || !lastTime.isValid() || !to.isNumeric()) return;
+    if (standsUntil.isValid() && to <= standsUntil) return;
+    standsUntil = to;
+    queue->extend(index, to);
 }
 
 void LinuxAssetWriterInput::markAsFinished() {

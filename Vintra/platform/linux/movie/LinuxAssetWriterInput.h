@@ -16,6 +16,7 @@ public:
     bool expectsMediaDataInRealTime() const override { return realTime; }
     bool isReadyForMoreMediaData() const override;
     bool append(const CMSampleBuffer& sample) override;
+    void extendLast(CMTime to) override;
     void markAsFinished() override;
 
     bool isAttached() const { return queue != nullptr; }
@@ -32,7 +33,9 @@ private:
     const bool realTime;
     std::shared_ptr<WriterQueue> queue;
     size_t index = 0;
-    CMTime lastTime = kCMTimeInvalid; ///< of the appending thread
+    // Of the appending thread.
+    CMTime lastTime = kCMTimeInvalid;
+    CMTime standsUntil = kCMTimeInvalid; ///< as far as was told of the last picture
 };
 
 } // namespace vintra

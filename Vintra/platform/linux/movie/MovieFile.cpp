@@ -43,6 +43,10 @@ void MovieFile::write(size_t track, const CMSampleBuffer& sample, CMTime session
     tracks[track]->write(sample, sessionStart);
 }
 
+void MovieFile::extend(size_t track, CMTime to, CMTime sessionStart) {
+    tracks[track]->extend(to, sessionStart);
+}
+
 void MovieFile::finish() {
     for (const auto& track : tracks)
         track->finish();

@@ -19,6 +19,8 @@ public:
     static std::unique_ptr<MovieFile> create(const URL& url, const std::vector<AVOutputSettings>& tracks);
 
     void write(size_t track, const CMSampleBuffer& sample, CMTime sessionStart) override;
+    void extend(size_t track, CMTime to, CMTime sessionStart) override;
+    void keep() noexcept override { movie.keep(); }
     void finish() override;
     void abandon() noexcept override;
 

@@ -17,6 +17,7 @@ public:
     /// The movie outlives the track.
     MovieSoundTrack(QuickTimeFile& movie, const AVAudioSettings& settings);
     void write(const CMSampleBuffer& sample, CMTime sessionStart) override;
+    void extend(CMTime, CMTime) override {} // a sound doesn't stand
     void finish() override;
 
 private:

@@ -49,9 +49,19 @@ void MovieVideoTrack::write(const CMSampleBuffer& sample, CMTime sessionStart) {
     if (!encoder) begin(offset, duration);
     const int64_t time = CMTimeConvertScale(offset, timescale).value;
     if (lastTime && time <= *lastTime) return; // closer than a tick
+    if (lastTime && (time - *lastTime) % slotDuration == 0) repeatUntil(time);
     lastTime = time;
     encoder->encode(sample.imageBuffer(), time,
                     std::max<int64_t>(1, CMTimeConvertScale(duration, timescale).value));
+}
+
+void MovieVideoTrack::extend(CMTime to, CMTime sessionStart) {
+    if (lastTime) repeatUntil(CMTimeConvertScale(to - sessionStart, timescale).value);
+}
+
+void MovieVideoTrack::repeatUntil(int64_t time) {
+    for (; time - *lastTime >= 2 * slotDuration; *lastTime += slotDuration)
+        encoder->repeat(*lastTime + slotDuration);
 }
 
 void MovieVideoTrack::finish() {

@@ -17,15 +17,23 @@ namespace vintra {
 int32_t movieTimescale(CMTime firstTime, CMTime duration);
 
 /// The pictures of a movie. Its encoder is made at the first picture, which tells the rate.
+///
+/// Goal: a track of constant rate, though the samples leave slots empty where nothing is new. Method: a sample
+/// that stands a whole number of slots after the one before, and what is told to stand on, are led up to by
+/// repetitions of that picture, one a slot; they take a few bytes each. Times that are on no grid stay as they
+/// are.
 class MovieVideoTrack final : public MovieTrack {
 public:
     /// The movie outlives the track.
     MovieVideoTrack(QuickTimeFile& movie, const AVVideoSettings& settings);
     void write(const CMSampleBuffer& sample, CMTime sessionStart) override;
+    void extend(CMTime to, CMTime sessionStart) override;
     void finish() override;
 
 private:
     void begin(CMTime firstTime, CMTime duration);
+    /// Repeats the picture written last in every slot that ends by then, in ticks.
+    void repeatUntil(int64_t time);
 
     QuickTimeFile& movie;
     const AVVideoSettings settings;

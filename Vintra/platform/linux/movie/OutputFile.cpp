@@ -97,9 +97,11 @@ OutputFile::OutputFile(URL url, int descriptor)
 OutputFile::OutputFile(OutputFile&& other) noexcept
     : url_(std::move(other.url_))
     , descriptor(std::exchange(other.descriptor, -1))
-    , size_(other.size_) {}
+    , size_(other.size_)
+    , isKept(std::exchange(other.isKept, true)) {}
 
 OutputFile::~OutputFile() {
+    if (!isKept) ::unlink(url_.path().c_str());
     if (descriptor >= 0) ::close(descriptor);
 }
 

@@ -21,8 +21,10 @@ public:
 
     OutputFile(OutputFile&& other) noexcept;
     OutputFile& operator=(OutputFile&&) = delete;
-    /// Closes it; what was written stays.
+    /// Closes it. What was written stays if the file was kept, and is removed otherwise.
     ~OutputFile();
+    /// The file stays from here on.
+    void keep() noexcept { isKept = true; }
 
     void append(std::span<const uint8_t> bytes);
     /// Overwrites bytes that are there already.
@@ -43,6 +45,7 @@ private:
     URL url_;
     int descriptor;
     uint64_t size_ = 0;
+    bool isKept = false;
 };
 
 } // namespace vintra

@@ -12,9 +12,8 @@ namespace {
 
 using Atom = AtomWriter::Atom;
 
-// A fragment begins with a key picture where there are any.
-constexpr double kFragmentSeconds = 0.99;
-constexpr double kLongestFragmentSeconds = 2;
+// What isn't in a fragment yet is lost with the program.
+constexpr double kFragmentSeconds = 0.4;
 constexpr uint64_t kLargestFragment = 8 << 20; // bytes
 
 constexpr uint64_t kAtomHeader = 8;
@@ -79,12 +78,9 @@ bool QuickTimeFile::allDescribed() const {
 
 void QuickTimeFile::append(size_t track, QuickTimeSample sample) {
     const double now = static_cast<double>(sample.time) / tracks[track].timescale();
-    const bool startsGroup = tracks[track].isPicture() && sample.isKey;
     pendingBytes += sample.bytes.size();
     tracks[track].append(std::move(sample));
-    const double passed = now - flushedAt;
-    const bool due = passed >= (startsGroup ? kFragmentSeconds : kLongestFragmentSeconds);
-    if (!due && pendingBytes < kLargestFragment) return;
+    if (now - flushedAt < kFragmentSeconds && pendingBytes < kLargestFragment) return;
     flush();
     flushedAt = now;
 }

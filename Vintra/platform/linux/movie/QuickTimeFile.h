@@ -12,8 +12,8 @@ namespace vintra {
 /// Writes a QuickTime movie that stays playable if the program is killed.
 ///
 /// Goal: a finished file is an ordinary movie, as editors like it, with exact times; an unfinished one still
-/// plays up to its last second. Method: while recording, the file grows as movie fragments of about a second
-/// each behind a header without samples; finishing appends one header for all samples, and last of all turns
+/// plays up to its last second. Method: while recording, the file grows as movie fragments of less than
+/// half a second each behind a header without samples; finishing appends one header for all samples, and last of all turns
 /// the small free atom near the beginning into the media data atom that spans the fragments, so that they are
 /// no atoms any more:
 ///
@@ -37,6 +37,8 @@ public:
     void setPresentedDuration(size_t track, int64_t ticks);
     /// After the track's description.
     void append(size_t track, QuickTimeSample sample);
+    /// The file stays from here on; one that wasn't kept is removed.
+    void keep() noexcept { file.keep(); }
     void finish();
     /// Writes what is pending as a last fragment. Never throws.
     void abandon() noexcept;

@@ -80,6 +80,8 @@ void VideoEncoder::setUpH264() {
     constexpr int64_t kMostPixelsASecondOfOneThread = 1280 * 720 * 60;
     const int64_t pixels = int64_t{settings.width} * settings.height;
     context->thread_count = pixels * timescale / slotDuration <= kMostPixelsASecondOfOneThread ? 1 : 2;
+    // The threads share a picture: taking one each, they would hold the newest back until the next one comes.
+    context->thread_type = FF_THREAD_SLICE;
     av_opt_set(context->priv_data, "preset", "superfast", 0);
     av_opt_set_double(context->priv_data, "crf", 18, 0);
     av_opt_set_int(context->priv_data, "forced-idr", 1, 0);
@@ -132,6 +134,11 @@ void VideoEncoder::encode(const std::shared_ptr<CVPixelBuffer>& image, int64_t t
     due.push_back({.time = time, .isRepeat = false});
     throwIfLibavFailed(avcodec_send_frame(context.get(), frame.get()), kPictureNotEncoded);
     receive();
+}
+
+void VideoEncoder::repeat(int64_t time) {
+    const auto image = lastImage; // which `encode` may let go of
+    encode(image, time, slotDuration);
 }
 
 void VideoEncoder::giveRepeats() {

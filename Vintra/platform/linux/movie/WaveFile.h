@@ -20,6 +20,8 @@ public:
     static std::unique_ptr<WaveFile> create(const URL& url, const std::vector<AVOutputSettings>& tracks);
 
     void write(size_t track, const CMSampleBuffer& sample, CMTime sessionStart) override;
+    void extend(size_t, CMTime, CMTime) override {} // a sound doesn't stand
+    void keep() noexcept override { file.keep(); }
     void finish() override;
     void abandon() noexcept override;
 

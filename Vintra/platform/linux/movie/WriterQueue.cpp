@@ -41,10 +41,22 @@ bool WriterQueue::push(size_t input, const CMSampleBuffer& sample, int64_t cost)
         MutexLock lock(mutex);
         if (!ready(input)) return false;
         inputs[input].waiting += cost;
-        items.push_back({input, sample, cost});
+        items.push_back({.input = input, .sample = sample, .cost = cost});
     }
     changed.notify_one();
     return true;
+}
+
+void WriterQueue::extend(size_t input, CMTime to) {
+    {
+        MutexLock lock(mutex);
+        if (!sessionStart || closed || inputs[input].finished) return;
+        if (!items.empty() && items.back().input == input && items.back().standsUntil)
+            items.back().standsUntil = to;
+        else
+            items.push_back({.input = input, .sample = {}, .cost = 0, .standsUntil = to});
+    }
+    changed.notify_one();
 }
 
 void WriterQueue::finishInput(size_t input) {

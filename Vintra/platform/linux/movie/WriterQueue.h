@@ -21,6 +21,7 @@ public:
         size_t input = 0;
         CMSampleBuffer sample;
         int64_t cost = 0;
+        std::optional<CMTime> standsUntil{}; ///< instead of a sample: how far the one before stands
     };
 
     /// Before the session. An input is ready as long as the costs of its waiting samples are below the
@@ -36,6 +37,8 @@ public:
     bool isReady(size_t input) const;
     /// False, and nothing taken, if the input isn't ready.
     bool push(size_t input, const CMSampleBuffer& sample, int64_t cost);
+    /// Says how far the last sample of the input stands. Takes no room.
+    void extend(size_t input, CMTime to);
     void finishInput(size_t input);
 
     /// No more samples; those that wait are still handed out.
