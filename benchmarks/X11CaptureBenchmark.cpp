@@ -139,6 +139,7 @@ public:
         held.push_back(sample);
         if (held.size() > 3) held.pop_front();
     }
+    void stream(SCStream&, const SCMissedFrames&) override {}
 
 private:
     std::deque<CMSampleBuffer> held;

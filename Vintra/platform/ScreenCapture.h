@@ -84,12 +84,22 @@ enum class SCStreamOutputType { screen, audio };
 
 class SCStream;
 
+/// From `first` up to `end` there was something new to show, which the capture couldn't take: it had no memory
+/// free, or no time.
+struct SCMissedFrames {
+    CMTime first;
+    CMTime end;
+    bool operator==(const SCMissedFrames&) const = default;
+};
+
 /// Takes a stream's samples, on the queue given with it.
 class SCStreamOutput {
 public:
     virtual ~SCStreamOutput() = default;
     virtual void stream(SCStream& stream, const CMSampleBuffer& didOutputSampleBuffer,
                         SCStreamOutputType of) = 0;
+    /// Before the sample that follows, or before the completion of the stop if none does.
+    virtual void stream(SCStream& stream, const SCMissedFrames& didMissFrames) = 0;
 };
 
 /// Is told, on any thread and at most once, that a running stream has ended by itself.
@@ -101,8 +111,8 @@ public:
 
 /// A running capture of the screen. Frames come only when the picture has changed, the first one as soon as
 /// the capture runs, no closer together than the minimum frame interval, each stamped with the host time it
-/// shows. If the output falls behind by the queue depth, frames are left out at the source; the capture never
-/// waits. Main thread.
+/// shows. If the output falls behind by the queue depth, frames are left out at the source, which the output
+/// is told; the capture never waits. Main thread.
 class SCStream {
 public:
     virtual ~SCStream() = default;
@@ -111,8 +121,10 @@ public:
                                  std::shared_ptr<DispatchQueue> sampleHandlerQueue) = 0;
     /// The completion may come on any thread; it carries the error if there was one.
     virtual void startCapture(std::function<void(std::optional<SystemError>)> completion) = 0;
-    /// After the completion no further sample is queued.
+    /// After the completion no further sample is queued. It doesn't wait without end for a desktop that hangs.
     virtual void stopCapture(std::function<void(std::optional<SystemError>)> completion) = 0;
+    /// A sentence for the user if the end of what was captured is missing; after the stop's completion.
+    virtual std::optional<std::string> endNote() const = 0;
 };
 
 /// What can be captured of the screen. Main thread.

@@ -85,7 +85,7 @@ Task<> ScreenRecorderManager::stopRecording() {
         ending.seconds = platform.wallClock->now().secondsSince1970 - (*recordingStartDate)->secondsSince1970;
     }
     if (take->stream) {
-        co_await screenTrack->stop(take->stream);
+        ending.captureNote = co_await screenTrack->stop(take->stream);
         take->stream = nullptr;
     }
     co_await awaitSoundUnderWay(ending.stopTime);
@@ -194,6 +194,7 @@ void ScreenRecorderManager::observe(TakeEnding& ending) {
          .isSoundWithoutRealTime = platform.captureDevices->isSoundWithoutRealTime(),
          .volumeIsInternal = platform.fileManager->volumeIsInternal(outputFolder(folder.value_or("")))},
         ending.stopTime, *this);
+    ending.seen.captureNote = ending.captureNote;
     screenTrack->resetCounters();
     cameras->resetCounters(take->extraCameraRecordings);
     ending.take = take->files();

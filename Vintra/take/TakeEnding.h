@@ -31,6 +31,7 @@ struct TakeEnding {
     std::vector<std::string> failures; ///< a text for each file that couldn't be finished
     std::vector<Padding> paddings;
     TakeObservations seen;
+    std::optional<std::string> captureNote{};   ///< why the end of what was captured is missing
     std::optional<FrameAccount> screenFrames{}; ///< of a take with a screen
     std::vector<SavedFile> files{};      ///< those whose writers have finished them
     std::optional<TakeFiles> take;       ///< the tracks, as told to the timeline

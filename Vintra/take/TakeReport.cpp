@@ -74,6 +74,8 @@ TakeObservations observeTake(const TakeReportSources& sources, CMTime stopTime, 
     observeCameras(sources, cameras, stopTime, seen, status);
     seen.lastScreenFrameTime = sources.screenTrack.endLastFrameTime();
     seen.windowNote = windowSizeNote(sources.take.recordingWindowSize, sources.windowSize);
+    const auto sizeChange = sources.screenTrack.endPictureSize();
+    if (!sources.take.recordingWindowSize) seen.windowNote = displaySizeNote(sizeChange);
     seen.droppedScreenFrames = sources.screenTrack.lostFrames();
     seen.frameLossRemedy = frameLossRemedy(cameras, sources.take.videoInput.get(), sources.screenFrameRate);
     seen.volumeIsInternal = sources.volumeIsInternal;
@@ -91,6 +93,14 @@ std::optional<std::string> windowSizeNote(std::optional<CGSize> before, std::opt
     }
     return "The window changed size during recording (" + wholePoints(*before) + " → " + wholePoints(*after) +
            "). The video keeps the dimensions it started with, so the picture was scaled to fit.";
+}
+
+std::optional<std::string> displaySizeNote(const std::optional<PictureSizeWatch::Change>& change) {
+    if (!change) return std::nullopt;
+    return "The display changed its size during recording (" + wholePoints(change->before) + " → " +
+           wholePoints(change->after) +
+           "). The video keeps the dimensions it started with, so the picture was fitted into them, with black "
+           "beside it where the shapes differ.";
 }
 
 std::string frameLossRemedy(const std::vector<RecordingCamera>& cameras, const AVAssetWriterInput* videoInput,

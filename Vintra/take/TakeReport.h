@@ -41,4 +41,7 @@ std::string frameLossRemedy(const std::vector<RecordingCamera>& cameras, const A
 /// Told if a window is no longer of the size that its movie was made for. Sizes in points.
 std::optional<std::string> windowSizeNote(std::optional<CGSize> before, std::optional<CGSize> after);
 
+/// Told if what is recorded of a display is no longer of the size that its movie was made for.
+std::optional<std::string> displaySizeNote(const std::optional<PictureSizeWatch::Change>& change);
+
 } // namespace vintra

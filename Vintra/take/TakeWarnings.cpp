@@ -144,6 +144,7 @@ std::vector<std::string> takeWarnings(const TakeObservations& seen) {
     addMissingMedia(seen, warnings);
     if (!seen.pictureStalls.empty()) warnings.push_back(pictureStallWarning(seen.pictureStalls));
     if (seen.windowNote) warnings.push_back(*seen.windowNote);
+    if (seen.captureNote) warnings.push_back(*seen.captureNote);
     if (seen.timelineNote) warnings.push_back(*seen.timelineNote);
     addFlawedSound(seen, warnings);
     if (seen.droppedAudioBuffers >= 1) warnings.push_back(droppedAudioWarning(seen.droppedAudioBuffers));

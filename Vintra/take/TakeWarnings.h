@@ -28,7 +28,8 @@ struct TakeObservations {
     std::vector<std::string> extraCamerasWithoutVideo;
     /// A sentence for each camera whose picture stood still or stopped.
     std::vector<std::string> pictureStalls;
-    std::optional<std::string> windowNote;
+    std::optional<std::string> windowNote;   ///< the window, or the display, changed its size
+    std::optional<std::string> captureNote;  ///< what went wrong when the capture was to end
     std::optional<std::string> timelineNote; ///< why there is no timeline file
 
     std::optional<std::string> movedNote; ///< where files lie that were moved meanwhile

@@ -50,6 +50,8 @@ void TrackWriters::makeScreenRecordingWriter(RunningTake& take, const SCStreamCo
     const AVVideoSettings settings{.codec = hevc ? AVVideoCodecType::hevc : AVVideoCodecType::h264,
                                    .width = configuration.width,
                                    .height = configuration.height,
+                                   // A display or window that changes its shape in a take isn't stretched.
+                                   .scalingMode = AVVideoScalingMode::resizeAspect,
                                    .averageBitRate =
                                        screenBitRate(configuration.width, configuration.height, frameRate),
                                    .encoderSpeed = take.encoderPlan.speed(0)};

@@ -52,6 +52,7 @@ std::shared_ptr<SCStream> ScreenTrack::makeStream(const SCContentFilter& filter,
 
 void ScreenTrack::begin(CMTime commonStart) {
     screenDropTimeline->begin(commonStart);
+    pictureSize.begin();
 }
 
 void ScreenTrack::beginBeat(CMTime commonStart, const Movie& movie) {
@@ -92,9 +93,10 @@ void ScreenTrack::cancelStart() {
     if (const auto stream = startingStream.lock()) stream->stopCapture([](const auto&) {});
 }
 
-Task<> ScreenTrack::stop(std::shared_ptr<SCStream> stream) {
+Task<std::optional<std::string>> ScreenTrack::stop(std::shared_ptr<SCStream> stream) {
     const auto begin = [stream](auto done) { stream->stopCapture(done); };
     co_await awaitCompletion<std::optional<SystemError>>(*mainThread, begin);
+    co_return stream->endNote();
 }
 
 Task<ScreenBeat::Totals> ScreenTrack::finish(CMTime stopTime) {
@@ -128,7 +130,13 @@ void ScreenTrack::stream(SCStream&, const CMSampleBuffer& didOutputSampleBuffer,
     // the beat fills it.
     if (frameStatus(didOutputSampleBuffer) != static_cast<int64_t>(SCFrameStatus::complete)) return;
     if (!videoSink.get()) return;
+    if (const auto image = didOutputSampleBuffer.imageBuffer()) pictureSize.record(*image);
     screenBeat->frame(didOutputSampleBuffer);
+}
+
+void ScreenTrack::stream(SCStream&, const SCMissedFrames& didMissFrames) {
+    // Also when the sink is empty: what is missed up to the stop is told after it.
+    screenBeat->missed(didMissFrames.first, didMissFrames.end);
 }
 
 void ScreenTrack::stream(SCStream&, const SystemError& didStopWithError) {

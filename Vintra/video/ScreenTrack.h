@@ -11,6 +11,7 @@
 #include "Vintra/video/DropCounter.h"
 #include "Vintra/video/DropTimeline.h"
 #include "Vintra/video/LastFrameTime.h"
+#include "Vintra/video/PictureSizeWatch.h"
 #include "Vintra/video/ScreenBeat.h"
 
 #include <cstdint>
@@ -60,7 +61,8 @@ public:
     /// Ends a start that waits, as for the user's leave. Any other goes on.
     void cancelStart();
 
-    Task<> stop(std::shared_ptr<SCStream> stream);
+    /// Ends once the capture has, with a sentence if the end of what was captured is missing.
+    Task<std::optional<std::string>> stop(std::shared_ptr<SCStream> stream);
     void close();
     /// Of the frames, to be drained after `close`.
     const std::shared_ptr<DispatchQueue>& queue() const { return videoOutputQueue; }
@@ -78,9 +80,12 @@ public:
     std::vector<double> endDropTimes();
     /// The end of the sample written last; ends the record. Nothing if there was none.
     std::optional<CMTime> endLastFrameTime();
+    /// Whether what is captured has changed its size in the take; ends the record.
+    std::optional<PictureSizeWatch::Change> endPictureSize() { return pictureSize.take(); }
 
     void stream(SCStream& stream, const CMSampleBuffer& didOutputSampleBuffer,
                 SCStreamOutputType of) override;
+    void stream(SCStream& stream, const SCMissedFrames& didMissFrames) override;
     void stream(SCStream& stream, const SystemError& didStopWithError) override;
 
 private:
@@ -95,6 +100,7 @@ private:
     const std::shared_ptr<DropCounter> videoDrops;
     const std::shared_ptr<DropTimeline> screenDropTimeline;
     const std::shared_ptr<LastFrameTime> lastScreenFrameTime;
+    PictureSizeWatch pictureSize;
     std::weak_ptr<SCStream> startingStream; ///< set while its start is awaited
 };
 

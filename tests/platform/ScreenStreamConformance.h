@@ -40,6 +40,14 @@ public:
         samples_.push_back(sample);
         dropOld();
     }
+    void stream(SCStream&, const SCMissedFrames& didMissFrames) override {
+        MutexLock lock(mutex);
+        missed_.push_back(didMissFrames);
+    }
+    std::vector<SCMissedFrames> missed() const {
+        MutexLock lock(mutex);
+        return missed_;
+    }
     /// From now on only the newest samples are held, so that a stream never lacks buffers.
     void keepOnly(size_t newest) {
         MutexLock lock(mutex);
@@ -80,6 +88,7 @@ private:
 
     mutable Mutex mutex;
     size_t kept GUARDED_BY(mutex) = 1000;
+    std::vector<SCMissedFrames> missed_ GUARDED_BY(mutex);
     std::vector<CMSampleBuffer> samples_ GUARDED_BY(mutex);
 };
 

@@ -15,7 +15,7 @@ TEST_F(TrackWritersTest, theScreenMovieIsRec709AtTheRateForItsSize) {
     EXPECT_EQ(settings, (AVVideoSettings{.codec = AVVideoCodecType::h264,
                                          .width = 1920,
                                          .height = 1080,
-                                         .scalingMode = AVVideoScalingMode::fill,
+                                         .scalingMode = AVVideoScalingMode::resizeAspect,
                                          .color = {},
                                          .averageBitRate = 9'331'200}));
     EXPECT_TRUE(videoTrack()->expectsMediaDataInRealTime());

@@ -17,8 +17,9 @@ struct SimulatedFrame {
     std::optional<SCFrameStatus> status = SCFrameStatus::complete; ///< nothing: the attachment is missing
     bool hasAttachments = true;                                    ///< false: no dictionary at all
     bool hasImage = true;
-    bool hasTime = true; ///< false: an invalid presentation time
-    uint8_t shade = 0;   ///< of its picture
+    bool hasTime = true;   ///< false: an invalid presentation time
+    uint8_t shade = 0;     ///< of its picture
+    bool isMissed = false; ///< the capture couldn't take it
 };
 
 /// What a stream shows: the frame of an index from 0 on, in the order of their handing over; nothing ends it.

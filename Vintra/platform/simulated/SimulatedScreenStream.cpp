@@ -61,6 +61,7 @@ void SimulatedScreenStream::stopCapture(Completion completion) {
     std::optional<SystemError> error = script.stopError;
     if (state != State::running && !error) error = SystemError("simulated", 22, "The stream isn't running.");
     state = State::stopped;
+    tellMissed(hostTimeFromNanoseconds(services.time->nowNanoseconds()));
     services.time->afterSeconds(script.stopSeconds,
                                 [completion = std::move(completion), error] { completion(error); });
 }
@@ -105,10 +106,8 @@ void SimulatedScreenStream::scheduleFrame() {
 
 void SimulatedScreenStream::deliver(const SimulatedFrame& frame) {
     if (!queue) return;
-    if (underway >= configuration.queueDepth) {
-        ++leftOutFrames;
-        return;
-    }
+    if (frame.isMissed || underway >= configuration.queueDepth) return leaveOut(frame);
+    tellMissed(timeOf(frame));
     ++underway;
     ++deliveredFrames;
     queue->async([self = shared_from_this(), sample = makeSample(frame)] {
@@ -117,11 +116,27 @@ void SimulatedScreenStream::deliver(const SimulatedFrame& frame) {
     });
 }
 
+void SimulatedScreenStream::leaveOut(const SimulatedFrame& frame) {
+    ++leftOutFrames;
+    if (!missedSince && frame.hasTime) missedSince = timeOf(frame);
+}
+
+void SimulatedScreenStream::tellMissed(CMTime end) {
+    if (!missedSince) return;
+    queue->async([self = shared_from_this(), missed = SCMissedFrames{*missedSince, end}] {
+        if (const auto taker = self->output.lock()) taker->stream(*self, missed);
+    });
+    missedSince.reset();
+}
+
+CMTime SimulatedScreenStream::timeOf(const SimulatedFrame& frame) const {
+    return hostTimeFromNanoseconds(startNanoseconds + nanosecondsFromSeconds(frame.seconds));
+}
+
 CMSampleBuffer SimulatedScreenStream::makeSample(const SimulatedFrame& frame) const {
     CMSampleTimingInfo timing{configuration.minimumFrameInterval, kCMTimeInvalid, kCMTimeInvalid};
     if (frame.hasTime) {
-        timing.presentationTimeStamp =
-            hostTimeFromNanoseconds(startNanoseconds + nanosecondsFromSeconds(frame.seconds));
+        timing.presentationTimeStamp = timeOf(frame);
     }
     std::shared_ptr<CVPixelBuffer> image;
     if (frame.hasImage) {

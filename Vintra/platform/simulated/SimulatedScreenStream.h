@@ -19,6 +19,7 @@ struct SimulatedStreamScript {
     std::optional<SystemError> addOutputError;
     std::optional<SystemError> startError;
     std::optional<SystemError> stopError; ///< it stops all the same
+    std::optional<std::string> endNote;
     double startSeconds = 0.05;
     double stopSeconds = 0.02;
     SimulatedFrames frames = nullptr; ///< if not set, one a minimum frame interval
@@ -40,6 +41,7 @@ public:
                          std::shared_ptr<DispatchQueue> sampleHandlerQueue) override;
     void startCapture(std::function<void(std::optional<SystemError>)> completion) override;
     void stopCapture(std::function<void(std::optional<SystemError>)> completion) override;
+    std::optional<std::string> endNote() const override { return script.endNote; }
 
     /// Shows something new: a frame now, or when the minimum frame interval is over. For streams whose
     /// scripted frames end.
@@ -65,6 +67,10 @@ private:
     void begin(const Completion& completion);
     void scheduleFrame();
     void deliver(const SimulatedFrame& frame);
+    void leaveOut(const SimulatedFrame& frame);
+    /// Tells what was left out, up to `end`.
+    void tellMissed(CMTime end);
+    CMTime timeOf(const SimulatedFrame& frame) const;
     CMSampleBuffer makeSample(const SimulatedFrame& frame) const;
 
     Services services;
@@ -78,6 +84,7 @@ private:
     int64_t nextIndex = 0;
     int64_t latestFrame = 0; ///< when the last frame was due, in nanoseconds
     uint8_t latestShade = 0;
+    std::optional<CMTime> missedSince;
     int underway = 0; ///< frames queued and not yet taken
 };
 

@@ -1,6 +1,7 @@
 #include "Vintra/platform/linux/movie/LinuxAssetWriterInput.h"
 
 #include "Vintra/platform/linux/movie/SoundConverter.h"
+#include "Vintra/platform/linux/runtime/PicturesOnTheirWay.h"
 
 #include <algorithm>
 #include <optional>
@@ -9,10 +10,6 @@
 namespace vintra {
 namespace {
 
-// Pictures that may wait: enough to ride out a key frame or a busy moment, at most 64 MB of screen.
-constexpr int64_t kMostWaitingPictures = 8;
-constexpr int64_t kFewestWaitingPictures = 2;
-constexpr int64_t kMostWaitingPictureBytes = 64 << 20;
 // Sound that may wait: 2 s are 768 KB of stereo.
 constexpr int64_t kMostWaitingSound = 2'000'000; // microseconds
 
@@ -34,8 +31,7 @@ void LinuxAssetWriterInput::attach(std::shared_ptr<WriterQueue> to) {
 int64_t LinuxAssetWriterInput::capacity() const {
     const auto* video = std::get_if<AVVideoSettings>(&settings);
     if (video == nullptr) return kMostWaitingSound;
-    const int64_t bytes = std::max<int64_t>(1, int64_t{4} * video->width * video->height);
-    return std::clamp(kMostWaitingPictureBytes / bytes, kFewestWaitingPictures, kMostWaitingPictures);
+    return mostWaitingPictures(video->width, video->height);
 }
 
 int64_t LinuxAssetWriterInput::cost(const CMSampleBuffer& sample) const {

@@ -40,6 +40,15 @@ void LinuxScreenStream::startCapture(std::function<void(std::optional<SystemErro
             });
         }
     };
+    outlets.onMissed = [weakStream, to = outputs](const SCMissedFrames& missed) {
+        for (const Output& each : to) {
+            each.queue->async([weakStream, output = each.output, missed] {
+                const auto stream = weakStream.lock();
+                const auto receiver = output.lock();
+                if (stream && receiver) receiver->stream(*stream, missed);
+            });
+        }
+    };
     outlets.onFailure = [weakStream, weakDelegate = delegate](const SystemError& error) {
         const auto stream = weakStream.lock();
         const auto told = weakDelegate.lock();
@@ -61,6 +70,11 @@ void LinuxScreenStream::stopCapture(std::function<void(std::optional<SystemError
     } else {
         completion(std::nullopt);
     }
+}
+
+std::optional<std::string> LinuxScreenStream::endNote() const {
+    const auto problem = capture ? capture->problemAtTheEnd() : std::nullopt;
+    return problem ? std::optional(problem->localizedDescription()) : std::nullopt;
 }
 
 uint64_t LinuxScreenStream::wakeUps() const {

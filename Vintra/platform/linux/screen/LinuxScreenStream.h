@@ -24,6 +24,8 @@ public:
     void startCapture(std::function<void(std::optional<SystemError>)> completion) override;
     void stopCapture(std::function<void(std::optional<SystemError>)> completion) override;
 
+    std::optional<std::string> endNote() const override;
+
     /// Counts of the newest capture: its thread's wake-ups, the frames it sent, and the frames it left out.
     uint64_t wakeUps() const;
     uint64_t framesSent() const;

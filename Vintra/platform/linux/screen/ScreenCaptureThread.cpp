@@ -3,6 +3,7 @@
 #include "Vintra/platform/linux/runtime/AllSignalsBlocked.h"
 #include "Vintra/platform/linux/runtime/LinuxHostClock.h"
 
+#include <algorithm>
 #include <pthread.h>
 #include <utility>
 
@@ -42,6 +43,7 @@ void ScreenCaptureThread::stop(Completion completion) {
         }
     }
     wakeUp->set();
+    hurry();
     if (completion) completion(std::nullopt);
 }
 
@@ -81,6 +83,7 @@ void ScreenCaptureThread::run(const Completion& started) {
     if (isOpen) {
         started(std::nullopt);
         failure = captureUntilStopped();
+        tellMissed(monotonicNanoseconds());
     }
     close();
 
@@ -98,7 +101,20 @@ void ScreenCaptureThread::run(const Completion& started) {
         completion(std::nullopt);
 }
 
+void ScreenCaptureThread::noteDue(int64_t nanoseconds) {
+    if (!dueSince || nanoseconds < *dueSince) dueSince = nanoseconds;
+}
+
+void ScreenCaptureThread::tellMissed(int64_t end) {
+    if (!dueSince) return;
+    const int64_t first = *dueSince;
+    dueSince.reset();
+    if (end - first < std::max<int64_t>(interval, 1)) return;
+    outlets.onMissed({hostTimeFromNanoseconds(first), hostTimeFromNanoseconds(end)});
+}
+
 void ScreenCaptureThread::send(std::shared_ptr<CVPixelBuffer> picture, int64_t stampNanoseconds) {
+    tellMissed(stampNanoseconds);
     ++frames;
     const CMSampleTimingInfo timing{kCMTimeInvalid, hostTimeFromNanoseconds(stampNanoseconds),
                                     kCMTimeInvalid};

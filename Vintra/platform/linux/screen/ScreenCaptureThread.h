@@ -25,6 +25,7 @@ public:
 
     struct Outlets {
         std::function<void(const CMSampleBuffer&)> onFrame;
+        std::function<void(const SCMissedFrames&)> onMissed;
         std::function<void(const SystemError&)> onFailure; ///< at most once, after the last frame
     };
     struct Counts {
@@ -44,6 +45,8 @@ public:
     /// Stops and waits for the thread. The last call; on any thread, its own too.
     void end();
     bool hasEnded() const;
+    /// What went wrong with a capture that was stopped, once it has ended. Any thread.
+    virtual std::optional<SystemError> problemAtTheEnd() const = 0;
     /// Any thread.
     Counts counts() const;
 
@@ -55,8 +58,17 @@ protected:
     virtual void close() = 0;
     /// Returns when `isStopping`, or with what ended the capture.
     virtual std::optional<SystemError> captureUntilStopped() = 0;
+    /// Bounds what the capture's thread may be waiting for: it is to stop. On any thread, any number of times.
+    virtual void hurry() = 0;
 
     void send(std::shared_ptr<CVPixelBuffer> picture, int64_t stampNanoseconds);
+    /// Something new was to be taken from that time on, in nanoseconds, and wasn't, since there was no memory or
+    /// no time; a time noted before stands.
+    void noteDue(int64_t nanoseconds);
+    /// There was nothing new after all.
+    void forgetDue() { dueSince.reset(); }
+    /// Tells what was missed up to `end`, if that is as long as an interval: less is no frame.
+    void tellMissed(int64_t end);
     bool isStopping() const;
 
     const int64_t interval; ///< nanoseconds, between two frames at the least
@@ -70,6 +82,7 @@ private:
     const Outlets outlets;
     std::thread thread; ///< the main thread's
     std::atomic<uint64_t> frames{0};
+    std::optional<int64_t> dueSince; ///< the capture's thread's
 
     mutable Mutex mutex;
     bool stopping GUARDED_BY(mutex) = false;

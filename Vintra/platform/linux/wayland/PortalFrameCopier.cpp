@@ -1,5 +1,7 @@
 #include "Vintra/platform/linux/wayland/PortalFrameCopier.h"
 
+#include "Vintra/platform/linux/runtime/PicturesOnTheirWay.h"
+
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -41,8 +43,9 @@ bool PortalFrameCopier::adoptArea(const PortalFrame& frame) {
     if (pool && now == area) return false;
     if (!pool || now.width != area.width || now.height != area.height) {
         pool = std::make_shared<PortalPicturePool>(
-            PicturePool::Shape{
-                .width = now.width, .height = now.height, .limit = std::max<size_t>(settings.queueDepth, 1)},
+            PicturePool::Shape{.width = now.width,
+                               .height = now.height,
+                               .limit = picturesOfACapture(now.width, now.height, settings.queueDepth)},
             settings.onFree);
     }
     area = now;

@@ -17,7 +17,7 @@ public:
     struct Settings {
         std::optional<CGRect> sourceRect; ///< points of the display; nothing for all of it
         double displayWidth = 0;          ///< of the display, points; 0 if there is no display
-        size_t queueDepth = 8;
+        int queueDepth = 8;
         std::shared_ptr<WakeUp> onFree; ///< set when a picture comes back after `copy` found none
     };
     explicit PortalFrameCopier(Settings settings);

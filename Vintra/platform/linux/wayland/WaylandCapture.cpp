@@ -15,6 +15,8 @@ namespace {
 constexpr int32_t kSecond = 1'000'000'000; // nanoseconds
 /// From the user's answer to a stream that runs.
 constexpr int64_t kStartPatience = 10LL * kSecond;
+/// A frame that comes later than this, or than two slots, would find its slot filled: it shows now.
+constexpr int64_t kLongestDelay = kSecond / 1000 * 80;
 
 } // namespace
 
@@ -77,7 +79,7 @@ void WaylandCapture::connect(PortalScreenCast::Stream granted, double displayWid
     copier = std::make_unique<PortalFrameCopier>(
         PortalFrameCopier::Settings{.sourceRect = displayWidth > 0 ? configuration.sourceRect : std::nullopt,
                                     .displayWidth = displayWidth,
-                                    .queueDepth = static_cast<size_t>(std::max(configuration.queueDepth, 1)),
+                                    .queueDepth = configuration.queueDepth,
                                     .onFree = wakeUp});
     stream = std::make_unique<PortalVideoStream>(
         std::move(granted.remote), granted.node,
@@ -140,11 +142,26 @@ std::optional<SystemError> WaylandCapture::captureUntilStopped() {
 }
 
 bool WaylandCapture::tookNotice(const PortalFrame& frame) {
+    const uint64_t step = frame.sequence && lastSequence && *frame.sequence > *lastSequence
+                              ? *frame.sequence - *lastSequence
+                              : 1;
+    lastSequence = frame.sequence;
     if (!copier->look(frame)) return false;
     // A time that isn't of this clock, or of the picture before the capture, is no use.
     const int64_t now = monotonicNanoseconds();
     const int64_t told = frame.nanoseconds.value_or(now);
-    shownAt = told <= now && told > now - kSecond ? std::max(told, begin) : now;
+    shownAt = told <= now && (told > now - kSecond || (lastShownAt > 0 && told >= lastShownAt))
+                  ? std::max(told, begin)
+                  : now;
+    // The desktop numbers its frames: those that are missing between two lay evenly between them.
+    const int64_t passed = shownAt - lastShownAt;
+    if (step > 1 && lastShownAt > 0 && passed > 0)
+        noteDue(lastShownAt + passed / static_cast<int64_t>(std::min<uint64_t>(step, 1'000'000)));
+    lastShownAt = shownAt;
+    if (now - shownAt > std::max(2 * interval, kLongestDelay)) {
+        noteDue(shownAt);
+        shownAt = now;
+    }
     return true;
 }
 
@@ -152,6 +169,7 @@ void WaylandCapture::deliver() {
     const auto picture = copier->copy(*stream->frame());
     if (!picture) {
         waitsForPicture = true;
+        noteDue(std::max(shownAt, earliestNext));
         ++leftOut;
         return;
     }

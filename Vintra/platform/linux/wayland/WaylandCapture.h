@@ -31,8 +31,11 @@ public:
         SCStreamConfiguration configuration;
     };
     WaylandCapture(Settings settings, Outlets outlets);
+    std::optional<SystemError> problemAtTheEnd() const override { return std::nullopt; }
 
 private:
+    void hurry() override {} // it sleeps where it can be woken, and waits for no answer
+
     // On the capture's thread.
     void open() override;
     void close() override;
@@ -52,9 +55,11 @@ private:
     std::unique_ptr<PortalScreenCast> session;
     std::unique_ptr<PortalFrameCopier> copier;
     std::unique_ptr<PortalVideoStream> stream;
-    int64_t begin = 0;        ///< nanoseconds of the monotonic clock, as all that follow
-    int64_t shownAt = 0;      ///< when the stream's kept frame was shown
-    int64_t earliestNext = 0; ///< when the next frame may be sent
+    int64_t begin = 0;                    ///< nanoseconds of the monotonic clock, as all that follow
+    int64_t shownAt = 0;                  ///< when the stream's kept frame was shown
+    int64_t earliestNext = 0;             ///< when the next frame may be sent
+    int64_t lastShownAt = 0;              ///< of the last frame that showed something new
+    std::optional<uint64_t> lastSequence; ///< its number
     bool waitsForPicture = false;
 };
 

@@ -1,6 +1,7 @@
 #include "Vintra/platform/linux/x11/X11Capture.h"
 
 #include "Vintra/platform/linux/runtime/LinuxHostClock.h"
+#include "Vintra/platform/linux/runtime/PicturesOnTheirWay.h"
 
 #include <algorithm>
 #include <poll.h>
@@ -10,6 +11,9 @@ namespace vintra {
 namespace {
 
 constexpr int32_t kSecond = 1'000'000'000; // nanoseconds
+/// For the server's answers when a capture begins, and for those under way when it ends.
+constexpr int64_t kOpeningPatience = 5LL * kSecond;
+constexpr int64_t kLastPatience = 2LL * kSecond;
 
 } // namespace
 
@@ -19,13 +23,44 @@ X11Capture::X11Capture(Settings settings, Outlets outlets)
 
 void X11Capture::open() {
     display = X11Display::open(settings.displayName);
+    {
+        MutexLock lock(connectionMutex);
+        connection = ConnectionNumber(display->get());
+    }
+    limitConnection(kOpeningPatience);
     source = makePictureSource(*display, settings.subject, settings.configuration.sourceRect);
     damage = std::make_unique<X11DamageWatch>(*display, source->watched());
     if (settings.configuration.showsCursor) cursor.watch(*display);
     makePool();
+    MutexLock lock(connectionMutex);
+    if (!isStopping()) patience.reset();
+}
+
+/// Once: the time that was set first counts.
+void X11Capture::limitConnection(int64_t nanoseconds) {
+    MutexLock lock(connectionMutex);
+    if (connection >= 0 && !patience) patience = std::make_unique<X11Patience>(connection, nanoseconds);
+}
+
+void X11Capture::hurry() {
+    limitConnection(kLastPatience);
+}
+
+/// A server that hung when the capture was to end: what it showed last isn't in the movie.
+std::optional<SystemError> X11Capture::problemAtTheEnd() const {
+    MutexLock lock(connectionMutex);
+    if (!patience || !patience->isOver()) return std::nullopt;
+    return SystemError("x11", 19,
+                       "The X server no longer answered when the recording ended: the movie of the screen "
+                       "holds the last picture that it gave.");
 }
 
 void X11Capture::close() {
+    limitConnection(kLastPatience);
+    {
+        MutexLock lock(connectionMutex);
+        connection = -1;
+    }
     if (pool) pool->detach(*display);
     pool.reset();
     damage.reset();
@@ -54,11 +89,13 @@ std::optional<SystemError> X11Capture::adoptDesktop() {
 void X11Capture::makePool() {
     if (pool) pool->detach(*display);
     const X11PicturePlace& place = source->place();
-    const int limit = std::max(settings.configuration.queueDepth, 1);
-    pool = std::make_shared<X11PicturePool>(PicturePool::Shape{.width = place.watched.width,
-                                                               .height = place.watched.height,
-                                                               .limit = static_cast<size_t>(limit)},
-                                            place.depth, wakeUp);
+    const PixelRect& area = place.watched;
+    pool = std::make_shared<X11PicturePool>(
+        PicturePool::Shape{
+            .width = area.width,
+            .height = area.height,
+            .limit = picturesOfACapture(area.width, area.height, settings.configuration.queueDepth)},
+        place.depth, wakeUp);
     owesFrame = true;
 }
 
@@ -98,16 +135,31 @@ bool X11Capture::hasBeenGone() {
     return now >= *goneUntil;
 }
 
+/// When what is pending was drawn. The server stamps it by a clock of milliseconds, which is the monotonic one
+/// where it runs on this machine; any other is of no use.
+int64_t X11Capture::drawnAt(int64_t now) const {
+    constexpr int64_t kMillisecond = 1'000'000; // nanoseconds
+    constexpr int64_t kCoarseness = 20 * kMillisecond;
+    const auto age = static_cast<int32_t>(static_cast<uint32_t>(now / kMillisecond) - damage->pendingSince());
+    const int64_t drawn = now - int64_t{age} * kMillisecond;
+    const bool isOfThisClock = drawn <= now + kCoarseness && drawn >= lastTaken - kCoarseness;
+    return isOfThisClock ? std::clamp(drawn, lastTaken, now) : now;
+}
+
 std::optional<SystemError> X11Capture::look(int64_t now) {
+    if (damage->isPending() && lastTaken > 0) noteDue(std::max(earliestLook, drawnAt(now)));
     PicturePool::Picture* const picture = pool->acquire(*display);
     if (!picture) {
         if (pool->isEmpty()) return SystemError("x11", 7, "There is too little memory to record the screen.");
+        noteDue(now);
         ++leftOut;
         sleep(false, std::nullopt);
         return std::nullopt;
     }
     const bool isChanged = takeChanges();
+    lastTaken = now;
     if (!source->isShown() || (!isChanged && !owesFrame)) {
+        forgetDue();
         earliestLook = now + interval; // changes elsewhere on the desktop cost no more than one look a slot
         return std::nullopt;
     }

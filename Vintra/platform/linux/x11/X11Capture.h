@@ -5,6 +5,7 @@
 #include "Vintra/platform/linux/x11/X11CursorImage.h"
 #include "Vintra/platform/linux/x11/X11DamageWatch.h"
 #include "Vintra/platform/linux/x11/X11Display.h"
+#include "Vintra/platform/linux/x11/X11Patience.h"
 #include "Vintra/platform/linux/x11/X11PicturePool.h"
 #include "Vintra/platform/linux/x11/X11PictureSource.h"
 
@@ -22,7 +23,8 @@ namespace vintra {
 /// server tells of damage, of the pointer or of the desktop. It then takes all the damage there is and reads
 /// just that, the damage first, so that nothing drawn meanwhile goes untold. Until the minimum interval has
 /// gone by it doesn't listen, so what happens in it is one wake-up. If every picture is still out it leaves
-/// the frame out and sleeps until one comes back. Rejected: looking at fixed times, which costs the same for
+/// the frame out and sleeps until one comes back. What it could not take in time, by when the server says that
+/// it was drawn, it tells. Rejected: looking at fixed times, which costs the same for
 /// a still screen as for a busy one.
 ///
 /// Made and let go on the main thread; the functions given to it are called on its own.
@@ -34,16 +36,21 @@ public:
         SCStreamConfiguration configuration;
     };
     X11Capture(Settings settings, Outlets outlets);
+    std::optional<SystemError> problemAtTheEnd() const override;
 
 private:
+    void hurry() override; // any thread
+
     // On the capture's thread.
     void open() override;
     void close() override;
     std::optional<SystemError> captureUntilStopped() override;
+    void limitConnection(int64_t nanoseconds) EXCLUDES(connectionMutex);
     std::optional<SystemError> look(int64_t now);
     std::optional<SystemError> adoptDesktop();
     void makePool();
     bool hasBeenGone();
+    int64_t drawnAt(int64_t now) const;
     std::optional<SystemError> readingFailed(int64_t now);
     bool takeChanges();
     bool pointerHasChanged();
@@ -63,9 +70,14 @@ private:
     std::shared_ptr<X11PicturePool> pool;
     bool owesFrame = true;            ///< the next look sends a frame even if nothing changed
     int64_t earliestLook = 0;         ///< nanoseconds of the monotonic clock
+    int64_t lastTaken = 0;            ///< when the damage was taken last, likewise; 0 before that
     bool sleptForLook = false;        ///< something had changed before `earliestLook`
     int refusedReads = 0;             ///< reads in a row that the server refused
     std::optional<int64_t> goneUntil; ///< when to give up; set while the display or window isn't there
+
+    mutable Mutex connectionMutex;
+    int connection GUARDED_BY(connectionMutex) = -1;                   ///< its descriptor while it is open
+    std::unique_ptr<X11Patience> patience GUARDED_BY(connectionMutex); ///< while the server's time is limited
 };
 
 } // namespace vintra

@@ -32,7 +32,9 @@ X11DamageWatch::X11DamageWatch(X11Display& display, Drawable drawable) {
 }
 
 void X11DamageWatch::handle(const XEvent& event) {
-    if (event.type == damageEvent) pending = true;
+    if (event.type != damageEvent || pending) return;
+    pending = true;
+    since = static_cast<uint32_t>(reinterpret_cast<const XDamageNotifyEvent&>(event).timestamp);
 }
 
 std::vector<PixelRect> X11DamageWatch::take(X11Display& display) {

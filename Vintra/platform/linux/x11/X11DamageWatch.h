@@ -5,6 +5,7 @@
 
 #include <X11/extensions/Xfixes.h>
 
+#include <cstdint>
 #include <vector>
 
 namespace vintra {
@@ -19,6 +20,8 @@ public:
     /// Notes what an event says; ignores other events.
     void handle(const XEvent& event);
     bool isPending() const { return pending; }
+    /// When the first of what is pending was drawn: milliseconds of the server's clock.
+    uint32_t pendingSince() const { return since; }
     /// What was drawn since the last call, in the drawable's pixels. Later drawing makes a new event, so pixels that
     /// are read after this call are at least as new as its result.
     std::vector<PixelRect> take(X11Display& display);
@@ -28,6 +31,7 @@ private:
     XID damage = 0;
     XserverRegion parts = 0;
     bool pending = false;
+    uint32_t since = 0;
 };
 
 } // namespace vintra

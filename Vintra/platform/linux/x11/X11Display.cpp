@@ -1,9 +1,14 @@
 #include "Vintra/platform/linux/x11/X11Display.h"
 
 #include "Vintra/platform/Mutex.h"
+#include "Vintra/platform/linux/runtime/AllSignalsBlocked.h"
 
+#include <chrono>
+#include <condition_variable>
 #include <map>
 #include <mutex>
+#include <system_error>
+#include <thread>
 
 namespace vintra {
 namespace {
@@ -41,6 +46,43 @@ SystemError noDisplay(const std::string& name) {
                 "\" can't be reached. Check that DISPLAY names a running X server that lets you in."};
 }
 
+/// A connection that is being made, shared with the thread that makes it: Xlib waits without end for a server
+/// that takes connections and then says nothing.
+struct Opening {
+    Mutex mutex;
+    std::condition_variable_any changed;
+    ::Display* opened GUARDED_BY(mutex) = nullptr;
+    bool isDone GUARDED_BY(mutex) = false;
+    bool isAbandoned GUARDED_BY(mutex) = false;
+};
+
+::Display* openInTime(const std::string& name) {
+    const auto opening = std::make_shared<Opening>();
+    const AllSignalsBlocked inheritedByTheThread;
+    try {
+        std::thread([opening, name] {
+            ::Display* const opened = XOpenDisplay(name.empty() ? nullptr : name.c_str());
+            MutexLock lock(opening->mutex);
+            if (opening->isAbandoned && opened) XCloseDisplay(opened);
+            opening->opened = opened;
+            opening->isDone = true;
+            opening->changed.notify_all();
+        }).detach();
+    } catch (const std::system_error& error) {
+        throw SystemError("posix", error.code().value(),
+                          "The X display can't be opened: the system has no thread to spare.");
+    }
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::nanoseconds(X11Display::kPatience);
+    MutexLock lock(opening->mutex);
+    while (!opening->isDone) {
+        if (opening->changed.wait_until(lock, limit) == std::cv_status::timeout && !opening->isDone) {
+            opening->isAbandoned = true;
+            throw X11Display::noAnswer();
+        }
+    }
+    return opening->opened;
+}
+
 } // namespace
 
 int X11Display::handleError(::Display* display, XErrorEvent* event) {
@@ -75,7 +117,7 @@ std::unique_ptr<X11Display> X11Display::open(const std::string& name) {
         handlers().otherErrors = XSetErrorHandler(&X11Display::handleError);
         handlers().otherLostServers = XSetIOErrorHandler(&X11Display::handleLostServer);
     });
-    ::Display* const opened = XOpenDisplay(name.empty() ? nullptr : name.c_str());
+    ::Display* const opened = openInTime(name);
     if (!opened) throw noDisplay(name);
     return std::unique_ptr<X11Display>(new X11Display(opened));
 }
@@ -91,6 +133,11 @@ X11Display::~X11Display() {
 bool X11Display::failed() {
     if (!dead) XSync(display, False);
     return hasError();
+}
+
+SystemError X11Display::noAnswer() {
+    return {"x11", 18,
+            "The X server doesn't answer: the desktop hangs. Try again once it reacts, or log in again."};
 }
 
 SystemError X11Display::serverGone() {

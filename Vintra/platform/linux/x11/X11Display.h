@@ -14,7 +14,11 @@ namespace vintra {
 /// whoever opened it; one thread at a time.
 class X11Display {
 public:
-    /// An empty name stands for the DISPLAY of the environment. Throws `SystemError` with the domain "x11".
+    /// How long a server may take for a connection, and for the requests of one that is needed for a moment.
+    static constexpr int64_t kPatience = 3'000'000'000; // nanoseconds
+
+    /// An empty name stands for the DISPLAY of the environment. Throws `SystemError` with the domain "x11", also
+    /// if the server doesn't answer in time.
     static std::unique_ptr<X11Display> open(const std::string& name);
     ~X11Display();
     X11Display(const X11Display&) = delete;
@@ -33,6 +37,8 @@ public:
 
     /// The error to report for a server that can't be reached or has ended.
     static SystemError serverGone();
+    /// The error to report for one that doesn't answer.
+    static SystemError noAnswer();
 
 private:
     explicit X11Display(::Display* opened);

@@ -3,9 +3,11 @@
 #include "Vintra/platform/linux/screen/LinuxScreenStream.h"
 #include "Vintra/platform/linux/x11/X11Capture.h"
 #include "Vintra/platform/linux/x11/X11Monitors.h"
+#include "Vintra/platform/linux/x11/X11Patience.h"
 #include "Vintra/platform/linux/x11/X11Windows.h"
 
 #include <functional>
+#include <optional>
 #include <utility>
 
 namespace vintra {
@@ -17,7 +19,10 @@ void X11ScreenCapture::getShareableContent(bool excludingDesktopWindows, bool on
                                            std::function<void(Content)> completion) {
     Content result;
     try {
+        // In this order: closing the connection asks the server too.
+        std::optional<X11Patience> patience;
         const auto display = X11Display::open(displayName);
+        patience.emplace(*display, X11Display::kPatience);
         const double scale = readScale(*display);
         for (const X11Monitor& monitor : readMonitors(*display)) {
             result.content.displays.push_back({monitor.displayID,
@@ -33,7 +38,7 @@ void X11ScreenCapture::getShareableContent(bool excludingDesktopWindows, bool on
             result.content.windows.push_back({static_cast<uint32_t>(window.id), pointsOf(window.frame, scale),
                                               readTitle(*display, window.id)});
         }
-        if (display->isDead()) throw X11Display::serverGone();
+        if (display->isDead()) throw patience->isOver() ? X11Display::noAnswer() : X11Display::serverGone();
     } catch (const SystemError& error) {
         result = {{}, error};
     }

@@ -2,19 +2,29 @@
 
 #include "Vintra/platform/linux/runtime/AllSignalsBlocked.h"
 #include "Vintra/platform/linux/x11/X11Monitors.h"
+#include "Vintra/platform/linux/x11/X11Patience.h"
 
 #include <X11/Xatom.h>
 #include <X11/extensions/Xrandr.h>
 
+#include <fcntl.h>
 #include <poll.h>
 #include <system_error>
 #include <utility>
 
 namespace vintra {
+namespace {
+
+/// For the requests that are under way at the end.
+constexpr int64_t kLastPatience = 1'000'000'000; // nanoseconds
+
+} // namespace
 
 X11ScreenWatch::X11ScreenWatch(const std::string& displayName, std::function<void()> onChange)
     : onChange(std::move(onChange))
-    , display(X11Display::open(displayName)) {
+    , display(X11Display::open(displayName))
+    , connection(::fcntl(ConnectionNumber(display->get()), F_DUPFD_CLOEXEC, 0)) {
+    const X11Patience patience(*display, X11Display::kPatience);
     int errorBase = 0;
     if (XRRQueryExtension(display->get(), &randrEvents, &errorBase)) {
         XRRSelectInput(display->get(), display->root(),
@@ -40,6 +50,7 @@ X11ScreenWatch::X11ScreenWatch(const std::string& displayName, std::function<voi
 X11ScreenWatch::~X11ScreenWatch() {
     stopping = true;
     wakeUp.set();
+    const X11Patience patience(connection.get(), kLastPatience);
     thread.join();
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Vintra/platform/Screens.h"
+#include "Vintra/platform/linux/runtime/FileDescriptor.h"
 #include "Vintra/platform/linux/runtime/WakeUp.h"
 #include "Vintra/platform/linux/x11/X11Display.h"
 
@@ -32,6 +33,7 @@ private:
     WakeUp wakeUp;
     std::atomic<bool> stopping = false;
     std::unique_ptr<X11Display> display; ///< the watch's thread, once that runs
+    const FileDescriptor connection;     ///< the same, for the end
     int randrEvents = -1;                ///< number of RandR's first event; -1 if the server hasn't RandR
     std::vector<NSScreen> known;
     std::thread thread;

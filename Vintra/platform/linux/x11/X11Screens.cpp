@@ -1,9 +1,11 @@
 #include "Vintra/platform/linux/x11/X11Screens.h"
 
 #include "Vintra/platform/linux/x11/X11Monitors.h"
+#include "Vintra/platform/linux/x11/X11Patience.h"
 #include "Vintra/platform/linux/x11/X11ScreenWatch.h"
 
 #include <functional>
+#include <optional>
 #include <utility>
 
 namespace vintra {
@@ -16,7 +18,10 @@ X11Screens::~X11Screens() = default;
 
 std::vector<NSScreen> X11Screens::screens() const {
     try {
-        return readScreens(*X11Display::open(displayName));
+        std::optional<X11Patience> patience; // outlives the connection: closing it asks the server too
+        const auto display = X11Display::open(displayName);
+        patience.emplace(*display, X11Display::kPatience);
+        return readScreens(*display);
     } catch (const SystemError&) {
         return {}; // no desktop, no screens
     }

@@ -1,6 +1,7 @@
 #include "Vintra/platform/linux/x11/X11WindowList.h"
 
 #include "Vintra/platform/linux/x11/X11Monitors.h"
+#include "Vintra/platform/linux/x11/X11Patience.h"
 #include "Vintra/platform/linux/x11/X11Windows.h"
 
 #include <optional>
@@ -58,6 +59,7 @@ std::vector<CGWindowInfo> X11WindowList::onScreenWindowsExcludingDesktopElements
     std::vector<CGWindowInfo> list;
     X11Display* const server = connection();
     if (!server) return list;
+    const X11Patience patience(*server, X11Display::kPatience);
     const double scale = readScale(*server);
     for (const X11Window& window : readWindows(*server)) {
         if (!window.isOnScreen || window.kind == X11Window::Kind::desktop) continue;
@@ -70,6 +72,7 @@ std::vector<CGWindowInfo> X11WindowList::onScreenWindowsExcludingDesktopElements
 std::optional<CGWindowInfo> X11WindowList::window(uint32_t number) const {
     X11Display* const server = connection();
     if (!server) return std::nullopt;
+    const X11Patience patience(*server, X11Display::kPatience);
     const auto found = readWindow(*server, number);
     if (!found) return std::nullopt;
     CGWindowInfo info = infoOf(*server, *found, readScale(*server));
