@@ -119,6 +119,24 @@ TEST_F(LinuxAssetWriterFailureTest, aFolderThatCannotBeWrittenIsNamed) {
     EXPECT_EQ(result, 0);
 }
 
+TEST_F(LinuxAssetWriterFailureTest, aStartThatFailsAfterItsFileWasMadeLeavesNone) {
+    const int result = inChild([&] {
+        std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit none{0, 0};
+        if (::setrlimit(RLIMIT_FSIZE, &none) != 0) ::_exit(9);
+        for (const auto& [name, type] :
+             {std::pair{"a.mov", AVFileType::quickTimeMovie}, {"a.wav", AVFileType::wave}}) {
+            const auto writer = makers.makeWriter(folder.file(name), type);
+            writer->add(type == AVFileType::wave ? makers.makeInput(pcm(1), true)
+                                                 : makers.makeInput(pictures(64, 48), true));
+            if (writer->startWriting()) ::_exit(type == AVFileType::wave ? 1 : 2);
+        }
+    });
+    EXPECT_EQ(result, 0);
+    EXPECT_FALSE(std::filesystem::exists(folder.file("a.mov").path()));
+    EXPECT_FALSE(std::filesystem::exists(folder.file("a.wav").path()));
+}
+
 /// In a child, with files limited to a size: what a disk that becomes full does.
 class FullDiskTest : public LinuxAssetWriterFailureTest {
 protected:

@@ -1,8 +1,20 @@
 #include "tests/platform/linux/x11/X11ScreenFixture.h"
+#include "tests/support/ChildProcess.h"
 
+#include <atomic>
+#include <csignal>
 #include <random>
+#include <thread>
+#include <unistd.h>
 
 namespace vintra {
+namespace {
+
+/// The pictures a capture has beside those on their way to the output: eight that may wait for the encoder, and
+/// five that are in use.
+constexpr size_t kBeyondTheQueue = 8 + 5;
+
+} // namespace
 
 using X11ScreenStreamTest = X11ScreenFixture;
 
@@ -101,9 +113,12 @@ TEST_F(X11ScreenStreamTest, framesAreLeftOutWhileEveryPictureIsHeldAndTheLastPic
         clock.sleep(2000);
     }
     EXPECT_EQ(stream->framesLeftOut(), 1u);
-    EXPECT_EQ(stream->framesSent(), 3u);
+    const size_t pictures = 3 + kBeyondTheQueue;
+    EXPECT_EQ(stream->framesSent(), pictures);
     queue->sync([] {});
-    EXPECT_EQ(collector->samples().size(), 3u);
+    EXPECT_EQ(collector->samples().size(), pictures);
+    const CMTime newest = collector->samples().back().presentationTimeStamp();
+    clock.sleep(200'000);
     const uint64_t wakeUps = stream->wakeUps();
     for (int i = 0; i < 100; ++i)
         painter.fill(0, 0, 640, 480, ++colour);
@@ -112,6 +127,87 @@ TEST_F(X11ScreenStreamTest, framesAreLeftOutWhileEveryPictureIsHeldAndTheLastPic
     EXPECT_TRUE(waitForColour(320, 240, colour));
     EXPECT_EQ(collector->samples().size(), 1u);
     stop(*stream);
+    // What was left out is told: from the frame that found no picture up to the one that did.
+    queue->sync([] {});
+    ASSERT_EQ(collector->missed().size(), 1u);
+    const SCMissedFrames missed = collector->missed()[0];
+    EXPECT_LE(missed.first - newest, CMTimeMake(2, 30));
+    EXPECT_EQ(missed.end, collector->samples()[0].presentationTimeStamp());
+    EXPECT_GT(missed.end - missed.first, CMTimeMake(1, 5));
+}
+
+TEST_F(X11ScreenStreamTest, framesThatAreLeftOutUpToTheStopAreTold) {
+    configuration.queueDepth = 1;
+    const auto stream = run();
+    uint32_t colour = 0;
+    while (stream->framesLeftOut() == 0 && colour < 5000) {
+        painter.fill(0, 0, 640, 480, ++colour);
+        clock.sleep(2000);
+    }
+    clock.sleep(300'000);
+    stop(*stream);
+    queue->sync([] {});
+    ASSERT_EQ(collector->missed().size(), 1u);
+    EXPECT_GT(collector->missed()[0].end - collector->missed()[0].first, CMTimeMake(1, 4));
+}
+
+TEST_F(X11ScreenStreamTest, aServerThatHangsHoldsUpNoStop) {
+    const auto stream = run();
+    server.suspend();
+    const CMTime begin = clock.now();
+    stop(*stream);
+    EXPECT_LT(clock.now() - begin, CMTimeMake(8, 1));
+    server.resume();
+}
+
+TEST_F(X11ScreenStreamTest, aServerThatHangsWhileItIsAskedIsToldAtTheEnd) {
+    const auto stream = run();
+    painter.fill(0, 0, 640, 480, 1);
+    ASSERT_TRUE(waitForColour(0, 0, 1));
+    // Somewhere in a stream of changes the capture waits for an answer.
+    std::atomic<bool> isOver = false;
+    std::thread drawing([this, &isOver] {
+        for (uint32_t i = 2; !isOver && i < 2000; ++i)
+            painter.fill(0, 0, 640, 480, i);
+    });
+    clock.sleep(300'000);
+    server.suspend();
+    clock.sleep(200'000);
+    const CMTime begin = clock.now();
+    stop(*stream);
+    EXPECT_LT(clock.now() - begin, CMTimeMake(8, 1));
+    if (const auto note = stream->endNote()) {
+        EXPECT_EQ(*note, "The X server no longer answered when the recording ended: the movie of the screen "
+                         "holds the last picture that it gave.");
+    }
+    isOver = true;
+    server.resume();
+    drawing.join();
+}
+
+TEST_F(X11ScreenStreamTest, aServerThatHangsIsToldInASentence) {
+    server.suspend();
+    const auto result = content();
+    server.resume();
+    ASSERT_TRUE(result.error.has_value());
+    EXPECT_EQ(result.error->localizedDescription(),
+              "The X server doesn't answer: the desktop hangs. Try again once it reacts, or log in again.");
+}
+
+TEST_F(X11ScreenStreamTest, aStallOfTheRecorderIsToldByWhenTheScreenChanged) {
+    const auto stream = run();
+    clock.sleep(100'000);
+    const CMTime before = clock.now();
+    // This process stands still for a second, in the middle of which the screen changes.
+    ChildProcess others({"sh", "-c", "sleep 0.3; xsetroot -solid '#804020'; sleep 0.7; kill -CONT $PPID"},
+                        {"DISPLAY=" + server.displayName()});
+    ::kill(::getpid(), SIGSTOP);
+    ASSERT_TRUE(waitForColour(0, 0, 0x804020));
+    stop(*stream);
+    queue->sync([] {});
+    ASSERT_EQ(collector->missed().size(), 1u);
+    EXPECT_GT(collector->missed()[0].end - collector->missed()[0].first, CMTimeMake(1, 2));
+    EXPECT_GT(collector->missed()[0].first, before + CMTimeMake(1, 4));
 }
 
 TEST_F(X11ScreenStreamTest, aConsumerThatIsStuckHoldsUpNeitherTheCaptureNorItsStop) {
@@ -126,18 +222,22 @@ TEST_F(X11ScreenStreamTest, aConsumerThatIsStuckHoldsUpNeitherTheCaptureNorItsSt
         painter.fill(0, 0, 640, 480, ++colour);
         clock.sleep(2000);
     }
-    EXPECT_EQ(stream->framesSent(), 2u);
+    EXPECT_EQ(stream->framesSent(), 2 + kBeyondTheQueue);
     stop(*stream);
     held->unlock();
     queue->sync([] {});
-    EXPECT_EQ(collector->samples().size(), 2u);
+    EXPECT_EQ(collector->samples().size(), 2 + kBeyondTheQueue);
 }
 
 TEST_F(X11ScreenStreamTest, aServerThatGoesWhileEveryPictureIsHeldIsTold) {
     configuration.queueDepth = 1;
     const auto stream = run();
-    painter.fill(0, 0, 640, 480, 0xffffff);
-    ASSERT_TRUE(waitUntil([&] { return stream->framesLeftOut() > 0; }));
+    uint32_t colour = 0;
+    while (stream->framesLeftOut() == 0 && colour < 5000) {
+        painter.fill(0, 0, 640, 480, ++colour);
+        clock.sleep(2000);
+    }
+    ASSERT_GT(stream->framesLeftOut(), 0u);
     server.kill();
     EXPECT_TRUE(waitUntil([&] { return listener->errors().size() == 1; }));
     const ScreenPicture kept(*collector->samples().front().imageBuffer());

@@ -47,6 +47,7 @@ XvfbServer::XvfbServer(const std::string& screen, std::vector<std::string> optio
 
 XvfbServer::~XvfbServer() {
     if (process <= 0) return;
+    resume();
     ::kill(process, SIGTERM);
     ::waitpid(process, nullptr, 0);
 }
@@ -56,6 +57,14 @@ void XvfbServer::kill() {
     ::kill(process, SIGKILL);
     ::waitpid(process, nullptr, 0);
     process = -1;
+}
+
+void XvfbServer::suspend() {
+    if (process > 0) ::kill(process, SIGSTOP);
+}
+
+void XvfbServer::resume() {
+    if (process > 0) ::kill(process, SIGCONT);
 }
 
 bool XvfbServer::xrandr(const std::vector<std::string>& arguments) const {

@@ -19,6 +19,9 @@ public:
     const std::string& displayName() const { return name; }
     /// At once, as in a crash.
     void kill();
+    /// It takes connections and says nothing, until it goes on.
+    void suspend();
+    void resume();
     /// Runs xrandr on it; false if it refused.
     bool xrandr(const std::vector<std::string>& arguments) const;
 
