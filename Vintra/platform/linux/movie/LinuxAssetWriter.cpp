@@ -53,6 +53,8 @@ struct LinuxAssetWriter::Shared {
         CMTime start = kCMTimeInvalid;
         while (const auto item = queue->pop()) {
             if (!start.isValid()) start = queue->start();
+            while (options.isDiskStuck && options.isDiskStuck() && !queue->isAbandoned())
+                queue->pause(10'000);
             if (item->standsUntil) {
                 file.extend(item->input, *item->standsUntil, start);
                 continue;

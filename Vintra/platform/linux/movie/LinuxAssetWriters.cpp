@@ -3,6 +3,8 @@
 #include "Vintra/platform/linux/movie/LinuxAssetWriter.h"
 #include "Vintra/platform/linux/movie/QuickTimeFile.h"
 
+#include <utility>
+
 extern "C" {
 #include <libavutil/log.h>
 }
@@ -10,7 +12,7 @@ extern "C" {
 namespace vintra {
 
 LinuxAssetWriters::LinuxAssetWriters(LinuxAssetWritersOptions options)
-    : options(options) {
+    : options(std::move(options)) {
     av_log_set_level(AV_LOG_ERROR); // the encoders would fill the terminal with their figures
 }
 

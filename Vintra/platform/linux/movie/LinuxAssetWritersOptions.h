@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 
 namespace vintra {
 
@@ -8,6 +9,8 @@ namespace vintra {
 struct LinuxAssetWritersOptions {
     /// Waited before each sample is encoded: a machine that is too slow, for tests.
     int64_t encoderDelayMicroseconds = 0;
+    /// The writers' threads wait while this holds: a disk that hangs, for tests. Asked on those threads.
+    std::function<bool()> isDiskStuck = nullptr;
 };
 
 } // namespace vintra
