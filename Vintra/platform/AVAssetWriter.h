@@ -109,6 +109,9 @@ public:
     /// The outcome is in `status`. A file whose tracks got no sample is still a well-formed file of its kind
     /// where the kind allows one.
     virtual void finishWriting(std::function<void()> completion) = 0;
+    /// Waits no longer for a disk that hangs: the completion of `finishWriting` is called, if it wasn't yet, and
+    /// the writer has failed. What the disk took by then stays; the rest may be missing. After `finishWriting`.
+    virtual void abandonFinish() = 0;
     /// Gives the file up and removes it. Does nothing unless writing.
     virtual void cancelWriting() = 0;
     virtual AVAssetWriterStatus status() const = 0;

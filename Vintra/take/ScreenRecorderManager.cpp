@@ -16,6 +16,7 @@
 #include "Vintra/take/DeviceInventory.h"
 #include "Vintra/take/DiagnosticsReport.h"
 #include "Vintra/take/MultiCameraScreenRate.h"
+#include "Vintra/take/FinishWatch.h"
 #include "Vintra/take/OutputFolder.h"
 #include "Vintra/take/PictureMonitors.h"
 #include "Vintra/take/RecorderSettings.h"
@@ -110,6 +111,7 @@ ScreenRecorderManager::ScreenRecorderManager(Platform services)
                                                                           .isRecording = isRecording,
                                                                           .screenFrameRate = screenFrameRate,
                                                                           .lastError = lastError}))
+    , finishWatch(std::make_unique<FinishWatch>(*platform.mainThread, statusMessage))
     , tasks(*platform.mainThread) {}
 
 ScreenRecorderManager::~ScreenRecorderManager() {

@@ -32,6 +32,7 @@ class Cameras;
 class CaptureArea;
 class CaptureOverlays;
 class DeviceInventory;
+class FinishWatch;
 class FeedbackAsk;
 struct DiagnosticsSources;
 class MainThreadTimer;
@@ -86,6 +87,9 @@ public:
     /// Ends the take and finishes every file. The outcome is in `statusMessage` and `lastError`. Does nothing
     /// unless a take runs.
     Task<> stopRecording();
+    /// A stop waits for a disk that hangs, and says so in the status. This leaves the file that is waited for as
+    /// it is. Does nothing before that is said.
+    void giveUpWaitingForDisk();
 
     Task<> refreshDisplays();
     void refreshAudioDevices();
@@ -216,6 +220,7 @@ private:
     const std::unique_ptr<PictureMonitors> pictureMonitors;
     std::unique_ptr<MainThreadTimer> watchdogTimer;
     const std::shared_ptr<std::atomic<bool>> isRecoveryCancelled = std::make_shared<std::atomic<bool>>(false);
+    const std::unique_ptr<FinishWatch> finishWatch;
     MainThreadTasks tasks;
 };
 

@@ -17,6 +17,7 @@
 #include "Vintra/take/FeedbackAsk.h"
 #include "Vintra/take/HealthLog.h"
 #include "Vintra/take/MultiCameraScreenRate.h"
+#include "Vintra/take/FinishWatch.h"
 #include "Vintra/take/RunningTake.h"
 #include "Vintra/take/ScreenRecorderManager.h"
 #include "Vintra/take/SoundLossText.h"
@@ -137,6 +138,10 @@ Task<> ScreenRecorderManager::awaitSoundUnderWay(CMTime stopTime) {
     }
 }
 
+void ScreenRecorderManager::giveUpWaitingForDisk() {
+    finishWatch->giveUp();
+}
+
 /// Afterwards no callback reaches a writer.
 Task<> ScreenRecorderManager::detachSinks() {
     screenTrack->close();
@@ -156,10 +161,13 @@ Task<> ScreenRecorderManager::detachSinks() {
 /// One after another by design: a disk serves one file best, and the order of the failures is then fixed.
 Task<> ScreenRecorderManager::finishWriters(TakeEnding& ending) {
     const bool correctsDrift = boolForKey(*platform.userDefaults, kCorrectsSoundDriftKey).value_or(true);
+    finishWatch->beginTake();
     for (const RunningTake::Track& track : take->tracks()) {
         const std::string label = track.label(*captureSystemAudioForDaw);
         const auto begin = [writer = track.writer](auto done) { writer->finishWriting(done); };
+        finishWatch->begin(track.writer, *screenTrack->queue());
         co_await awaitCompletion<void>(*platform.mainThread, begin);
+        finishWatch->end();
         if (track.writer->status() == AVAssetWriterStatus::failed) {
             const auto error = track.writer->error();
             ending.failures.push_back(label + " (" +
@@ -167,6 +175,7 @@ Task<> ScreenRecorderManager::finishWriters(TakeEnding& ending) {
         }
         // A track that no sample reached isn't padded.
         if (!track.sound || !track.sound->firstSamplePTS || !recordingCommonStartTime) continue;
+        if (finishWatch->wasAbandoned(*track.writer)) continue; // nor one whose disk hangs
         Padding padding{.url = track.writer->outputURL(),
                         .gap = CMTimeGetSeconds(*track.sound->firstSamplePTS - *recordingCommonStartTime)};
         if (track.writer->status() == AVAssetWriterStatus::completed) {

@@ -36,6 +36,7 @@ public:
         ++buffers;
         return true;
     }
+    void extendLast(CMTime) override {}
     void markAsFinished() override {}
 
     std::function<bool()> isReady;

@@ -38,6 +38,10 @@ TakeRunner::TakeRunner(LinuxPlatform& machine, Options options, Outlets outlets)
     , outlets(std::move(outlets))
     , manager(ScreenRecorderManager::make(machine.services))
     , state(machine.services) {
+    // A disk that hangs is all that is waited for with a word.
+    waitingForDisk = manager->statusMessage.observe([this](const std::string& text) {
+        if (text.starts_with("Waiting for")) this->outlets.note(text + " An interrupt leaves it as it is.");
+    });
     state.follow(isInterrupted);
     state.follow(manager->isBusy);
     state.follow(manager->isRecording);
@@ -66,6 +70,7 @@ Task<> TakeRunner::end() {
 void TakeRunner::interrupt() {
     // Once more, when the take has ended, is the user's wish to wait for nothing.
     if (*isInterrupted) manager->cancelRecovery();
+    manager->giveUpWaitingForDisk();
     isInterrupted.set(true);
     manager->cancelStart();
 }

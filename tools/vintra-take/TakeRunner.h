@@ -79,6 +79,7 @@ private:
     Published<bool> isInterrupted{false};
     StateWatch state;
     Observation recoveryObservation;
+    Observation waitingForDisk; ///< of what the stop says of it
     std::string folder;
     std::string screenLabel;
 };

@@ -110,13 +110,23 @@ void SimulatedAssetWriter::finishWriting(std::function<void()> completion) {
     }
     isFinishing = true;
     const int64_t encoded = std::max(encoderFreeAt, services.time->nowNanoseconds());
+    finishCompletion = std::move(completion);
     if (script.finishNeverEnds) return;
-    services.time->at(
-        encoded + nanosecondsFromSeconds(script.finishSeconds),
-        [self = shared_from_this(), completion = std::move(completion)] { self->end(completion); });
+    services.time->at(encoded + nanosecondsFromSeconds(script.finishSeconds),
+                      [self = shared_from_this()] { self->end(); });
 }
 
-void SimulatedAssetWriter::end(const std::function<void()>& completion) {
+void SimulatedAssetWriter::abandonFinish() {
+    checkMainThread("abandonFinish");
+    note("abandonFinish");
+    if (!isFinishing) violate("abandoned before it was to finish");
+    fail("its disk doesn't answer");
+    if (const auto completion = std::exchange(finishCompletion, nullptr)) completion();
+}
+
+void SimulatedAssetWriter::end() {
+    const auto completion = std::exchange(finishCompletion, nullptr);
+    if (!completion) return; // nobody waits any more
     if (currentStatus == AVAssetWriterStatus::writing && script.finishFails)
         fail("The file could not be finished.");
     if (currentStatus == AVAssetWriterStatus::writing) {

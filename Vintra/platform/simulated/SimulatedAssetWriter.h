@@ -41,6 +41,7 @@ public:
     bool startWriting() override;
     void startSession(CMTime atSourceTime) override;
     void finishWriting(std::function<void()> completion) override;
+    void abandonFinish() override;
     void cancelWriting() override;
     AVAssetWriterStatus status() const override { return currentStatus; }
     std::optional<SystemError> error() const override { return currentError; }
@@ -69,7 +70,7 @@ private:
     bool acceptsSettings(const AVAssetWriterInput& input) const;
     void encode(SimulatedAssetWriterInput& input, const CMSampleBuffer& sample);
     void writeToFile(const SimulatedAssetWriterInput& input, const CMSampleBuffer& sample);
-    void end(const std::function<void()>& completion);
+    void end();
     void closeFile();
     void checkMainThread(const char* call) const;
     void violate(const std::string& what) const;
@@ -85,6 +86,7 @@ private:
     CMTime session;
     CMTime sessionBegun;
     bool isFinishing = false;
+    std::function<void()> finishCompletion; ///< until it is called
     int64_t startNanoseconds = 0;
     int64_t encoderFreeAt = 0; ///< nanoseconds of virtual time
     int64_t takenSamples = 0;

@@ -78,7 +78,7 @@ LinuxAssetWriter::~LinuxAssetWriter() {
     if (!finishing) shared->queue->abandon();
     if (!thread.joinable()) return;
     // A completion may hold the last reference to its writer.
-    if (thread.get_id() == std::this_thread::get_id())
+    if (thread.get_id() == std::this_thread::get_id() || !isWaitedFor)
         thread.detach();
     else
         thread.join();
@@ -175,6 +175,23 @@ void LinuxAssetWriter::finishWriting(std::function<void()> completion) {
     }
     finishing = true;
     shared->queue->close();
+}
+
+void LinuxAssetWriter::abandonFinish() {
+    std::vector<std::function<void()>> toCall;
+    {
+        MutexLock lock(shared->mutex);
+        if (!finishing || !shared->running) return;
+        toCall.swap(shared->completions);
+    }
+    shared->fail(
+        SystemError("vintra", 4,
+                    "its disk doesn't answer; what it took before can be played. Check the disk of “" +
+                        url.deletingLastPathComponent().path() + "”"));
+    shared->queue->abandon();
+    isWaitedFor = false;
+    for (const auto& completion : toCall)
+        completion();
 }
 
 void LinuxAssetWriter::cancelWriting() {

@@ -30,6 +30,7 @@ public:
     bool startWriting() override;
     void startSession(CMTime atSourceTime) override;
     void finishWriting(std::function<void()> completion) override;
+    void abandonFinish() override;
     void cancelWriting() override;
     AVAssetWriterStatus status() const override;
     std::optional<SystemError> error() const override;
@@ -46,6 +47,7 @@ private:
     std::vector<std::shared_ptr<LinuxAssetWriterInput>> inputs;
     std::optional<SystemError> addError; ///< why one of the inputs can't be written
     bool finishing = false;
+    bool isWaitedFor = true; ///< the thread, when this ends
     std::shared_ptr<Shared> shared;
     std::thread thread;
 };
