@@ -33,11 +33,11 @@ struct TakeEnding {
     TakeObservations seen;
     std::optional<std::string> captureNote{};   ///< why the end of what was captured is missing
     std::optional<FrameAccount> screenFrames{}; ///< of a take with a screen
-    std::vector<SavedFile> files{};      ///< those whose writers have finished them
-    std::optional<TakeFiles> take;       ///< the tracks, as told to the timeline
-    std::optional<URL> timelineURL;      ///< of the timeline file that was written
-    std::vector<std::string> warnings{}; ///< in the order in which the user reads them
-    std::optional<std::string> cause{};  ///< why the take ended by itself, a sentence
+    std::vector<SavedFile> files{};             ///< those whose writers have finished them
+    std::optional<TakeFiles> take;              ///< the tracks, as told to the timeline
+    std::optional<URL> timelineURL;             ///< of the timeline file that was written
+    std::vector<std::string> warnings{};        ///< in the order in which the user reads them
+    std::optional<std::string> cause{};         ///< why the take ended by itself, a sentence
 
     /// Tells the sound files how long they are to be.
     void expectLengths();

@@ -25,6 +25,7 @@ public:
         frames += sample.numSamples();
         return true;
     }
+    void extendLast(CMTime) override {}
     void markAsFinished() override {}
     int64_t frames = 0;
 

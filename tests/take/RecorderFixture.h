@@ -93,10 +93,10 @@ protected:
         const auto times = movie->input(AVMediaType::video)->presentationTimes();
         const CMTime start = movie->sessionStart();
         if (times.empty() || start != *recorder->commonStartTime()) return;
-        // Counted from the first picture written.
-        const auto position = [&](CMTime time) {
-            return CMTimeGetSeconds(time - times.front()) * *recorder->screenFrameRate;
-        };
+        // Counted from the first picture written; the rate may have been put back since.
+        const double rate =
+            1 / CMTimeGetSeconds(movie->input(AVMediaType::video)->accepted().front().duration());
+        const auto position = [&](CMTime time) { return CMTimeGetSeconds(time - times.front()) * rate; };
         const auto taken = static_cast<int64_t>(times.size());
         EXPECT_LE(account->own, taken);
         EXPECT_GE(account->own + account->copied + account->lost, taken);

@@ -116,7 +116,7 @@ TEST_F(FrameAccountTest, aLossBeforeTheFirstFrameIsNone) {
     begin(60);
     miss(0, 5);
     captureAt(5);
-    finish(CMTimeMake(6, 60));
+    finish(CMTimeMake(11, 120));
     EXPECT_EQ(beat->account().own, 1);
     EXPECT_EQ(beat->account().slots(), 1);
     EXPECT_TRUE(lost.empty());
