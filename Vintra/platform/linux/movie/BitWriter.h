@@ -1,6 +1,7 @@
 #pragma once
 
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -22,6 +23,13 @@ public:
     }
     /// The one bit that ends a header or a slice, and zeros to the byte's end.
     void endUnit() { bits(1, 1); }
+    /// Zeros up to the end of the byte; none at one.
+    void alignToByte() { at = bytes_.size() * 8; }
+    /// Whole bytes, at the end of one.
+    void append(const std::vector<uint8_t>& more) {
+        bytes_.insert(bytes_.end(), more.begin(), more.end());
+        alignToByte();
+    }
     const std::vector<uint8_t>& bytes() const { return bytes_; }
 
 private:

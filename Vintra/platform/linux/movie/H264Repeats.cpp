@@ -36,7 +36,7 @@ bool isHighProfile(uint32_t profile) {
 
 } // namespace
 
-std::optional<H264Repeats> H264Repeats::make(std::span<const uint8_t> parameterSets) {
+std::unique_ptr<H264Repeats> H264Repeats::make(std::span<const uint8_t> parameterSets) {
     for (const auto escaped : splitNalUnits(parameterSets)) {
         if ((escaped[0] & kTypeMask) != kSequenceParameterSet) continue;
         const std::vector<uint8_t> unit = unescapedNalUnit(escaped);
@@ -50,23 +50,23 @@ std::optional<H264Repeats> H264Repeats::make(std::span<const uint8_t> parameterS
             in.golomb();
             in.bits(1);
             const bool hasScalingMatrix = in.bits(1) != 0;
-            if (!is420 || hasScalingMatrix) return std::nullopt;
+            if (!is420 || hasScalingMatrix) return nullptr;
         }
         const int numberBits = static_cast<int>(in.golomb()) + 4;
         const bool orderOfDecoding = in.golomb() == 2;
-        if (!orderOfDecoding) return std::nullopt;
+        if (!orderOfDecoding) return nullptr;
         const bool oneReference = in.golomb() == 1;
         in.bits(1); // gaps
         const uint32_t width = in.golomb() + 1;
         const uint32_t height = in.golomb() + 1;
         const bool wholeFrames = in.bits(1) != 0;
-        if (!oneReference || !wholeFrames || numberBits > 16) return std::nullopt;
-        return H264Repeats(numberBits, width * height);
+        if (!oneReference || !wholeFrames || numberBits > 16) return nullptr;
+        return std::unique_ptr<H264Repeats>(new H264Repeats(numberBits, width * height));
     }
-    return std::nullopt;
+    return nullptr;
 }
 
-std::vector<uint8_t> H264Repeats::pictureParameterSet() {
+std::vector<uint8_t> H264Repeats::additionalParameterSet() const {
     BitWriter out;
     out.golomb(kOwnParameterSet);
     out.golomb(0);  // its sequence parameter set

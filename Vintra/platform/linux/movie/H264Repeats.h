@@ -1,7 +1,9 @@
 #pragma once
 
+#include "Vintra/platform/linux/movie/PictureRepeats.h"
+
 #include <cstdint>
-#include <optional>
+#include <memory>
 #include <span>
 #include <vector>
 
@@ -18,19 +20,14 @@ namespace vintra {
 ///
 /// For streams with one reference picture, whose order is that of decoding. Owned by a `VideoEncoder`, of its
 /// thread.
-class H264Repeats {
+class H264Repeats final : public PictureRepeats {
 public:
-    /// From the encoder's parameter sets, a stream with start codes; nothing if its streams are of another
-    /// kind.
-    static std::optional<H264Repeats> make(std::span<const uint8_t> parameterSets);
+    /// From the encoder's parameter sets, a stream with start codes; null if its streams are of another kind.
+    static std::unique_ptr<H264Repeats> make(std::span<const uint8_t> parameterSets);
 
-    /// The unit that the stream's parameter sets need in addition, without a start code.
-    static std::vector<uint8_t> pictureParameterSet();
-    /// A picture of the encoder, numbered to follow what came before it; units behind their lengths in four
-    /// bytes, as the result.
-    std::vector<uint8_t> renumbered(std::span<const uint8_t> picture);
-    /// The picture before, once more.
-    std::vector<uint8_t> repeat();
+    std::vector<uint8_t> additionalParameterSet() const override;
+    std::vector<uint8_t> renumbered(std::span<const uint8_t> picture) override;
+    std::vector<uint8_t> repeat() override;
 
 private:
     H264Repeats(int numberBits, uint32_t blocks)

@@ -116,7 +116,8 @@ std::vector<uint8_t> h264DecoderConfiguration(std::span<const uint8_t> parameter
     return out.bytes();
 }
 
-std::vector<uint8_t> hevcDecoderConfiguration(std::span<const uint8_t> parameterSets) {
+std::vector<uint8_t> hevcDecoderConfiguration(std::span<const uint8_t> parameterSets,
+                                              std::span<const uint8_t> secondPictureParameterSet) {
     constexpr std::array types = {kHevcVideoParameterSet, kHevcSequenceParameterSet,
                                   kHevcPictureParameterSet};
     std::array<std::span<const uint8_t>, types.size()> units;
@@ -142,8 +143,10 @@ std::vector<uint8_t> hevcDecoderConfiguration(std::span<const uint8_t> parameter
     out.u8(types.size());
     for (size_t i = 0; i < types.size(); ++i) {
         out.u8(0x80 | types[i]); // all of the kind are here
-        out.u16(1);
+        const bool hasSecond = types[i] == kHevcPictureParameterSet && !secondPictureParameterSet.empty();
+        out.u16(hasSecond ? 2 : 1);
         appendWithLength(out, units[i]);
+        if (hasSecond) appendWithLength(out, secondPictureParameterSet);
     }
     return out.bytes();
 }

@@ -22,7 +22,8 @@ std::vector<uint8_t> h264DecoderConfiguration(std::span<const uint8_t> parameter
                                               std::span<const uint8_t> secondPictureParameterSet = {});
 
 /// The body of an "hvcC" atom for 8-bit 4:2:0 pictures, from a stream of video, sequence and picture
-/// parameter sets; empty if one is missing.
-std::vector<uint8_t> hevcDecoderConfiguration(std::span<const uint8_t> parameterSets);
+/// parameter sets; empty if one is missing. A second picture parameter set may be given by itself.
+std::vector<uint8_t> hevcDecoderConfiguration(std::span<const uint8_t> parameterSets,
+                                              std::span<const uint8_t> secondPictureParameterSet = {});
 
 } // namespace vintra

@@ -1,5 +1,7 @@
 #include "Vintra/platform/linux/movie/VideoEncoder.h"
 
+#include "Vintra/platform/linux/movie/H264Repeats.h"
+#include "Vintra/platform/linux/movie/HevcRepeats.h"
 #include "Vintra/platform/linux/movie/LibavError.h"
 #include "Vintra/platform/linux/movie/NalUnits.h"
 #include "Vintra/platform/linux/movie/QuickTimeDescriptions.h"
@@ -72,7 +74,10 @@ void VideoEncoder::open() {
     context->rc_initial_buffer_occupancy = context->rc_buffer_size * 3 / 10;
     isHevc() ? setUpHevc() : setUpH264();
     throwIfLibavFailed(avcodec_open2(context.get(), codec, nullptr), "The video encoder couldn't be started");
-    if (!isHevc()) repeats = H264Repeats::make(extradata(*context));
+    if (isHevc())
+        repeats = HevcRepeats::make(extradata(*context));
+    else
+        repeats = H264Repeats::make(extradata(*context));
 }
 
 void VideoEncoder::setUpH264() {
@@ -96,16 +101,16 @@ void VideoEncoder::setUpHevc() {
     av_opt_set_int(context->priv_data, "forced-idr", 1, 0);
     av_opt_set(context->priv_data, "x265-params",
                "log-level=error:bframes=0:rc-lookahead=0:scenecut=0:repeat-headers=0:info=0:pools=2:"
-               "frame-threads=1:open-gop=0:vbv-init=0.3",
+               "frame-threads=1:open-gop=0:vbv-init=0.3:temporal-mvp=0",
                0);
 }
 
 std::vector<uint8_t> VideoEncoder::sampleDescription() const {
     const auto parameterSets = extradata(*context);
+    const auto second = repeats ? repeats->additionalParameterSet() : std::vector<uint8_t>();
     if (isHevc())
         return hevcSampleDescription(settings.width, settings.height,
-                                     hevcDecoderConfiguration(parameterSets));
-    const auto second = repeats ? H264Repeats::pictureParameterSet() : std::vector<uint8_t>();
+                                     hevcDecoderConfiguration(parameterSets, second));
     return h264SampleDescription(settings.width, settings.height,
                                  h264DecoderConfiguration(parameterSets, second));
 }

@@ -2,8 +2,8 @@
 
 #include "Vintra/platform/AVAssetWriter.h"
 #include "Vintra/platform/linux/movie/ColourConverter.h"
-#include "Vintra/platform/linux/movie/H264Repeats.h"
 #include "Vintra/platform/linux/movie/LibavPointers.h"
+#include "Vintra/platform/linux/movie/PictureRepeats.h"
 #include "Vintra/platform/linux/movie/PictureScaler.h"
 #include "Vintra/platform/linux/movie/QuickTimeTrack.h"
 
@@ -31,9 +31,10 @@ namespace vintra {
 ///   pixels takes an eighth more, preset veryfast a third more; ultrafast takes a third less, and half as
 ///   much again in bits, without the entropy coding and filter of the others. Macroblocks aren't divided
 ///   between pictures (partitions=none): a fifth less for grain, at the same 42.8 dB and bits;
-/// - HEVC: preset ultrafast, 26 ms still to 56 ms grain over both cores: enough for 30 pictures a second;
-/// - an image that comes again is not converted again, and in H.264 not encoded either (`H264Repeats`), but
-///   for two early repeats, which make it sharper where it came in a hurry, and the key pictures.
+/// - HEVC: preset ultrafast, 26 ms for a still picture to 56 ms for grain over both cores: enough for 30 new
+///   pictures a second. No motion is taken over from earlier pictures, since those may be repeated ones;
+/// - an image that comes again is not converted again and not encoded either (`PictureRepeats`), but for two
+///   early repeats, which make it sharper where it came in a hurry, and the key pictures.
 class VideoEncoder {
 public:
     using Output = std::function<void(QuickTimeSample)>;
@@ -81,8 +82,8 @@ private:
     PacketPointer packet;
     /// What `frame` shows; held, so that no other picture can take its address.
     std::shared_ptr<CVPixelBuffer> lastImage;
-    std::vector<uint8_t> interleavedChroma; ///< on its way to the two planes that libx265 wants
-    std::optional<H264Repeats> repeats;     ///< nothing where the encoder makes every picture
+    std::vector<uint8_t> interleavedChroma;  ///< on its way to the two planes that libx265 wants
+    std::unique_ptr<PictureRepeats> repeats; ///< null where the encoder makes every picture
     int repeatsInARow = 0;
     std::deque<Due> due; ///< in the order of their times; begins with one of the encoder's
     std::optional<int64_t> lastKeyTime;

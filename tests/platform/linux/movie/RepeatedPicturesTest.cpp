@@ -8,7 +8,7 @@ namespace vintra {
 namespace {
 
 /// Pictures that come again are the same to the last bit, and what follows them is not disturbed.
-class RepeatedPicturesTest : public WriterFixture {
+class RepeatedPicturesTest : public WriterFixture, public ::testing::WithParamInterface<AVVideoCodecType> {
 protected:
     static constexpr int kWidth = 192;
     static constexpr int kHeight = 112;
@@ -30,7 +30,9 @@ protected:
 
     /// Writes the numbered pictures, one a slot, equal numbers being one image; gives what a decoder makes.
     std::vector<std::vector<uint8_t>> roundTrip(const std::vector<int>& numbers) {
-        const auto open = beginMovie("a.mov", {pictures(kWidth, kHeight, 6'000'000)});
+        AVVideoSettings settings = pictures(kWidth, kHeight, 6'000'000);
+        settings.codec = GetParam();
+        const auto open = beginMovie("a.mov", {settings});
         std::shared_ptr<CVPixelBuffer> image;
         for (size_t i = 0; i < numbers.size(); ++i) {
             if (i == 0 || numbers[i] != numbers[i - 1]) image = blocks(numbers[i]);
@@ -57,7 +59,7 @@ protected:
     }
 };
 
-TEST_F(RepeatedPicturesTest, areIdenticalAndDisturbNothingAfterThem) {
+TEST_P(RepeatedPicturesTest, areIdenticalAndDisturbNothingAfterThem) {
     const unsigned seed = std::random_device{}();
     SCOPED_TRACE("seed " + std::to_string(seed));
     std::mt19937 random(seed);
@@ -72,7 +74,7 @@ TEST_F(RepeatedPicturesTest, areIdenticalAndDisturbNothingAfterThem) {
         EXPECT_LT(meanError(decoded[i], numbers[i]), 3) << i;
 }
 
-TEST_F(RepeatedPicturesTest, areAFewBytesEach) {
+TEST_P(RepeatedPicturesTest, areAFewBytesEach) {
     const auto decoded = roundTrip(std::vector<int>(90, 5));
     ASSERT_EQ(decoded.size(), 90u);
     EXPECT_EQ(decoded[1], decoded[0]);
@@ -84,13 +86,16 @@ TEST_F(RepeatedPicturesTest, areAFewBytesEach) {
     EXPECT_GE(small, 80);
 }
 
-TEST_F(RepeatedPicturesTest, atTheEndAreAllThere) {
+TEST_P(RepeatedPicturesTest, atTheEndAreAllThere) {
     std::vector<int> numbers = {0, 1, 2, 3};
-    numbers.insert(numbers.end(), 3, 3); // fewer than the encoder holds back
+    numbers.insert(numbers.end(), 3, 3);
     const auto decoded = roundTrip(numbers);
     ASSERT_EQ(decoded.size(), numbers.size());
     EXPECT_EQ(decoded.back(), decoded[3]);
 }
+
+INSTANTIATE_TEST_SUITE_P(Codecs, RepeatedPicturesTest,
+                         ::testing::Values(AVVideoCodecType::h264, AVVideoCodecType::hevc));
 
 } // namespace
 } // namespace vintra
