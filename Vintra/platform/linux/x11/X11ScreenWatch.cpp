@@ -16,7 +16,7 @@ namespace vintra {
 namespace {
 
 /// For the requests that are under way at the end.
-constexpr int64_t kLastPatience = 1'000'000'000; // nanoseconds
+constexpr int64_t kPatienceAtTheEnd = 1'000'000'000; // nanoseconds
 
 } // namespace
 
@@ -50,7 +50,7 @@ X11ScreenWatch::X11ScreenWatch(const std::string& displayName, std::function<voi
 X11ScreenWatch::~X11ScreenWatch() {
     stopping = true;
     wakeUp.set();
-    const X11Patience patience(connection.get(), kLastPatience);
+    const X11Patience patience(connection.get(), kPatienceAtTheEnd);
     thread.join();
 }
 
