@@ -48,6 +48,7 @@ public:
             {ticks / (kHostTimescale / rate), SimulatedCameraPictures::numberOf(*sample.imageBuffer())});
         return true;
     }
+    void extendLast(CMTime) override {}
     void markAsFinished() override {}
 
     std::vector<Numbered> pictures;
