@@ -95,7 +95,9 @@ TEST_F(KilledTakeTest, aTakeOfAServerThatHangsEndsInTimeAndIsSaved) {
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(15));
     EXPECT_EQ(outcome.code, 0) << outcome.json;
     EXPECT_TRUE(outcome.json.value("status", "").starts_with("Saved")) << outcome.json;
-    EXPECT_NEAR(MediaProbe(movie("hung")).duration(), 1.5, 0.2);
+    // The last picture stands until the capture has been given up.
+    EXPECT_GE(MediaProbe(movie("hung")).duration(), 1.4);
+    EXPECT_LE(MediaProbe(movie("hung")).duration(), 6);
 }
 
 TEST_F(KilledTakeTest, aListOfAServerThatHangsSaysSo) {

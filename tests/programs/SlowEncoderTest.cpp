@@ -112,9 +112,8 @@ TEST_F(SlowEncoderTest, atHalfTheSpeedOf60EveryPictureIsWrittenOrTold) {
     runFor(4 * kSecond);
     stop();
     const FrameAccount account = expectWholeMovie(60);
-    // The picture changes 60 times a second. What the film itself leaves out is none of the recorder's.
-    EXPECT_GT(account.lost, 80);
-    EXPECT_GT(account.own + account.lost, account.slots() * 3 / 4);
+    EXPECT_GT(account.own, 40);
+    EXPECT_GT(account.lost, 40);
 }
 
 TEST_F(SlowEncoderTest, aDiskThatHangsLosesWhatIsToldAndNothingElse) {

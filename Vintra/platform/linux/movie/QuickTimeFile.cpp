@@ -13,7 +13,7 @@ namespace {
 using Atom = AtomWriter::Atom;
 
 // What isn't in a fragment yet is lost with the program.
-constexpr double kFragmentSeconds = 0.4;
+constexpr double kFragmentSeconds = 0.3;
 constexpr uint64_t kLargestFragment = 8 << 20; // bytes
 
 constexpr uint64_t kAtomHeader = 8;

@@ -18,6 +18,9 @@ extern "C" {
 namespace vintra {
 namespace {
 
+/// How often a picture that stands is encoded where the encoder holds the newest one back: what it holds would be
+/// lost with the program.
+constexpr int32_t kPushesPerSecond = 4;
 constexpr const char* kPictureNotEncoded = "The picture couldn't be encoded";
 
 std::span<const uint8_t> extradata(const AVCodecContext& context) {
@@ -85,7 +88,7 @@ void VideoEncoder::setUpH264() {
     constexpr int64_t kMostPixelsASecondOfOneThread = 1280 * 720 * 60;
     const int64_t pixels = int64_t{settings.width} * settings.height;
     context->thread_count = pixels * timescale / slotDuration <= kMostPixelsASecondOfOneThread ? 1 : 2;
-    // The threads share a picture: taking one each, they would hold the newest back until the next one comes.
+    // The threads share a picture: taking one each, they would hold another one back.
     context->thread_type = FF_THREAD_SLICE;
     av_opt_set(context->priv_data, "preset", "superfast", 0);
     av_opt_set_double(context->priv_data, "crf", 18, 0);
@@ -127,13 +130,16 @@ void VideoEncoder::encode(const std::shared_ptr<CVPixelBuffer>& image, int64_t t
     const bool isSameImage = image == lastImage;
     const bool key = !lastKeyTime || time - *lastKeyTime >= timescale;
     lastDuration = duration;
-    if (mayRepeat(isSameImage) && !key) {
+    // The encoder gives a picture out when the next one comes, and repetitions wait behind it.
+    const bool holdsBack = !due.empty() && time - lastEncodedTime >= timescale / kPushesPerSecond;
+    if (mayRepeat(isSameImage) && !key && !holdsBack) {
         due.push_back({.time = time, .isRepeat = true});
         giveRepeats();
         return;
     }
     if (!isSameImage) prepare(image);
     if (key) lastKeyTime = time;
+    lastEncodedTime = time;
     frame->pts = time;
     frame->pict_type = key ? AV_PICTURE_TYPE_I : AV_PICTURE_TYPE_NONE;
     due.push_back({.time = time, .isRepeat = false});

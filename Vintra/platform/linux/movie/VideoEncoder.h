@@ -19,8 +19,9 @@ namespace vintra {
 ///
 /// Goal: 1080p in real time on two slow cores beside the program that is recorded, text that stays sharp, and
 /// a movie that can be scrubbed. Method:
-/// - a key picture at least every second, no reordered pictures, nothing looked at ahead, and each picture is
-///   given out at once: what the encoder held back would be lost with the program;
+/// - a key picture at least every second, no reordered pictures, nothing looked at ahead. An encoder
+///   that holds its newest picture back is given one at least every quarter of a second: what it holds would be
+///   lost with the program;
 /// - constant quality (crf 18; HEVC 22) under a ceiling: what a second of pictures takes is at most the bit
 ///   rate asked for. An average bit rate alone would spend it on a still screen too, picture after picture;
 /// - H.264: preset superfast in two threads, a slice for each (beside a picture for each: a twentieth less
@@ -87,6 +88,7 @@ private:
     int repeatsInARow = 0;
     std::deque<Due> due; ///< in the order of their times; begins with one of the encoder's
     std::optional<int64_t> lastKeyTime;
+    int64_t lastEncodedTime = 0;
     int64_t lastDuration = 1;
 };
 
