@@ -9,7 +9,7 @@ namespace {
 
 constexpr int64_t kFinestTimescale = 1'000'000;
 constexpr int64_t kBaseTimescale = 600; // of the grid's phase
-constexpr CMTime kDefaultDuration = {1, 30, kCMTimeFlags_Valid};
+constexpr CMTime kDefaultPictureDuration = {1, 30, kCMTimeFlags_Valid};
 
 int64_t denominator(CMTime time) {
     return time.timescale / std::gcd(time.value, int64_t{time.timescale});
@@ -44,7 +44,7 @@ void MovieVideoTrack::begin(CMTime firstTime, CMTime duration) {
 
 void MovieVideoTrack::write(const CMSampleBuffer& sample, CMTime sessionStart) {
     const CMTime given = sample.duration();
-    const CMTime duration = given.isNumeric() && given > kCMTimeZero ? given : kDefaultDuration;
+    const CMTime duration = given.isNumeric() && given > kCMTimeZero ? given : kDefaultPictureDuration;
     const CMTime offset = sample.presentationTimeStamp() - sessionStart;
     if (!encoder) begin(offset, duration);
     const int64_t time = CMTimeConvertScale(offset, timescale).value;
@@ -65,7 +65,7 @@ void MovieVideoTrack::repeatUntil(int64_t time) {
 }
 
 void MovieVideoTrack::finish() {
-    if (!encoder) begin(kCMTimeZero, kDefaultDuration);
+    if (!encoder) begin(kCMTimeZero, kDefaultPictureDuration);
     encoder->finish();
 }
 
