@@ -176,8 +176,8 @@ Task<> ScreenRecorderManager::recoverTakes() {
     };
     const auto takes = co_await awaitCompletion<std::vector<RecoveredTake>>(*platform.mainThread, begin);
     std::vector<std::string> texts;
-    for (const RecoveredTake& take : takes)
-        texts.push_back(take.text());
+    for (const RecoveredTake& recovered : takes)
+        texts.push_back(recovered.text());
     if (!texts.empty()) recoveryNote.set(joined(texts, " "));
     isRecoveryOver.set(true);
 }
@@ -314,10 +314,6 @@ bool ScreenRecorderManager::isMicPreviewRunning() const {
 
 bool ScreenRecorderManager::isDawPreviewRunning() const {
     return audioPreviews->daw().isDelivering();
-}
-
-bool ScreenRecorderManager::areExtraPreviewsRunning() const {
-    return audioPreviews->extra().areRunning();
 }
 
 bool ScreenRecorderManager::usesVirtualAudioDevice() const {

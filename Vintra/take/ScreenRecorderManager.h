@@ -137,9 +137,7 @@ public:
     URL prepareOutputFolder(const std::string& forStoredPath);
     bool isMicPreviewRunning() const;
     bool isDawPreviewRunning() const;
-    bool areExtraPreviewsRunning() const;
     bool usesVirtualAudioDevice() const;
-    bool isStartUpOver() const { return *isAudioStartUpOver; }
     /// All of the setup as text; the second with the report of the last run's crash in front.
     std::string diagnosticsReport() const;
     std::string crashReportForSharing() const;
@@ -148,7 +146,6 @@ public:
 
     // -- The last take, once its stop has ended
 
-    const std::optional<CMTime>& commonStartTime() const { return recordingCommonStartTime; }
     const std::vector<Padding>& lastTakePaddings() const { return lastTake.paddings; }
     const std::optional<TakeFiles>& lastTakeFiles() const { return lastTake.take; }
     const std::vector<SavedFile>& lastTakeSavedFiles() const { return lastTake.files; }

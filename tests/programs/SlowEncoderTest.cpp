@@ -65,7 +65,7 @@ protected:
         EXPECT_EQ(static_cast<int64_t>(packets.size()), account.slots());
         for (size_t i = 1; i < packets.size(); ++i)
             EXPECT_EQ(packets[i].time - packets[i - 1].time, CMTimeMake(1, rate)) << i;
-        const CMTime end = recorder->lastTakeStopTime() - *recorder->commonStartTime();
+        const CMTime end = recorder->lastTakeStopTime() - *recorder->recordingCommonStartTime;
         EXPECT_GE(packets.back().time + CMTimeMake(1, rate), end) << "it reaches the stop";
         if (account.lost > 0) {
             const std::string sentence = std::to_string(account.lost) +

@@ -29,7 +29,7 @@ protected:
         std::vector<Placed> result;
         const int64_t slotTicks = kHostTimescale / rate;
         for (const CMSampleBuffer& sample : cameraTrack(name)->accepted()) {
-            const CMTime at = sample.presentationTimeStamp() - *recorder->commonStartTime();
+            const CMTime at = sample.presentationTimeStamp() - *recorder->recordingCommonStartTime;
             EXPECT_EQ(at.timescale, kHostTimescale);
             EXPECT_FALSE(at.hasBeenRounded());
             result.push_back(

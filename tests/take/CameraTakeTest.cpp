@@ -67,7 +67,7 @@ TEST_F(CameraTakeTest, threeCamerasAScreenAndAMicrophoneStartAndFinishInTheirOrd
     EXPECT_EQ(callsOf("startWriting"), order);
     EXPECT_EQ(callsOf("startSession"), order);
     for (const auto& made : machine.assetWriters->writers)
-        EXPECT_EQ(made->sessionStart(), *recorder->commonStartTime()) << made->outputURL().path();
+        EXPECT_EQ(made->sessionStart(), *recorder->recordingCommonStartTime) << made->outputURL().path();
     machine.run(3);
     machine.journal->calls.clear();
     stop();

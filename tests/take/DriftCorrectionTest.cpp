@@ -108,7 +108,7 @@ protected:
     std::map<int64_t, double> errors(const std::string& name) const {
         const auto header = readWavHeader(*machine.fileManager, URL::fileURL(path(name)));
         const std::string bytes = *machine.fileManager->contents(path(name));
-        const double zero = CMTimeGetSeconds(*recorder->commonStartTime());
+        const double zero = CMTimeGetSeconds(*recorder->recordingCommonStartTime);
         std::map<int64_t, std::pair<double, double>> moments;
         for (uint64_t at = header->dataStart; at + 3 <= header->dataStart + header->declaredDataSize;
              at += 3) {
@@ -151,8 +151,8 @@ TEST_F(DriftingTakeTest, theSoundOfALongTakeIsBroughtToTheHostClock) {
             EXPECT_NEAR(error, 0, 2.0 / 48'000) << name << " at click " << number;
         const auto header = readWavHeader(*machine.fileManager, URL::fileURL(path(name)));
         EXPECT_EQ(header->declaredDataSize / 3,
-                  static_cast<uint64_t>(
-                      std::llround(CMTimeGetSeconds(pressed - *recorder->commonStartTime()) * 48'000)));
+                  static_cast<uint64_t>(std::llround(
+                      CMTimeGetSeconds(pressed - *recorder->recordingCommonStartTime) * 48'000)));
     }
     const auto lines = machine.log->texts("audio-health");
     ASSERT_EQ(lines.size(), 2u);

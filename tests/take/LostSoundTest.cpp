@@ -52,7 +52,7 @@ protected:
     /// file may be either of its two neighbours.
     Found look(const std::string& name) const {
         const auto samples = samplesIn(name);
-        const int64_t zero = hostFrame(*recorder->commonStartTime());
+        const int64_t zero = hostFrame(*recorder->recordingCommonStartTime);
         Found found{.frames = static_cast<int64_t>(samples.size())};
         std::map<int64_t, int64_t> offsets;
         for (size_t frame = 0; frame < samples.size(); ++frame) {
@@ -69,9 +69,9 @@ protected:
         return found;
     }
     CMTime after(double seconds) const {
-        return *recorder->commonStartTime() + CMTimeMakeWithSeconds(seconds, kHostTimescale);
+        return *recorder->recordingCommonStartTime + CMTimeMakeWithSeconds(seconds, kHostTimescale);
     }
-    double seconds(CMTime at) const { return CMTimeGetSeconds(at - *recorder->commonStartTime()); }
+    double seconds(CMTime at) const { return CMTimeGetSeconds(at - *recorder->recordingCommonStartTime); }
 };
 
 TEST_F(LostSoundTest, aMicrophoneThatFreezesForThreeSecondsIsInStepAfterwards) {

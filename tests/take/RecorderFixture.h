@@ -92,7 +92,7 @@ protected:
         if (!account || !movie || *recorder->isRecording) return;
         const auto times = movie->input(AVMediaType::video)->presentationTimes();
         const CMTime start = movie->sessionStart();
-        if (times.empty() || start != *recorder->commonStartTime()) return;
+        if (times.empty() || start != *recorder->recordingCommonStartTime) return;
         // Counted from the first picture written; the rate may have been put back since.
         const double rate =
             1 / CMTimeGetSeconds(movie->input(AVMediaType::video)->accepted().front().duration());

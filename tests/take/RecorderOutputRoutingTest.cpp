@@ -10,7 +10,7 @@ class RecorderOutputRoutingTest : public RoutingFixture {};
 
 TEST_F(RecorderOutputRoutingTest, aLaunchTouchesNoOutput) {
     EXPECT_TRUE(*recorder->systemAudioDriverInstalled);
-    EXPECT_TRUE(recorder->isStartUpOver());
+    EXPECT_TRUE(*recorder->isAudioStartUpOver);
     expectReleased(speakers);
     EXPECT_FALSE(recorder->lastError->has_value());
 }
@@ -399,7 +399,7 @@ TEST_F(RepairAfterCrashTest, aRelayAskedForMeanwhileWaitsForTheRepair) {
     machine.userDefaults->set(kPendingKey, std::string("headphones"));
     recorder = ScreenRecorderManager::make(machine.platform());
     recorder->captureSystemAudioForDaw.set(true);
-    EXPECT_FALSE(recorder->isStartUpOver());
+    EXPECT_FALSE(*recorder->isAudioStartUpOver);
     machine.run(0.3);
     expectHeld(headphones);
 }

@@ -81,7 +81,7 @@ TEST_F(StartOrderTest, oneReadingOfTheClockIsTheCommonStartOfAll) {
     };
     start();
     machine.hostClock->secondsAfterReading = 0;
-    const CMTime commonStart = *recorder->commonStartTime();
+    const CMTime commonStart = *recorder->recordingCommonStartTime;
     EXPECT_GE(machine.now() - commonStart, CMTimeMake(3337, 10'000));
     for (const auto& made : machine.assetWriters->writers)
         EXPECT_EQ(made->sessionStart(), commonStart) << made->outputURL().lastPathComponent();
@@ -102,7 +102,7 @@ TEST_F(StartOrderTest, oneReadingOfTheClockIsTheCommonStartOfAll) {
 
 TEST_F(StartOrderTest, theWarmUpIsOnEverySoundFile) {
     recordFor(1.5);
-    const CMTime cutoff = *recorder->commonStartTime() + CMTimeMake(3, 10);
+    const CMTime cutoff = *recorder->recordingCommonStartTime + CMTimeMake(3, 10);
     for (const std::string& name : kSoundFiles)
         expectWarmUp(*soundTrack(name), cutoff, name);
     // And on the copies in the movie.
@@ -113,7 +113,7 @@ TEST_F(StartOrderTest, theWarmUpIsOnEverySoundFile) {
 TEST_F(StartOrderTest, theWarmUpIsMeasuredFromTheCommonStartHoweverLongTheWritersTake) {
     scriptWriters({.startSeconds = 0.02}); // five of them: a third of the warm-up
     recordFor(1.5);
-    const CMTime cutoff = *recorder->commonStartTime() + CMTimeMake(3, 10);
+    const CMTime cutoff = *recorder->recordingCommonStartTime + CMTimeMake(3, 10);
     for (const std::string& name : kSoundFiles)
         expectWarmUp(*soundTrack(name), cutoff, name);
 }
@@ -156,7 +156,7 @@ TEST_F(StartOrderTest, soundIsRecordedWhileTheStreamIsStillStarting) {
     stop();
     for (const std::string& name : kSoundFiles) {
         const CMTime first = soundTrack(name)->presentationTimes().front();
-        EXPECT_LT(CMTimeGetSeconds(first - *recorder->commonStartTime()), 0.02) << name;
+        EXPECT_LT(CMTimeGetSeconds(first - *recorder->recordingCommonStartTime), 0.02) << name;
     }
 }
 
@@ -255,8 +255,8 @@ TEST_F(ComputerAudioStartOrderTest, theWarmUpIsOnComputerAudioToo) {
     virtualDevice->signal = [](uint32_t, int64_t, CMTime) { return 0.25f; };
     turnOnComputerAudio();
     recordFor(1.5);
-    expectWarmUp(*soundTrack("take_computer-audio.wav"), *recorder->commonStartTime() + CMTimeMake(3, 10),
-                 "computer audio");
+    expectWarmUp(*soundTrack("take_computer-audio.wav"),
+                 *recorder->recordingCommonStartTime + CMTimeMake(3, 10), "computer audio");
 }
 
 TEST_F(ComputerAudioStartOrderTest, theRelayIsBuiltBeforeTheDevicesAreLookedUp) {

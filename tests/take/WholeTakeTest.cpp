@@ -71,7 +71,7 @@ TEST_F(WholeTakeTest, elevenFilesBeginAtTheCommonStartToTheSample) {
     start();
     ASSERT_TRUE(*recorder->isRecording) << lastError();
     EXPECT_EQ(*recorder->statusMessage, "Recording mic + system audio + 9 extra inputs…");
-    const CMTime commonStart = *recorder->commonStartTime();
+    const CMTime commonStart = *recorder->recordingCommonStartTime;
     clap = commonStart + CMTimeMake(3, 2);
     machine.run(3);
     stop();
@@ -106,7 +106,7 @@ TEST_F(WholeTakeTest, everySourceOnAClockOfItsOwnStaysAligned) {
     armEverything();
     start();
     ASSERT_TRUE(*recorder->isRecording) << lastError();
-    clap = *recorder->commonStartTime() + CMTimeMake(1, 1);
+    clap = *recorder->recordingCommonStartTime + CMTimeMake(1, 1);
     machine.run(2);
     stop();
     // A second of a clock that is 120 ppm off is 6 samples off.

@@ -210,7 +210,7 @@ bool TakeRunner::wasNameTaken() const {
 Task<> TakeRunner::recordUntilTheEnd() {
     const std::function<bool()> isOver = [this] { return *isInterrupted || !*manager->isRecording; };
     const CMTime running = machine.services.hostClock->now();
-    const CMTime common = manager->commonStartTime().value_or(running);
+    const CMTime common = manager->recordingCommonStartTime.value_or(running);
     const CMTime start = CMTimeGetSeconds(running - common) > kLongestStart ? running : common;
     while (!isOver()) {
         int64_t wait = kBetweenStatusLines;
