@@ -39,6 +39,7 @@ void CameraWriteQueue::begin(CMTime at, int32_t rate) {
     MutexLock guard(lock);
     waiting.clear();
     grid = SlotGrid::begin(at, rate);
+    ledger.clear();
     lastQueuedSlot = -1;
     lastWritten.reset();
     repeated = 0;
@@ -89,6 +90,7 @@ std::optional<int64_t> CameraWriteQueue::slot(CMTime pts) {
 
 void CameraWriteQueue::enqueue(int64_t slot, const CMSampleBuffer& frame, bool ready, Result& result) {
     if (waiting.size() >= kMostWaiting) {
+        ledger.noteLoss(waiting.front().slot);
         waiting.pop_front();
         result.dropped = 1;
         lastLossSlot = slot;
@@ -116,6 +118,7 @@ bool CameraWriteQueue::fillGap(AVAssetWriterInput& into) {
     const int64_t next = lastWritten->slot + 1;
     if (append(lastWritten->frame, next, into)) {
         repeated += 1;
+        ledger.noteCopy(next);
         lastWritten->slot = next;
     } else {
         lastWritten->slot = last;
@@ -128,8 +131,10 @@ void CameraWriteQueue::writeFirst(AVAssetWriterInput& into, Result& result) {
     waiting.pop_front();
     if (append(first.frame, first.slot, into)) {
         result.written += 1;
+        ledger.noteOwn(first.slot);
     } else {
         result.dropped += 1;
+        ledger.noteLoss(first.slot);
         lastLossSlot = lastQueuedSlot;
     }
     // A frame that was refused is still the latest picture.
@@ -162,6 +167,8 @@ CameraWriteQueue::Result CameraWriteQueue::flush(const std::shared_ptr<AVAssetWr
         }
     }
     result.dropped += static_cast<int64_t>(waiting.size());
+    for (const Slotted& left : waiting)
+        ledger.noteLoss(left.slot);
     waiting.clear();
     lastWritten.reset();
     dropped += result.dropped;
@@ -172,6 +179,12 @@ void CameraWriteQueue::clear() {
     MutexLock guard(lock);
     waiting.clear();
     lastWritten.reset();
+}
+
+FrameAccount CameraWriteQueue::account() const {
+    MutexLock guard(lock);
+    constexpr int64_t kUpToTheLastNoted = -1;
+    return ledger.account(kUpToTheLastNoted);
 }
 
 int64_t CameraWriteQueue::percentile(double p) const {

@@ -5,7 +5,9 @@
 #include "Vintra/platform/CMSampleBuffer.h"
 #include "Vintra/platform/HostClock.h"
 #include "Vintra/platform/Mutex.h"
+#include "Vintra/video/FrameAccount.h"
 #include "Vintra/video/SlotGrid.h"
+#include "Vintra/video/SlotLedger.h"
 
 #include <array>
 #include <cstddef>
@@ -50,6 +52,9 @@ public:
     Result flush(const std::shared_ptr<AVAssetWriterInput>& into);
     /// Forgets the frames that wait and the last picture without counting them, for a take that never started.
     void clear();
+    /// Where the slots of the take went, up to that of the last frame: the track ends there. Whatever the camera
+    /// was late for or didn't send stands as unchanged where nothing could be copied.
+    FrameAccount account() const;
     /// What the queue did in its take, in words for the diagnostics.
     std::string summary() const;
 
@@ -78,6 +83,7 @@ private:
     mutable Mutex lock;
     std::deque<Slotted> waiting GUARDED_BY(lock); ///< oldest first
     SlotGrid grid GUARDED_BY(lock);
+    SlotLedger ledger GUARDED_BY(lock);
     int64_t lastQueuedSlot GUARDED_BY(lock) = -1;        ///< handed out last, written or not
     std::optional<Slotted> lastWritten GUARDED_BY(lock); ///< the latest picture, at the slot written last
     int64_t repeated GUARDED_BY(lock) = 0;               ///< copies written

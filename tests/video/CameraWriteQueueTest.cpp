@@ -71,9 +71,11 @@ protected:
 };
 
 TEST_F(CameraWriteQueueTest, framesOnTheGridGoStraightThrough) {
+    EXPECT_EQ(queue.account(), FrameAccount{});
     for (int64_t slot = 0; slot < 60; ++slot)
         EXPECT_EQ(submit(static_cast<double>(slot)), (Result{1, 0}));
     EXPECT_EQ(slots(), range(0, 59));
+    EXPECT_EQ(queue.account(), (FrameAccount{.first = 0, .own = 60}));
     EXPECT_EQ(queue.summary(), "0 lost · 0 waited, up to 1 at once · 0 arrived bunched · arriving 20ms after "
                                "capture, 20ms at worst · on a 30 fps beat: 0 repeated, 0 left out, 0 skipped "
                                "while the writer was behind");
@@ -137,6 +139,7 @@ TEST_F(CameraWriteQueueTest, theNinthFrameThatWaitsPushesOutTheOldest) {
     EXPECT_EQ(queue.flush(input), (Result{8, 0}));
     // The loss was one slot ago: the gap that the lost frame left is not filled.
     EXPECT_EQ(slots(), (Slots{0, 2, 3, 4, 5, 6, 7, 8, 9}));
+    EXPECT_EQ(queue.account(), (FrameAccount{.first = 0, .own = 9, .lost = 1}));
     EXPECT_NE(queue.summary().find("0 repeated, 0 left out, 1 skipped"), std::string::npos);
 }
 
@@ -152,6 +155,9 @@ TEST_F(CameraWriteQueueTest, aGapWithinTheCalmSlotsIsSkippedAndALaterOneIsFilled
     submit(27);
     EXPECT_EQ(slots(), (Slots{0, 3, 4, 5, 6, 7, 8, 9, 10, 24, 25, 26, 27}));
     EXPECT_NE(queue.summary().find("2 repeated, 0 left out, 15 skipped"), std::string::npos);
+    // 0, 3 to 10, 24 and 27; 25 and 26; 11 to 23, which the camera didn't send; 1 and 2.
+    EXPECT_EQ(queue.account(),
+              (FrameAccount{.first = 0, .own = 11, .copied = 2, .unchanged = 13, .lost = 2}));
 }
 
 TEST_F(CameraWriteQueueTest, aGapFifteenSlotsAfterTheLossIsFilled) {
@@ -188,6 +194,7 @@ TEST_F(CameraWriteQueueTest, copiesAreMadeOfARefusedFrameToo) {
     submit(20); // 19 slots after the refusal
     EXPECT_EQ(slots().size(), 20u);
     EXPECT_EQ(input->appended[1].imageBuffer(), refused.imageBuffer());
+    EXPECT_EQ(queue.account(), (FrameAccount{.first = 0, .own = 2, .copied = 18, .lost = 1}));
 }
 
 TEST_F(CameraWriteQueueTest, aRefusedCopyGivesUpTheGapUncounted) {
@@ -196,6 +203,7 @@ TEST_F(CameraWriteQueueTest, aRefusedCopyGivesUpTheGapUncounted) {
     input->accepts = [&](const CMSampleBuffer&) { return ++calls != 3; }; // copies at 1, 2, not 3
     EXPECT_EQ(submit(10), (Result{1, 0}));
     EXPECT_EQ(slots(), (Slots{0, 1, 2, 10}));
+    EXPECT_EQ(queue.account(), (FrameAccount{.first = 0, .own = 2, .copied = 2, .unchanged = 7}));
     EXPECT_NE(queue.summary().find("0 lost"), std::string::npos);
     EXPECT_NE(queue.summary().find("2 repeated, 0 left out, 0 skipped"), std::string::npos);
 }
@@ -304,6 +312,7 @@ TEST_F(CameraWriteQueueTest, flushWaitsForTheWriterForHalfASecond) {
     EXPECT_GE(machine.now() - before, CMTimeMake(500, 1000));
     EXPECT_LE(machine.now() - before, CMTimeMake(502, 1000));
     EXPECT_NE(queue.summary().find("8 lost"), std::string::npos);
+    EXPECT_EQ(queue.account(), (FrameAccount{.first = 0, .own = 1, .lost = 8}));
     setReady(true);
     EXPECT_EQ(queue.flush(input), (Result{0, 0}));
 }
@@ -402,6 +411,15 @@ TEST_P(CameraWriteQueueRandomTest, everyFrameIsWrittenDroppedOrLeftOut) {
     EXPECT_EQ(total.written + total.dropped + leftOut, frames);
     EXPECT_EQ(std::stoll(summary), total.dropped); // the summary begins with it
     EXPECT_EQ(static_cast<int64_t>(all.size()), total.written + number("beat: ", " repeated"));
+    const FrameAccount account = queue.account();
+    EXPECT_EQ(account.own, total.written);
+    EXPECT_GE(account.unchanged, 0);
+    EXPECT_LE(account.lost, total.dropped);
+    EXPECT_LE(account.first, all.front());
+    EXPECT_GE(account.first + account.slots() - 1, all.back());
+    // A copy in the place of a loss counts as that loss.
+    EXPECT_LE(account.own + account.copied, static_cast<int64_t>(all.size()));
+    EXPECT_GE(account.own + account.copied + account.lost, static_cast<int64_t>(all.size()));
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, CameraWriteQueueRandomTest, testing::Range(1u, 33u));
