@@ -29,6 +29,7 @@ namespace vintra {
 //     CMTime now();                                // of the host clock that stamps the samples
 //     bool waitUntil(std::function<bool()>);       // lets time go by until it holds; false after 10 s
 //     void letPass(double seconds);                // of the host clock
+//     void workOffMainThread();                    // all that has been posted to it
 //     void unplugMicrophone();
 
 /// Hands all work to another queue and knows whether it is running some. Any thread.
@@ -308,6 +309,24 @@ TYPED_TEST_P(CaptureSessionConformance, noSampleComesAfterTheStop) {
     this->expectThatNoSampleComes();
 }
 
+TYPED_TEST_P(CaptureSessionConformance, anOrdinaryStopIsNoErrorOfTheSession) {
+    int errors = 0;
+    const auto observation = this->backend.captureDevices().observe(
+        {.deviceWasConnected = [](const auto&) {},
+         .deviceWasDisconnected = [](const auto&) {},
+         .sessionRuntimeError = [&](const auto&, const auto&) { ++errors; }});
+    auto session = this->runningSession();
+    ASSERT_NE(session, nullptr);
+    this->stop(*session);
+    this->backend.workOffMainThread();
+    EXPECT_EQ(errors, 0) << "stopped";
+    this->start(*session);
+    ASSERT_TRUE(session->isRunning());
+    session.reset();
+    this->backend.workOffMainThread();
+    EXPECT_EQ(errors, 0) << "let go of";
+}
+
 TYPED_TEST_P(CaptureSessionConformance, aStoppedSessionCanBeStartedAgain) {
     const auto session = this->runningSession();
     ASSERT_NE(session, nullptr);
@@ -375,9 +394,9 @@ REGISTER_TYPED_TEST_SUITE_P(CaptureSessionConformance, aDeviceThatIsNotThereIsNu
                             samplesAreInterleavedFloatsInTheRateAndChannelsAskedFor, everyBufferIsAFreshOne,
                             theSignalIsHeardOnEveryChannel, stampsFollowOneAnotherWithoutOverlap,
                             stampsAreHostTimesOfTheRecentPast, noSampleComesAfterTheStop,
-                            aStoppedSessionCanBeStartedAgain, startingTwiceAndStoppingTwiceIsNoTrouble,
-                            stoppingASessionThatNeverRanIsNoTrouble, aDelegateThatHasGoneIsNoTrouble,
-                            aSessionLetGoOfWhileItRunsJustEnds,
+                            anOrdinaryStopIsNoErrorOfTheSession, aStoppedSessionCanBeStartedAgain,
+                            startingTwiceAndStoppingTwiceIsNoTrouble, stoppingASessionThatNeverRanIsNoTrouble,
+                            aDelegateThatHasGoneIsNoTrouble, aSessionLetGoOfWhileItRunsJustEnds,
                             aMicrophoneUnpluggedWhileItRunsJustGoesSilent);
 
 } // namespace vintra

@@ -20,6 +20,7 @@ public:
     CMTime now() { return machine.now(); }
     bool waitUntil(const std::function<bool()>& done) { return machine.runMainUntil(done, 10); }
     void letPass(double seconds) { machine.run(seconds); }
+    void workOffMainThread() { machine.settle(); }
     void unplugMicrophone() { machine.audioHardware->unplug("mic"); }
 
 private:

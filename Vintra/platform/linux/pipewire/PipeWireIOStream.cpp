@@ -57,8 +57,9 @@ PipeWireIOStream::PipeWireIOStream(PipeWireConnection& connection, const PipeWir
 PipeWireIOStream::~PipeWireIOStream() {
     connection.loop().assertHeld();
     if (stream != nullptr) {
-        // The listener goes first: the stream's end is no news. Destroying takes the stream off its real-time
-        // thread and waits for that.
+        // What it says of its end from here on is no news. Destroying takes it off its real-time thread and waits
+        // for that.
+        status = Status::ended;
         pw_stream_disconnect(stream);
         spa_hook_remove(hook.get());
         pw_stream_destroy(stream);

@@ -29,11 +29,16 @@ public:
         return condition();
     }
     void letPass(double seconds) { clock.sleep(static_cast<int64_t>(seconds * 1e6)); }
+    void workOffMainThread() {
+        mainThread->post([this] { mainThread->stop(); });
+        mainThread->run();
+    }
     void unplugMicrophone() { microphone.unplug(); }
 
 private:
     PublishedMicrophone microphone{"conformance", {"--channels", "2", "--signal", "tones"}};
-    PipeWireCaptureDevices devices{std::make_shared<PipeWireConnection>(), std::make_shared<LinuxEventLoop>(),
+    std::shared_ptr<LinuxEventLoop> mainThread = std::make_shared<LinuxEventLoop>();
+    PipeWireCaptureDevices devices{std::make_shared<PipeWireConnection>(), mainThread,
                                    std::make_shared<LinuxLog>(LogLevel::error)};
     LinuxDispatchQueues queues;
     LinuxHostClock clock;
