@@ -14,11 +14,12 @@ namespace vintra {
 /// wait. Input streams are to be read, output streams to be filled; both lie in the device's memory.
 using AudioIOBlock = std::function<void(AudioBufferList input, AudioBufferList output)>;
 
-/// A block that is registered with a device. It is made stopped, and its destructor stops it. Main thread.
+/// A block that is registered with a device. It is made stopped, and its destructor stops it. One thread at a
+/// time.
 class AudioIOProc {
 public:
     virtual ~AudioIOProc() = default;
-    /// False if the device doesn't run.
+    /// Waits for the device, for seconds at the most. False if it doesn't run.
     virtual bool start() = 0;
     /// When it returns no call of the block is under way and none will begin.
     virtual void stop() = 0;
@@ -30,7 +31,8 @@ struct AudioBufferSizeRange {
     double maximum = 0;
 };
 
-/// Real-time IO of sound devices, and what can be set on them. Main thread.
+/// Real-time IO of sound devices, and what can be set on them. Reading: any thread. What makes or sets something
+/// waits for the device, for seconds at the most, and is for one thread at a time.
 class AudioDeviceIO {
 public:
     virtual ~AudioDeviceIO() = default;

@@ -15,8 +15,10 @@ inline constexpr AudioObjectID kAudioObjectSystemObject = 1;
 
 enum class AudioProperty {
     devices,                   ///< of the system object
+    defaultOutputDevice,       ///< of the system object
     defaultSystemOutputDevice, ///< of the system object
     nominalSampleRate,         ///< of a device
+    outputVolume,              ///< of a device
 };
 
 /// How a device is joined to the computer.
@@ -47,6 +49,13 @@ public:
     virtual std::optional<std::string> deviceName(AudioObjectID device) const = 0;
     /// Hertz.
     virtual std::optional<double> nominalSampleRate(AudioObjectID device) const = 0;
+    /// The factor of each output channel as the user's volume control has it, all 0 while muted. Nothing if the
+    /// device has no such control.
+    virtual std::optional<std::vector<float>> outputVolume(AudioObjectID device) const = 0;
+    /// Where what is played to the device comes out once another device is the default output. For most that
+    /// is the device itself. A filter that plays on to whatever the default output is, such as an equaliser,
+    /// would follow: for it, the device that it plays on to now. Nothing if that can't be told.
+    virtual std::optional<AudioObjectID> deviceBehind(AudioObjectID device) const = 0;
     /// 0 if there is none.
     virtual std::optional<AudioObjectID> defaultOutputDevice() const = 0;
     virtual std::optional<AudioObjectID> defaultSystemOutputDevice() const = 0;

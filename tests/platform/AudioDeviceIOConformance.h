@@ -7,6 +7,8 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <optional>
+#include <vector>
 
 namespace vintra {
 
@@ -21,7 +23,9 @@ namespace vintra {
 //     AudioDeviceIO& io();
 //     AudioObjectID virtualDevice();               // at its usual rate of 48 kHz
 //     AudioObjectID output();                      // of two channels, at 48 kHz, and the default output
-//     bool waitUntil(std::function<bool()>);       // lets time go by until it holds; false after 10 s
+//     void turnVolume(float left, float right);    // of the virtual device, as the user does
+//     bool waitUntil(std::function<bool()>);       // lets time go by until it holds; false after 10 s; the main
+//                                                  // thread works meanwhile
 
 /// What a block was called with. The block's own thread writes, any may read.
 class CountedCycles {
@@ -245,6 +249,53 @@ TYPED_TEST_P(AudioDeviceIOConformance, aDefaultOutputThatWasSetIsReadBack) {
     EXPECT_EQ(hardware.defaultOutputDevice(), this->backend.output());
 }
 
+TYPED_TEST_P(AudioDeviceIOConformance, anotherDefaultOutputIsToldOnceAndOnlyWhoListens) {
+    AudioHardware& hardware = this->backend.hardware();
+    int calls = 0;
+    auto listener = hardware.addPropertyListener(kAudioObjectSystemObject, AudioProperty::defaultOutputDevice,
+                                                 [&] { ++calls; });
+    ASSERT_NE(listener, nullptr);
+    ASSERT_TRUE(hardware.setDefaultOutputDevice(this->backend.virtualDevice()));
+    EXPECT_TRUE(this->backend.waitUntil([&] { return calls == 1; }));
+    ASSERT_TRUE(hardware.setDefaultOutputDevice(this->backend.output()));
+    EXPECT_TRUE(this->backend.waitUntil([&] { return calls == 2; }));
+    listener.reset();
+    int others = 0;
+    const auto other = hardware.addPropertyListener(kAudioObjectSystemObject,
+                                                    AudioProperty::defaultOutputDevice, [&] { ++others; });
+    ASSERT_TRUE(hardware.setDefaultOutputDevice(this->backend.virtualDevice()));
+    ASSERT_TRUE(hardware.setDefaultOutputDevice(this->backend.output()));
+    EXPECT_TRUE(this->backend.waitUntil([&] { return others >= 1; }));
+    EXPECT_EQ(calls, 2);
+}
+
+TYPED_TEST_P(AudioDeviceIOConformance, theVirtualDevicesVolumeIsReadAndItsTurningIsTold) {
+    AudioHardware& hardware = this->backend.hardware();
+    const AudioObjectID device = this->backend.virtualDevice();
+    const auto has = [&](float left, float right) {
+        return this->backend.waitUntil([&] {
+            return hardware.outputVolume(device) == std::vector<float>{left, right};
+        });
+    };
+    int calls = 0;
+    const auto listener = hardware.addPropertyListener(device, AudioProperty::outputVolume, [&] { ++calls; });
+    ASSERT_NE(listener, nullptr);
+    this->backend.turnVolume(0.5f, 0.25f);
+    EXPECT_TRUE(has(0.5f, 0.25f));
+    EXPECT_TRUE(this->backend.waitUntil([&] { return calls >= 1; }));
+    this->backend.turnVolume(1, 1);
+    EXPECT_TRUE(has(1, 1));
+    EXPECT_TRUE(this->backend.waitUntil([&] { return calls >= 2; }));
+    EXPECT_EQ(hardware.outputVolume(this->kUnknownDevice), std::nullopt);
+}
+
+TYPED_TEST_P(AudioDeviceIOConformance, behindADeviceThatIsNoFilterIsTheDeviceItself) {
+    AudioHardware& hardware = this->backend.hardware();
+    EXPECT_EQ(hardware.deviceBehind(this->backend.output()), this->backend.output());
+    EXPECT_EQ(hardware.deviceBehind(this->backend.virtualDevice()), this->backend.virtualDevice());
+    EXPECT_EQ(hardware.deviceBehind(this->kUnknownDevice), std::nullopt);
+}
+
 REGISTER_TYPED_TEST_SUITE_P(AudioDeviceIOConformance, aBlockOnTheOutputFillsItsTwoChannels,
                             aBlockOnTheVirtualDeviceHearsTwoChannelsAlsoWhenNobodyPlays, aProcIsMadeStopped,
                             whenStopReturnsNoCallIsUnderWayAndNoneBegins, aProcThatGoesHasStopped,
@@ -252,6 +303,9 @@ REGISTER_TYPED_TEST_SUITE_P(AudioDeviceIOConformance, aBlockOnTheOutputFillsItsT
                             aDeviceThatIsNotThereGivesNothing, theBufferSizeIsThatOfTheCyclesAndInItsRange,
                             aBufferSizeAskedOfTheVirtualDeviceIsReadBackAndTakesEffect,
                             theVirtualDeviceTakesTheTwoUsualRatesAndNoOther,
-                            aDefaultOutputThatWasSetIsReadBack);
+                            aDefaultOutputThatWasSetIsReadBack,
+                            anotherDefaultOutputIsToldOnceAndOnlyWhoListens,
+                            theVirtualDevicesVolumeIsReadAndItsTurningIsTold,
+                            behindADeviceThatIsNoFilterIsTheDeviceItself);
 
 } // namespace vintra

@@ -29,6 +29,9 @@ public:
     AudioDeviceIO& io() { return *machine.audioDeviceIO; }
     AudioObjectID virtualDevice() const { return virtualID; }
     AudioObjectID output() const { return outputID; }
+    void turnVolume(float left, float right) {
+        machine.audioHardware->setOutputVolume("VintraAudioDevice", {left, right});
+    }
     bool waitUntil(const std::function<bool()>& condition) { return machine.runMainUntil(condition, 10); }
 
 private:

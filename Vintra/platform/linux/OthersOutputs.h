@@ -38,6 +38,12 @@ public:
     std::optional<double> nominalSampleRate(AudioObjectID device) const override {
         return machine->nominalSampleRate(device);
     }
+    std::optional<std::vector<float>> outputVolume(AudioObjectID device) const override {
+        return machine->outputVolume(device);
+    }
+    std::optional<AudioObjectID> deviceBehind(AudioObjectID device) const override {
+        return machine->deviceBehind(device);
+    }
     std::optional<AudioObjectID> defaultOutputDevice() const override { return std::nullopt; }
     std::optional<AudioObjectID> defaultSystemOutputDevice() const override {
         return machine->defaultSystemOutputDevice();

@@ -24,6 +24,11 @@ struct SimulatedAudioDevice {
     AudioTransportType transportType = AudioTransportType::other;
     double nominalSampleRate = 48'000; ///< hertz
     AudioObjectID id = 0;              ///< given by the hardware when plugged in
+    std::optional<std::vector<float>>
+        outputVolume{}; ///< as the user's control has it; nothing: there is none
+    /// A filter that follows the default output, and the uid of the device that it plays on to; empty: it isn't
+    /// known.
+    std::optional<std::string> playsOnTo{};
 
     bool refusesToBeDefault = false; ///< setting it as a default output fails
     bool hasUnreadableStreams = false;
@@ -64,6 +69,7 @@ struct SimulatedAudioDevice {
     double rateChangeSeconds = 0;      ///< from a request to the new rate
     bool refusesIOProc = false;        ///< `createIOProc` fails
     bool failsToStartIO = false;       ///< `AudioIOProc::start` fails
+    double ioStartSeconds = 0;         ///< how long `AudioIOProc::start` waits
     bool isStalled = false;            ///< its IO runs, but no cycle comes, for as long as this holds
     std::function<double(int64_t cycle)> cycleLateness = nullptr; ///< seconds; in time if not set
     /// Told of each cycle of output that an IO has filled.

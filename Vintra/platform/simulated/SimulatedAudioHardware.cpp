@@ -51,6 +51,20 @@ std::optional<AudioTransportType> SimulatedAudioHardware::transportType(AudioObj
     return found->transportType;
 }
 
+std::optional<std::vector<float>> SimulatedAudioHardware::outputVolume(AudioObjectID id) const {
+    const auto found = device(id);
+    return found ? found->outputVolume : std::nullopt;
+}
+
+std::optional<AudioObjectID> SimulatedAudioHardware::deviceBehind(AudioObjectID id) const {
+    auto found = device(id);
+    // A chain of filters ends, however they are scripted.
+    for (size_t steps = 0; found && found->playsOnTo && steps < list.size(); ++steps)
+        found = device(*found->playsOnTo);
+    if (!found || found->playsOnTo) return std::nullopt;
+    return found->id;
+}
+
 std::optional<AudioObjectID> SimulatedAudioHardware::defaultOutputDevice() const {
     return defaultOutput;
 }
@@ -62,8 +76,14 @@ std::optional<AudioObjectID> SimulatedAudioHardware::defaultSystemOutputDevice()
 bool SimulatedAudioHardware::setDefaultOutputDevice(AudioObjectID id) {
     const auto found = device(id);
     if (!found || found->refusesToBeDefault) return false;
-    defaultOutput = id;
+    chooseDefaultOutput(id);
     return true;
+}
+
+void SimulatedAudioHardware::chooseDefaultOutput(std::optional<AudioObjectID> id) {
+    const bool isNew = defaultOutput != id;
+    defaultOutput = id;
+    if (isNew) notify(kAudioObjectSystemObject, AudioProperty::defaultOutputDevice);
 }
 
 bool SimulatedAudioHardware::setDefaultSystemOutputDevice(AudioObjectID id) {
@@ -149,6 +169,13 @@ void SimulatedAudioHardware::setNominalSampleRate(const std::string& uid, double
     if (!found) return;
     found->nominalSampleRate = rate;
     notify(found->id, AudioProperty::nominalSampleRate);
+}
+
+void SimulatedAudioHardware::setOutputVolume(const std::string& uid, std::vector<float> channels) {
+    const auto found = device(uid);
+    if (!found) return;
+    found->outputVolume = std::move(channels);
+    notify(found->id, AudioProperty::outputVolume);
 }
 
 void SimulatedAudioHardware::notify(AudioObjectID object, AudioProperty property) {

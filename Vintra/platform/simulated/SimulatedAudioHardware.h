@@ -24,6 +24,8 @@ public:
     std::optional<std::string> deviceUID(AudioObjectID device) const override;
     std::optional<std::string> deviceName(AudioObjectID device) const override;
     std::optional<double> nominalSampleRate(AudioObjectID device) const override;
+    std::optional<std::vector<float>> outputVolume(AudioObjectID device) const override;
+    std::optional<AudioObjectID> deviceBehind(AudioObjectID device) const override;
     std::optional<AudioObjectID> defaultOutputDevice() const override;
     std::optional<AudioObjectID> defaultSystemOutputDevice() const override;
     bool setDefaultOutputDevice(AudioObjectID device) override;
@@ -41,6 +43,10 @@ public:
     /// Takes the device away; what captures it hears no more.
     void unplug(const std::string& uid);
     void setNominalSampleRate(const std::string& uid, double rate);
+    /// As the user turns the device's volume control.
+    void setOutputVolume(const std::string& uid, std::vector<float> channels);
+    /// As the user or another program chooses the default output; nothing and 0 as for `defaultOutput`.
+    void chooseDefaultOutput(std::optional<AudioObjectID> id);
     /// Told of each device that is plugged in or unplugged, for as long as the result is kept.
     using PlugObserver = std::function<void(const std::shared_ptr<SimulatedAudioDevice>&, bool isThere)>;
     Observation observePlugs(PlugObserver observer);

@@ -55,6 +55,7 @@ public:
 
     bool isThere() const { return services.hardware->device(id) == device; }
     bool begin() {
+        if (device->ioStartSeconds > 0) services.time->advance(device->ioStartSeconds);
         if (isOn || device->failsToStartIO || !isThere()) return isOn;
         isOn = true;
         endNanoseconds = static_cast<double>(services.time->nowNanoseconds());

@@ -21,7 +21,7 @@ public:
         , defaultOutput(std::move(defaultOutput))
         , object(object)
         , property(property)
-        , realDevice(this->defaultOutput->realDevice()) {}
+        , reported(watched()) {}
     ~Listener() override {
         // With the lock no call is under way on PipeWire's thread.
         PipeWireLock lock(connection->loop());
@@ -45,21 +45,29 @@ private:
         switch (property) {
         case AudioProperty::devices:
             return change.devices;
+        case AudioProperty::defaultOutputDevice:
         case AudioProperty::defaultSystemOutputDevice: {
-            const uint32_t before = std::exchange(realDevice, defaultOutput->realDevice());
-            return realDevice != before;
+            const uint32_t before = std::exchange(reported, watched());
+            return reported != before;
         }
         case AudioProperty::nominalSampleRate:
             return change.rateOfDevice == object;
+        case AudioProperty::outputVolume:
+            return change.volumeOfDevice == object;
         }
         return false;
+    }
+    /// The device that the property is, where it is one.
+    uint32_t watched() const {
+        if (property == AudioProperty::defaultOutputDevice) return defaultOutput->device();
+        return property == AudioProperty::defaultSystemOutputDevice ? defaultOutput->realDevice() : 0;
     }
 
     const std::shared_ptr<PipeWireConnection> connection;
     const std::shared_ptr<PipeWireDefaultOutput> defaultOutput;
     const AudioObjectID object;
     const AudioProperty property;
-    uint32_t realDevice; ///< the one last reported; belongs to PipeWire's thread
+    uint32_t reported; ///< the device that was last told of; belongs to PipeWire's thread
     std::shared_ptr<std::function<void()>> block;
     std::shared_ptr<void> observation;
 };
@@ -100,6 +108,27 @@ std::optional<AudioTransportType> PipeWireAudioHardware::transportType(AudioObje
     return node->isBuiltIn ? AudioTransportType::builtIn : AudioTransportType::other;
 }
 
+std::optional<std::vector<float>> PipeWireAudioHardware::outputVolume(AudioObjectID device) const {
+    const auto node = connection->devices().device(device);
+    if (!node || node->channelVolumes.empty()) return std::nullopt;
+    if (node->isMuted) return std::vector<float>(node->channelVolumes.size(), 0);
+    return node->channelVolumes;
+}
+
+std::optional<AudioObjectID> PipeWireAudioHardware::deviceBehind(AudioObjectID device) const {
+    PipeWireLock lock(connection->loop());
+    auto node = connection->devices().device(device);
+    const size_t most = connection->devices().numbers().size(); // a chain of filters has an end
+    for (size_t steps = 0; node && connection->filters().followsDefault(*node); ++steps) {
+        const auto next = connection->filters().playsTo(*node);
+        const auto number = next ? connection->devices().numberOfNode(*next) : std::nullopt;
+        if (!number || steps == most) return std::nullopt;
+        device = *number;
+        node = connection->devices().device(device);
+    }
+    return node ? std::optional(device) : std::nullopt;
+}
+
 std::optional<AudioObjectID> PipeWireAudioHardware::defaultOutputDevice() const {
     if (connection->problem()) return std::nullopt;
     return defaultOutput->device();
@@ -136,9 +165,10 @@ std::optional<double> PipeWireAudioHardware::nominalSampleRate(AudioObjectID dev
 std::unique_ptr<AudioPropertyListener>
 PipeWireAudioHardware::addPropertyListener(AudioObjectID object, AudioProperty property,
                                            std::function<void()> block) {
-    const bool isKnown = property == AudioProperty::nominalSampleRate
-                             ? connection->devices().device(object).has_value()
-                             : object == kAudioObjectSystemObject;
+    const bool isOfDevice =
+        property == AudioProperty::nominalSampleRate || property == AudioProperty::outputVolume;
+    const bool isKnown =
+        isOfDevice ? connection->devices().device(object).has_value() : object == kAudioObjectSystemObject;
     if (!isKnown) return nullptr;
     auto listener = std::make_unique<Listener>(connection, defaultOutput, object, property);
     listener->begin(std::move(block), mainThread);

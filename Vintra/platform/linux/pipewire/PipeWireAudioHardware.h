@@ -29,6 +29,8 @@ public:
     std::optional<std::string> deviceUID(AudioObjectID device) const override;
     std::optional<std::string> deviceName(AudioObjectID device) const override;
     std::optional<double> nominalSampleRate(AudioObjectID device) const override;
+    std::optional<std::vector<float>> outputVolume(AudioObjectID device) const override;
+    std::optional<AudioObjectID> deviceBehind(AudioObjectID device) const override;
     std::optional<AudioObjectID> defaultOutputDevice() const override;
     std::optional<AudioObjectID> defaultSystemOutputDevice() const override;
     bool setDefaultOutputDevice(AudioObjectID device) override;

@@ -73,6 +73,7 @@ PipeWireConnection::~PipeWireConnection() {
     PipeWireLock lock(loop_);
     devices_.unbind();
     tables_.clear();
+    filters_.clear();
     if (registry != nullptr) {
         spa_hook_remove(registryHook.get());
         pw_proxy_destroy(reinterpret_cast<pw_proxy*>(registry));
@@ -134,6 +135,7 @@ void PipeWireConnection::coreInfo(const pw_core_info* info) {
 
 void PipeWireConnection::globalAppeared(uint32_t id, const char* type, const spa_dict& properties) {
     if (std::string_view(type) == PW_TYPE_INTERFACE_Node) devices_.bind(*core_, *registry, id, properties);
+    filters_.bind(*registry, id, type, properties);
     if (std::string_view(type) != PW_TYPE_INTERFACE_Metadata) return;
     const char* const name = spa_dict_lookup(&properties, PW_KEY_METADATA_NAME);
     if (name == nullptr) return;
@@ -160,6 +162,7 @@ uint32_t PipeWireConnection::graphRate() {
 }
 
 void PipeWireConnection::globalRemoved(uint32_t id) {
+    filters_.remove(id);
     if (!tables_.remove(id) && devices_.remove(id)) loop_.signal();
 }
 
@@ -175,6 +178,7 @@ void PipeWireConnection::syncDone(int sequence) {
 void PipeWireConnection::lost(const std::string& reason) {
     // The core and the registry stay until the connection goes: callers may be in the middle of using them.
     tables_.clear();
+    filters_.clear();
     syncsToCome = 0;
     {
         MutexLock values(mutex);

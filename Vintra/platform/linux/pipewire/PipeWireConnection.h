@@ -3,6 +3,7 @@
 #include "Vintra/platform/Mutex.h"
 #include "Vintra/platform/linux/pipewire/PipeWireChange.h"
 #include "Vintra/platform/linux/pipewire/PipeWireDeviceList.h"
+#include "Vintra/platform/linux/pipewire/PipeWireFilters.h"
 #include "Vintra/platform/linux/pipewire/PipeWireLoop.h"
 #include "Vintra/platform/linux/pipewire/PipeWireTables.h"
 
@@ -39,6 +40,10 @@ public:
     const PipeWireDeviceList& devices() const { return devices_; }
     /// With the loop's lock held.
     PipeWireTables& tables() { return tables_; }
+    /// With the loop's lock held.
+    const PipeWireFilters& filters() const { return filters_; }
+    /// For what has come of a change rather later than with it. With the loop's lock held.
+    void announce(const PipeWireChange& change) { notify(change); }
 
     /// Calls the block with PipeWire's lock held, mostly on its thread, after each change for as long as the
     /// result is kept. A call that is under way when the result goes is not waited for. The block must not wait
@@ -87,6 +92,7 @@ private:
     int syncsToCome GUARDED_BY(loop_) = 0; ///< before the first list is complete
     PipeWireDeviceList devices_;
     PipeWireTables tables_;
+    PipeWireFilters filters_{loop_};
 
     mutable Mutex mutex;
     std::optional<std::string> problem_ GUARDED_BY(mutex);

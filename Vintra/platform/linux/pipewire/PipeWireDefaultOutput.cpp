@@ -14,7 +14,8 @@ constexpr const char* kConfiguredKey = "default.configured.audio.sink";
 constexpr const char* kHeldKey = "vintra.default.audio.sink"; ///< what was in force before the virtual device
 constexpr double kSecondsUntilDefaultRefused = 1.0;
 constexpr double kSecondsUntilConfirmed = 0.2; // a server that answers at all has done so by then
-constexpr int kMostReminders = 50;             // 10 s; then the session manager has its way
+constexpr int64_t kOverruledWithin =
+    10'000'000'000; // nanoseconds in which a hold is overruled so often at most
 
 bool isVirtual(const std::optional<std::string>& name) {
     return name == kVirtualAudioDeviceName;
@@ -22,8 +23,10 @@ bool isVirtual(const std::optional<std::string>& name) {
 
 } // namespace
 
-PipeWireDefaultOutput::PipeWireDefaultOutput(std::shared_ptr<PipeWireConnection> connection)
-    : connection(std::move(connection)) {
+PipeWireDefaultOutput::PipeWireDefaultOutput(std::shared_ptr<PipeWireConnection> connection,
+                                             int mostReminders)
+    : connection(std::move(connection))
+    , mostReminders(mostReminders) {
     PipeWireLock lock(this->connection->loop());
     reminder = std::make_unique<PipeWireTimer>(this->connection->loop(), [this] { insist(); });
     observation = this->connection->observe([this](const PipeWireChange& change) { changed(change); });
@@ -48,7 +51,8 @@ std::optional<std::string> PipeWireDefaultOutput::effectiveName() const {
 
 uint32_t PipeWireDefaultOutput::device() const {
     PipeWireLock lock(connection->loop());
-    const auto name = effectiveName();
+    const bool isHeld = hold && hold->hasBegun;
+    const auto name = isHeld ? std::optional<std::string>(kVirtualAudioDeviceName) : effectiveName();
     return name ? connection->devices().numberNamed(*name).value_or(0) : 0;
 }
 
@@ -71,7 +75,23 @@ uint32_t PipeWireDefaultOutput::realDevice() const {
     return best;
 }
 
+bool PipeWireDefaultOutput::isGone(const std::optional<std::string>& device) const {
+    return device && !connection->devices().deviceNamed(*device);
+}
+
 bool PipeWireDefaultOutput::setDevice(uint32_t number) {
+    if (setHere(number)) return true;
+    const auto name = connection->devices().nameOf(number);
+    return name && !isVirtual(name) && giveBackAnew(*name);
+}
+
+bool PipeWireDefaultOutput::giveBackAnew(const std::string& name) const {
+    const auto fresh = std::make_shared<PipeWireConnection>(connection->serverName());
+    const auto number = fresh->devices().numberNamed(name);
+    return number && PipeWireDefaultOutput(fresh).setHere(*number);
+}
+
+bool PipeWireDefaultOutput::setHere(uint32_t number) {
     PipeWireLock lock(connection->loop());
     PipeWireMetadata* const defaults = table();
     const auto node = connection->devices().device(number);
@@ -79,12 +99,11 @@ bool PipeWireDefaultOutput::setDevice(uint32_t number) {
     // While the virtual device is held the session manager may have another idea for a moment, and what was
     // said against it may still be on its way.
     const bool endsHold = hold && !node->isVirtualDevice();
-    if (effectiveName() == node->name && !endsHold) return true;
+    const bool isRenewed = hold && node->isVirtualDevice() && isGone(hold->before);
+    if (effectiveName() == node->name && !endsHold && !isRenewed) return true;
     const Release release = releaseTo(node->name);
-    hold.reset();
-    if (node->isVirtualDevice())
-        hold = Hold{.before = defaults->nodeName(kEffectiveKey),
-                    .configured = defaults->nodeName(kConfiguredKey)};
+    const auto begun = node->isVirtualDevice() ? std::optional(holdOf(*defaults, isRenewed)) : std::nullopt;
+    hold = begun;
     // Of a release the end of the way back is said last: once that is read back, all else has been taken in.
     const auto isInForce = [&] {
         const PipeWireMetadata* const now = table();
@@ -106,12 +125,23 @@ bool PipeWireDefaultOutput::setDevice(uint32_t number) {
         const int64_t untilAgain = std::min(deadline, PipeWireLoop::deadlineIn(kSecondsUntilConfirmed));
         while (!isInForce() && connection->loop().waitUntil(untilAgain)) {
         }
-        if (isInForce()) return true;
+        if (isInForce()) {
+            if (hold) hold->hasBegun = true;
+            return true;
+        }
         if (untilAgain == deadline) break;
         connection->tables().readAgain("default");
     }
     if (hold) giveUpHold();
     return false;
+}
+
+/// One that is renewed has lost the device that was in force before.
+PipeWireDefaultOutput::Hold PipeWireDefaultOutput::holdOf(PipeWireMetadata& defaults, bool isRenewed) const {
+    Hold begun{.before = defaults.nodeName(kEffectiveKey), .configured = defaults.nodeName(kConfiguredKey)};
+    begun.hasBegun = isRenewed;
+    if (isRenewed) begun.before = connection->devices().nameOf(realDevice());
+    return begun;
 }
 
 /// What was asked for must not come into force after it has been called refused.
@@ -174,14 +204,18 @@ void PipeWireDefaultOutput::effectiveTold(PipeWireMetadata& defaults) {
     const auto idea = defaults.nodeName(kEffectiveKey);
     if (isVirtual(idea)) {
         hold->unconfirmed = 0;
+        hold->hasBegun = true;
         reminder->cancel();
         return;
     }
     if (!hold->before) hold->before = idea; // there was none, and now there may be
-    if (hold->before && !connection->devices().deviceNamed(*hold->before)) {
-        hold.reset();
-        reminder->cancel();
-        defaults.remove(kHeldKey);
+    const int64_t now = PipeWireLoop::deadlineIn(0);
+    if (now - hold->overruledSince > kOverruledWithin) {
+        hold->overruledSince = now;
+        hold->overruled = 0;
+    }
+    if (isGone(hold->before) || ++hold->overruled > mostReminders) {
+        loseHold();
         return;
     }
     // A session manager that has just begun has left nothing of the way back.
@@ -190,12 +224,28 @@ void PipeWireDefaultOutput::effectiveTold(PipeWireMetadata& defaults) {
     reminder->startOver(kSecondsUntilConfirmed);
 }
 
+/// To another device, which stays in force.
+void PipeWireDefaultOutput::loseHold() {
+    hold.reset();
+    reminder->cancel();
+    if (PipeWireMetadata* const defaults = table()) defaults->remove(kHeldKey);
+}
+
 void PipeWireDefaultOutput::insist() {
     connection->loop().assertHeld();
-    if (!hold || isVirtual(effectiveName()) || ++hold->unconfirmed > kMostReminders) return;
+    if (!hold || isVirtual(effectiveName())) return;
+    if (++hold->unconfirmed > mostReminders) {
+        loseHold();
+        connection->announce({.defaultsKey = kEffectiveKey});
+        return;
+    }
     if (PipeWireMetadata* const defaults = table()) {
         effectiveTold(*defaults);
-        connection->tables().readAgain("default");
+        if (hold) {
+            connection->tables().readAgain("default");
+        } else {
+            connection->announce({.defaultsKey = kEffectiveKey});
+        }
     } else {
         reminder->startOver(kSecondsUntilConfirmed);
     }

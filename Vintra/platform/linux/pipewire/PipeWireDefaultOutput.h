@@ -30,15 +30,23 @@ struct PipeWireChange;
 /// own idea does not, unless the device before has gone: then the hold is over. The table is the session
 /// manager's, so one that is started anew brings a new table, without our key and with the choice that it has
 /// kept: both are known from before. Some of what others write while it begins is lost, so what isn't
-/// confirmed is written again.
+/// confirmed is written again. Who insists on another device for longer than that has his way: the hold is over.
+///
+/// A connection may be of no use any more just when the output is to be given back, as after the program has run out
+/// of file descriptors. Then it is given back over a connection of its own.
 class PipeWireDefaultOutput {
 public:
-    explicit PipeWireDefaultOutput(std::shared_ptr<PipeWireConnection> connection);
+    /// How often in a row a hold is written again, a fifth of a second apart, before it is given up.
+    static constexpr int kMostReminders = 50;
+
+    explicit PipeWireDefaultOutput(std::shared_ptr<PipeWireConnection> connection,
+                                   int mostReminders = kMostReminders);
     ~PipeWireDefaultOutput();
     PipeWireDefaultOutput(const PipeWireDefaultOutput&) = delete;
     PipeWireDefaultOutput& operator=(const PipeWireDefaultOutput&) = delete;
 
-    /// The sink in force; 0 if there is none.
+    /// The sink in force; 0 if there is none. While this process holds the default that is the virtual device, also
+    /// while a session manager with another idea is being put right.
     uint32_t device() const;
     /// PipeWire knows no other device for alerts. This is the real one of the user's: the default output
     /// where that is not the virtual device, else the one that was before it, else the sink with the highest
@@ -53,6 +61,9 @@ private:
         std::optional<std::string> before;     ///< what was in force
         std::optional<std::string> configured; ///< what the user had chosen
         int unconfirmed = 0;                   ///< times in a row that it was written again
+        int overruled = 0;                     ///< times since `overruledSince`
+        int64_t overruledSince = 0;
+        bool hasBegun = false; ///< it has been in force
     };
     /// To a device that isn't the virtual one.
     struct Release {
@@ -60,18 +71,24 @@ private:
         bool isConfigured = false; ///< as if the user had chosen it
     };
 
+    bool setHere(uint32_t number);
+    bool giveBackAnew(const std::string& name) const;
+    bool isGone(const std::optional<std::string>& device) const;
     static void say(const Hold& begun, PipeWireMetadata& defaults);
     Release releaseTo(const std::string& name) const;
     static void say(const Release& release, PipeWireMetadata& defaults);
     PipeWireMetadata* table() const;
     std::optional<std::string> effectiveName() const;
+    Hold holdOf(PipeWireMetadata& defaults, bool isRenewed) const;
     void giveUpHold();
+    void loseHold();
     void changed(const PipeWireChange& change);
     void choiceTold(PipeWireMetadata& defaults);
     void effectiveTold(PipeWireMetadata& defaults);
     void insist();
 
     const std::shared_ptr<PipeWireConnection> connection;
+    const int mostReminders;
     std::shared_ptr<void> observation;
     std::optional<Hold> hold; ///< under the loop's lock
     std::unique_ptr<PipeWireTimer> reminder;

@@ -31,8 +31,13 @@ PipeWireDeviceIO::~PipeWireDeviceIO() {
 std::unique_ptr<AudioIOProc> PipeWireDeviceIO::createIOProc(AudioObjectID device, AudioIOBlock block) {
     const auto node = connection->devices().device(device);
     if (!node || !block || node->format.channels == 0 || node->format.sampleRate == 0) return nullptr;
-    auto& shared = cycles[device];
-    if (!shared) shared = std::make_shared<PipeWireCycles>();
+    std::shared_ptr<PipeWireCycles> shared;
+    {
+        MutexLock lock(mutex);
+        auto& known = cycles[device];
+        if (!known) known = std::make_shared<PipeWireCycles>();
+        shared = known;
+    }
     return std::make_unique<PipeWireIOProc>(connection, node->name, std::move(block), shared,
                                             limits(node->format.sampleRate).usual,
                                             [this, device] { lookForSharedClock(device); });
@@ -43,6 +48,7 @@ void PipeWireDeviceIO::lookForSharedClock(AudioObjectID device) const {
         const auto node = connection->devices().device(number);
         return node ? node->name : std::to_string(number);
     };
+    MutexLock lock(mutex);
     const uint32_t driver = cycles.at(device)->driver;
     for (const auto& [other, running] : cycles) {
         if (other == device || driver == 0 || running->driver != driver) continue;
@@ -76,11 +82,13 @@ PipeWireDeviceIO::Limits PipeWireDeviceIO::limits(uint32_t rate) const {
 std::optional<uint32_t> PipeWireDeviceIO::bufferFrameSize(AudioObjectID device) const {
     const auto node = connection->devices().device(device);
     if (!node) return std::nullopt;
-    const auto running = cycles.find(device);
-    if (running != cycles.end()) {
-        if (const uint32_t frames = running->second->frames) return frames;
+    if (const auto running = cyclesOf(device)) {
+        if (const uint32_t frames = running->frames) return frames;
     }
-    if (node->isVirtualDevice() && pinnedFrames != 0) return pinnedFrames;
+    {
+        MutexLock lock(mutex);
+        if (node->isVirtualDevice() && pinnedFrames != 0) return pinnedFrames;
+    }
     return limits(node->format.sampleRate).usual;
 }
 
@@ -96,14 +104,23 @@ void PipeWireDeviceIO::setBufferFrameSize(AudioObjectID device, uint32_t frames)
     if (!node || !node->isVirtualDevice()) return;
     const Limits all = limits(node->format.sampleRate);
     const uint32_t wanted = std::clamp(frames, all.minimum, all.maximum);
-    pinnedFrames = wanted == all.usual ? 0 : wanted;
+    {
+        MutexLock lock(mutex);
+        pinnedFrames = wanted == all.usual ? 0 : wanted;
+    }
     {
         PipeWireLock lock(connection->loop());
         pin(*node);
     }
-    const auto running = cycles.find(device);
+    const auto running = cyclesOf(device);
     // The next cycle tells what came of it.
-    if (running != cycles.end() && running->second->frames != 0) running->second->frames = wanted;
+    if (running && running->frames != 0) running->frames = wanted;
+}
+
+std::shared_ptr<PipeWireCycles> PipeWireDeviceIO::cyclesOf(AudioObjectID device) const {
+    MutexLock lock(mutex);
+    const auto found = cycles.find(device);
+    return found != cycles.end() ? found->second : nullptr;
 }
 
 bool PipeWireDeviceIO::setNominalSampleRate(AudioObjectID device, double rate) {
@@ -120,9 +137,13 @@ bool PipeWireDeviceIO::setNominalSampleRate(AudioObjectID device, double rate) {
 bool PipeWireDeviceIO::pin(const PipeWireNode& node) {
     connection->loop().assertHeld();
     pinned.reset();
-    if (pinnedRate == 0 && pinnedFrames == 0) return true;
-    pinned = std::make_unique<PipeWireDevicePin>(
-        *connection, node, PipeWireCycleWishes{.rate = pinnedRate, .frames = pinnedFrames});
+    PipeWireCycleWishes wishes{.rate = pinnedRate};
+    {
+        MutexLock lock(mutex);
+        wishes.frames = pinnedFrames;
+    }
+    if (wishes == PipeWireCycleWishes{}) return true;
+    pinned = std::make_unique<PipeWireDevicePin>(*connection, node, wishes);
     const int64_t deadline = PipeWireLoop::deadlineIn(kSecondsUntilPinRefused);
     while (!pinned->isInForce()) {
         connection->loop().waitUntil(std::min(PipeWireLoop::deadlineIn(kSecondsBetweenLooks), deadline));

@@ -2,6 +2,7 @@
 
 #include "Vintra/platform/AudioDeviceIO.h"
 #include "Vintra/platform/Log.h"
+#include "Vintra/platform/Mutex.h"
 
 #include <map>
 #include <memory>
@@ -14,7 +15,8 @@ class PipeWireDevicePin;
 struct PipeWireCycles;
 struct PipeWireNode;
 
-/// IO procs on PipeWire's devices, each on a real-time thread of its own. Main thread.
+/// IO procs on PipeWire's devices, each on a real-time thread of its own. Reading: any thread; the rest: one
+/// thread at a time.
 ///
 /// PipeWire has no buffer of a device's own: a device's driver wakes all nodes that hang on it once a cycle,
 /// and how long a cycle is follows from what those nodes ask for, within the server's limits. So the buffer
@@ -49,15 +51,17 @@ private:
         uint32_t maximum = 8192;
     };
     Limits limits(uint32_t rate) const;
-    bool pin(const PipeWireNode& node);
-    void lookForSharedClock(AudioObjectID device) const;
+    bool pin(const PipeWireNode& node) EXCLUDES(mutex);
+    std::shared_ptr<PipeWireCycles> cyclesOf(AudioObjectID device) const EXCLUDES(mutex);
+    void lookForSharedClock(AudioObjectID device) const EXCLUDES(mutex);
 
     const std::shared_ptr<PipeWireConnection> connection;
     const std::shared_ptr<Log> log;
-    std::map<AudioObjectID, std::shared_ptr<PipeWireCycles>> cycles;
-    uint32_t pinnedRate = 0;   ///< of the virtual device; 0: the server's
-    uint32_t pinnedFrames = 0; ///< likewise
-    std::unique_ptr<PipeWireDevicePin> pinned;
+    mutable Mutex mutex;
+    std::map<AudioObjectID, std::shared_ptr<PipeWireCycles>> cycles GUARDED_BY(mutex);
+    uint32_t pinnedRate = 0;                     ///< of the virtual device; 0: the server's
+    uint32_t pinnedFrames GUARDED_BY(mutex) = 0; ///< likewise
+    std::unique_ptr<PipeWireDevicePin> pinned;   ///< under the loop's lock
 };
 
 } // namespace vintra

@@ -41,6 +41,20 @@ std::optional<PipeWireNode> PipeWireDeviceList::deviceNamed(const std::string& n
     return number ? device(*number) : std::nullopt;
 }
 
+std::optional<std::string> PipeWireDeviceList::nameOf(uint32_t number) const {
+    MutexLock values(mutex);
+    const auto found =
+        std::ranges::find_if(numbers_, [&](const auto& entry) { return entry.second == number; });
+    return found != numbers_.end() ? std::optional(found->first) : std::nullopt;
+}
+
+std::optional<uint32_t> PipeWireDeviceList::numberOfNode(uint32_t globalID) const {
+    MutexLock values(mutex);
+    const auto found =
+        std::ranges::find_if(devices, [&](const auto& entry) { return entry.second.globalID == globalID; });
+    return found != devices.end() ? std::optional(found->first) : std::nullopt;
+}
+
 void PipeWireDeviceList::bind(pw_core& core, pw_registry& registry, uint32_t globalID,
                               const spa_dict& properties) {
     loop.assertHeld();
@@ -108,10 +122,13 @@ void PipeWireDeviceList::publish(PipeWireNode node) {
                          known->second.format.channels != node.format.channels ||
                          known->second.kind != node.kind;
         if (rateBefore != 0 && rateBefore != node.format.sampleRate) change.rateOfDevice = number;
+        if (known != devices.end() &&
+            (known->second.channelVolumes != node.channelVolumes || known->second.isMuted != node.isMuted))
+            change.volumeOfDevice = number;
         lastRates[number] = node.format.sampleRate;
         devices[number] = std::move(node);
     }
-    if (change.devices || change.rateOfDevice) changed(change);
+    if (change.devices || change.rateOfDevice || change.volumeOfDevice) changed(change);
 }
 
 void PipeWireDeviceList::setForcedRate(uint32_t number, uint32_t rate, uint32_t graphRate) {

@@ -41,6 +41,9 @@ public:
     std::optional<PipeWireNode> device(uint32_t number) const EXCLUDES(mutex);
     std::optional<uint32_t> numberNamed(const std::string& name) const EXCLUDES(mutex);
     std::optional<PipeWireNode> deviceNamed(const std::string& name) const EXCLUDES(mutex);
+    /// Also of a device that has gone.
+    std::optional<std::string> nameOf(uint32_t number) const EXCLUDES(mutex);
+    std::optional<uint32_t> numberOfNode(uint32_t globalID) const EXCLUDES(mutex);
 
     // What follows is the connection's, with the loop's lock held.
 

@@ -2,6 +2,7 @@
 
 #include <spa/param/audio/raw.h>
 #include <spa/param/format-utils.h>
+#include <spa/param/props.h>
 #include <spa/pod/iter.h>
 #include <spa/utils/dict.h>
 
@@ -87,6 +88,22 @@ std::optional<PipeWireAudioFormat> pipeWireAudioFormat(const spa_pod* parameter)
         if (count > 0 && count == format.channels) format.positions.assign(read, read + count);
     }
     return format;
+}
+
+bool readVolume(const spa_pod* parameter, PipeWireNode& of) {
+    if (parameter == nullptr || !spa_pod_is_object_type(parameter, SPA_TYPE_OBJECT_Props)) return false;
+    const spa_pod_prop* volumes = spa_pod_find_prop(parameter, nullptr, SPA_PROP_channelVolumes);
+    const spa_pod_prop* mute = spa_pod_find_prop(parameter, nullptr, SPA_PROP_mute);
+    float read[SPA_AUDIO_MAX_CHANNELS];
+    const uint32_t count =
+        volumes != nullptr && spa_pod_is_array(&volumes->value)
+            ? spa_pod_copy_array(&volumes->value, SPA_TYPE_Float, read, SPA_AUDIO_MAX_CHANNELS)
+            : 0;
+    if (count == 0) return false;
+    of.channelVolumes.assign(read, read + count);
+    bool isMuted = false;
+    of.isMuted = mute != nullptr && spa_pod_get_bool(&mute->value, &isMuted) == 0 && isMuted;
+    return true;
 }
 
 PipeWireAudioFormat pipeWireAudioFormat(const spa_dict* properties) {

@@ -34,6 +34,9 @@ struct PipeWireNode {
     PipeWireAudioFormat format;
     int32_t sessionPriority = 0; ///< priority.session: of several sinks the highest is the automatic choice
     bool isBuiltIn = false;
+    std::string linkGroup; ///< node.link-group: of the nodes that one filter consists of; mostly empty
+    std::vector<float> channelVolumes; ///< factors, as the volume control has them; empty: not said
+    bool isMuted = false;
     bool operator==(const PipeWireNode&) const = default;
 
     /// Sources are inputs, and the virtual device is one through its monitor: what is played to it is
@@ -56,6 +59,9 @@ std::optional<PipeWireAudioFormat> pipeWireAudioFormat(const spa_pod* parameter)
 /// Whether the device is part of the computer: a sound chip that ALSA finds on the PCI bus or soldered to the
 /// board, except its HDMI outputs, or a device that calls itself internal.
 bool isBuiltIn(const spa_dict* properties);
+
+/// What a Props parameter says of the volume control; false if it says nothing.
+bool readVolume(const spa_pod* parameter, PipeWireNode& of);
 
 /// What a node's properties say of its format.
 PipeWireAudioFormat pipeWireAudioFormat(const spa_dict* properties);

@@ -54,6 +54,7 @@ void PipeWireNodeBinding::nodeInfo(const pw_node_info* info) {
         if (node.description.empty()) node.description = node.name;
         node.sessionPriority = std::atoi(text(PW_KEY_PRIORITY_SESSION).c_str());
         node.isBuiltIn = isBuiltIn(info->props);
+        node.linkGroup = text(PW_KEY_NODE_LINK_GROUP);
         propertyFormat = pipeWireAudioFormat(info->props);
         hasChanged = true;
     }
@@ -65,7 +66,8 @@ void PipeWireNodeBinding::nodeInfo(const pw_node_info* info) {
     if ((info->change_mask & PW_NODE_CHANGE_MASK_PARAMS) != 0) {
         for (uint32_t index = 0; index < info->n_params; ++index) {
             const spa_param_info& offered = info->params[index];
-            if (offered.id != SPA_PARAM_EnumFormat && offered.id != SPA_PARAM_Format) continue;
+            const bool isVolume = offered.id == SPA_PARAM_Props && node.isOutput();
+            if (offered.id != SPA_PARAM_EnumFormat && offered.id != SPA_PARAM_Format && !isVolume) continue;
             const auto flags = parameterFlags.find(offered.id);
             if (flags != parameterFlags.end() && flags->second == offered.flags) continue;
             parameterFlags[offered.id] = offered.flags;
@@ -81,6 +83,10 @@ void PipeWireNodeBinding::nodeInfo(const pw_node_info* info) {
 }
 
 void PipeWireNodeBinding::parameter(uint32_t id, const spa_pod* parameter) {
+    if (id == SPA_PARAM_Props) {
+        readVolume(parameter, node);
+        return;
+    }
     // Of several formats the first is the one that the device prefers.
     if (parameterFormats.contains(id)) return;
     if (const auto format = pipeWireAudioFormat(parameter)) parameterFormats[id] = *format;

@@ -1,3 +1,4 @@
+#include "Vintra/platform/linux/pipewire/PipeWireDefaultOutput.h"
 #include "Vintra/platform/linux/pipewire/PipeWireAudioHardware.h"
 #include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
 #include "tests/platform/linux/pipewire/DeviceStream.h"
@@ -5,9 +6,11 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/PrivatePipeWireServer.h"
 
+#include <atomic>
 #include <csignal>
 #include <iostream>
 #include <memory>
+#include <unistd.h>
 
 namespace vintra {
 namespace {
@@ -228,6 +231,124 @@ TEST_F(PipeWireDefaultOutputTest, theSystemOutputIsTheRealDeviceAndItsChangesAre
     EXPECT_TRUE(hardware->setDefaultSystemOutputDevice(number("speaker")));
     EXPECT_FALSE(hardware->setDefaultSystemOutputDevice(output));
     EXPECT_FALSE(hardware->setDefaultSystemOutputDevice(virtualDevice));
+}
+
+TEST_F(PipeWireDefaultOutputTest, theEndOfALoanIsToldAndTheLoanItself) {
+    int calls = 0;
+    const auto listener = hardware->addPropertyListener(kAudioObjectSystemObject,
+                                                        AudioProperty::defaultOutputDevice, [&] { ++calls; });
+    ASSERT_NE(listener, nullptr);
+    const auto speaker = plugIn("speaker", 10);
+    ASSERT_TRUE(hardware->setDefaultOutputDevice(virtualDevice));
+    EXPECT_TRUE(mainThread->runUntil([&] { return calls == 1; }, 10'000'000'000));
+    choose("speaker");
+    EXPECT_TRUE(mainThread->runUntil([&] { return calls == 2; }, 10'000'000'000));
+    EXPECT_EQ(hardware->defaultOutputDevice(), number("speaker"));
+}
+
+TEST_F(PipeWireDefaultOutputTest, anotherIdeaOfTheSessionManagersIsNoNews) {
+    ASSERT_TRUE(hardware->setDefaultOutputDevice(virtualDevice));
+    int calls = 0;
+    const auto listener = hardware->addPropertyListener(kAudioObjectSystemObject,
+                                                        AudioProperty::defaultOutputDevice, [&] { ++calls; });
+    ChildProcess monitor({"pw-metadata", "-m", "0", kEffectiveKey}, server.environment());
+    ASSERT_TRUE(monitor.awaitLineWith("VintraAudioDevice"));
+    const auto better = plugIn("better", 3000);
+    ASSERT_TRUE(monitor.awaitLineWith("better"));
+    ASSERT_TRUE(monitor.awaitLineWith("VintraAudioDevice"));
+    mainThread->post([&] { mainThread->stop(); });
+    mainThread->run();
+    EXPECT_EQ(calls, 0);
+}
+
+TEST_F(PipeWireDefaultOutputTest, whoInsistsOnAnotherDeviceEndsTheLoan) {
+    PipeWireDefaultOutput impatient(connection, 3);
+    std::atomic<int> told{0};
+    const auto observation = connection->observe([&](const PipeWireChange& change) {
+        if (!change.defaultsKey.empty()) ++told;
+    });
+    ASSERT_TRUE(impatient.setDevice(virtualDevice));
+    ChildProcess insisting({"sh", "-c",
+                            "for i in 1 2 3 4 5 6; do pw-metadata 0 default.audio.sink "
+                            "'{\"name\":\"headless.output\"}' Spa:String:JSON; done"},
+                           server.environment());
+    EXPECT_TRUE(awaitCondition([&] { return impatient.device() == output; }));
+    insisting.wait();
+    EXPECT_EQ(said(kEffectiveKey), R"({"name":"headless.output"})");
+    EXPECT_TRUE(awaitCondition([&] { return said("vintra.default.audio.sink").empty(); }));
+    EXPECT_GT(told, 0);
+}
+
+TEST_F(PipeWireDefaultOutputTest, aLoanThatIsAskedForAnewKnowsTheDeviceThatIsThereNow) {
+    auto headphones = plugIn("headphones", 3000);
+    ASSERT_TRUE(awaitDefault(number("headphones")));
+    ASSERT_TRUE(hardware->setDefaultOutputDevice(virtualDevice));
+    headphones->unplug();
+    ASSERT_TRUE(awaitCondition([&] { return number("headphones") == 0; }));
+    ASSERT_TRUE(hardware->setDefaultOutputDevice(virtualDevice));
+    EXPECT_TRUE(
+        awaitCondition([&] { return said("vintra.default.audio.sink") == R"({"name":"headless.output"})"; }));
+    EXPECT_TRUE(awaitDefault(virtualDevice));
+    ASSERT_TRUE(hardware->setDefaultOutputDevice(output));
+    EXPECT_EQ(said(kEffectiveKey), R"({"name":"headless.output"})");
+    EXPECT_EQ(said(kConfiguredKey), "");
+}
+
+TEST_F(PipeWireDefaultOutputTest, aConnectionThatIsOfNoUseAnyMoreIsNotNeededToGiveItBack) {
+    ASSERT_TRUE(hardware->setDefaultOutputDevice(virtualDevice));
+    ChildProcess list({"sh", "-c",
+                       "pw-cli ls Client | awk '/id / {id = $2} /sec.pid = \"" + std::to_string(::getpid()) +
+                           "\"/ {print id + 0}'"},
+                      server.environment());
+    const std::string client = list.readLine();
+    ASSERT_FALSE(client.empty());
+    ChildProcess cut({"pw-cli", "destroy", client}, server.environment());
+    cut.wait();
+    ASSERT_TRUE(awaitCondition([&] { return connection->problem().has_value(); }));
+    EXPECT_TRUE(hardware->setDefaultOutputDevice(output));
+    EXPECT_EQ(said(kEffectiveKey), R"({"name":"headless.output"})");
+    EXPECT_EQ(said(kConfiguredKey), "");
+}
+
+TEST_F(PipeWireDefaultOutputTest, theVolumeOfADeviceIsReadAndItsChangesAreTold) {
+    const auto turn = [&](const std::string& props) {
+        ChildProcess tool({"pw-cli", "set-param", "VintraAudioDevice", "Props", props}, server.environment());
+        tool.wait();
+    };
+    const auto has = [&](std::vector<float> volume) {
+        return awaitCondition([&] { return hardware->outputVolume(virtualDevice) == volume; });
+    };
+    int calls = 0;
+    const auto listener =
+        hardware->addPropertyListener(virtualDevice, AudioProperty::outputVolume, [&] { ++calls; });
+    ASSERT_NE(listener, nullptr);
+    EXPECT_TRUE(has({1, 1}));
+    turn("{ channelVolumes: [0.5, 0.25] }");
+    EXPECT_TRUE(has({0.5f, 0.25f}));
+    turn("{ mute: true }");
+    EXPECT_TRUE(has({0, 0}));
+    turn("{ mute: false }");
+    EXPECT_TRUE(has({0.5f, 0.25f}));
+    EXPECT_TRUE(mainThread->runUntil([&] { return calls >= 3; }, 10'000'000'000));
+    EXPECT_EQ(hardware->outputVolume(4711), std::nullopt);
+}
+
+TEST_F(PipeWireDefaultOutputTest, behindAFilterThatFollowsTheDefaultIsTheDeviceThatItPlaysTo) {
+    EXPECT_EQ(hardware->deviceBehind(output), output);
+    EXPECT_EQ(hardware->deviceBehind(4711), std::nullopt);
+    ChildProcess following({"pw-loopback", "-n", "following", "--capture-props",
+                            "media.class=Audio/Sink session.suspend-timeout-seconds=0 node.name=equaliser",
+                            "--playback-props", "node.name=equaliser.output"},
+                           server.environment());
+    ChildProcess fixed({"pw-loopback", "-n", "fixed", "-P", "headless.output", "--capture-props",
+                        "media.class=Audio/Sink session.suspend-timeout-seconds=0 node.name=room",
+                        "--playback-props", "node.name=room.output"},
+                       server.environment());
+    ASSERT_TRUE(awaitCondition([&] { return number("equaliser") != 0 && number("room") != 0; }));
+    choose("equaliser");
+    ASSERT_TRUE(awaitDefault(number("equaliser")));
+    EXPECT_TRUE(awaitCondition([&] { return hardware->deviceBehind(number("equaliser")) == output; }));
+    EXPECT_EQ(hardware->deviceBehind(number("room")), number("room")) << "it plays to one device for good";
 }
 
 TEST_F(PipeWireDefaultOutputTest, whereTheVirtualDeviceWasChosenTheBestRealOneIsTheSystemOutput) {

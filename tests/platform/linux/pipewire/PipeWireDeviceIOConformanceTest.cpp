@@ -4,8 +4,8 @@
 #include "Vintra/platform/linux/pipewire/PipeWireConnection.h"
 #include "Vintra/platform/linux/pipewire/PipeWireDeviceIO.h"
 #include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
-#include "Vintra/platform/linux/runtime/LinuxHostClock.h"
 #include "Vintra/platform/linux/runtime/LinuxLog.h"
+#include "tests/support/ChildProcess.h"
 
 namespace vintra {
 
@@ -18,19 +18,25 @@ public:
         return connection->devices().numberNamed("VintraAudioDevice").value_or(0);
     }
     AudioObjectID output() { return connection->devices().numberNamed("headless.output").value_or(0); }
+    void turnVolume(float left, float right) {
+        ChildProcess tool(
+            {"pw-cli", "set-param", "VintraAudioDevice", "Props",
+             "{ channelVolumes: [" + std::to_string(left) + ", " + std::to_string(right) + "] }"});
+        tool.wait();
+    }
     bool waitUntil(const std::function<bool()>& condition) {
         for (int i = 0; i < 5000; ++i) {
-            if (condition()) return true;
-            clock.sleep(2000);
+            if (mainThread->runUntil(condition, kBetweenLooks)) return true;
         }
         return condition();
     }
 
 private:
     const std::shared_ptr<PipeWireConnection> connection = std::make_shared<PipeWireConnection>();
-    PipeWireAudioHardware hardware_{connection, std::make_shared<LinuxEventLoop>()};
+    static constexpr int64_t kBetweenLooks = 2'000'000; ///< nanoseconds
+    const std::shared_ptr<LinuxEventLoop> mainThread = std::make_shared<LinuxEventLoop>();
+    PipeWireAudioHardware hardware_{connection, mainThread};
     PipeWireDeviceIO io_{connection, std::make_shared<LinuxLog>(LogLevel::error)};
-    LinuxHostClock clock;
 };
 
 INSTANTIATE_TYPED_TEST_SUITE_P(PipeWire, AudioDeviceIOConformance, PipeWireAudioBackend);

@@ -1,5 +1,4 @@
 #include "Vintra/audio/SystemAudioRelay.h"
-#include "Vintra/platform/linux/files/MemoryUserDefaults.h"
 #include "Vintra/platform/linux/pipewire/PipeWireAudioHardware.h"
 #include "Vintra/platform/linux/pipewire/PipeWireDeviceIO.h"
 #include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
@@ -54,9 +53,8 @@ protected:
     }
     std::unique_ptr<SystemAudioRelay> makeRelay(bool lowLatency = false) {
         return std::make_unique<SystemAudioRelay>(
-            SystemAudioRelay::Services{
-                .hardware = hardware, .io = io, .userDefaults = userDefaults, .wallClock = wallClock},
-            virtualDevice, output, lowLatency);
+            SystemAudioRelay::Services{.hardware = hardware, .io = io, .wallClock = wallClock}, virtualDevice,
+            output, SystemAudioRelay::Settings{.lowLatency = lowLatency});
     }
     void playFor(double seconds);
 
@@ -64,7 +62,6 @@ protected:
     PipeWireAudioHardware hardware{connection, std::make_shared<LinuxEventLoop>()};
     PipeWireDeviceIO pipeWireIO{connection, std::make_shared<LinuxLog>(LogLevel::error)};
     WatchedDeviceIO io{pipeWireIO};
-    MemoryUserDefaults userDefaults;
     LinuxWallClock wallClock;
     LinuxHostClock hostClock;
     const AudioObjectID virtualDevice = number("VintraAudioDevice");
