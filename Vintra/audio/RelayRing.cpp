@@ -61,11 +61,19 @@ void RelayRing::produce(AudioBufferList output) noexcept {
     if (!begun.primed) {
         if (begun.fill < begun.target) {
             silence(buffer->mData, frames, buffer->mNumberChannels);
+            applyVolume(*buffer, frames);
             return;
         }
         prime();
     }
-    endProduce(play(begun, *buffer, frames));
+    const Played played = play(begun, *buffer, frames);
+    applyVolume(*buffer, frames);
+    endProduce(played);
+}
+
+void RelayRing::setVolume(float left, float right) {
+    leftVolume.store(left, std::memory_order_relaxed);
+    rightVolume.store(right, std::memory_order_relaxed);
 }
 
 void RelayRing::unprime() {
@@ -127,6 +135,20 @@ RelayRing::Played RelayRing::play(const Begun& begun, const AudioBuffer& buffer,
     to += played.consumed * channels;
     silence(to, played.silent, channels);
     return played;
+}
+
+void RelayRing::applyVolume(const AudioBuffer& buffer, int64_t frames) noexcept {
+    const float wanted[2] = {leftVolume.load(std::memory_order_relaxed),
+                             rightVolume.load(std::memory_order_relaxed)};
+    for (uint32_t channel = 0; channel < kRingChannels; ++channel) {
+        const float from = playedVolumes[channel];
+        const float to = playedVolumes[channel] = wanted[channel];
+        if (from == 1 && to == 1) continue; // to the bit
+        const float step = (to - from) / static_cast<float>(frames);
+        float* sample = buffer.mData + channel;
+        for (int64_t frame = 1; frame <= frames; ++frame, sample += buffer.mNumberChannels)
+            *sample *= frame == frames ? to : from + step * static_cast<float>(frame);
+    }
 }
 
 void RelayRing::endProduce(const Played& played) noexcept {

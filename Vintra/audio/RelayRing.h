@@ -5,6 +5,7 @@
 #include "Vintra/audio/RelayTarget.h"
 #include "Vintra/platform/AudioBuffer.h"
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 
@@ -34,6 +35,9 @@ public:
     /// One cycle of the output: fills its first stream of two or more channels. Real-time, as above.
     void produce(AudioBufferList output) noexcept;
 
+    /// The factors of left and right on the way out. A change is spread over the next cycle, so that it doesn't
+    /// click. Any thread.
+    void setVolume(float left, float right);
     /// Back to silence until the ring has reached its target.
     void unprime();
     RelayCounters counters() const;
@@ -57,6 +61,7 @@ private:
     void prime() noexcept;
     Played play(const Begun& begun, const AudioBuffer& buffer, int64_t frames) noexcept;
     void endProduce(const Played& played) noexcept;
+    void applyVolume(const AudioBuffer& buffer, int64_t frames) noexcept;
     void noteFill() noexcept REQUIRES(lock);
     void noteUnderrun() noexcept REQUIRES(lock);
 
@@ -65,6 +70,9 @@ private:
 
     const bool targetIsPinned;
     const std::unique_ptr<float[]> ring; ///< left and right in turn; frame n lies at n mod `capacityFrames`
+    std::atomic<float> leftVolume{1};
+    std::atomic<float> rightVolume{1};
+    float playedVolumes[2] = {1, 1}; ///< at the end of the last cycle; the output's thread's
     mutable RelayLock lock;
     RelayCounters state GUARDED_BY(lock);
 };

@@ -30,18 +30,19 @@ Task<> untilNextLook(Platform platform) {
 } // namespace
 
 SystemAudioRelay::SystemAudioRelay(Services services, AudioObjectID sourceDevice, AudioObjectID outputDevice,
-                                   bool isLowLatency)
+                                   Settings settings)
     : services(services)
     , sourceDevice(sourceDevice)
     , outputDevice(outputDevice)
-    , lowLatency(isLowLatency) {
+    , lowLatency(settings.lowLatency) {
     if (lowLatency) {
         restoreSourceBufferFrames = services.io.bufferFrameSize(sourceDevice).value_or(0);
         requestBufferFrameSize(services.io, lowLatencyBufferFrames, sourceDevice);
     }
     sourceBufferFrames = services.io.bufferFrameSize(sourceDevice).value_or(0);
     outputBufferFrames = services.io.bufferFrameSize(outputDevice).value_or(0);
-    ring = std::make_unique<RelayRing>(initialTarget());
+    ring = std::make_unique<RelayRing>(
+        RelayTarget::initial(sourceBufferFrames, outputBufferFrames, settings.pinnedTargetFrames));
 }
 
 SystemAudioRelay::~SystemAudioRelay() {
@@ -50,6 +51,7 @@ SystemAudioRelay::~SystemAudioRelay() {
 
 bool SystemAudioRelay::start() {
     if (rateMismatch()) return false;
+    followVolume();
     // The blocks may use the ring without keeping it: no call is under way once a proc has been stopped.
     sourceProc = services.io.createIOProc(
         sourceDevice, [to = ring.get()](AudioBufferList input, AudioBufferList) { to->consume(input); });
@@ -72,6 +74,12 @@ void SystemAudioRelay::stop() {
     }
     stopAndDestroy(sourceProc);
     stopAndDestroy(outputProc);
+}
+
+void SystemAudioRelay::followVolume() const {
+    const auto volume = services.hardware.outputVolume(sourceDevice);
+    if (volume && !volume->empty())
+        ring->setVolume(volume->front(), volume->size() > 1 ? (*volume)[1] : volume->front());
 }
 
 std::optional<std::string> SystemAudioRelay::rateMismatch() const {
@@ -104,15 +112,19 @@ SystemAudioRelay::IOCounts SystemAudioRelay::ioCounts() const {
     return {counters.sourceIOCount, counters.outputIOCount};
 }
 
-Task<double> SystemAudioRelay::setSampleRate(Platform platform, double rate, AudioObjectID on,
-                                             double timeout) {
+Task<double> SystemAudioRelay::setSampleRate(Platform platform, std::shared_ptr<DispatchQueue> queue,
+                                             double rate, AudioObjectID on, double timeout) {
     const auto current = [hardware = platform.audioHardware, on] {
         return hardware->nominalSampleRate(on).value_or(0);
     };
     const auto seconds = [clock = platform.hostClock] { return CMTimeGetSeconds(clock->now()); };
     if (!(rate > 0)) co_return current();
     if (current() == rate) co_return rate;
-    if (!platform.audioDeviceIO->setNominalSampleRate(on, rate)) co_return current();
+    const auto begin = [queue, io = platform.audioDeviceIO, rate, on](auto done) {
+        queue->async([io, rate, on, done] { done(io->setNominalSampleRate(on, rate)); });
+    };
+    const bool isAccepted = co_await awaitCompletion<bool>(*platform.mainThread, begin);
+    if (!isAccepted) co_return current();
     const double deadline = seconds() + timeout;
     while (seconds() < deadline) {
         if (current() == rate) co_return rate;
@@ -121,9 +133,8 @@ Task<double> SystemAudioRelay::setSampleRate(Platform platform, double rate, Aud
     co_return current();
 }
 
-RelayTarget SystemAudioRelay::initialTarget() const {
-    return RelayTarget::initial(sourceBufferFrames, outputBufferFrames,
-                                integerForKey(services.userDefaults, "RelayTargetFrames").value_or(0));
+int64_t SystemAudioRelay::pinnedTargetFrames(const UserDefaults& userDefaults) {
+    return integerForKey(userDefaults, "RelayTargetFrames").value_or(0);
 }
 
 } // namespace vintra

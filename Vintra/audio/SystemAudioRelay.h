@@ -16,14 +16,16 @@
 
 namespace vintra {
 
+class DispatchQueue;
+
 /// Keeps the user hearing the computer's sound while it goes into the virtual device: pulls the stereo stream
 /// off that device and hands it to a real output, from one clock to another. It knows nothing of recording.
 ///
 ///     constructed --start--> priming --(ring at its target)--> running --(growth)--> priming
 ///                                \------------------stop-------------/
 ///
-/// A stopped relay is never started again: the next one is a new object. Owned by the controller. Main
-/// thread; the devices' IO threads touch the ring alone.
+/// A stopped relay is never started again: the next one is a new object. Owned by the routing. One thread at a
+/// time, since making, starting and stopping wait for devices; the devices' IO threads touch the ring alone.
 class SystemAudioRelay {
 public:
     using Telemetry = RelayTelemetry;
@@ -32,9 +34,14 @@ public:
     struct Services {
         const AudioHardware& hardware;
         AudioDeviceIO& io;
-        const UserDefaults& userDefaults;
         const WallClock& wallClock;
     };
+    struct Settings {
+        bool lowLatency = false;
+        int64_t pinnedTargetFrames = 0; ///< as in `RelayTarget`
+    };
+    /// The setting `RelayTargetFrames`. Main thread.
+    static int64_t pinnedTargetFrames(const UserDefaults& userDefaults);
     struct IOCounts {
         int64_t source = 0;
         int64_t output = 0;
@@ -42,7 +49,7 @@ public:
 
     /// Sizes everything, and asks for the source's smallest buffers if low latency is wanted. No IO yet.
     SystemAudioRelay(Services services, AudioObjectID sourceDevice, AudioObjectID outputDevice,
-                     bool lowLatency);
+                     Settings settings);
     ~SystemAudioRelay();
     SystemAudioRelay(const SystemAudioRelay&) = delete;
     SystemAudioRelay& operator=(const SystemAudioRelay&) = delete;
@@ -52,19 +59,22 @@ public:
     /// Also for a relay that never started, or half.
     void stop();
 
+    /// The user hears it as loud as the source device's volume control is set now. Any thread.
+    void followVolume() const;
+
     /// Words for two devices at different rates; nothing if they agree or a rate can't be read.
     std::optional<std::string> rateMismatch() const;
     Telemetry telemetry() const;
     /// Cycles that reached the ring.
     IOCounts ioCounts() const;
 
-    /// Asks the device for a rate in hertz and reads the rate until it has changed, for up to `timeout`
-    /// seconds: a device may take its time. Gives the rate read last, 0 if it can't be read.
-    static Task<double> setSampleRate(Platform platform, double rate, AudioObjectID on, double timeout);
+    /// Asks the device for a rate in hertz, on the queue, and reads the rate until it has changed, for up to
+    /// `timeout` seconds: a device may take its time. Gives the rate read last, 0 if it can't be read. Main
+    /// thread.
+    static Task<double> setSampleRate(Platform platform, std::shared_ptr<DispatchQueue> queue, double rate,
+                                      AudioObjectID on, double timeout);
 
 private:
-    RelayTarget initialTarget() const;
-
     const Services services;
     const AudioObjectID sourceDevice;
     const AudioObjectID outputDevice;

@@ -95,7 +95,7 @@ std::vector<Output> availableOutputs(const AudioHardware& hardware) {
     return outputs;
 }
 
-std::optional<AudioObjectID> switchToVirtualDevice(Services services) {
+std::optional<AudioObjectID> noteWayBack(Services services) {
     const auto virtualDevice = deviceID(services.hardware, virtualDeviceUID);
     if (!virtualDevice) return std::nullopt;
     const auto previous = chosen(services.hardware.defaultOutputDevice());
@@ -105,7 +105,14 @@ std::optional<AudioObjectID> switchToVirtualDevice(Services services) {
     // Noted first, while the old device is still the default, so that a crash at any later instant can be
     // repaired.
     services.userDefaults.set(kPendingRestoreKey, *previousUID);
-    if (!services.hardware.setDefaultOutputDevice(*virtualDevice)) {
+    return previous;
+}
+
+std::optional<AudioObjectID> switchToVirtualDevice(Services services) {
+    const auto previous = noteWayBack(services);
+    if (!previous) return std::nullopt;
+    const auto virtualDevice = deviceID(services.hardware, virtualDeviceUID);
+    if (!virtualDevice || !services.hardware.setDefaultOutputDevice(*virtualDevice)) {
         services.userDefaults.remove(kPendingRestoreKey);
         return std::nullopt;
     }

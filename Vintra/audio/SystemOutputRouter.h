@@ -51,6 +51,10 @@ std::optional<AudioObjectID> deviceID(const AudioHardware& hardware, const std::
 /// The devices that the user may hear the computer's sound on, in the system's order.
 std::vector<Output> availableOutputs(const AudioHardware& hardware);
 
+/// What comes before the virtual device is made the default output: notes the device that is. That device;
+/// nothing, and no note, if there is no virtual device, if it is the default already, or if the default can't
+/// be read.
+std::optional<AudioObjectID> noteWayBack(Services services);
 /// Makes the virtual device the default output. The previous one; nothing if there is no virtual device, if
 /// it is the default already or if the system refuses.
 std::optional<AudioObjectID> switchToVirtualDevice(Services services);

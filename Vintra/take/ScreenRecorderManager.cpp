@@ -215,6 +215,7 @@ Task<> ScreenRecorderManager::configureWebcamPreview() {
 }
 
 Task<> ScreenRecorderManager::endPreviews() {
+    outputRouting->end();
     co_await audioPreviews->endPreviews();
     co_await cameras->end();
 }

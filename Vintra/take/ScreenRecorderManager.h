@@ -100,8 +100,8 @@ public:
     Task<> configureExtraPreviews();
     Task<> rebuildDawPreview();
     Task<> configureWebcamPreview();
-    /// Ends every preview for good, cameras too, for the end of the program: afterwards no sample callback comes.
-    /// Not in a take.
+    /// Ends every preview, cameras too, and the routing of the computer's sound for good, for the end of the program:
+    /// afterwards no sample callback comes, and nothing takes the user's output. Not in a take.
     Task<> endPreviews();
     /// Ends the listening to the computer's sound and puts the user's own output back. To be called on every
     /// way out of the program. A take that runs goes on without it.

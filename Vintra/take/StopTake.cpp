@@ -201,7 +201,8 @@ void ScreenRecorderManager::observe(TakeEnding& ending) {
          .screenFrameRate = *screenFrameRate,
          .windowSize = window ? std::optional(window->rect.size) : std::nullopt,
          .isSoundWithoutRealTime = platform.captureDevices->isSoundWithoutRealTime(),
-         .volumeIsInternal = platform.fileManager->volumeIsInternal(outputFolder(folder.value_or("")))},
+         .volumeIsInternal = platform.fileManager->volumeIsInternal(outputFolder(folder.value_or(""))),
+         .routingLosses = outputRouting->lossesOfTake()},
         ending.stopTime, *this);
     ending.seen.captureNote = ending.captureNote;
     screenTrack->resetCounters();

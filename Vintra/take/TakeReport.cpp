@@ -80,6 +80,7 @@ TakeObservations observeTake(const TakeReportSources& sources, CMTime stopTime, 
     seen.frameLossRemedy = frameLossRemedy(cameras, sources.take.videoInput.get(), sources.screenFrameRate);
     seen.volumeIsInternal = sources.volumeIsInternal;
     seen.isSoundWithoutRealTime = sources.isSoundWithoutRealTime;
+    seen.routingLosses = sources.routingLosses;
     status.lastScreenDropSummary =
         screenDropSummary(sources.screenTrack.endDropTimes(), status.lastScreenBeatSummary);
     return seen;

@@ -28,6 +28,7 @@ struct TakeReportSources {
     std::optional<CGSize> windowSize; ///< points, of the recorded window as it is now; nothing if it has gone
     bool isSoundWithoutRealTime = false;
     std::optional<bool> volumeIsInternal{}; ///< of the output folder; nothing if it can't be read
+    std::vector<std::string> routingLosses{};
 };
 
 /// What each track of the take really received. Ends the records of losses and of pictures, and leaves their

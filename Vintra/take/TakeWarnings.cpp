@@ -143,6 +143,7 @@ std::vector<std::string> takeWarnings(const TakeObservations& seen) {
     std::vector<std::string> warnings;
     addMissingMedia(seen, warnings);
     if (!seen.pictureStalls.empty()) warnings.push_back(pictureStallWarning(seen.pictureStalls));
+    warnings.insert(warnings.end(), seen.routingLosses.begin(), seen.routingLosses.end());
     if (seen.windowNote) warnings.push_back(*seen.windowNote);
     if (seen.captureNote) warnings.push_back(*seen.captureNote);
     if (seen.timelineNote) warnings.push_back(*seen.timelineNote);

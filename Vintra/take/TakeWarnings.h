@@ -28,6 +28,8 @@ struct TakeObservations {
     std::vector<std::string> extraCamerasWithoutVideo;
     /// A sentence for each camera whose picture stood still or stopped.
     std::vector<std::string> pictureStalls;
+    /// What has become of the computer's sound on its way to the take and to the user, a sentence each.
+    std::vector<std::string> routingLosses;
     std::optional<std::string> windowNote;   ///< the window, or the display, changed its size
     std::optional<std::string> captureNote;  ///< what went wrong when the capture was to end
     std::optional<std::string> timelineNote; ///< why there is no timeline file

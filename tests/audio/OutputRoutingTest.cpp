@@ -1,59 +1,9 @@
-#include "Vintra/audio/OutputRouting.h"
-
-#include "Vintra/audio/SystemOutputRouter.h"
-#include "tests/audio/AudioPartsFixture.h"
-
-#include <string>
+#include "tests/audio/OutputRoutingFixture.h"
 
 namespace vintra {
 namespace {
 
-/// The routing with what it needs, and no recorder, on a machine with the virtual device, speakers, which are the
-/// user's choice, and headphones.
-class OutputRoutingTest : public AudioPartsFixture {
-protected:
-    void SetUp() override {
-        SimulatedAudioDevice loopback;
-        loopback.uid = SystemOutputRouter::virtualDeviceUID;
-        loopback.name = "Vintra Audio";
-        loopback.inputStreamChannels = {2};
-        loopback.outputStreamChannels = {2};
-        loopback.isLoopback = true;
-        loopback.sampleRates = {44'100, 48'000};
-        virtualDevice = hardware.plug(loopback);
-        speakers = plugOutput("speakers", "Speakers");
-        headphones = plugOutput("headphones", "Headphones");
-        hardware.defaultOutput = speakers->id;
-        hardware.defaultSystemOutput = speakers->id;
-        AudioPartsFixture::SetUp();
-    }
-    std::shared_ptr<SimulatedAudioDevice> plugOutput(const std::string& uid, const std::string& name) {
-        SimulatedAudioDevice device;
-        device.uid = uid;
-        device.name = name;
-        device.inputStreamChannels = {};
-        device.outputStreamChannels = {2};
-        return hardware.plug(device);
-    }
-    void startUp() {
-        machine.complete(routing.repairDeadEndOutput());
-        machine.complete(routing.refreshDriverPresence());
-    }
-    void hold() {
-        selection.captureSystemAudioForDaw.set(true);
-        machine.complete(routing.startSystemAudioRelayIfNeeded());
-    }
-    std::optional<std::string> pending() const {
-        return stringForKey(*machine.userDefaults, "systemOutputPendingRestoreUID");
-    }
-
-    SimulatedAudioHardware& hardware = *machine.audioHardware;
-    std::shared_ptr<SimulatedAudioDevice> virtualDevice;
-    std::shared_ptr<SimulatedAudioDevice> speakers;
-    std::shared_ptr<SimulatedAudioDevice> headphones;
-    OutputRouting routing{
-        {.platform = platform, .selection = selection, .isRecording = isRecording, .lastError = lastError}};
-};
+class OutputRoutingTest : public OutputRoutingFixture {};
 
 TEST_F(OutputRoutingTest, aRelayIsBuiltOnlyForComputerAudio) {
     startUp();
@@ -136,6 +86,93 @@ TEST_F(OutputRoutingTest, anOutputThatGoesDuringTheWaitForTheRateBuildsNone) {
     hold();
     EXPECT_FALSE(routing.hasSystemAudioRelay());
     EXPECT_FALSE(*selection.isHoldingAudioRouting);
+    EXPECT_EQ(*lastError, "Couldn't route computer audio to your output device, so it won't be recorded.");
+}
+
+TEST_F(OutputRoutingTest, aDefaultOutputThatIsNoneOrIsNotListedIsToldOf) {
+    startUp();
+    for (const auto output : {std::optional<AudioObjectID>(), std::optional<AudioObjectID>(0),
+                              std::optional<AudioObjectID>(4711)}) {
+        lastError.set(std::nullopt);
+        hardware.defaultOutput = output;
+        hold();
+        EXPECT_FALSE(routing.hasSystemAudioRelay());
+        EXPECT_EQ(hardware.defaultOutput, output);
+        EXPECT_EQ(*lastError,
+                  "Couldn't route computer audio to your output device, so it won't be recorded.");
+    }
+}
+
+TEST_F(OutputRoutingTest, behindAFilterThatFollowsTheDefaultItsOwnDeviceIsHeard) {
+    startUp();
+    const auto equaliser = plugOutput("equaliser", "Equaliser");
+    const auto reverb = plugOutput("reverb", "Reverb");
+    equaliser->playsOnTo = "reverb";
+    reverb->playsOnTo = "headphones";
+    hardware.defaultOutput = equaliser->id;
+    hold();
+    EXPECT_TRUE(routing.hasSystemAudioRelay());
+    EXPECT_EQ(pending(), "equaliser") << "it is the user's choice";
+    routing.stopSystemAudioRelay();
+    EXPECT_EQ(selection.lastRelayTelemetry->destination, "Headphones");
+    EXPECT_EQ(hardware.defaultOutput, equaliser->id);
+}
+
+TEST_F(OutputRoutingTest, aFilterThatFollowsTheDefaultAndPlaysNobodyKnowsWhereIsRefused) {
+    startUp();
+    const auto equaliser = plugOutput("equaliser", "Equaliser");
+    equaliser->playsOnTo = "";
+    hardware.defaultOutput = equaliser->id;
+    hold();
+    EXPECT_FALSE(routing.hasSystemAudioRelay());
+    EXPECT_EQ(hardware.defaultOutput, equaliser->id);
+    EXPECT_EQ(*lastError,
+              "Your output device, Equaliser, plays on to whatever the output is, which is Vintra "
+              "Audio while computer audio is recorded. Choose the device behind it as your output.");
+    equaliser->playsOnTo = "equaliser"; // in a circle
+    hold();
+    EXPECT_FALSE(routing.hasSystemAudioRelay());
+}
+
+TEST_F(OutputRoutingTest, theVolumeOfTheVirtualDeviceIsThatOfWhatIsHeard) {
+    startUp();
+    virtualDevice->signal = [](uint32_t channel, int64_t, CMTime) { return channel == 0 ? 0.5f : -0.25f; };
+    std::vector<float> heard;
+    speakers->playing = [&](AudioBufferList output) {
+        heard.assign(output[0].mData, output[0].mData + output[0].mDataByteSize / 4);
+    };
+    const auto expectHeard = [&](float left, float right) {
+        machine.run(0.2);
+        ASSERT_FALSE(heard.empty());
+        for (size_t sample = 0; sample + 1 < heard.size(); sample += 2) {
+            EXPECT_EQ(heard[sample], left);
+            EXPECT_EQ(heard[sample + 1], right);
+        }
+    };
+    virtualDevice->outputVolume = std::vector<float>{0.5f, 0.5f};
+    hold();
+    expectHeard(0.25f, -0.125f);
+    hardware.setOutputVolume(virtualDevice->uid, {1, 0.5f});
+    expectHeard(0.5f, -0.125f);
+    hardware.setOutputVolume(virtualDevice->uid, {0, 0}); // muted
+    expectHeard(0, 0);
+    hardware.setOutputVolume(virtualDevice->uid, {1});
+    expectHeard(0.5f, -0.25f);
+}
+
+TEST_F(OutputRoutingTest, theMainThreadWaitsForNoDeviceThatStarts) {
+    startUp();
+    speakers->ioStartSeconds = 2;
+    selection.captureSystemAudioForDaw.set(true);
+    TaskScope scope;
+    machine.mainThread->runNow([&] { scope.start(routing.startSystemAudioRelayIfNeeded()); });
+    bool hasWorked = false;
+    machine.time->afterSeconds(1, [&] { machine.mainThread->post([&] { hasWorked = true; }); });
+    machine.run(1.5);
+    EXPECT_TRUE(hasWorked);
+    EXPECT_FALSE(routing.hasSystemAudioRelay());
+    machine.run(1.5);
+    EXPECT_TRUE(routing.hasSystemAudioRelay());
 }
 
 TEST_F(OutputRoutingTest, theMonitorIsHeardIfItIsThere) {

@@ -166,6 +166,21 @@ TEST_F(RelayRingTest, aMonoOutputIsNeverWrittenAndNotCounted) {
     EXPECT_EQ(ring.counters(), before);
 }
 
+TEST_F(RelayRingTest, aVolumeIsReachedWithinACycleAndWithoutAStep) {
+    RelayRing ring({.frames = 128});
+    std::vector<float> ones(1024 * 2, 1.0f);
+    const AudioBuffer buffer{2, static_cast<uint32_t>(ones.size() * 4), ones.data()};
+    ring.consume({&buffer, 1});
+    EXPECT_EQ(take(ring, 4), std::vector<float>(8, 1.0f));
+    ring.setVolume(0.5f, 0);
+    EXPECT_EQ(take(ring, 4), (std::vector<float>{0.875f, 0.75f, 0.75f, 0.5f, 0.625f, 0.25f, 0.5f, 0}));
+    EXPECT_EQ(take(ring, 2), (std::vector<float>{0.5f, 0, 0.5f, 0}));
+    EXPECT_EQ(take(ring, 1, 4), (std::vector<float>{0.5f, 0, 0, 0})) << "further channels are silent anyway";
+    ring.setVolume(1, 1);
+    take(ring, 4);
+    EXPECT_EQ(take(ring, 2), std::vector<float>(4, 1.0f));
+}
+
 TEST_F(RelayRingTest, primingSilencesEveryChannelOfTheStream) {
     RelayRing ring({128, false});
     EXPECT_EQ(take(ring, 3, 6), std::vector<float>(18));

@@ -29,7 +29,7 @@ protected:
         platform.audioDeviceIO = io;
         const double begin = machine.time->nowSeconds();
         const double result =
-            machine.complete(SystemAudioRelay::setSampleRate(platform, rate, device->id, timeout));
+            machine.complete(SystemAudioRelay::setSampleRate(platform, queue, rate, device->id, timeout));
         took = machine.time->nowSeconds() - begin;
         return result;
     }
@@ -38,6 +38,7 @@ protected:
     std::shared_ptr<CountingHardware> hardware = std::make_shared<CountingHardware>(machine.mainThread);
     std::shared_ptr<SimulatedAudioDeviceIO> io =
         std::make_shared<SimulatedAudioDeviceIO>(machine.time, hardware);
+    std::shared_ptr<DispatchQueue> queue = machine.dispatchQueues->makeSerialQueue("devices");
     std::shared_ptr<SimulatedAudioDevice> device;
     double took = 0; ///< seconds
 };

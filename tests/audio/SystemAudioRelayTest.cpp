@@ -90,8 +90,10 @@ protected:
     }
     std::unique_ptr<SystemAudioRelay> makeRelay(bool lowLatency = false) {
         return std::make_unique<SystemAudioRelay>(
-            SystemAudioRelay::Services{hardware, io, *machine.userDefaults, *machine.wallClock}, source,
-            output, lowLatency);
+            SystemAudioRelay::Services{hardware, io, *machine.wallClock}, source, output,
+            SystemAudioRelay::Settings{.lowLatency = lowLatency,
+                                       .pinnedTargetFrames =
+                                           SystemAudioRelay::pinnedTargetFrames(*machine.userDefaults)});
     }
 
     SimulatedMachine machine;

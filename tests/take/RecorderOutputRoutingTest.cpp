@@ -79,6 +79,29 @@ TEST_F(RecorderOutputRoutingTest, aWayOutOfTheProgramPutsTheOutputBack) {
     EXPECT_FALSE(recorder->lastRelayTelemetry);
 }
 
+TEST_F(RecorderOutputRoutingTest, anOutputThatIsChosenInATakeIsToldAtOnceAndAtTheStop) {
+    virtualDevice->signal = [](uint32_t, int64_t, CMTime) { return 0.25f; };
+    turnOnComputerAudio();
+    start();
+    machine.run(1);
+    hardware.chooseDefaultOutput(headphones->id);
+    machine.run(1);
+    const std::string told = lastError();
+    EXPECT_TRUE(told.starts_with("Your sound output was switched to Headphones mid-recording")) << told;
+    expectReleased(headphones);
+    stop();
+    EXPECT_EQ(*recorder->statusMessage, "Saved with warnings");
+    EXPECT_EQ(lastError(), told);
+    machine.complete(recorder->startRecording(URL::fileURL(path("next_video.mov"))));
+    EXPECT_TRUE(*recorder->isRecording) << lastError();
+    expectHeld(headphones);
+    machine.run(1);
+    stop();
+    EXPECT_EQ(*recorder->statusMessage, "Saved") << lastError();
+    recorder->stopSystemAudioRelay();
+    expectReleased(headphones);
+}
+
 TEST_F(RecorderOutputRoutingTest, aRecorderThatGoesEndsItsIO) {
     turnOnComputerAudio();
     recorder.reset();

@@ -164,6 +164,7 @@ TEST(TakeWarningsTest, allWarningsStandInTheirOrder) {
     seen.webcamWithoutVideo = true;
     seen.extraCamerasWithoutVideo = {"Cam B"};
     seen.pictureStalls = {"Stalled."};
+    seen.routingLosses = {"Routing lost.", "Routing lost again."};
     seen.windowNote = "Window note.";
     seen.timelineNote = "Timeline note.";
     seen.droppedAudioBuffers = 1;
@@ -172,6 +173,8 @@ TEST(TakeWarningsTest, allWarningsStandInTheirOrder) {
                                              "No video was captured from the webcam",
                                              "No video was captured from Cam B",
                                              "Stalled. If that's",
+                                             "Routing lost.",
+                                             "Routing lost again.",
                                              "Window note.",
                                              "Timeline note.",
                                              "Recording stopped early on: take_Bass",
