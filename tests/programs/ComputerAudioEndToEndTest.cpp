@@ -1,42 +1,26 @@
 // The computer's own sound through the program itself: what a player plays to the default output, what the
-// take holds, what is heard on the monitor, and where the output is afterwards.
+// take holds, and what is heard on the monitor.
 
+#include "tests/programs/ComputerAudioFixture.h"
 #include "tests/programs/NumberedSound.h"
 #include "tests/programs/NumberedSoundAccount.h"
-#include "tests/programs/RecordedWav.h"
-#include "tests/support/ChildProcess.h"
 #include "tests/support/PrivatePipeWireServer.h"
-#include "tests/support/ProgramRun.h"
 #include "tests/support/PublishedMicrophone.h"
 #include "tests/support/SoundServerWatch.h"
 #include "tests/support/StallWatch.h"
-#include "tests/support/TemporaryFolder.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <gtest/gtest.h>
-#include <iterator>
-#include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <sstream>
-#include <thread>
-#include <utility>
 
 namespace vintra {
 namespace {
 
 using Json = nlohmann::json;
-
-constexpr const char* kVirtualDevice = "VintraAudioDevice";
-constexpr const char* kOutput = "headless.output"; // of the session, its default
-constexpr int64_t kRate = 48'000;
 
 constexpr int kAttempts = 6;
 /// Frames of a cycle that outlasts a virtual machine's stalls of up to 85 ms.
@@ -44,7 +28,7 @@ constexpr int64_t kLongCycle = 4096;
 /// Frames: 2 ms. A time that jumps by less is no gap, and a gap's own length is known to that.
 constexpr int64_t kGapTolerance = kRate / 500;
 
-class ComputerAudioEndToEndTest : public ::testing::Test {
+class ComputerAudioEndToEndTest : public ComputerAudioFixture {
 public:
     /// What came of a sound that was played during a take.
     struct Measurement {
@@ -55,105 +39,7 @@ public:
     };
 
 protected:
-    void SetUp() override {
-        if (!std::getenv("XDG_RUNTIME_DIR")) GTEST_SKIP() << "there is no session";
-        ASSERT_EQ(defaultOutput(), kOutput);
-    }
-    void TearDown() override {
-        if (IsSkipped()) return;
-        EXPECT_EQ(defaultOutput(), kOutput) << "the user's own";
-    }
-
-    /// By another program's eyes.
-    static std::string defaultOutput() {
-        const ProgramRun run = runProgram({"pw-metadata", "0", "default.audio.sink"});
-        const size_t begin = run.output.find("{\"name\":\"");
-        if (begin == std::string::npos) return run.output;
-        const size_t name = begin + 9;
-        return run.output.substr(name, run.output.find('"', name) - name);
-    }
-    static bool awaitDefaultOutput(const std::string& name) {
-        for (int look = 0; look < 600; ++look) {
-            if (defaultOutput() == name) return true;
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        }
-        return false;
-    }
-    static bool awaitFileOf(const URL& url, uintmax_t bytes) {
-        for (int look = 0; look < 3000; ++look) {
-            std::error_code missing;
-            const auto size = std::filesystem::file_size(url.path(), missing);
-            if (!missing && size >= bytes) return true;
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-        return false;
-    }
-    std::vector<std::string> takeCommand(const std::vector<std::string>& options) const {
-        std::vector<std::string> command{VINTRA_BIN_DIR "/vintra-take",
-                                         "--folder",
-                                         folder.url().path(),
-                                         "--timeline",
-                                         "none",
-                                         "--no-screen",
-                                         "--json"};
-        command.insert(command.end(), options.begin(), options.end());
-        return command;
-    }
-    RecordedWav recorded(const std::string& name) const {
-        return RecordedWav(folder.file(name + "_computer-audio.wav"), 2);
-    }
     Measurement takeOfASound(int64_t frames, const std::string& name);
-
-    TemporaryFolder folder;
-};
-
-std::vector<float> floatsOf(const std::string& path) {
-    std::ifstream stream(path, std::ios::binary);
-    const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
-    std::vector<float> values(bytes.size() / 4);
-    std::memcpy(values.data(), bytes.data(), values.size() * 4);
-    return values;
-}
-
-/// An output of a test's own that plays nothing. Ends with this object.
-class SilentOutput {
-public:
-    SilentOutput(std::string name, int rate)
-        : name(std::move(name)) {
-        runProgram({"pw-cli", "create-node", "adapter",
-                    "{ factory.name=support.null-audio-sink node.name=" + this->name +
-                        " media.class=Audio/Sink audio.channels=2 audio.position=[FL FR] audio.rate=" +
-                        std::to_string(rate) + " object.linger=true priority.session=1 }"});
-    }
-    ~SilentOutput() { runProgram({"pw-cli", "destroy", name}); }
-    SilentOutput(const SilentOutput&) = delete;
-    SilentOutput& operator=(const SilentOutput&) = delete;
-
-    /// vintra-take has it in its list.
-    bool awaitListed() const {
-        for (int look = 0; look < 100; ++look) {
-            if (runProgram({VINTRA_BIN_DIR "/vintra-take", "--list"}).output.find(name) != std::string::npos)
-                return true;
-        }
-        return false;
-    }
-
-private:
-    const std::string name;
-};
-
-/// The output that the user has chosen while this lives.
-class Configured {
-public:
-    explicit Configured(const std::string& name) {
-        runProgram({"pw-metadata", "0", kKey, "{ \"name\": \"" + name + "\" }", "Spa:String:JSON"});
-    }
-    ~Configured() { runProgram({"pw-metadata", "-d", "0", kKey}); }
-    Configured(const Configured&) = delete;
-    Configured& operator=(const Configured&) = delete;
-
-private:
-    static constexpr const char* kKey = "default.configured.audio.sink";
 };
 
 /// The server's cycles have that many frames while this lives; 0: as many as it likes.
@@ -275,201 +161,6 @@ TEST_F(ComputerAudioEndToEndTest, whatIsPlayedIsInTheTakeToTheBitAndHeardOnTheMo
         return;
     }
     GTEST_SKIP() << "the sound server lost cycles in every attempt";
-}
-
-TEST_F(ComputerAudioEndToEndTest, theOutputComesBackAtTheEndAndAtEverySignal) {
-    EXPECT_EQ(runProgram(takeCommand({"--computer-audio", "--seconds", "1", "--name", "end"})).exitCode, 0);
-    EXPECT_EQ(defaultOutput(), kOutput);
-    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
-        ChildProcess take(takeCommand({"--computer-audio", "--name", "signal" + std::to_string(number)}));
-        ASSERT_TRUE(awaitDefaultOutput(kVirtualDevice));
-        take.signal(number);
-        const std::string text = take.restOfOutput();
-        const int code = take.wait();
-        EXPECT_TRUE(code == 0 || text.find("Interrupted") != std::string::npos) << code << text;
-        EXPECT_EQ(defaultOutput(), kOutput) << number;
-    }
-}
-
-TEST_F(ComputerAudioEndToEndTest, theOutputComesBackWhenTheTakeIsRefused) {
-    folder.write("refused_computer-audio.wav", "an earlier take");
-    const ProgramRun run =
-        runProgram(takeCommand({"--computer-audio", "--seconds", "1", "--name", "refused"}));
-    EXPECT_EQ(run.exitCode, 1);
-    EXPECT_EQ(defaultOutput(), kOutput);
-}
-
-TEST_F(ComputerAudioEndToEndTest, theOutputComesBackFromAStartThatCannotBe) {
-    for (int time = 0; time < 2; ++time) {
-        auto command = takeCommand({"--computer-audio"});
-        command[2] = "/dev/null/x";
-        EXPECT_EQ(runProgram(command).exitCode, 1);
-        ASSERT_EQ(defaultOutput(), kOutput);
-    }
-}
-
-TEST_F(ComputerAudioEndToEndTest, theOutputComesBackFromAnInterruptAtAnyMomentOfTheStart) {
-    for (int milliseconds = 90; milliseconds < 900; milliseconds += 90) {
-        ChildProcess take(
-            takeCommand({"--computer-audio", "--name", "early" + std::to_string(milliseconds)}));
-        std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
-        take.signal(milliseconds % 180 == 0 ? SIGINT : SIGTERM);
-        take.wait();
-        ASSERT_EQ(defaultOutput(), kOutput) << "after " << milliseconds << " ms";
-    }
-}
-
-/// With so few descriptors the program's connection to the sound server stops answering once the relay runs.
-TEST_F(ComputerAudioEndToEndTest, theOutputComesBackWhereTheDescriptorsDoNotSuffice) {
-    std::vector<std::string> command{"sh", "-c", "ulimit -n 58; exec \"$@\"", "sh"};
-    const auto recorder = takeCommand({"--computer-audio", "--seconds", "0.5", "--name", "few"});
-    command.insert(command.end(), recorder.begin(), recorder.end());
-    const ProgramRun run = runProgram(command);
-    EXPECT_GE(run.exitCode, 0) << run.errors;
-    EXPECT_EQ(defaultOutput(), kOutput);
-}
-
-TEST_F(ComputerAudioEndToEndTest, anOutputThatIsChosenInATakeStaysAndIsToldOf) {
-    {
-        const SilentOutput chosen("vintra.test.chosen", 48'000);
-        ASSERT_TRUE(chosen.awaitListed());
-        ChildProcess take(takeCommand({"--computer-audio", "--name", "chosen"}));
-        ASSERT_TRUE(awaitDefaultOutput(kVirtualDevice));
-        ASSERT_TRUE(awaitFileOf(folder.file("chosen_computer-audio.wav"), 1));
-        std::this_thread::sleep_for(std::chrono::milliseconds(500));
-        const Configured configured("vintra.test.chosen");
-        ASSERT_TRUE(awaitDefaultOutput("vintra.test.chosen"));
-        std::this_thread::sleep_for(std::chrono::milliseconds(500));
-        take.signal(SIGINT);
-        const std::string text = take.restOfOutput();
-        take.wait();
-        EXPECT_EQ(defaultOutput(), "vintra.test.chosen");
-        EXPECT_NE(text.find("mid-recording, so computer audio has stopped recording"), std::string::npos)
-            << text;
-    }
-    EXPECT_TRUE(awaitDefaultOutput(kOutput));
-}
-
-TEST_F(ComputerAudioEndToEndTest, anOutputThatIsPulledOutInATakeIsMadeUpFor) {
-    auto pulled = std::make_unique<SilentOutput>("vintra.test.pulled", 48'000);
-    ASSERT_TRUE(pulled->awaitListed());
-    {
-        const Configured configured("vintra.test.pulled");
-        ASSERT_TRUE(awaitDefaultOutput("vintra.test.pulled"));
-        ChildProcess take(takeCommand({"--computer-audio", "--name", "pulled"}));
-        ASSERT_TRUE(awaitDefaultOutput(kVirtualDevice));
-        ASSERT_TRUE(awaitFileOf(folder.file("pulled_computer-audio.wav"), 1));
-        std::this_thread::sleep_for(std::chrono::milliseconds(500));
-        pulled.reset();
-        std::this_thread::sleep_for(std::chrono::milliseconds(1000));
-        ASSERT_TRUE(awaitDefaultOutput(kVirtualDevice)) << "it is taken again";
-        take.signal(SIGINT);
-        const std::string text = take.restOfOutput();
-        EXPECT_EQ(take.wait(), 0) << text;
-        EXPECT_NE(text.find("You hear it on Headless Output"), std::string::npos) << text;
-    }
-    EXPECT_TRUE(awaitDefaultOutput(kOutput));
-}
-
-TEST_F(ComputerAudioEndToEndTest, theVolumeKeysActOnWhatIsHeardAndNotOnWhatIsRecorded) {
-    const URL played = NumberedSound::write(folder, "played.wav", kRate);
-    const URL heard = folder.file("heard.raw");
-    ChildProcess take(takeCommand({"--computer-audio", "--name", "muted"}));
-    ASSERT_TRUE(awaitDefaultOutput(kVirtualDevice));
-    ASSERT_TRUE(awaitFileOf(folder.file("muted_computer-audio.wav"), 1));
-    const auto turn = [](const std::string& props) {
-        runProgram({"pw-cli", "set-param", kVirtualDevice, "Props", props});
-        std::this_thread::sleep_for(std::chrono::milliseconds(300));
-    };
-    turn("{ mute: true }");
-    {
-        ChildProcess listener({"pw-record", "--target", kOutput, "-P", "{ stream.capture.sink=true }",
-                               "--format", "f32", heard.path()});
-        ASSERT_TRUE(awaitFileOf(heard, 1));
-        EXPECT_EQ(runProgram({"pw-play", played.path()}).exitCode, 0);
-        listener.signal(SIGINT);
-        listener.wait();
-    }
-    turn("{ mute: false }");
-    take.signal(SIGINT);
-    const std::string text = take.restOfOutput();
-    EXPECT_EQ(take.wait(), 0) << text;
-    const auto samples = floatsOf(heard.path());
-    ASSERT_GT(samples.size(), static_cast<size_t>(kRate / 2));
-    EXPECT_TRUE(std::ranges::all_of(samples, [](float sample) { return sample == 0; }));
-    const SoundAccount inTake = accountOf(recorded("muted"));
-    EXPECT_GT(inTake.played, kRate / 2);
-    EXPECT_EQ(inTake.altered, 0);
-}
-
-TEST_F(ComputerAudioEndToEndTest, anEqualiserThatFollowsTheOutputMakesNoFeedback) {
-    ChildProcess equaliser(
-        {"pw-loopback", "-n", "vintra.test", "--capture-props",
-         "media.class=Audio/Sink session.suspend-timeout-seconds=0 node.name=vintra.test.equaliser",
-         "--playback-props", "node.name=vintra.test.equaliser.output"});
-    bool isListed = false;
-    for (int look = 0; look < 100 && !isListed; ++look)
-        isListed =
-            runProgram({VINTRA_BIN_DIR "/vintra-take", "--list"}).output.find("vintra.test.equaliser") !=
-            std::string::npos;
-    ASSERT_TRUE(isListed);
-    {
-        const Configured configured("vintra.test.equaliser");
-        ASSERT_TRUE(awaitDefaultOutput("vintra.test.equaliser"));
-        const URL played = NumberedSound::write(folder, "played.wav", kRate);
-        ChildProcess take(takeCommand({"--computer-audio", "--name", "equalised"}));
-        ASSERT_TRUE(awaitDefaultOutput(kVirtualDevice));
-        ASSERT_TRUE(awaitFileOf(folder.file("equalised_computer-audio.wav"), 1));
-        std::this_thread::sleep_for(std::chrono::milliseconds(500));
-        EXPECT_EQ(runProgram({"pw-play", played.path()}).exitCode, 0);
-        std::this_thread::sleep_for(std::chrono::milliseconds(500));
-        take.signal(SIGINT);
-        const std::string text = take.restOfOutput();
-        EXPECT_EQ(take.wait(), 0) << text;
-        EXPECT_NE(text.find("out to Headless Output"), std::string::npos) << text;
-        EXPECT_EQ(defaultOutput(), "vintra.test.equaliser");
-        const RecordedWav wav = recorded("equalised");
-        int64_t loud = 0;
-        for (int64_t frame = 0; frame < wav.frames(); ++frame)
-            loud += wav.at(frame, 0) != 0;
-        EXPECT_LE(loud, kRate) << "it goes round";
-        EXPECT_GT(loud, kRate / 2);
-    }
-    equaliser.stop();
-    EXPECT_TRUE(awaitDefaultOutput(kOutput));
-}
-
-TEST_F(ComputerAudioEndToEndTest, afterAKillTheNextStartPutsTheOutputBackAndSaysSo) {
-    ChildProcess take(takeCommand({"--computer-audio", "--name", "killed"}));
-    ASSERT_TRUE(awaitDefaultOutput(kVirtualDevice));
-    take.kill();
-    take.wait();
-    EXPECT_EQ(defaultOutput(), kVirtualDevice) << "a killed program puts nothing back";
-    const ProgramRun next = runProgram({VINTRA_BIN_DIR "/vintra-take", "--list"});
-    EXPECT_EQ(next.exitCode, 0);
-    EXPECT_NE(next.errors.find("Vintra didn't shut down cleanly last time and left your sound going nowhere. "
-                               "Your output is back on Headless Output."),
-              std::string::npos)
-        << next.errors;
-    EXPECT_EQ(defaultOutput(), kOutput);
-    const ProgramRun after = runProgram({VINTRA_BIN_DIR "/vintra-take", "--list"});
-    EXPECT_EQ(after.errors.find("shut down"), std::string::npos) << after.errors;
-}
-
-TEST_F(ComputerAudioEndToEndTest, anotherRunLeavesTheRoutingOfThisOneAlone) {
-    ChildProcess take(takeCommand({"--computer-audio", "--name", "first"}));
-    ASSERT_TRUE(awaitDefaultOutput(kVirtualDevice));
-    EXPECT_EQ(runProgram({VINTRA_BIN_DIR "/vintra-take", "--list"}).errors, "");
-    EXPECT_EQ(defaultOutput(), kVirtualDevice);
-    const ProgramRun second =
-        runProgram(takeCommand({"--computer-audio", "--seconds", "1", "--name", "second"}));
-    EXPECT_EQ(second.exitCode, 1);
-    EXPECT_NE(second.output.find("Another vintra-take records the computer's own sound"), std::string::npos)
-        << second.output;
-    EXPECT_EQ(defaultOutput(), kVirtualDevice);
-    take.signal(SIGTERM);
-    const std::string text = take.restOfOutput();
-    EXPECT_EQ(take.wait(), 0) << text;
 }
 
 TEST_F(ComputerAudioEndToEndTest, anUnknownMonitorIsRefused) {
