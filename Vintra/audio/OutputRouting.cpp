@@ -220,9 +220,9 @@ void OutputRouting::putOutputBack() {
     }
     const auto noted = stringForKey(*platform.userDefaults, SystemOutputRouter::kPendingRestoreKey);
     SystemOutputRouter::restore(router, before);
-    // The next launch tries again, and says so.
-    const bool isLent = platform.audioHardware->defaultOutputDevice() == virtualDevice();
-    if (before && noted && current && isLent)
+    // The device may have gone. If there is no other the next launch tries again, and says so.
+    const bool isLent = before && current && platform.audioHardware->defaultOutputDevice() == virtualDevice();
+    if (isLent && !SystemOutputRouter::moveToAnyOutput(*platform.audioHardware) && noted)
         platform.userDefaults->set(SystemOutputRouter::kPendingRestoreKey, *noted);
 }
 

@@ -37,20 +37,6 @@ void repairAlertOutput(AudioHardware& hardware, AudioObjectID matching) {
     if (alerts && isVirtual(hardware, *alerts)) hardware.setDefaultSystemOutputDevice(matching);
 }
 
-/// The first device that the system takes as its default output.
-std::optional<AudioObjectID> moveToAnyOutput(AudioHardware& hardware) {
-    std::vector<AudioObjectID> candidates;
-    if (const auto alerts = chosen(hardware.defaultSystemOutputDevice())) candidates.push_back(*alerts);
-    if (const auto builtIn = builtInOutput(hardware)) candidates.push_back(*builtIn);
-    const auto all = allDevices(hardware);
-    candidates.insert(candidates.end(), all.begin(), all.end());
-    for (const AudioObjectID candidate : candidates) {
-        if (isVirtual(hardware, candidate) || !hasOutputs(hardware, candidate)) continue;
-        if (hardware.setDefaultOutputDevice(candidate)) return candidate;
-    }
-    return std::nullopt;
-}
-
 std::optional<DeadEndRepair> repair(AudioHardware& hardware, const std::optional<std::string>& pending) {
     const auto output = chosen(hardware.defaultOutputDevice());
     if (!output || !isVirtual(hardware, *output)) return std::nullopt;
@@ -63,6 +49,19 @@ std::optional<DeadEndRepair> repair(AudioHardware& hardware, const std::optional
 }
 
 } // namespace
+
+std::optional<AudioObjectID> moveToAnyOutput(AudioHardware& hardware) {
+    std::vector<AudioObjectID> candidates;
+    if (const auto alerts = chosen(hardware.defaultSystemOutputDevice())) candidates.push_back(*alerts);
+    if (const auto builtIn = builtInOutput(hardware)) candidates.push_back(*builtIn);
+    const auto all = allDevices(hardware);
+    candidates.insert(candidates.end(), all.begin(), all.end());
+    for (const AudioObjectID candidate : candidates) {
+        if (isVirtual(hardware, candidate) || !hasOutputs(hardware, candidate)) continue;
+        if (hardware.setDefaultOutputDevice(candidate)) return candidate;
+    }
+    return std::nullopt;
+}
 
 std::vector<AudioObjectID> allDevices(const AudioHardware& hardware) {
     return hardware.devices();

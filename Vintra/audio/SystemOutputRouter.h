@@ -63,6 +63,10 @@ void noteRestoreTarget(Services services, AudioObjectID device);
 /// Makes the device, or the noted one if there is none, the default output. Nothing is noted afterwards.
 void restore(Services services, std::optional<AudioObjectID> to);
 
+/// Makes the first device that can be heard and that the system takes the default output: where alerts go, the
+/// built-in one, any. That device; nothing if there is none.
+std::optional<AudioObjectID> moveToAnyOutput(AudioHardware& hardware);
+
 /// For a launch, before a relay can run: moves a default output that was left on the virtual device to the
 /// noted device, or to another that can be heard. The devices are read and set on a background queue.
 Task<std::optional<DeadEndRepair>> repairDeadEndOutput(Platform platform);

@@ -139,6 +139,13 @@ TEST_F(OutputHoldTest, withoutAnyOutputTheTakeGoesOnUnheardUntilOneComes) {
                           "unaffected. You hear it on Headphones now.");
 }
 
+TEST_F(OutputHoldTest, aStopAfterTheDeviceOfBeforeHasGoneLeavesAnotherThatIsHeard) {
+    hardware.unplug("speakers");
+    routing.stopSystemAudioRelay();
+    machine.run(0.5);
+    expectLeftAlone(headphones);
+}
+
 TEST_F(OutputHoldTest, aMonitorThatIsPulledOutGivesWayToTheUsersOutput) {
     routing.stopSystemAudioRelay();
     selection.systemAudioMonitorUID.set("headphones");

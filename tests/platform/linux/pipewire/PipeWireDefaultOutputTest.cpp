@@ -297,8 +297,8 @@ TEST_F(PipeWireDefaultOutputTest, aLoanThatIsAskedForAnewKnowsTheDeviceThatIsThe
 TEST_F(PipeWireDefaultOutputTest, aConnectionThatIsOfNoUseAnyMoreIsNotNeededToGiveItBack) {
     ASSERT_TRUE(hardware->setDefaultOutputDevice(virtualDevice));
     ChildProcess list({"sh", "-c",
-                       "pw-cli ls Client | awk '/id / {id = $2} /sec.pid = \"" + std::to_string(::getpid()) +
-                           "\"/ {print id + 0}'"},
+                       "pw-cli ls Client | awk '/^[ \\t]*id / {id = $2} /sec.pid = \"" +
+                           std::to_string(::getpid()) + "\"/ {print id + 0}'"},
                       server.environment());
     const std::string client = list.readLine();
     ASSERT_FALSE(client.empty());
