@@ -145,9 +145,10 @@ TEST(RelayStartTest, anOutputThatGoesAtAnyStepIsToldOf) {
         desk.hardware.unplug("speakers");
         desk.machine.run(5);
         if (desk.isHeld()) { // the relay had been started
-            EXPECT_EQ(desk.recorder->lastError->value_or(""),
-                      "The output device that you heard computer audio on has gone. You can't hear it until you "
-                      "connect another.")
+            EXPECT_EQ(
+                desk.recorder->lastError->value_or(""),
+                "The output device that you heard computer audio on has gone. You can't hear it until you "
+                "connect another.")
                 << when;
             return;
         }
