@@ -43,6 +43,7 @@ TEST_P(ScreenLossTest, everyFrameStandsOnItsSlotOrIsToldAndTheSlotsAddUp) {
     start();
     ASSERT_TRUE(*recorder->isRecording) << lastError();
     machine.run(frames.back().seconds + 0.5);
+    const CMTime captureStart = machine.screenCapture->stream()->captureStart();
     stop();
 
     const FrameAccount account = recorder->lastTakeScreenFrames().value_or(FrameAccount{});
@@ -52,7 +53,6 @@ TEST_P(ScreenLossTest, everyFrameStandsOnItsSlotOrIsToldAndTheSlotsAddUp) {
     EXPECT_NE(lastError().find(sentence), std::string::npos) << lastError() << "\n" << account.lost;
 
     // By content: each picture that was written stands on the slot at which it was captured.
-    const CMTime captureStart = machine.screenCapture->stream()->captureStart();
     std::map<int64_t, uint8_t> shadeOfSlot;
     for (const SimulatedFrame& frame : frames)
         shadeOfSlot[static_cast<int64_t>(std::round(frame.seconds * rate))] = frame.shade;
