@@ -1,14 +1,17 @@
 #include "Vintra/platform/linux/x11/X11Display.h"
 
 #include "Vintra/platform/Mutex.h"
-#include "Vintra/platform/linux/runtime/AllSignalsBlocked.h"
+#include "Vintra/platform/linux/runtime/FileDescriptor.h"
 
-#include <chrono>
-#include <condition_variable>
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <map>
 #include <mutex>
-#include <system_error>
-#include <thread>
+#include <optional>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 
 namespace vintra {
 namespace {
@@ -46,41 +49,46 @@ SystemError noDisplay(const std::string& name) {
                 "\" can't be reached. Check that DISPLAY names a running X server that lets you in."};
 }
 
-/// A connection that is being made, shared with the thread that makes it: Xlib waits without end for a server
-/// that takes connections and then says nothing.
-struct Opening {
-    Mutex mutex;
-    std::condition_variable_any changed;
-    ::Display* opened GUARDED_BY(mutex) = nullptr;
-    bool isDone GUARDED_BY(mutex) = false;
-    bool isAbandoned GUARDED_BY(mutex) = false;
-};
+/// The number of a display on this machine; nothing if the name is another kind of it.
+std::optional<std::string> localDisplayNumber(const std::string& name) {
+    const std::string full = XDisplayName(name.empty() ? nullptr : name.c_str());
+    const size_t colon = full.rfind(':');
+    if (colon == std::string::npos || (colon != 0 && full.substr(0, colon) != "unix")) return std::nullopt;
+    std::string number = full.substr(colon + 1);
+    number.resize(std::min(number.find('.'), number.size()));
+    const bool isNumber = !number.empty() && number.find_first_not_of("0123456789") == std::string::npos;
+    return isNumber ? std::optional(number) : std::nullopt;
+}
 
-::Display* openInTime(const std::string& name) {
-    const auto opening = std::make_shared<Opening>();
-    const AllSignalsBlocked inheritedByTheThread;
-    try {
-        std::thread([opening, name] {
-            ::Display* const opened = XOpenDisplay(name.empty() ? nullptr : name.c_str());
-            MutexLock lock(opening->mutex);
-            if (opening->isAbandoned && opened) XCloseDisplay(opened);
-            opening->opened = opened;
-            opening->isDone = true;
-            opening->changed.notify_all();
-        }).detach();
-    } catch (const std::system_error& error) {
-        throw SystemError("posix", error.code().value(),
-                          "The X display can't be opened: the system has no thread to spare.");
-    }
-    const auto limit = std::chrono::steady_clock::now() + std::chrono::nanoseconds(X11Display::kPatience);
-    MutexLock lock(opening->mutex);
-    while (!opening->isDone) {
-        if (opening->changed.wait_until(lock, limit) == std::cv_status::timeout && !opening->isDone) {
-            opening->isAbandoned = true;
-            throw X11Display::noAnswer();
-        }
-    }
-    return opening->opened;
+FileDescriptor connectTo(const std::string& number, bool isAbstract) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const std::string path = "/tmp/.X11-unix/X" + number;
+    const size_t offset = isAbstract ? 1 : 0;
+    if (offset + path.size() >= sizeof address.sun_path) return {};
+    path.copy(address.sun_path + offset, path.size());
+    const auto size =
+        static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + offset + path.size() + (isAbstract ? 0 : 1));
+    // A server that takes no more connections doesn't hold this up either.
+    FileDescriptor descriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!descriptor.isOpen() || ::connect(descriptor.get(), reinterpret_cast<sockaddr*>(&address), size) != 0)
+        return {};
+    return descriptor;
+}
+
+/// Whether a server that takes connections also says something. Xlib would wait for it without end, and gives
+/// nothing to break that off by; so it is asked before, with a greeting that it may refuse. True where that
+/// can't be found out.
+bool answersInTime(const std::string& name) {
+    const auto number = localDisplayNumber(name);
+    if (!number) return true;
+    FileDescriptor connection = connectTo(*number, true);
+    if (!connection.isOpen()) connection = connectTo(*number, false);
+    if (!connection.isOpen()) return true;
+    constexpr uint8_t kGreeting[12] = {'l', 0, 11}; // in little-endian order, version 11, without a key
+    if (::send(connection.get(), kGreeting, sizeof kGreeting, MSG_NOSIGNAL) != sizeof kGreeting) return true;
+    pollfd answer{connection.get(), POLLIN, 0};
+    return ::poll(&answer, 1, static_cast<int>(X11Display::kPatience / 1'000'000)) != 0;
 }
 
 } // namespace
@@ -117,7 +125,8 @@ std::unique_ptr<X11Display> X11Display::open(const std::string& name) {
         handlers().otherErrors = XSetErrorHandler(&X11Display::handleError);
         handlers().otherLostServers = XSetIOErrorHandler(&X11Display::handleLostServer);
     });
-    ::Display* const opened = openInTime(name);
+    if (!answersInTime(name)) throw noAnswer();
+    ::Display* const opened = XOpenDisplay(name.empty() ? nullptr : name.c_str());
     if (!opened) throw noDisplay(name);
     return std::unique_ptr<X11Display>(new X11Display(opened));
 }
