@@ -3,7 +3,6 @@
 //     relay [OUTPUT]        by its node.name; otherwise the default output
 
 #include "Vintra/audio/SystemAudioRelay.h"
-#include "Vintra/platform/linux/files/MemoryUserDefaults.h"
 #include "Vintra/platform/linux/pipewire/PipeWireAudioHardware.h"
 #include "Vintra/platform/linux/pipewire/PipeWireConnection.h"
 #include "Vintra/platform/linux/pipewire/PipeWireDeviceIO.h"
@@ -25,7 +24,6 @@ int main(int argumentCount, char** arguments) {
     const auto connection = std::make_shared<PipeWireConnection>();
     PipeWireAudioHardware hardware(connection, std::make_shared<LinuxEventLoop>());
     PipeWireDeviceIO io(connection, std::make_shared<LinuxLog>(LogLevel::standard));
-    const MemoryUserDefaults userDefaults;
     const LinuxWallClock wallClock;
     const auto source = connection->devices().numberNamed(kVirtualAudioDeviceName);
     const auto output =
@@ -34,9 +32,7 @@ int main(int argumentCount, char** arguments) {
         std::fputs("relay: the devices aren't there\n", stderr);
         return 1;
     }
-    SystemAudioRelay relay(
-        {.hardware = hardware, .io = io, .userDefaults = userDefaults, .wallClock = wallClock}, *source,
-        *output, false);
+    SystemAudioRelay relay({.hardware = hardware, .io = io, .wallClock = wallClock}, *source, *output, {});
     if (!relay.start()) {
         std::fputs("relay: it does not start\n", stderr);
         return 1;
