@@ -83,6 +83,7 @@ OutputFile OutputFile::reopen(const URL& url, uint64_t size) {
     }
     OutputFile file(url, descriptor);
     file.size_ = size;
+    file.isKept = true; // whatever comes of it: the file was there before
     if (::ftruncate(descriptor, static_cast<off_t>(size)) != 0) {
         const int code = errno;
         throw SystemError("posix", code, writingSentence(url, code));

@@ -26,7 +26,8 @@ const CrashReporter::Program kProgram{
 
 /// Calls that a report of this process names.
 extern "C" [[gnu::noinline]] void crashReporterTestReadsNothing() {
-    *static_cast<volatile int*>(nullptr) = 1;
+    volatile int* volatile nowhere = nullptr; // read, so that the compiler doesn't know
+    *nowhere = 1;
 }
 [[gnu::noinline]] void overflowTheStack(volatile char* before) {
     volatile char here[4096];
