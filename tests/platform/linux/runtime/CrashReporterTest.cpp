@@ -2,6 +2,7 @@
 
 #include "tests/support/TemporaryFolder.h"
 
+#include <atomic>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -34,6 +35,12 @@ extern "C" [[gnu::noinline]] void crashReporterTestReadsNothing() {
     here[0] = before == nullptr ? 1 : before[0];
     if (here[0] != 2) overflowTheStack(here); // always
     here[1] = here[0];
+}
+
+bool isAsleep(pid_t thread) {
+    std::ostringstream text;
+    text << std::ifstream("/proc/self/task/" + std::to_string(thread) + "/stat").rdbuf();
+    return text.str().find(") S ") != std::string::npos;
 }
 
 class CrashReporterTest : public ::testing::Test {
@@ -106,8 +113,14 @@ TEST_F(CrashReporterTest, everyThreadTellsItsCalls) {
     GTEST_SKIP() << "the sanitizer has a report of its own";
 #endif
     crash([] {
-        std::thread waits([] { pause(); });
+        std::atomic<pid_t> thread{0};
+        std::thread waits([&] {
+            thread = gettid();
+            pause();
+        });
         pthread_setname_np(waits.native_handle(), "waiting-thread");
+        while (thread == 0 || !isAsleep(thread))
+            std::this_thread::yield();
         std::thread crashes([] { std::abort(); });
         crashes.join();
         waits.join();
