@@ -19,7 +19,9 @@ void check(int result, const char* what) {
 /// An open file, and a decoder of one of its tracks.
 class Reader {
 public:
-    explicit Reader(const URL& url) {
+    explicit Reader(const URL& url)
+        : Reader() {
+        // From here on the destructor runs, whatever is thrown.
         check(avformat_open_input(&format, url.path().c_str(), nullptr, nullptr), "the file can't be opened");
         check(avformat_find_stream_info(format, nullptr), "the file has no tracks that can be read");
     }
@@ -64,6 +66,9 @@ public:
     AVPacket* packet = av_packet_alloc();
     AVFrame* frame = av_frame_alloc();
     unsigned track = 0;
+
+private:
+    Reader() = default;
 };
 
 unsigned findStream(const AVFormatContext& format, AVMediaType type, size_t index) {
