@@ -36,10 +36,10 @@ struct State {
     Text machine{};
     std::array<Text, kLogLines> log{};
     std::atomic<uint64_t> logLines{0};
-    std::atomic<pid_t> crashed{0};    ///< the thread that crashed first
-    std::atomic<pid_t> asked{0};      ///< the thread that is to tell its calls
-    std::atomic<int> file{-1};        ///< of the report
-    std::array<char, 65'536> stack{}; ///< of the main thread's handler
+    std::atomic<pid_t> crashed{0};                ///< the thread that crashed first
+    std::atomic<pid_t> asked{0};                  ///< the thread that is to tell its calls
+    std::atomic<int> file{-1};                    ///< of the report
+    alignas(16) std::array<char, 65'536> stack{}; ///< of the main thread's handler
 };
 State state;
 

@@ -65,7 +65,9 @@ void install(const URL& folder, const Program& program) {
     for (const fs::path& raw : filesWith(folder.path(), program.name, crashHandler::kRawExtension))
         finishReport(raw);
     removeOldReports(folder.path(), program.name);
+#ifndef VINTRA_SANITIZED // a sanitizer has reports of its own
     crashHandler::install(folder.path(), program.name, program.version, program.machine);
+#endif
 }
 
 void noteLogLine(std::string_view line) {
