@@ -38,8 +38,8 @@ public:
     std::vector<CMTime> presentationTimes() const;
     bool isMarkedAsFinished() const { return isFinished; }
 
-    std::vector<Append> appends;    ///< every call, refused ones as well
-    CMTime standsUntil;             ///< of the last picture, as far as it was told; invalid if it wasn't
+    std::vector<Append> appends; ///< every call, refused ones as well
+    CMTime standsUntil;          ///< of the last picture, as far as it was told; invalid if it wasn't
 
 private:
     friend class SimulatedAssetWriter;
