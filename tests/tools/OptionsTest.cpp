@@ -1,5 +1,8 @@
 #include "tools/vintra-take/Options.h"
 
+#include "tests/support/TemporaryFolder.h"
+
+#include <fstream>
 #include <gtest/gtest.h>
 
 namespace vintra {
@@ -233,6 +236,33 @@ TEST(OptionsTest, helpIsGivenWhateverElseIsThere) {
                                "--region", "--window", "--aspect", "--fps", "--codec", "--mic ", "--mic-name",
                                "--mic-gain", "--input", "--timeline", "--json", "--verbose"})
         EXPECT_NE(usageText().find(option), std::string::npos) << option;
+}
+
+TEST(OptionsTest, aReportAloneIsACommandAndBesideATakeItsEnd) {
+    EXPECT_EQ(accepted({"--report", "--json"}).command, Options::Command::report);
+    EXPECT_EQ(accepted({"--report", "--set", "hideTakeWarnings=true"}).command, Options::Command::report);
+    const Options take = accepted({"--seconds", "3", "--report"});
+    EXPECT_EQ(take.command, Options::Command::take);
+    EXPECT_TRUE(take.report);
+    EXPECT_EQ(refused({"--list", "--report"}), "--report has no place beside --list.");
+    EXPECT_EQ(refused({"--report", "--recover", "films"}), "--report has no place beside --recover.");
+    EXPECT_EQ(refused({"--report=now"}), "--report takes nothing after it.");
+}
+
+TEST(OptionsTest, settingsAreReadAndTheCommandLineOutranksAFile) {
+    const TemporaryFolder folder;
+    const std::string file = folder.file("settings.json").path();
+    std::ofstream(file) << R"({"dawGainDB": 3, "screenCodec": "hevc"})";
+    const Options options =
+        accepted({"--set", "dawGainDB=1", "--set", "hideTakeWarnings=true", "--settings", file});
+    EXPECT_EQ(options.command, Options::Command::take);
+    EXPECT_EQ(options.settings,
+              (HandSetValues{
+                  {"dawGainDB", 1.0}, {"hideTakeWarnings", true}, {"screenCodec", std::string("hevc")}}));
+    EXPECT_EQ(refused({"--set", "dawGainDB=loud"}), "dawGainDB takes a number from -60 to 60, not “loud”.");
+    EXPECT_EQ(refused({"--set"}), "--set takes something after it.");
+    EXPECT_EQ(refused({"--settings="}), "--settings takes something after it, and there is nothing.");
+    EXPECT_EQ(refused({"--list", "--set", "dawGainDB=1"}), "--set has no place beside --list.");
 }
 
 } // namespace

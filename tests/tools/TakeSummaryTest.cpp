@@ -128,5 +128,23 @@ TEST(TakeSummaryTest, noTextBreaksTheObject) {
     EXPECT_TRUE(nlohmann::json::accept(jsonOf(summary)));
 }
 
+TEST(TakeSummaryTest, whatItWarnedOfHasItsTime) {
+    TakeSummary summary = saved();
+    summary.events = {{.seconds = 4.5, .time = {0}, .text = "A track stopped."}};
+    const auto json = nlohmann::json::parse(jsonOf(summary));
+    EXPECT_EQ(json["events"],
+              nlohmann::json::parse(
+                  R"([{"seconds": 4.5, "time": "1970-01-01T00:00:00.000Z", "text": "A track stopped."}])"));
+    EXPECT_FALSE(json.contains("report"));
+}
+
+TEST(TakeSummaryTest, theReportStandsBehindTheTable) {
+    TakeSummary summary = saved();
+    summary.report = "Vintra 1.0";
+    EXPECT_TRUE(tableOf(summary).ends_with("The files are in /films\n\nVintra 1.0\n"));
+    EXPECT_EQ(nlohmann::json::parse(jsonOf(summary))["report"], "Vintra 1.0");
+    EXPECT_EQ(nlohmann::json::parse(jsonOfReport("Vintra 1.0")), (nlohmann::json{{"report", "Vintra 1.0"}}));
+}
+
 } // namespace
 } // namespace vintra

@@ -106,6 +106,9 @@ public:
     Options read() {
         while (position < arguments.size())
             readOption();
+        options.settings.merge(fromFiles);
+        if (options.report && options.command == Options::Command::take && takeOption.empty())
+            options.command = Options::Command::report;
         checkTogether();
         return options;
     }
@@ -130,6 +133,8 @@ private:
             options.command = Options::Command::list;
         else if (option == "--json")
             options.json = true;
+        else if (option == "--report")
+            options.report = true;
         else if (option == "--verbose")
             options.verbose = true;
         else if (option == "--no-screen")
@@ -141,7 +146,8 @@ private:
         else
             return false;
         if (inlineValue) throw Wrong{option + " takes nothing after it."};
-        if (option != "--list" && option != "--json" && option != "--verbose") takeOption = option;
+        if (option != "--list" && option != "--json" && option != "--verbose" && option != "--report")
+            takeOption = option;
         return true;
     }
 
@@ -149,6 +155,10 @@ private:
         if (option == "--recover") {
             options.command = Options::Command::recover;
             options.recoverFolder = filled(option, value(option));
+            return true;
+        }
+        if (option == "--set" || option == "--settings") {
+            readSettings(option, filled(option, value(option)));
             return true;
         }
         if (option == "--seconds")
@@ -190,6 +200,22 @@ private:
         return true;
     }
 
+    /// What the command line sets outranks what a file does, wherever either stands.
+    void readSettings(const std::string& option, const std::string& text) {
+        settingsOption = option;
+        if (option == "--settings") {
+            const auto read = readHandSetKeys(text);
+            if (const auto* problem = std::get_if<std::string>(&read)) throw Wrong{*problem};
+            for (const auto& [key, stored] : std::get<HandSetValues>(read))
+                fromFiles[key] = stored;
+        } else {
+            const auto read = parseHandSetKey(text);
+            if (const auto* problem = std::get_if<std::string>(&read)) throw Wrong{*problem};
+            const auto& [key, given] = std::get<0>(read);
+            options.settings[key] = given;
+        }
+    }
+
     std::string value(const std::string& option) {
         if (inlineValue) return *inlineValue;
         if (position == arguments.size()) throw Wrong{option + " takes something after it."};
@@ -214,13 +240,14 @@ private:
     void checkTogether() const {
         if (options.command == Options::Command::help) return;
         if (options.command == Options::Command::recover) {
-            if (!takeOption.empty()) throw Wrong{takeOption + " has no place beside --recover."};
+            refuseBeside("--recover");
             return;
         }
         if (options.command == Options::Command::list) {
-            if (!takeOption.empty()) throw Wrong{takeOption + " has no place beside --list."};
+            refuseBeside("--list");
             return;
         }
+        if (options.command == Options::Command::report) return;
         if (!options.screen) {
             for (const char* option : {"--display", "--region", "--window", "--aspect", "--fps", "--codec"}) {
                 if (has(option)) throw Wrong{std::string(option) + " has no place beside --no-screen."};
@@ -244,6 +271,13 @@ private:
         checkSecondTrack();
     }
 
+    void refuseBeside(const std::string& command) const {
+        const std::string other = !takeOption.empty() ? takeOption
+                                  : options.report    ? "--report"
+                                                      : settingsOption;
+        if (!other.empty()) throw Wrong{other + " has no place beside " + command + "."};
+    }
+
     void checkSecondTrack() const {
         if (options.computerAudio && options.virtualInput)
             throw Wrong{"--virtual-input has no place beside --computer-audio: a take has one of the two."};
@@ -256,6 +290,8 @@ private:
     size_t position = 0;
     std::optional<std::string> inlineValue; ///< of the option being read, if written --option=value
     std::string takeOption;                 ///< the last one that a list has no use for
+    std::string settingsOption;             ///< the last one that gave settings
+    HandSetValues fromFiles;
     std::vector<std::string> given;
     Options options;
 };
@@ -271,9 +307,11 @@ std::variant<Options, UsageError> parseOptions(const std::vector<std::string>& a
 }
 
 std::string usageText() {
-    return R"(vintra-take records a take: one movie of the screen and one WAV per sound source, all on one clock.
+    return std::string() +
+           R"(vintra-take records a take: one movie of the screen and one WAV per sound source, all on one clock.
 
     vintra-take --list [--json]      shows the displays, the windows, the sound inputs and outputs
+    vintra-take --report [--json]    describes the setup for whoever helps you
     vintra-take --recover FOLDER     puts takes in order that a crash cut off and whose files lie in FOLDER
     vintra-take [options]            records until --seconds are over, or until a signal, as of Ctrl-C
 
@@ -301,9 +339,17 @@ std::string usageText() {
   --virtual-input ID                 record this input as the second track instead: one or two channels
   --timeline finalCut|resolve|premiere|none
                                      write a timeline file for this editor (default: one that is installed)
-  --json                             print one JSON object at the end instead of the table
+  --set KEY=VALUE                    set by hand what no option sets; may be given several times
+  --settings FILE                    the same from a file, such as the program's settings.json
+  --report                           print the diagnostics report behind the table, in JSON as "report"; alone,
+                                     or beside settings only, that of the setup, without a take
+  --json                             print one JSON object at the end instead of the table; what the take warns
+                                     of meanwhile is one JSON object a line on stderr, with "event": "warning"
   --verbose                          show the log
 
+What can be set by hand:
+)" + handSetKeysHelp() +
+           R"(
 Exit code: 0 saved, with or without warnings; 1 failed; 2 wrong usage.
 )";
 }

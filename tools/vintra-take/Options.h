@@ -3,6 +3,7 @@
 #include "Vintra/capturearea/AspectPreset.h"
 #include "Vintra/platform/Geometry.h"
 #include "Vintra/timeline/TimelineEditor.h"
+#include "tools/vintra-take/HandSetKeys.h"
 
 #include <cstdint>
 #include <optional>
@@ -16,12 +17,14 @@ enum class ScreenCodec { h264, hevc };
 
 /// What the command line asks for. A value.
 struct Options {
-    enum class Command { take, list, recover, help };
+    enum class Command { take, list, report, recover, help };
 
     Command command = Command::take;
     std::string recoverFolder; ///< of the command `recover`
     bool json = false;
     bool verbose = false;
+    bool report = false;           ///< print the diagnostics report, of a take behind its table
+    HandSetValues settings;        ///< set by hand, from a file or in the command line
     std::optional<double> seconds; ///< nothing: until a signal
     std::string folder;            ///< empty: the program's own
     std::string name;              ///< empty: a generated one

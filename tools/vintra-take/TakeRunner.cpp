@@ -49,6 +49,8 @@ TakeRunner::TakeRunner(LinuxPlatform& machine, Options options, Outlets outlets)
     state.follow(manager->isAudioStartUpOver);
     state.follow(manager->arePreviewsDelivering);
     state.follow(manager->isRecoveryOver);
+    errorObservation =
+        manager->lastError.observe([this](const std::optional<std::string>& error) { tellOfError(error); });
     recoveryObservation = manager->recoveryNote.observe([this](const std::optional<std::string>& note) {
         if (note) this->outlets.note(*note);
     });
@@ -94,6 +96,27 @@ Task<MachineList> TakeRunner::list() {
     list.soundProblem = machine.captureDevices->problem();
     list.computerAudioProblem = computerAudioProblem();
     co_return list;
+}
+
+Task<std::string> TakeRunner::report() {
+    co_await manager->refreshDisplays();
+    co_return manager->diagnosticsReport();
+}
+
+/// What a stop says stands in its summary.
+void TakeRunner::tellOfError(const std::optional<std::string>& error) {
+    if (!error || !*manager->isRecording || *manager->isBusy) return;
+    std::string text = *error;
+    // A further warning stands behind the one before.
+    if (!toldInTake.empty() && text.starts_with(toldInTake)) text.erase(0, toldInTake.size() + 1);
+    toldInTake = *error;
+    if (text.empty()) return;
+    const CMTime now = machine.services.hostClock->now();
+    const CMTime start = manager->recordingCommonStartTime.value_or(now);
+    events.push_back({.seconds = CMTimeGetSeconds(now - start),
+                      .time = machine.services.wallClock->now(),
+                      .text = std::move(text)});
+    outlets.event(events.back());
 }
 
 Task<std::variant<TakeSummary, UsageError>> TakeRunner::run() {
@@ -256,6 +279,8 @@ TakeSummary TakeRunner::summary() {
     summary.lastError = *manager->lastError;
     summary.folder = folder;
     summary.warnings = manager->lastTakeWarnings();
+    summary.events = events;
+    if (options.report) summary.report = manager->diagnosticsReport();
     if (const auto& relay = manager->lastRelayTelemetry)
         summary.relay = relay->summary(*machine.services.wallClock);
     if (const auto& timeline = manager->lastTimelineURL()) summary.timeline = timeline->path();

@@ -7,6 +7,7 @@
 #include "tools/vintra-take/MachineList.h"
 #include "tools/vintra-take/Options.h"
 #include "tools/vintra-take/StateWatch.h"
+#include "tools/vintra-take/TakeEvent.h"
 #include "tools/vintra-take/TakeSummary.h"
 
 #include <functional>
@@ -25,6 +26,7 @@ public:
     struct Outlets {
         std::function<void(const std::string&)> note;   ///< something to know, a sentence
         std::function<void(const std::string&)> status; ///< the status line; empty where nobody watches
+        std::function<void(const TakeEvent&)> event;    ///< what the running take warns of, when it does
     };
 
     TakeRunner(LinuxPlatform& machine, Options options, Outlets outlets);
@@ -35,6 +37,8 @@ public:
     Task<> awaitStartUp();
     /// What can be recorded.
     Task<MachineList> list();
+    /// All of the setup as text.
+    Task<std::string> report();
     /// The take from beginning to end, or why the command line asks for what can't be.
     Task<std::variant<TakeSummary, UsageError>> run();
     /// Puts the user's own output back and ends the previews.
@@ -66,6 +70,7 @@ private:
     Task<> recordUntilTheEnd();
     void putOutputBack();
     void showStatus();
+    void tellOfError(const std::optional<std::string>& error);
     TakeSummary failed(const std::string& sentence);
     TakeSummary summary();
     TakeFile fileOf(const URL& url, FileKind kind) const;
@@ -79,7 +84,10 @@ private:
     Published<bool> isInterrupted{false};
     StateWatch state;
     Observation recoveryObservation;
-    Observation waitingForDisk; ///< of what the stop says of it
+    Observation errorObservation;
+    std::string toldInTake;        ///< the error that was told last while this take runs
+    std::vector<TakeEvent> events; ///< of the take
+    Observation waitingForDisk;    ///< of what the stop says of it
     std::string folder;
     std::string screenLabel;
 };

@@ -101,6 +101,7 @@ std::string tableOf(const TakeSummary& summary) {
     if (summary.screen) text += "\nScreen: " + *summary.screen + "\n";
     if (summary.timeline) text += "\nTimeline: " + *summary.timeline + "\n";
     if (!summary.files.empty()) text += "\nThe files are in " + summary.folder + "\n";
+    if (summary.report) text += "\n" + *summary.report + (summary.report->ends_with("\n") ? "" : "\n");
     return text;
 }
 
@@ -117,7 +118,17 @@ std::string jsonOf(const TakeSummary& summary) {
     object["timeline"] =
         summary.timeline ? nlohmann::ordered_json(*summary.timeline) : nlohmann::ordered_json();
     object["warnings"] = summary.warnings;
+    object["events"] = nlohmann::ordered_json::array();
+    for (const TakeEvent& event : summary.events)
+        object["events"].push_back(
+            {{"seconds", event.seconds}, {"time", utcText(event.time)}, {"text", event.text}});
     if (summary.relay) object["relay"] = *summary.relay;
+    if (summary.report) object["report"] = *summary.report;
+    return object.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
+}
+
+std::string jsonOfReport(const std::string& report) {
+    const nlohmann::ordered_json object{{"report", report}};
     return object.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
 }
 

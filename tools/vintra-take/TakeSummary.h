@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Vintra/take/SavedFile.h"
+#include "tools/vintra-take/TakeEvent.h"
 
 #include <cstdint>
 #include <optional>
@@ -33,7 +34,9 @@ struct TakeSummary {
     std::vector<TakeFile> files;
     std::optional<std::string> timeline; ///< path
     std::vector<std::string> warnings;
-    std::optional<std::string> relay; ///< how the user came to hear the computer's sound
+    std::vector<TakeEvent> events;     ///< what it warned of while it ran
+    std::optional<std::string> report; ///< all of the setup, if it was asked for
+    std::optional<std::string> relay;  ///< how the user came to hear the computer's sound
 
     /// 0 if the take was saved, with or without warnings, else 1.
     int exitCode() const;
@@ -43,5 +46,7 @@ struct TakeSummary {
 std::string tableOf(const TakeSummary& summary);
 /// One JSON object, with a line feed behind. A path that isn't UTF-8 has its odd bytes replaced.
 std::string jsonOf(const TakeSummary& summary);
+/// A report alone, likewise.
+std::string jsonOfReport(const std::string& report);
 
 } // namespace vintra

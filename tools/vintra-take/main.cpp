@@ -44,8 +44,17 @@ int refuse(const UsageError& error) {
     return kWrongUsage;
 }
 
-TakeRunner::Outlets outlets(bool isWatched) {
-    TakeRunner::Outlets result{.note = say, .status = {}};
+TakeRunner::Outlets outlets(bool isWatched, bool isForPrograms) {
+    TakeRunner::Outlets result{.note = say, .status = {}, .event = {}};
+    result.event = [isWatched, isForPrograms](const TakeEvent& event) {
+        if (isForPrograms) {
+            const std::string line = jsonLineOf(event);
+            std::fwrite(line.data(), 1, line.size(), stderr);
+        } else {
+            if (isWatched) print("\r\x1b[K");
+            say(textOf(event));
+        }
+    };
     if (isWatched) result.status = [](const std::string& line) { print("\r" + printable(line) + "\x1b[K"); };
     return result;
 }
@@ -57,6 +66,10 @@ Task<int> carryOut(TakeRunner& runner, LinuxPlatform& machine, const Options& op
     if (options.command == Options::Command::list) {
         const MachineList list = co_await runner.list();
         co_return tell(options.json ? jsonOf(list) : printable(textOf(list)), 0, "The list");
+    }
+    if (options.command == Options::Command::report) {
+        const std::string report = co_await runner.report();
+        co_return tell(options.json ? jsonOfReport(report) : printable(report + "\n"), 0, "The report");
     }
     const auto outcome = co_await runner.run();
     if (const auto* error = std::get_if<UsageError>(&outcome)) co_return refuse(*error);
@@ -104,7 +117,9 @@ int carryOut(const Options& options) {
                                    .keepsSettingsInMemory = true,
                                    .outputToPutBackKey = SystemOutputRouter::kPendingRestoreKey,
                                    .reportsCrashes = true});
-    TakeRunner runner(machine, options, outlets(isWatched));
+    for (const auto& [key, value] : options.settings)
+        machine.services.userDefaults->set(key, value);
+    TakeRunner runner(machine, options, outlets(isWatched, options.json));
     running = &runner;
     if (early) runner.interrupt();
     int exitCode = kFailed;
