@@ -5,6 +5,8 @@
 #include "Vintra/platform/FloatingPreviewWindows.h"
 #include "Vintra/platform/SystemError.h"
 #include "Vintra/platform/linux/OthersOutputs.h"
+#include "Vintra/platform/linux/camera/PipeWireCameras.h"
+#include "Vintra/platform/linux/camera/SoundAndCameraDevices.h"
 #include "Vintra/platform/linux/files/CrashSafeUserDefaults.h"
 #include "Vintra/platform/linux/files/LinuxFileManager.h"
 #include "Vintra/platform/linux/files/LinuxUserDefaults.h"
@@ -120,7 +122,8 @@ LinuxPlatform LinuxPlatform::make(std::shared_ptr<EventLoop> eventLoop, Settings
     services.assetWriters = std::make_shared<LinuxAssetWriters>();
     services.rateConversion = std::make_shared<LibavRateConversion>();
     machine.captureDevices = std::make_shared<PipeWireCaptureDevices>(connection, eventLoop, services.log);
-    services.captureDevices = machine.captureDevices;
+    services.captureDevices = std::make_shared<SoundAndCameraDevices>(
+        machine.captureDevices, PipeWireCameras::make(connection, eventLoop, services.log));
     services.audioDeviceIO = std::make_shared<PipeWireDeviceIO>(connection, services.log);
     const OperatingSystem system = operatingSystem();
     services.words = machineWords(system);

@@ -59,7 +59,8 @@ struct PipeWireConnection::Events {
 PipeWireConnection::PipeWireConnection(const std::string& serverName)
     : serverName_(serverName)
     , devices_(loop_, [this](const PipeWireChange& change) { notify(change); })
-    , tables_(loop_, [this](const std::string& table, const std::string& key) { tableChanged(table, key); }) {
+    , tables_(loop_, [this](const std::string& table, const std::string& key) { tableChanged(table, key); })
+    , videoSources_(loop_, [this](const PipeWireChange& change) { notify(change); }) {
     PipeWireLock lock(loop_);
     if (loop_.isUsable() && connect()) {
         awaitDevices();
@@ -74,6 +75,7 @@ PipeWireConnection::~PipeWireConnection() {
     devices_.unbind();
     tables_.clear();
     filters_.clear();
+    videoSources_.unbind();
     if (registry != nullptr) {
         spa_hook_remove(registryHook.get());
         pw_proxy_destroy(reinterpret_cast<pw_proxy*>(registry));
@@ -119,7 +121,7 @@ void PipeWireConnection::awaitDevices() {
 
 bool PipeWireConnection::isComplete() const {
     if (core_ == nullptr) return true;
-    return syncsToCome == 0 && !devices_.isPending();
+    return syncsToCome == 0 && !devices_.isPending() && !videoSources_.isPending();
 }
 
 int PipeWireConnection::requestSync() {
@@ -136,6 +138,7 @@ void PipeWireConnection::coreInfo(const pw_core_info* info) {
 void PipeWireConnection::globalAppeared(uint32_t id, const char* type, const spa_dict& properties) {
     if (std::string_view(type) == PW_TYPE_INTERFACE_Node) devices_.bind(*core_, *registry, id, properties);
     filters_.bind(*registry, id, type, properties);
+    videoSources_.bind(*core_, *registry, id, type, properties);
     if (std::string_view(type) != PW_TYPE_INTERFACE_Metadata) return;
     const char* const name = spa_dict_lookup(&properties, PW_KEY_METADATA_NAME);
     if (name == nullptr) return;
@@ -163,6 +166,7 @@ uint32_t PipeWireConnection::graphRate() {
 
 void PipeWireConnection::globalRemoved(uint32_t id) {
     filters_.remove(id);
+    videoSources_.remove(id);
     if (!tables_.remove(id) && devices_.remove(id)) loop_.signal();
 }
 
@@ -172,6 +176,7 @@ void PipeWireConnection::syncDone(int sequence) {
         if (syncsToCome > 0) awaitedSync = requestSync();
     }
     devices_.syncDone(sequence, graphRate());
+    videoSources_.syncDone(sequence);
     loop_.signal();
 }
 
@@ -185,6 +190,7 @@ void PipeWireConnection::lost(const std::string& reason) {
         problem_ = reason;
     }
     devices_.clear();
+    videoSources_.clear();
     loop_.signal();
 }
 

@@ -6,6 +6,7 @@
 #include "Vintra/platform/linux/pipewire/PipeWireFilters.h"
 #include "Vintra/platform/linux/pipewire/PipeWireLoop.h"
 #include "Vintra/platform/linux/pipewire/PipeWireTables.h"
+#include "Vintra/platform/linux/pipewire/PipeWireVideoSources.h"
 
 #include <cstdint>
 #include <functional>
@@ -23,7 +24,7 @@ struct spa_hook;
 
 namespace vintra {
 
-/// The program's one connection to the PipeWire server, with the server's sound devices and tables. Shared by all
+/// The program's one connection to the PipeWire server, with the server's sound devices, cameras and tables. Shared by all
 /// that speaks PipeWire. Any thread, except that the last reference must not go on PipeWire's own.
 class PipeWireConnection {
 public:
@@ -42,6 +43,8 @@ public:
     PipeWireTables& tables() { return tables_; }
     /// With the loop's lock held.
     const PipeWireFilters& filters() const { return filters_; }
+    /// With the loop's lock held.
+    const PipeWireVideoSources& videoSources() const { return videoSources_; }
     /// For what has come of a change rather later than with it. With the loop's lock held.
     void announce(const PipeWireChange& change) { notify(change); }
 
@@ -93,6 +96,7 @@ private:
     PipeWireDeviceList devices_;
     PipeWireTables tables_;
     PipeWireFilters filters_{loop_};
+    PipeWireVideoSources videoSources_;
 
     mutable Mutex mutex;
     std::optional<std::string> problem_ GUARDED_BY(mutex);
