@@ -103,18 +103,19 @@ TEST(OptionsTest, valuesOutsideTheirListsAreRefusedWithTheList) {
 TEST(OptionsTest, anOptionWithoutItsValueIsRefused) {
     for (const char* option : {"--seconds", "--folder", "--name", "--display", "--region", "--window",
                                "--aspect", "--fps", "--codec", "--mic", "--mic-name", "--mic-gain", "--input",
-                               "--timeline", "--monitor", "--virtual-input"})
+                               "--timeline", "--monitor", "--virtual-input", "--camera", "--camera-1080p"})
         EXPECT_EQ(refused({option}), std::string(option) + " takes something after it.");
     EXPECT_EQ(refused({"--json=yes"}), "--json takes nothing after it.");
     EXPECT_NE(refused({"--folder", ""}).find("--folder"), std::string::npos);
 }
 
-TEST(OptionsTest, whatIsNotBuiltYetIsRefusedByName) {
-    for (const char* option : {"--camera", "--camera-1080p", "--camera=front"}) {
-        const std::string name = std::string(option).substr(0, std::string(option).find('='));
-        const std::string sentence = refused({option, "1"});
-        EXPECT_TRUE(sentence.starts_with(name + " can't be used yet: ")) << sentence;
-    }
+TEST(OptionsTest, camerasMayBeGivenSeveralTimes) {
+    const Options options =
+        accepted({"--camera", "front:Me", "--camera=desk", "--camera-1080p", "desk", "--no-screen"});
+    EXPECT_EQ(options.cameras, (std::vector<std::string>{"front:Me", "desk"}));
+    EXPECT_EQ(options.camerasOf1080p, std::vector<std::string>{"desk"});
+    EXPECT_EQ(refused({"--camera-1080p", "desk"}), "--camera-1080p needs a --camera.");
+    EXPECT_EQ(refused({"--list", "--camera", "desk"}), "--camera has no place beside --list.");
 }
 
 TEST(OptionsTest, theComputersSoundHasItsMonitorAndItsDelay) {
@@ -143,12 +144,12 @@ TEST(OptionsTest, aTakeHasOneSecondTrack) {
 
 TEST(OptionsTest, anySoundIsEnoughForATakeWithoutTheScreen) {
     for (const std::vector<std::string>& sound : std::vector<std::vector<std::string>>{
-             {"--mic", "m"}, {"--input", "i"}, {"--computer-audio"}, {"--virtual-input", "v"}}) {
+             {"--mic", "m"}, {"--input", "i"}, {"--camera", "c"}, {"--computer-audio"}, {"--virtual-input", "v"}}) {
         std::vector<std::string> arguments{"--no-screen"};
         arguments.insert(arguments.end(), sound.begin(), sound.end());
         EXPECT_FALSE(accepted(arguments).screen);
     }
-    EXPECT_EQ(refused({"--no-screen"}), "There is nothing to record: with --no-screen give a --mic, an "
+    EXPECT_EQ(refused({"--no-screen"}), "There is nothing to record: with --no-screen give a --camera, a --mic, an "
                                         "--input, --computer-audio or a --virtual-input.");
 }
 

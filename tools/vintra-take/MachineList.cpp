@@ -20,6 +20,29 @@ ordered_json jsonOfSize(CGSize size) {
     return {{"width", size.width}, {"height", size.height}};
 }
 
+ordered_json jsonOf(const AVCaptureDeviceFormat& format) {
+    const VideoDescription& description = format.formatDescription;
+    ordered_json rates = ordered_json::array();
+    for (const AVFrameRateRange& range : format.videoSupportedFrameRateRanges)
+        rates.push_back({{"least", range.minFrameRate}, {"most", range.maxFrameRate}});
+    return {{"width", description.dimensions.width},
+            {"height", description.dimensions.height},
+            {"subtype", textOfSubType(description.mediaSubType)},
+            {"rates", rates}};
+}
+
+ordered_json jsonOf(const KnownCamera& camera) {
+    ordered_json object{{"id", camera.id}, {"name", camera.name}, {"formats", ordered_json::array()}};
+    for (const AVCaptureDeviceFormat& format : camera.formats)
+        object["formats"].push_back(jsonOf(format));
+    object["recorded"] = ordered_json();
+    if (camera.chosen) {
+        object["recorded"] = jsonOf(*camera.chosen);
+        object["recorded"]["rate"] = camera.rate;
+    }
+    return object;
+}
+
 ordered_json jsonOfRate(double rate) {
     return rate > 0 ? ordered_json(rate) : ordered_json();
 }
@@ -64,6 +87,28 @@ std::string windowsText(const MachineList& list) {
     return table.text();
 }
 
+std::string shapeText(const AVCaptureDeviceFormat& format) {
+    return textOf(format.formatDescription.dimensions) + " " +
+           textOfSubType(format.formatDescription.mediaSubType);
+}
+
+/// A row for each format, the camera on the first of them.
+std::string camerasText(const MachineList& list) {
+    if (list.cameras.empty()) return "There is no camera.\n";
+    TextTable table({"camera", "name", "format", "frames a second", "recorded at"}, 3);
+    for (const KnownCamera& camera : list.cameras) {
+        bool isFirst = true;
+        for (const AVCaptureDeviceFormat& format : camera.formats) {
+            const bool isChosen = format == camera.chosen;
+            table.addRow({isFirst ? camera.id : "", isFirst ? lineOf(camera.name) : "", shapeText(format),
+                          textOfRates(format),
+                          isChosen ? plainNumber(std::round(camera.rate * 100) / 100) : ""});
+            isFirst = false;
+        }
+    }
+    return table.text();
+}
+
 std::string rateText(double rate) {
     return rate > 0 ? plainNumber(rate) : "";
 }
@@ -93,7 +138,8 @@ std::string outputsText(const MachineList& list) {
 } // namespace
 
 std::string textOf(const MachineList& list) {
-    return displaysText(list) + "\n" + windowsText(list) + "\n" + inputsText(list) + outputsText(list);
+    return displaysText(list) + "\n" + windowsText(list) + "\n" + camerasText(list) + "\n" +
+           inputsText(list) + outputsText(list);
 }
 
 std::string jsonOf(const MachineList& list) {
@@ -116,6 +162,9 @@ std::string jsonOf(const MachineList& list) {
                                      {"points", jsonOfSize(window.frame.size)}});
     }
     object["windowProblem"] = jsonOfProblem(list.windowProblem);
+    object["cameras"] = ordered_json::array();
+    for (const KnownCamera& camera : list.cameras)
+        object["cameras"].push_back(jsonOf(camera));
     object["inputs"] = ordered_json::array();
     for (const KnownInput& input : list.inputs) {
         object["inputs"].push_back({{"id", input.id},

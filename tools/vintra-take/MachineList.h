@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Vintra/capturearea/PickableWindow.h"
+#include "tools/vintra-take/CameraChoice.h"
 #include "tools/vintra-take/InputChoice.h"
 #include "tools/vintra-take/KnownDisplay.h"
 
@@ -24,6 +25,7 @@ struct MachineList {
     std::optional<std::string> screenProblem; ///< why there are no displays
     std::vector<PickableWindow> windows;      ///< front to back
     std::optional<std::string> windowProblem; ///< why there can be no windows
+    std::vector<KnownCamera> cameras;
     std::vector<KnownInput> inputs;
     std::vector<KnownOutput> outputs;
     std::optional<std::string> soundProblem;         ///< why there are no inputs and outputs
@@ -31,7 +33,7 @@ struct MachineList {
 };
 
 std::string textOf(const MachineList& list);
-/// One JSON object with "displays", "windows", "inputs" and "outputs", and a line feed behind.
+/// One JSON object with "displays", "windows", "cameras", "inputs" and "outputs", and a line feed behind.
 std::string jsonOf(const MachineList& list);
 
 } // namespace vintra

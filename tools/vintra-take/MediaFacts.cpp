@@ -39,7 +39,7 @@ std::optional<MediaFacts> mediaFacts(const URL& at) {
     if (avformat_open_input(&opened, url.c_str(), nullptr, nullptr) < 0) return std::nullopt;
     const std::unique_ptr<AVFormatContext, Closer> context(opened);
     if (avformat_find_stream_info(opened, nullptr) < 0) return std::nullopt;
-    for (const AVMediaType type : {AVMEDIA_TYPE_VIDEO, AVMEDIA_TYPE_AUDIO}) {
+    for (const ::AVMediaType type : {AVMEDIA_TYPE_VIDEO, AVMEDIA_TYPE_AUDIO}) {
         const int index = av_find_best_stream(opened, type, -1, -1, nullptr, 0);
         if (index < 0) continue;
         const AVStream& stream = *opened->streams[index];

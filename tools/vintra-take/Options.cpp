@@ -16,16 +16,6 @@ struct Wrong {
     std::string sentence;
 };
 
-/// The options that will be, each with what it stands for.
-struct NotBuilt {
-    const char* option;
-    const char* what;
-};
-constexpr std::array kNotBuilt = {
-    NotBuilt{"--camera", "recording a camera"},
-    NotBuilt{"--camera-1080p", "recording a camera"},
-};
-
 constexpr double kLongestTake = 7 * 24 * 3600.0; // seconds
 
 double number(const std::string& option, const std::string& text, double least, double most) {
@@ -187,6 +177,10 @@ private:
             options.micGainDB = number(option, value(option), -kLargestGain, kLargestGain);
         else if (option == "--input")
             options.inputs.push_back(filled(option, value(option)));
+        else if (option == "--camera")
+            options.cameras.push_back(filled(option, value(option)));
+        else if (option == "--camera-1080p")
+            options.camerasOf1080p.push_back(filled(option, value(option)));
         else if (option == "--monitor")
             options.monitor = filled(option, value(option));
         else if (option == "--virtual-input")
@@ -223,12 +217,6 @@ private:
     }
 
     [[noreturn]] static void refuse(const std::string& option) {
-        const auto later = std::find_if(kNotBuilt.begin(), kNotBuilt.end(),
-                                        [&](const NotBuilt& entry) { return option == entry.option; });
-        if (later != kNotBuilt.end()) {
-            throw Wrong{option + " can't be used yet: " + later->what +
-                        " isn't built. Leave it out to record without it."};
-        }
         if (option.starts_with("-")) throw Wrong{"There is no option “" + option + "”."};
         throw Wrong{"“" + option + "” belongs to no option."};
     }
@@ -252,9 +240,10 @@ private:
             for (const char* option : {"--display", "--region", "--window", "--aspect", "--fps", "--codec"}) {
                 if (has(option)) throw Wrong{std::string(option) + " has no place beside --no-screen."};
             }
-            if (!options.mic && options.inputs.empty() && !options.hasSecondTrack()) {
-                throw Wrong{"There is nothing to record: with --no-screen give a --mic, an --input, "
-                            "--computer-audio or a --virtual-input."};
+            if (!options.mic && options.inputs.empty() && options.cameras.empty() &&
+                !options.hasSecondTrack()) {
+                throw Wrong{"There is nothing to record: with --no-screen give a --camera, a --mic, an "
+                            "--input, --computer-audio or a --virtual-input."};
             }
         }
         if (options.window) {
@@ -268,6 +257,8 @@ private:
                 if (has(option)) throw Wrong{std::string(option) + " needs a --mic."};
             }
         }
+        if (options.cameras.empty() && !options.camerasOf1080p.empty())
+            throw Wrong{"--camera-1080p needs a --camera."};
         checkSecondTrack();
     }
 
@@ -308,9 +299,9 @@ std::variant<Options, UsageError> parseOptions(const std::vector<std::string>& a
 
 std::string usageText() {
     return std::string() +
-           R"(vintra-take records a take: one movie of the screen and one WAV per sound source, all on one clock.
+           R"(vintra-take records a take: a movie of the screen, one of each camera and a WAV per sound source, on one clock.
 
-    vintra-take --list [--json]      shows the displays, the windows, the sound inputs and outputs
+    vintra-take --list [--json]      shows the displays, windows, cameras, sound inputs and outputs
     vintra-take --report [--json]    describes the setup for whoever helps you
     vintra-take --recover FOLDER     puts takes in order that a crash cut off and whose files lie in FOLDER
     vintra-take [options]            records until --seconds are over, or until a signal, as of Ctrl-C
@@ -331,6 +322,9 @@ std::string usageText() {
   --mic-name NAME                    the end of its file's name (default: mic)
   --mic-gain DB                      louder or softer by so much
   --input ID[:CHANNEL[:NAME[:DB]]]   a further sound input; may be given several times
+  --camera ID[:NAME]                 record this camera into a movie of its own, at its best format; may be
+                                     given several times. The name is the one in the table at the end
+  --camera-1080p ID                  record that camera at 1080 lines at the most
   --computer-audio                   record what the computer plays, through the virtual device Vintra Audio;
                                      while the take runs it is the default output, and a relay lets you hear
                                      it on your own

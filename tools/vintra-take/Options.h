@@ -38,7 +38,9 @@ struct Options {
     std::optional<std::string> mic; ///< ID[:CHANNEL], to be read against the devices there are
     std::string micName;
     double micGainDB = 0;
-    std::vector<std::string> inputs; ///< ID[:CHANNEL[:NAME[:DB]]] each, likewise
+    std::vector<std::string> inputs;         ///< ID[:CHANNEL[:NAME[:DB]]] each, likewise
+    std::vector<std::string> cameras;        ///< ID[:NAME] each, likewise
+    std::vector<std::string> camerasOf1080p; ///< ids
     bool computerAudio = false;
     std::optional<std::string> monitor; ///< the output to hear the computer on; nothing: the user's own
     bool lowLatency = false;
@@ -53,7 +55,8 @@ struct UsageError {
     std::string sentence;
 };
 
-/// Reads the words behind the program's name. Of an option given twice the last counts, but for --input.
+/// Reads the words behind the program's name. Of an option given twice the last counts, but for --input and
+/// the cameras.
 std::variant<Options, UsageError> parseOptions(const std::vector<std::string>& arguments);
 
 /// The text of --help.

@@ -93,6 +93,7 @@ Task<MachineList> TakeRunner::list() {
     list.windowProblem = windowProblem();
     list.inputs = knownInputs();
     list.outputs = knownOutputs();
+    list.cameras = knownCameras();
     list.soundProblem = machine.captureDevices->problem();
     list.computerAudioProblem = computerAudioProblem();
     co_return list;
@@ -166,6 +167,7 @@ Task<TakeRunner::Problem> TakeRunner::choose() {
     if (Problem problem = chooseMicrophone()) co_return problem;
     if (Problem problem = chooseInputs()) co_return problem;
     if (Problem problem = chooseVirtualInput()) co_return problem;
+    if (Problem problem = chooseCameras()) co_return problem;
     co_return chooseComputerAudio();
 }
 
@@ -290,8 +292,10 @@ TakeSummary TakeRunner::summary() {
             summary.screen = screenLabel;
             summary.files.push_back(fileOf(*take->screen, FileKind::screen));
         }
-        for (const URL& url : take->cameras)
-            summary.files.push_back(fileOf(url, FileKind::camera));
+        for (size_t i = 0; i < take->cameras.size(); ++i) {
+            summary.files.push_back(fileOf(take->cameras[i], FileKind::camera));
+            summary.files.back().camera = cameraName(i);
+        }
         for (const URL& url : take->sounds)
             summary.files.push_back(fileOf(url, FileKind::sound));
     }

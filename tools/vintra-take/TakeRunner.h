@@ -4,6 +4,7 @@
 #include "Vintra/platform/Task.h"
 #include "Vintra/platform/linux/LinuxPlatform.h"
 #include "Vintra/take/ScreenRecorderManager.h"
+#include "tools/vintra-take/CameraChoice.h"
 #include "tools/vintra-take/MachineList.h"
 #include "tools/vintra-take/Options.h"
 #include "tools/vintra-take/StateWatch.h"
@@ -53,6 +54,7 @@ private:
     std::vector<KnownDisplay> knownDisplays() const;
     std::vector<KnownInput> knownInputs() const;
     std::vector<KnownOutput> knownOutputs() const;
+    std::vector<KnownCamera> knownCameras() const;
     double rateOf(const std::string& deviceUID) const;
     std::optional<std::string> computerAudioProblem() const;
     Task<Problem> choose();
@@ -61,6 +63,9 @@ private:
     Task<Problem> chooseWindow();
     Problem chooseMicrophone();
     Problem chooseInputs();
+    Problem chooseCameras();
+    /// Of the take's camera files the name of the camera; they stand in the order of the command line.
+    std::string cameraName(size_t index) const;
     Problem chooseComputerAudio();
     Problem chooseVirtualInput();
     InputProblem withSoundProblem(InputProblem problem) const;
@@ -88,6 +93,7 @@ private:
     std::string toldInTake;        ///< the error that was told last while this take runs
     std::vector<TakeEvent> events; ///< of the take
     Observation waitingForDisk;    ///< of what the stop says of it
+    std::vector<CameraChoice> chosenCameras;
     std::string folder;
     std::string screenLabel;
 };

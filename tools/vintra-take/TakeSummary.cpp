@@ -32,11 +32,15 @@ std::string rateOf(const TakeFile& file) {
     return plainNumber(file.rate) + (file.kind == FileKind::sound ? " Hz" : " fps");
 }
 
+std::string kindOf(const TakeFile& file) {
+    return std::string(nameOf(file.kind)) + (file.camera.empty() ? "" : " (" + file.camera + ")");
+}
+
 std::vector<std::string> rowOf(const TakeFile& file) {
     const std::string name = URL::fileURL(file.path).lastPathComponent();
-    if (file.problem) return {name, nameOf(file.kind), *file.problem, "", "", ""};
-    return {name,          nameOf(file.kind), fixedNumber(file.seconds, 3) + " s",
-            unitsOf(file), rateOf(file),      file.padding ? fixedNumber(*file.padding, 3) + " s" : "-"};
+    if (file.problem) return {name, kindOf(file), *file.problem, "", "", ""};
+    return {name,          kindOf(file), fixedNumber(file.seconds, 3) + " s",
+            unitsOf(file), rateOf(file), file.padding ? fixedNumber(*file.padding, 3) + " s" : "-"};
 }
 
 nlohmann::ordered_json syncOf(const SavedFile& file) {
@@ -65,6 +69,7 @@ nlohmann::ordered_json jsonOf(const TakeFile& file) {
     nlohmann::ordered_json object;
     object["path"] = file.path;
     object["kind"] = nameOf(file.kind);
+    if (!file.camera.empty()) object["camera"] = file.camera;
     if (file.problem) {
         object["problem"] = *file.problem;
         return object;

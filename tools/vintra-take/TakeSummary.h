@@ -23,6 +23,7 @@ struct TakeFile {
     std::optional<double> padding;      ///< seconds of leading silence that were put before a sound file
     std::optional<std::string> problem; ///< why the above could not be read
     std::optional<SavedFile> saved{};   ///< how it lies in time
+    std::string camera{};               ///< the name of the camera; empty: another file
 };
 
 /// What a take, or the attempt at one, has come to.

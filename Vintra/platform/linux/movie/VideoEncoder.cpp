@@ -90,7 +90,8 @@ void VideoEncoder::setUpH264() {
     context->thread_count = pixels * timescale / slotDuration <= kMostPixelsASecondOfOneThread ? 1 : 2;
     // The threads share a picture: taking one each, they would hold another one back.
     context->thread_type = FF_THREAD_SLICE;
-    av_opt_set(context->priv_data, "preset", "superfast", 0);
+    const bool isFast = settings.encoderSpeed == AVVideoEncoderSpeed::fast;
+    av_opt_set(context->priv_data, "preset", isFast ? "ultrafast" : "superfast", 0);
     av_opt_set_double(context->priv_data, "crf", 18, 0);
     av_opt_set_int(context->priv_data, "forced-idr", 1, 0);
     av_opt_set_int(context->priv_data, "rc-lookahead", 0, 0);

@@ -32,7 +32,8 @@ namespace vintra {
 ///   pixels takes an eighth more, preset veryfast a third more; ultrafast takes a third less, and half as
 ///   much again in bits, without the entropy coding and filter of the others. Macroblocks aren't divided
 ///   between pictures (partitions=none): a fifth less for grain, at the same 42.8 dB and bits;
-/// - HEVC: preset ultrafast, 26 ms for a still picture to 56 ms for grain over both cores: enough for 30 new
+/// - H.264 at the speed `fast`: preset ultrafast;
+/// - HEVC at either speed: preset ultrafast, 26 ms for a still picture to 56 ms for grain over both cores: enough for 30 new
 ///   pictures a second. No motion is taken over from earlier pictures, since those may be repeated ones;
 /// - an image that comes again is not converted again and not encoded either (`PictureRepeats`), but for two
 ///   early repeats, which make it sharper where it came in a hurry, and the key pictures.
