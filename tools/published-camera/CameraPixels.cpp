@@ -69,6 +69,7 @@ struct CameraPixels::Encoder {
         context->color_range = isJPEG ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
         context->time_base = {1, static_cast<int>(rate + 0.5)};
         context->thread_count = 1;
+        context->log_level_offset = 64; // its figures are no news
         context->gop_size = static_cast<int>(rate + 0.5);
         if (isJPEG) {
             context->flags |= AV_CODEC_FLAG_QSCALE;
@@ -76,7 +77,7 @@ struct CameraPixels::Encoder {
         } else {
             av_opt_set(context->priv_data, "preset", "ultrafast", 0);
             av_opt_set(context->priv_data, "tune", "zerolatency", 0);
-            av_opt_set(context->priv_data, "x264-params", "log-level=none:crf=12", 0);
+            av_opt_set(context->priv_data, "x264-params", "crf=12", 0);
         }
         isOpen = avcodec_open2(context, codec, nullptr) >= 0;
         frame->format = context->pix_fmt;

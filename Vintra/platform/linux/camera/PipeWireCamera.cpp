@@ -12,6 +12,7 @@ namespace {
 
 constexpr double kCameraRateTolerance = 0.01; // frames a second
 constexpr double kCameraRateSlack = 0.01;     // of the time between two pictures
+constexpr size_t kOwnNodesKept = 4;
 constexpr const char* kCameraCategory = "camera";
 
 std::string textOf(const CMVideoDimensions& size) {
@@ -107,9 +108,8 @@ bool PipeWireCamera::isReadByAnother() {
         source = node;
     }
     if (!source) return false;
-    const uint32_t own = stream ? stream->node() : PipeWireVideoSources::kNoNode;
     PipeWireLock held(connection->loop());
-    return connection->videoSources().isReadByAnother(*source, own);
+    return connection->videoSources().isReadByAnother(*source, ownNodes);
 }
 
 void PipeWireCamera::unlockForConfiguration() {
@@ -204,6 +204,8 @@ bool PipeWireCamera::runStream() {
                 },
             .ended = [this](PipeWireCameraStream::End end) { streamEnded(end); }});
     const bool isRunning = stream->start(*asked);
+    ownNodes.push_back(stream->node());
+    if (ownNodes.size() > kOwnNodesKept) ownNodes.erase(ownNodes.begin());
     {
         // It may have ended since.
         MutexLock values(mutex);

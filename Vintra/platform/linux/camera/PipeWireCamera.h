@@ -95,6 +95,8 @@ private:
     /// Held while a stream is made or destroyed, which the other mutex must not be.
     Mutex control;
     std::unique_ptr<PipeWireCameraStream> stream GUARDED_BY(control);
+    /// The streams' nodes, the newest last: the server tells of a stream's end after it.
+    std::vector<uint32_t> ownNodes GUARDED_BY(control);
 
     mutable Mutex mutex;
     std::optional<uint32_t> node GUARDED_BY(mutex); ///< nothing: it isn't there

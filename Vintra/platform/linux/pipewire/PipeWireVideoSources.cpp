@@ -125,10 +125,11 @@ std::vector<PipeWireVideoSource> PipeWireVideoSources::all() const {
     return result;
 }
 
-bool PipeWireVideoSources::isReadByAnother(uint32_t source, uint32_t reader) const {
+bool PipeWireVideoSources::isReadByAnother(uint32_t source, const std::vector<uint32_t>& than) const {
     loop.assertHeld();
     return std::ranges::any_of(links, [&](const auto& entry) {
-        return entry.second.output == source && entry.second.input != reader;
+        return entry.second.output == source &&
+               std::ranges::find(than, entry.second.input) == than.end();
     });
 }
 

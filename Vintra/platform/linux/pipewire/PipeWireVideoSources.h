@@ -32,8 +32,6 @@ struct PipeWireVideoSource {
 /// everything happens with the loop's lock held.
 class PipeWireVideoSources {
 public:
-    /// The number that no node has.
-    static constexpr uint32_t kNoNode = UINT32_MAX;
     using ChangeHandler = std::function<void(const PipeWireChange&)>;
 
     /// The handler is called after each change of the list.
@@ -44,8 +42,8 @@ public:
 
     /// In the order in which the server has them, those that have said all of themselves.
     std::vector<PipeWireVideoSource> all() const;
-    /// Whether another node than that one takes a camera's pictures.
-    bool isReadByAnother(uint32_t source, uint32_t reader) const;
+    /// Whether another node than those takes a camera's pictures.
+    bool isReadByAnother(uint32_t source, const std::vector<uint32_t>& than) const;
 
     // What follows is the connection's.
 
