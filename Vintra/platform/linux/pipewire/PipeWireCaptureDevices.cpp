@@ -47,7 +47,7 @@ PipeWireCaptureDevices::makeAudioDataOutput(const AVAudioSettings& audioSettings
 }
 
 std::shared_ptr<AVCaptureVideoDataOutput> PipeWireCaptureDevices::makeVideoDataOutput() {
-    throw SystemError("pipewire", 0, "Vintra can't record cameras on this computer yet.");
+    throw SystemError("pipewire", 0, "A sound input has no pictures.");
 }
 
 std::shared_ptr<AVCaptureSession> PipeWireCaptureDevices::makeSession() {

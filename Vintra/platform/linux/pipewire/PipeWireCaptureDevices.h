@@ -29,7 +29,7 @@ public:
     makeDeviceInput(const std::shared_ptr<AVCaptureDevice>& device) override;
     std::shared_ptr<AVCaptureAudioDataOutput>
     makeAudioDataOutput(const AVAudioSettings& audioSettings) override;
-    /// Cameras aren't captured yet: there are none, and an output for one is refused.
+    /// Of sound alone: there are no cameras, and an output for one is refused.
     std::vector<std::shared_ptr<AVCaptureVideoDevice>> cameras() override { return {}; }
     std::shared_ptr<AVCaptureVideoDataOutput> makeVideoDataOutput() override;
     std::shared_ptr<AVCaptureSession> makeSession() override;
