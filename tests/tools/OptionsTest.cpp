@@ -143,14 +143,19 @@ TEST(OptionsTest, aTakeHasOneSecondTrack) {
 }
 
 TEST(OptionsTest, anySoundIsEnoughForATakeWithoutTheScreen) {
-    for (const std::vector<std::string>& sound : std::vector<std::vector<std::string>>{
-             {"--mic", "m"}, {"--input", "i"}, {"--camera", "c"}, {"--computer-audio"}, {"--virtual-input", "v"}}) {
+    for (const std::vector<std::string>& sound :
+         std::vector<std::vector<std::string>>{{"--mic", "m"},
+                                               {"--input", "i"},
+                                               {"--camera", "c"},
+                                               {"--computer-audio"},
+                                               {"--virtual-input", "v"}}) {
         std::vector<std::string> arguments{"--no-screen"};
         arguments.insert(arguments.end(), sound.begin(), sound.end());
         EXPECT_FALSE(accepted(arguments).screen);
     }
-    EXPECT_EQ(refused({"--no-screen"}), "There is nothing to record: with --no-screen give a --camera, a --mic, an "
-                                        "--input, --computer-audio or a --virtual-input.");
+    EXPECT_EQ(refused({"--no-screen"}),
+              "There is nothing to record: with --no-screen give a --camera, a --mic, an "
+              "--input, --computer-audio or a --virtual-input.");
 }
 
 TEST(OptionsTest, aRegionIsFourNumbersFromTheTopLeft) {

@@ -128,8 +128,7 @@ std::vector<PipeWireVideoSource> PipeWireVideoSources::all() const {
 bool PipeWireVideoSources::isReadByAnother(uint32_t source, const std::vector<uint32_t>& than) const {
     loop.assertHeld();
     return std::ranges::any_of(links, [&](const auto& entry) {
-        return entry.second.output == source &&
-               std::ranges::find(than, entry.second.input) == than.end();
+        return entry.second.output == source && std::ranges::find(than, entry.second.input) == than.end();
     });
 }
 
