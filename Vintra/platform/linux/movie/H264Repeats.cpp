@@ -18,12 +18,6 @@ constexpr uint8_t kPictureParameterSet = 8;
 constexpr uint8_t kReference = 0x40; // as important as the encoder's own
 constexpr uint32_t kOwnParameterSet = 1;
 
-void appendUnit(std::vector<uint8_t>& out, std::span<const uint8_t> unit) {
-    for (int shift = 24; shift >= 0; shift -= 8)
-        out.push_back(static_cast<uint8_t>(unit.size() >> shift));
-    out.insert(out.end(), unit.begin(), unit.end());
-}
-
 std::vector<uint8_t> unitOf(uint8_t header, const BitWriter& content) {
     std::vector<uint8_t> unit{header};
     unit.insert(unit.end(), content.bytes().begin(), content.bytes().end());
@@ -99,28 +93,22 @@ std::vector<uint8_t> H264Repeats::repeat() {
     ++inserted;
     next = (next + 1) & ((1u << numberBits) - 1);
     std::vector<uint8_t> result;
-    appendUnit(result, unitOf(kReference | kSlice, out));
+    appendLengthPrefixedNalUnit(result, unitOf(kReference | kSlice, out));
     return result;
 }
 
 std::vector<uint8_t> H264Repeats::renumbered(std::span<const uint8_t> picture) {
     std::vector<uint8_t> result;
     result.reserve(picture.size() + 16);
-    while (picture.size() > 4) {
-        size_t size = 0;
-        for (size_t i = 0; i < 4; ++i)
-            size = size << 8 | picture[i];
-        size = std::min(size, picture.size() - 4);
-        const auto unit = picture.subspan(4, size);
+    for (const auto unit : splitLengthPrefixedNalUnits(picture)) {
         const uint8_t type = unit.empty() ? 0 : unit[0] & kTypeMask;
         if (type == kSlice || type == kKeySlice) {
             std::vector<uint8_t> changed = unescapedNalUnit(unit);
             renumberSlice(changed);
-            appendUnit(result, escapedNalUnit(changed));
+            appendLengthPrefixedNalUnit(result, escapedNalUnit(changed));
         } else {
-            appendUnit(result, unit);
+            appendLengthPrefixedNalUnit(result, unit);
         }
-        picture = picture.subspan(4 + size);
     }
     return result;
 }

@@ -32,12 +32,6 @@ std::vector<uint8_t> hevcUnitOf(uint8_t type, const BitWriter& content) {
     return escapedNalUnit(unit);
 }
 
-void appendWithLength(std::vector<uint8_t>& out, std::span<const uint8_t> unit) {
-    for (int shift = 24; shift >= 0; shift -= 8)
-        out.push_back(static_cast<uint8_t>(unit.size() >> shift));
-    out.insert(out.end(), unit.begin(), unit.end());
-}
-
 /// The blocks of a picture in their order, each as large as fits, all skipped.
 class SkippedBlocks {
 public:
@@ -197,27 +191,21 @@ std::vector<uint8_t> HevcRepeats::repeat() {
     ++inserted;
     next = (next + 1) & ((1u << sequence.numberBits) - 1);
     std::vector<uint8_t> result;
-    appendWithLength(result, hevcUnitOf(kTrailingPicture, out));
+    appendLengthPrefixedNalUnit(result, hevcUnitOf(kTrailingPicture, out));
     return result;
 }
 
 std::vector<uint8_t> HevcRepeats::renumbered(std::span<const uint8_t> picture) {
     std::vector<uint8_t> result;
     result.reserve(picture.size() + 16);
-    while (picture.size() > 4) {
-        size_t size = 0;
-        for (size_t i = 0; i < 4; ++i)
-            size = size << 8 | picture[i];
-        size = std::min(size, picture.size() - 4);
-        const auto unit = picture.subspan(4, size);
+    for (const auto unit : splitLengthPrefixedNalUnits(picture)) {
         if (unit.size() > 2 && typeOf(unit) <= kLastPictureType) {
             std::vector<uint8_t> changed = unescapedNalUnit(unit);
             renumberSlice(changed);
-            appendWithLength(result, escapedNalUnit(changed));
+            appendLengthPrefixedNalUnit(result, escapedNalUnit(changed));
         } else {
-            appendWithLength(result, unit);
+            appendLengthPrefixedNalUnit(result, unit);
         }
-        picture = picture.subspan(4 + size);
     }
     return result;
 }

@@ -27,6 +27,7 @@ void appendWithLength(AtomWriter& out, std::span<const uint8_t> unit) {
     out.append(unit);
 }
 
+constexpr size_t kLengthBytes = 4;
 constexpr uint8_t kH264SequenceParameterSet = 7;
 constexpr uint8_t kH264PictureParameterSet = 8;
 constexpr uint8_t kHevcVideoParameterSet = 32;
@@ -53,12 +54,28 @@ std::vector<std::span<const uint8_t>> splitNalUnits(std::span<const uint8_t> str
 std::vector<uint8_t> lengthPrefixedNalUnits(std::span<const uint8_t> stream) {
     std::vector<uint8_t> bytes;
     bytes.reserve(stream.size() + 16);
-    for (const auto unit : splitNalUnits(stream)) {
-        for (int shift = 24; shift >= 0; shift -= 8)
-            bytes.push_back(static_cast<uint8_t>(unit.size() >> shift));
-        bytes.insert(bytes.end(), unit.begin(), unit.end());
-    }
+    for (const auto unit : splitNalUnits(stream))
+        appendLengthPrefixedNalUnit(bytes, unit);
     return bytes;
+}
+
+void appendLengthPrefixedNalUnit(std::vector<uint8_t>& to, std::span<const uint8_t> unit) {
+    for (int shift = 24; shift >= 0; shift -= 8)
+        to.push_back(static_cast<uint8_t>(unit.size() >> shift));
+    to.insert(to.end(), unit.begin(), unit.end());
+}
+
+std::vector<std::span<const uint8_t>> splitLengthPrefixedNalUnits(std::span<const uint8_t> stream) {
+    std::vector<std::span<const uint8_t>> units;
+    while (stream.size() > kLengthBytes) {
+        size_t size = 0;
+        for (size_t i = 0; i < kLengthBytes; ++i)
+            size = size << 8 | stream[i];
+        size = std::min(size, stream.size() - kLengthBytes);
+        units.push_back(stream.subspan(kLengthBytes, size));
+        stream = stream.subspan(kLengthBytes + size);
+    }
+    return units;
 }
 
 std::vector<uint8_t> unescapedNalUnit(std::span<const uint8_t> unit) {

@@ -12,6 +12,12 @@ std::vector<std::span<const uint8_t>> splitNalUnits(std::span<const uint8_t> str
 /// The stream with each unit behind its length in four bytes, as movie files hold it.
 std::vector<uint8_t> lengthPrefixedNalUnits(std::span<const uint8_t> stream);
 
+/// Adds a unit behind its length.
+void appendLengthPrefixedNalUnit(std::vector<uint8_t>& to, std::span<const uint8_t> unit);
+/// The units of a stream that holds each behind its length in four bytes. They point into the stream; the last
+/// one is cut where the stream ends.
+std::vector<std::span<const uint8_t>> splitLengthPrefixedNalUnits(std::span<const uint8_t> stream);
+
 /// A unit's content without the bytes that keep it from looking like a start code, and with them.
 std::vector<uint8_t> unescapedNalUnit(std::span<const uint8_t> unit);
 std::vector<uint8_t> escapedNalUnit(std::span<const uint8_t> unit);

@@ -19,16 +19,16 @@ namespace vintra {
 ///
 /// Goal: 1080p in real time on two slow cores beside the program that is recorded, text that stays sharp, and
 /// a movie that can be scrubbed. Method:
-/// - a key picture at least every second, no reordered pictures, nothing looked at ahead. An encoder
-///   that holds its newest picture back is given one at least every quarter of a second: what it holds would be
-///   lost with the program;
+/// - a key picture at least every second, no reordered pictures, nothing looked at ahead. An encoder that holds
+///   its newest picture back is given one at least every quarter of a second: what it holds would be lost with
+///   the program;
 /// - constant quality (crf 18; HEVC 22) under a ceiling: what a second of pictures takes is at most the bit
 ///   rate asked for. An average bit rate alone would spend it on a still screen too, picture after picture;
-/// - H.264: preset superfast in two threads, a slice for each (beside a picture for each: a twentieth less
-///   processor time, the same bits, text as sharp, grain 0.947 instead of 0.950 in SSIM), small pictures in one, motion in whole pixels. Processor time of
-/// a 1080p picture
-///   with its conversion, on a 2.6 GHz EPYC: 0.7 ms still, 7.5 ms scrolling text, 14 ms film with grain. One
-///   thread is 2 to 5 % cheaper but can't keep up with grain at 60 pictures a second. Motion in parts of
+/// - H.264: preset superfast in two threads, a slice for each, small pictures in one, motion in whole pixels.
+///   Beside a picture for each thread, slices take a twentieth less processor time at the same bits; text is as
+///   sharp, grain has an SSIM of 0.947 instead of 0.950. Processor time of a 1080p picture with its conversion,
+///   on a 2.6 GHz EPYC, before there were slices: 0.7 ms still, 7.5 ms scrolling text, 14 ms film with grain.
+///   One thread is 2 to 5 % cheaper but can't keep up with grain at 60 pictures a second. Motion in parts of
 ///   pixels takes an eighth more, preset veryfast a third more; ultrafast takes a third less, and half as
 ///   much again in bits, without the entropy coding and filter of the others. Macroblocks aren't divided
 ///   between pictures (partitions=none): a fifth less for grain, at the same 42.8 dB and bits;
