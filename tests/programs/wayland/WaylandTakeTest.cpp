@@ -3,7 +3,9 @@
 #include "tests/platform/linux/wayland/WaylandScreenFixture.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/MediaProbe.h"
+#include "tests/support/MuteBus.h"
 
+#include <chrono>
 #include <csignal>
 #include <nlohmann/json.hpp>
 
@@ -55,6 +57,20 @@ TEST_F(WaylandTakeTest, aTakeOfAMovingPictureIsAConstantRateMovieOfTheDisplay) {
     EXPECT_EQ(probe.track(0).height, 720);
     EXPECT_NEAR(static_cast<double>(probe.track(0).packets.size()), 90, 6);
     expectConstantRate(probe.track(0));
+}
+
+/// An ordinary user's real-time rights are asked for on a bus, as the screen is.
+TEST_F(WaylandTakeTest, aBusThatSaysNothingEndsTheTakeInTime) {
+    const MuteBus bus;
+    ASSERT_TRUE(bus.isListening());
+    auto surroundings = environment();
+    surroundings.push_back("DBUS_SESSION_BUS_ADDRESS=" + bus.address());
+    const auto begin = std::chrono::steady_clock::now();
+    ChildProcess take(command("mute", {"--seconds", "1"}), surroundings);
+    const std::string text = take.restOfOutput();
+    EXPECT_NE(take.wait(), 0);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(30));
+    EXPECT_NE(text.find("the session bus doesn't answer"), std::string::npos) << text;
 }
 
 TEST_F(WaylandTakeTest, aColourOnTheScreenIsThatColourInTheMovie) {

@@ -14,11 +14,18 @@ namespace {
 constexpr const char* kPortal = "org.freedesktop.portal.Desktop";
 /// A portal that the bus has yet to start takes its time.
 constexpr int64_t kAnswerPatience = 15'000'000'000; // nanoseconds
+/// A bus that lives greets in milliseconds.
+constexpr int64_t kGreetingPatience = 5'000'000'000; // nanoseconds
 
 SystemError noBus() {
     return SystemError("portal", 1,
                        "The screen can't be recorded: there is no session bus. "
                        "Start Vintra inside of the desktop's session.");
+}
+
+SystemError hungBus() {
+    return SystemError("portal", 6,
+                       "The screen can't be recorded: the session bus doesn't answer. Log out and in again.");
 }
 
 SystemError noPortal() {
@@ -73,8 +80,9 @@ PortalBus::PortalBus(const std::string& address, GivingUp givingUp)
         if (result >= 0) result = sd_bus_set_bus_client(opened, true);
         if (result >= 0) result = sd_bus_start(opened);
     }
-    const char* name = nullptr;
-    if (result < 0 || sd_bus_get_unique_name(opened, &name) < 0) throw noBus();
+    if (result < 0) throw noBus();
+    const auto isReady = [opened] { return sd_bus_is_ready(opened) > 0; };
+    if (!waitUntil(isReady, monotonicNanoseconds() + kGreetingPatience)) throw hungBus();
 }
 
 PortalMessage PortalBus::makeCall(const char* path, const char* interface, const char* member) const {
@@ -133,7 +141,8 @@ void PortalBus::dispatch() {
         if (result == 0) break;
         hasGone = result < 0;
     }
-    if (!hasGone && sd_bus_flush(bus.get()) < 0) hasGone = true;
+    // Before the bus has greeted this would wait for it.
+    if (!hasGone && sd_bus_is_ready(bus.get()) > 0 && sd_bus_flush(bus.get()) < 0) hasGone = true;
 }
 
 void PortalBus::appendOptions(sd_bus_message* message, const PortalOptions& options) {

@@ -3,6 +3,7 @@
 
 #include "Vintra/platform/linux/runtime/LinuxHostClock.h"
 #include "Vintra/platform/linux/wayland/PortalScreenCast.h"
+#include "tests/support/MuteBus.h"
 
 #include <atomic>
 #include <gtest/gtest.h>
@@ -196,6 +197,20 @@ TEST_F(PortalScreenCastTest, aPortalWithoutScreenCastSaysWhatToInstall) {
 TEST_F(PortalScreenCastTest, aPortalWithoutABackendSaysWhatToInstall) {
     begin({.sourceTypes = 0});
     EXPECT_EQ(refusal(), kNoScreenCast);
+}
+
+TEST_F(PortalScreenCastTest, aBusThatSaysNothingIsGivenUp) {
+    const MuteBus mute;
+    ASSERT_TRUE(mute.isListening());
+    try {
+        PortalBus(mute.address(), PortalBus::GivingUp{wakeUp, [] { return false; }});
+        FAIL() << "not refused";
+    } catch (const SystemError& error) {
+        EXPECT_EQ(error.localizedDescription(),
+                  "The screen can't be recorded: the session bus doesn't answer. Log out and in again.");
+    }
+    EXPECT_THROW(PortalBus(mute.address(), PortalBus::GivingUp{wakeUp, [] { return true; }}), SystemError)
+        << "at once where that is asked for";
 }
 
 TEST_F(PortalScreenCastTest, withoutABusTheSentenceSaysSo) {
