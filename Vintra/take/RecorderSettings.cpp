@@ -3,11 +3,14 @@
 #include "Vintra/capturearea/AspectPreset.h"
 #include "Vintra/capturearea/CaptureModeChoice.h"
 
+#include <charconv>
 #include <cstdint>
+#include <cstdio>
 #include <limits>
 #include <map>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <unordered_map>
 #include <utility>
 
@@ -122,6 +125,21 @@ constexpr Conversion<std::optional<CaptureRegion>> kRegion{
                                    rect.size.width, rect.size.height};
     }};
 
+/// Six hexadecimal digits, "ffcc00".
+constexpr Conversion<uint32_t> kColour{
+    .fromStored = [](const UserDefaults& defaults, const std::string& key) -> std::optional<uint32_t> {
+        const std::string text = stringForKey(defaults, key).value_or("");
+        uint32_t colour = 0;
+        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), colour, 16);
+        if (text.size() != 6 || error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+        return colour;
+    },
+    .toStored = [](const uint32_t& value) -> std::optional<DefaultsValue> {
+        char text[16];
+        std::snprintf(text, sizeof text, "%06x", value & 0xffffffu);
+        return std::string(text);
+    }};
+
 template <typename Value>
 RecorderSettings::Row row(const char* key, Published<Value>& property, const Conversion<Value>& conversion) {
     return {
@@ -146,7 +164,8 @@ RecorderSettings::Row row(const char* key, Published<Value>& property, const Con
 RecorderSettings::RecorderSettings(std::shared_ptr<UserDefaults> userDefaults, AudioSelection& audio,
                                    CameraSelection& cameras, ScreenSelection& screen)
     : userDefaults(std::move(userDefaults))
-    , screenRows{row("selectedDisplayID", screen.selectedDisplayID, kOptionalID),
+    , screenRows{row("clickRippleColorHex", screen.clickRippleColor, kColour),
+                 row("selectedDisplayID", screen.selectedDisplayID, kOptionalID),
                  row("selectedWindowID", screen.selectedWindowID, kOptionalID),
                  row("screenCaptureMode", screen.screenCaptureMode, kMode),
                  row("captureAspectPreset", screen.aspectPreset, kAspect),

@@ -42,6 +42,7 @@ TEST_F(RecorderSettingsTest, eachKeyRestoresItsProperty) {
               {"dawGainDB", -2.25},
               {"systemAudioMonitorUID", std::string("speakers")},
               {"screenFrameRate", int64_t{24}},
+              {"clickRippleColorHex", std::string("ff8000")},
               {"selectedDisplayID", int64_t{4'294'967'295}},
               {"selectedWindowID", int64_t{0}},
               {"screenCaptureMode", std::string("region")},
@@ -56,6 +57,7 @@ TEST_F(RecorderSettingsTest, eachKeyRestoresItsProperty) {
     EXPECT_EQ(*screen.screenFrameRate, 24);
     EXPECT_EQ(*screen.selectedDisplayID, std::nullopt) << "the screen waits for its change handling";
     settings->restoreScreen();
+    EXPECT_EQ(*screen.clickRippleColor, 0xff8000u);
     EXPECT_EQ(*screen.selectedDisplayID, 4'294'967'295u);
     EXPECT_EQ(*screen.selectedWindowID, 0u);
     EXPECT_EQ(*screen.screenCaptureMode, CaptureModeChoice::region);
@@ -69,6 +71,7 @@ TEST_F(RecorderSettingsTest, aValueOfTheWrongTypeOrOutOfRangeIsIgnored) {
               {"micGainDB", std::string("loud")},
               {"systemAudioMonitorUID", int64_t{5}},
               {"screenFrameRate", int64_t{25}},
+              {"clickRippleColorHex", std::string("ff80zz")},
               {"selectedDisplayID", int64_t{4'294'967'296}},
               {"selectedWindowID", int64_t{-1}},
               {"screenCaptureMode", std::string("everything")},
@@ -81,6 +84,7 @@ TEST_F(RecorderSettingsTest, aValueOfTheWrongTypeOrOutOfRangeIsIgnored) {
     EXPECT_EQ(*audio.micGainDB, 0);
     EXPECT_EQ(*audio.systemAudioMonitorUID, std::nullopt);
     EXPECT_EQ(*screen.screenFrameRate, 60);
+    EXPECT_EQ(*screen.clickRippleColor, 0xffcc00u);
     EXPECT_EQ(*screen.selectedDisplayID, std::nullopt);
     EXPECT_EQ(*screen.selectedWindowID, std::nullopt);
     EXPECT_EQ(*screen.screenCaptureMode, CaptureModeChoice::fullScreen);
@@ -96,6 +100,7 @@ TEST_F(RecorderSettingsTest, everyChangeIsKeptUnderItsKey) {
     audio.dawGainDB.set(2);
     audio.systemAudioMonitorUID.set("speakers");
     screen.screenFrameRate.set(30);
+    screen.clickRippleColor.set(0x00a0ff);
     screen.selectedDisplayID.set(7);
     screen.selectedWindowID.set(8);
     screen.screenCaptureMode.set(CaptureModeChoice::window);
@@ -107,6 +112,7 @@ TEST_F(RecorderSettingsTest, everyChangeIsKeptUnderItsKey) {
         {"dawGainDB", 2.0},
         {"systemAudioMonitorUID", std::string("speakers")},
         {"screenFrameRate", int64_t{30}},
+        {"clickRippleColorHex", std::string("00a0ff")},
         {"selectedDisplayID", int64_t{7}},
         {"selectedWindowID", int64_t{8}},
         {"screenCaptureMode", std::string("window")},
