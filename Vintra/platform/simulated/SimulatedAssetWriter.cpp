@@ -73,6 +73,7 @@ bool SimulatedAssetWriter::startWriting() {
         if (services.files->fileExists(url)) throwDiskError(EEXIST, url.path());
         services.files->createFile(url);
         file = services.files->openForWriting(url);
+        followed = services.files->follow(url);
         if (type == AVFileType::wave && !tracks.empty() && tracks.front()->audioSettings()) {
             const auto head = SimulatedWaveEncoder::header(*tracks.front()->audioSettings(), 0);
             file->write(head.data(), head.size());

@@ -47,6 +47,8 @@ public:
     std::optional<SystemError> error() const override { return currentError; }
 
     AVFileType fileType() const { return type; }
+    /// Where the file that was made lies by now; nothing if it is gone, or none was made.
+    std::optional<URL> currentURL() const { return followed ? followed->currentURL() : std::nullopt; }
     const std::vector<std::shared_ptr<SimulatedAssetWriterInput>>& inputs() const { return tracks; }
     /// The n-th input of the media type; null if there are fewer.
     std::shared_ptr<SimulatedAssetWriterInput> input(AVMediaType mediaType, size_t index = 0) const;
@@ -92,6 +94,7 @@ private:
     int64_t takenSamples = 0;
     uint64_t dataBytes = 0;
     std::unique_ptr<FileHandle> file;
+    std::unique_ptr<FollowedItem> followed;
 };
 
 } // namespace vintra

@@ -28,12 +28,13 @@ SimulatedAsset waveFacts(const std::string& bytes) {
     return facts;
 }
 
-/// From the first sample in the session to the end of the last.
-CMTimeRange timeRange(const std::vector<CMSampleBuffer>& samples, CMTime session) {
+/// From the first sample in the session to the end of the last, or as long as it was told to stand.
+CMTimeRange timeRange(const std::vector<CMSampleBuffer>& samples, CMTime standsUntil, CMTime session) {
     if (samples.empty()) return {};
-    const CMTime start = samples.front().presentationTimeStamp() - session;
-    const CMSampleBuffer& last = samples.back();
-    return {start, last.presentationTimeStamp() - session + last.duration() - start};
+    const CMTime start = samples.front().presentationTimeStamp();
+    CMTime end = samples.back().presentationTimeStamp() + samples.back().duration();
+    if (standsUntil.isValid()) end = std::max(end, standsUntil);
+    return {start - session, end - start};
 }
 
 AVAssetTrack pictureTrack(const SimulatedAssetWriterInput& input, const std::vector<CMSampleBuffer>& samples,
@@ -41,7 +42,7 @@ AVAssetTrack pictureTrack(const SimulatedAssetWriterInput& input, const std::vec
     const AVVideoSettings& settings = *input.videoSettings();
     AVVideoTrackProperties video;
     video.naturalSize = {static_cast<double>(settings.width), static_cast<double>(settings.height)};
-    video.timeRange = timeRange(samples, session);
+    video.timeRange = timeRange(samples, input.standsUntil, session);
     const double seconds = CMTimeGetSeconds(video.timeRange.duration);
     if (seconds > 0) video.nominalFrameRate = static_cast<double>(samples.size()) / seconds;
     for (const CMSampleBuffer& sample : samples) {
@@ -66,7 +67,8 @@ SimulatedAsset movieFacts(const SimulatedAssetWriter& writer) {
         std::erase_if(samples, [&](const CMSampleBuffer& sample) {
             return sample.presentationTimeStamp() < writer.sessionStart();
         });
-        facts.duration = std::max(*facts.duration, timeRange(samples, writer.sessionStart()).end());
+        facts.duration =
+            std::max(*facts.duration, timeRange(samples, input->standsUntil, writer.sessionStart()).end());
         if (input->videoSettings()) {
             facts.videoTracks->push_back(pictureTrack(*input, samples, writer.sessionStart()));
         } else {
@@ -85,7 +87,7 @@ SimulatedAsset probeSimulatedFile(const SimulatedFileManager& files, const Simul
     if (!bytes) return kUnreadable;
     if (url.pathExtension() == "wav") return waveFacts(*bytes);
     for (auto writer = writers.writers.rbegin(); writer != writers.writers.rend(); ++writer) {
-        if ((*writer)->outputURL() != url) continue;
+        if ((*writer)->outputURL() != url && (*writer)->currentURL() != url) continue;
         return (*writer)->status() == AVAssetWriterStatus::completed ? movieFacts(**writer) : kUnreadable;
     }
     return kUnreadable;
