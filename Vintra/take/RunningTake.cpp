@@ -167,7 +167,8 @@ bool RunningTake::hasSoundUpTo(CMTime time) const {
         time - CMTimeMake(1, 1); // a device that has been silent since doesn't come back now
     for (const Track& track : tracks()) {
         const auto last = track.sound ? track.sound->account.lastSamplePTS() : std::nullopt;
-        if (last && *last<time&& * last> longAgo) return false;
+        const bool isBehind = last && time > *last;
+        if (isBehind && *last > longAgo) return false;
     }
     return true;
 }

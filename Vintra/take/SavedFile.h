@@ -4,6 +4,7 @@
 #include "Vintra/platform/AssetProbing.h"
 #include "Vintra/platform/FileManager.h"
 #include "Vintra/platform/URL.h"
+#include "Vintra/video/FrameAccount.h"
 
 #include <cstdint>
 #include <memory>
@@ -23,7 +24,8 @@ struct SavedFile {
     bool isMovie = false;
     /// Seconds that the finished file has by the account of what went in; nothing if nothing did.
     std::optional<double> expectedSeconds{};
-    std::optional<SoundAccount> sound{}; ///< of a sound file, what became of its sound
+    std::optional<SoundAccount> sound{};  ///< of a sound file, what became of its sound
+    std::optional<FrameAccount> frames{}; ///< of a movie, what its slots hold
     /// Seconds from the common start to the file's first sample, were it not put in its place.
     double gap = 0;
     std::optional<double> seconds{}; ///< as it was found; nothing if it can't be read
@@ -35,8 +37,8 @@ struct SavedFile {
 /// Looks for each file, under whatever name it has by now. Blocks on the disk; any thread.
 void findSavedFiles(std::vector<SavedFile>& files, const FileManager& fileManager);
 
-/// Reads each file that was found: whether it lies on the disk, can be read, and is as long as it is to be. Blocks on the disk; any
-/// thread.
+/// Reads each file that was found: whether it lies on the disk, can be read, and is as long as it is to be.
+/// Blocks on the disk; any thread.
 void checkSavedFiles(std::vector<SavedFile>& files, FileManager& fileManager, AssetProbing& probing);
 
 /// A sentence for files that lie elsewhere than they were made; nothing if all lie there.

@@ -184,6 +184,7 @@ private:
     Task<> detachSinks();
     Task<> finishWriters(TakeEnding& ending);
     void observe(TakeEnding& ending);
+    void accountForFrames(TakeEnding& ending) const;
     void leaveRecordingState();
     void releaseTake();
     Task<> findFiles(TakeEnding& ending);

@@ -77,11 +77,11 @@ Task<> ScreenRecorderManager::setUpTake() {
     recordingCommonStartTime = platform.hostClock->now();
     armAtCommonStart();
     take->startWriters(*captureSystemAudioForDaw, *recordingCommonStartTime);
+    take->followFiles(*platform.fileManager);
     take->setWarmupCutoff(*recordingCommonStartTime +
                           CMTimeMakeWithSeconds(kWarmupSeconds, kWarmupTimescale));
     if (take->journal) take->journal->noteCommonStart(*recordingCommonStartTime);
     openSinks();
-    take->followFiles(*platform.fileManager);
 
     if (take->stream) {
         const auto error = co_await screenTrack->start(take->stream);

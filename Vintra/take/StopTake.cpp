@@ -210,6 +210,26 @@ void ScreenRecorderManager::observe(TakeEnding& ending) {
     ending.take = take->files();
     ending.files = take->savedFiles(*captureSystemAudioForDaw);
     ending.expectLengths();
+    accountForFrames(ending);
+}
+
+/// A movie is as long as what reached it: where the last slots were lost, it may end before them.
+void ScreenRecorderManager::accountForFrames(TakeEnding& ending) const {
+    const auto note = [&ending](const AVAssetWriter& writer, const FrameAccount& frames, int32_t rate) {
+        const auto file = std::ranges::find(ending.files, writer.outputURL(), &SavedFile::planned);
+        if (file == ending.files.end()) return;
+        file->frames = frames;
+        if (frames.own > 0)
+            file->expectedSeconds = static_cast<double>(frames.first + frames.slots() - frames.lost) / rate;
+    };
+    if (take->videoWriter && ending.screenFrames)
+        note(*take->videoWriter, *ending.screenFrames, *screenFrameRate);
+    const auto noteCamera = [&note](const AVAssetWriter& writer, const CameraWriteQueue& queue) {
+        note(writer, queue.account(), queue.rate());
+    };
+    if (take->webcamWriter) noteCamera(*take->webcamWriter, *cameras->webcam().writeQueue);
+    for (const ExtraCameraRecording& camera : take->extraCameraRecordings)
+        noteCamera(*camera.writer, *camera.tap->writeQueue);
 }
 
 /// From here on the windows show no take, while `isBusy` still holds off a new one.

@@ -43,6 +43,12 @@ std::string soundText(const SoundAccount& account) {
     return text;
 }
 
+std::string pictureText(const FrameAccount& account) {
+    return formatted(" · %lld frames own, %lld copied, %lld unchanged, %lld lost",
+                     static_cast<long long>(account.own), static_cast<long long>(account.copied),
+                     static_cast<long long>(account.unchanged), static_cast<long long>(account.lost));
+}
+
 } // namespace
 
 double startOffset(const SavedFile& file) {
@@ -58,7 +64,9 @@ std::string syncLine(const SavedFile& file) {
     std::string text = name + formatted(": starts %+.6f s · ", startOffset(file));
     text += file.seconds ? formatted("%.3f s", *file.seconds) : "no length";
     text += formatted(" · %llu bytes", static_cast<unsigned long long>(file.bytes));
-    return file.sound ? text + soundText(*file.sound) : text;
+    if (file.sound) text += soundText(*file.sound);
+    if (file.frames) text += pictureText(*file.frames);
+    return text;
 }
 
 const char* lossName(SoundLossKind kind) {

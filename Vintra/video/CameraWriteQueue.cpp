@@ -187,6 +187,11 @@ FrameAccount CameraWriteQueue::account() const {
     return ledger.account(kUpToTheLastNoted);
 }
 
+int32_t CameraWriteQueue::rate() const {
+    MutexLock guard(lock);
+    return grid.rate;
+}
+
 int64_t CameraWriteQueue::percentile(double p) const {
     const double threshold = std::ceil(p * static_cast<double>(frames));
     int64_t sum = 0;

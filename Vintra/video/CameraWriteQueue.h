@@ -55,6 +55,8 @@ public:
     /// Where the slots of the take went, up to that of the last frame: the track ends there. Whatever the camera
     /// was late for or didn't send stands as unchanged where nothing could be copied.
     FrameAccount account() const;
+    /// Slots a second of the take's grid.
+    int32_t rate() const;
     /// What the queue did in its take, in words for the diagnostics.
     std::string summary() const;
 

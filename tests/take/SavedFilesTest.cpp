@@ -93,6 +93,24 @@ TEST_F(SavedFilesTest, aFileThatWasReplacedIsNotSavedAndTheOtherIsNotTouched) {
 TEST_F(SavedFilesTest, aTakeThatNobodyTouchedIsSaved) {
     recordWhile([](FileManager&) {});
     EXPECT_EQ(*recorder->statusMessage, "Saved") << lastError();
+    size_t movies = 0;
+    for (const SavedFile& file : recorder->lastTakeSavedFiles()) {
+        ASSERT_TRUE(file.expectedSeconds && file.seconds) << file.label;
+        EXPECT_NEAR(*file.seconds, *file.expectedSeconds, 0.05) << file.label;
+        movies += file.isMovie && file.frames && file.frames->slots() >= 58 ? 1 : 0;
+    }
+    EXPECT_EQ(movies, 1u);
+}
+
+TEST_F(SavedFilesTest, aMovieThatIsShorterThanItsAccountIsNotSaved) {
+    recordWhile([](FileManager&) {});
+    std::vector<SavedFile> files = recorder->lastTakeSavedFiles();
+    std::erase_if(files, [](const SavedFile& file) { return !file.isMovie; });
+    ASSERT_EQ(files.size(), 1u);
+    *files.front().expectedSeconds = 7.25;
+    checkSavedFiles(files, *machine.fileManager, *machine.assetProbing);
+    ASSERT_TRUE(files.front().problem.has_value());
+    EXPECT_TRUE(files.front().problem->ends_with(" s long, not 7.2 s")) << *files.front().problem;
 }
 
 } // namespace

@@ -52,6 +52,18 @@ TEST(SyncReportTest, everyLossIsANumber) {
     EXPECT_NE(syncLine(file).find("(late) and 3 more"), std::string::npos);
 }
 
+TEST(SyncReportTest, aMoviesFramesAreToldByKind) {
+    SavedFile movie;
+    movie.url = URL::fileURL("/films/a_video.mov");
+    movie.isMovie = true;
+    movie.seconds = 5;
+    movie.bytes = 1000;
+    movie.frames = FrameAccount{.first = 2, .own = 88, .copied = 2, .unchanged = 57, .lost = 3};
+    EXPECT_EQ(syncLine(movie),
+              "a_video.mov: starts +0.000000 s · 5.000 s · 1000 bytes · 88 frames own, 2 copied, "
+              "57 unchanged, 3 lost");
+}
+
 TEST(SyncReportTest, aMovieIsToldByItsLength) {
     SavedFile movie;
     movie.url = URL::fileURL("/films/a_video.mov");

@@ -47,6 +47,12 @@ nlohmann::ordered_json syncOf(const SavedFile& file) {
     nlohmann::ordered_json object;
     object["start"] = startOffset(file);
     object["bytes"] = file.bytes;
+    if (file.frames) {
+        object["framesOwn"] = file.frames->own;
+        object["framesCopied"] = file.frames->copied;
+        object["framesUnchanged"] = file.frames->unchanged;
+        object["framesLost"] = file.frames->lost;
+    }
     if (!file.sound) return object;
     const SoundAccount& account = *file.sound;
     object["firstSound"] = file.gap;
