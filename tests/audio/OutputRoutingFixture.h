@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Vintra/audio/OutputRouting.h"
-#include "Vintra/audio/SystemOutputRouter.h"
 #include "tests/audio/AudioPartsFixture.h"
+#include "tests/audio/SimulatedOutputs.h"
 
 #include <memory>
 #include <optional>
@@ -15,27 +15,12 @@ namespace vintra {
 class OutputRoutingFixture : public AudioPartsFixture {
 protected:
     void SetUp() override {
-        SimulatedAudioDevice loopback;
-        loopback.uid = SystemOutputRouter::virtualDeviceUID;
-        loopback.name = "Vintra Audio";
-        loopback.inputStreamChannels = {2};
-        loopback.outputStreamChannels = {2};
-        loopback.isLoopback = true;
-        loopback.sampleRates = {44'100, 48'000};
-        virtualDevice = hardware.plug(loopback);
-        speakers = plugOutput("speakers", "Speakers");
-        headphones = plugOutput("headphones", "Headphones");
+        virtualDevice = plugVirtualDevice(hardware);
+        speakers = plugOutput(hardware, "speakers", "Speakers");
+        headphones = plugOutput(hardware, "headphones", "Headphones");
         hardware.defaultOutput = speakers->id;
         hardware.defaultSystemOutput = speakers->id;
         AudioPartsFixture::SetUp();
-    }
-    std::shared_ptr<SimulatedAudioDevice> plugOutput(const std::string& uid, const std::string& name) {
-        SimulatedAudioDevice device;
-        device.uid = uid;
-        device.name = name;
-        device.inputStreamChannels = {};
-        device.outputStreamChannels = {2};
-        return hardware.plug(device);
     }
     void startUp() {
         machine.complete(routing.repairDeadEndOutput());

@@ -105,8 +105,8 @@ TEST_F(OutputRoutingTest, aDefaultOutputThatIsNoneOrIsNotListedIsToldOf) {
 
 TEST_F(OutputRoutingTest, behindAFilterThatFollowsTheDefaultItsOwnDeviceIsHeard) {
     startUp();
-    const auto equaliser = plugOutput("equaliser", "Equaliser");
-    const auto reverb = plugOutput("reverb", "Reverb");
+    const auto equaliser = plugOutput(hardware, "equaliser", "Equaliser");
+    const auto reverb = plugOutput(hardware, "reverb", "Reverb");
     equaliser->playsOnTo = "reverb";
     reverb->playsOnTo = "headphones";
     hardware.defaultOutput = equaliser->id;
@@ -120,7 +120,7 @@ TEST_F(OutputRoutingTest, behindAFilterThatFollowsTheDefaultItsOwnDeviceIsHeard)
 
 TEST_F(OutputRoutingTest, aFilterThatFollowsTheDefaultAndPlaysNobodyKnowsWhereIsRefused) {
     startUp();
-    const auto equaliser = plugOutput("equaliser", "Equaliser");
+    const auto equaliser = plugOutput(hardware, "equaliser", "Equaliser");
     equaliser->playsOnTo = "";
     hardware.defaultOutput = equaliser->id;
     hold();

@@ -36,9 +36,11 @@ protected:
         command.insert(command.end(), options.begin(), options.end());
         return command;
     }
+    /// The file is there, and has been for as long as a quick user takes.
     void awaitFile(const std::string& name) const {
         while (!fs::exists(films() + "/" + name))
             std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
     }
     struct End {
         int code = 0;

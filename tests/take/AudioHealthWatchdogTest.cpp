@@ -1,3 +1,4 @@
+#include "tests/audio/AudioPartsFixture.h"
 #include "tests/take/RoutingFixture.h"
 
 #include "Vintra/take/AudioHealthWatchdog.h"
@@ -234,21 +235,8 @@ TEST_F(AudioHealthWatchdogTest, aBusyMainThreadIsNoStall) {
 }
 
 /// The watchdog with what it needs, and no recorder.
-class AudioHealthWatchdogAloneTest : public ::testing::Test {
+class AudioHealthWatchdogAloneTest : public AudioPartsFixture {
 protected:
-    void SetUp() override {
-        machine.audioHardware->plug("mic.one", "Desk Microphone", 1);
-        selection.availableAudioInputDevices.set({machine.captureDevices->deviceWithUniqueID("mic.one")});
-    }
-
-    SimulatedMachine machine;
-    const Platform platform = machine.platform();
-    AudioSelection selection{LevelsModel::make(*machine.hostClock, *machine.mainThread)};
-    Published<bool> isRecording{false};
-    Published<std::optional<std::string>> lastError;
-    SessionControl sessionControl{*machine.dispatchQueues, *machine.mainThread};
-    std::shared_ptr<AudioSamplePath> samplePath =
-        std::make_shared<AudioSamplePath>(machine.hostClock, selection.levels);
     OutputRouting routing{
         {.platform = platform, .selection = selection, .isRecording = isRecording, .lastError = lastError}};
     AudioPreviews previews{{.platform = platform,

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Vintra/audio/SystemOutputRouter.h"
+#include "tests/audio/SimulatedOutputs.h"
 #include "tests/take/RecorderFixture.h"
 
 namespace vintra {
@@ -12,10 +12,10 @@ protected:
     static constexpr const char* kPendingKey = "systemOutputPendingRestoreUID";
 
     void SetUp() override {
-        virtualDevice = plugVirtualDevice();
-        speakers = plugOutput("speakers", "Speakers");
+        virtualDevice = plugVirtualDevice(hardware);
+        speakers = plugOutput(hardware, "speakers", "Speakers");
         speakers->transportType = AudioTransportType::builtIn;
-        headphones = plugOutput("headphones", "Headphones");
+        headphones = plugOutput(hardware, "headphones", "Headphones");
         hardware.defaultOutput = speakers->id;
         hardware.defaultSystemOutput = speakers->id;
         prepare();
@@ -24,24 +24,6 @@ protected:
     /// What the machine is to be like at the launch.
     virtual void prepare() {}
 
-    std::shared_ptr<SimulatedAudioDevice> plugVirtualDevice() {
-        SimulatedAudioDevice device;
-        device.uid = SystemOutputRouter::virtualDeviceUID;
-        device.name = "Vintra Audio";
-        device.inputStreamChannels = {2};
-        device.outputStreamChannels = {2};
-        device.isLoopback = true;
-        device.sampleRates = {44'100, 48'000};
-        return hardware.plug(device);
-    }
-    std::shared_ptr<SimulatedAudioDevice> plugOutput(const std::string& uid, const std::string& name) {
-        SimulatedAudioDevice device;
-        device.uid = uid;
-        device.name = name;
-        device.inputStreamChannels = {};
-        device.outputStreamChannels = {2};
-        return hardware.plug(device);
-    }
     void turnOnComputerAudio() {
         recorder->captureSystemAudioForDaw.set(true);
         machine.run(0.3);
