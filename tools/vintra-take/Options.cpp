@@ -205,8 +205,8 @@ private:
         } else {
             const auto read = parseHandSetKey(text);
             if (const auto* problem = std::get_if<std::string>(&read)) throw Wrong{*problem};
-            const auto& [key, given] = std::get<0>(read);
-            options.settings[key] = given;
+            const auto& [key, stored] = std::get<0>(read);
+            options.settings[key] = stored;
         }
     }
 
