@@ -9,10 +9,10 @@
 namespace vintra {
 
 std::shared_ptr<AVCaptureSession>
-SoundAndCameraDevices::Sessions::around(const std::shared_ptr<AVCaptureSession>& sound) const {
+SoundAndCameraDevices::Sessions::around(const std::shared_ptr<AVCaptureSession>& inner) const {
     for (const auto& weak : all) {
         const auto session = weak.lock();
-        if (session && session->soundSession() == sound) return session;
+        if (session && session->soundSession() == inner) return session;
     }
     return nullptr;
 }

@@ -34,7 +34,7 @@ private:
     /// The sessions that were made here, known by those of sound inside of them.
     struct Sessions {
         std::vector<std::weak_ptr<SoundOrCameraSession>> all;
-        std::shared_ptr<AVCaptureSession> around(const std::shared_ptr<AVCaptureSession>& sound) const;
+        std::shared_ptr<AVCaptureSession> around(const std::shared_ptr<AVCaptureSession>& inner) const;
     };
     const std::shared_ptr<CaptureDevices> sound;
     const std::shared_ptr<PipeWireCameras> pipeWireCameras;
