@@ -22,12 +22,13 @@ public:
     }
     ~PublishedCamera() {
         if (pipe >= 0) ::close(pipe);
+        process.kill(); // a sanitizer takes a second for an orderly end
     }
     PublishedCamera(const PublishedCamera&) = delete;
     PublishedCamera& operator=(const PublishedCamera&) = delete;
 
     bool isPublished() const { return isPublished_; }
-    void unplug() { process.stop(); }
+    void unplug() { process.kill(); }
     /// Returns once it does as told; false if it didn't understand.
     bool tell(const std::string& what) {
         if (pipe < 0) pipe = ::open(pipePath().c_str(), O_WRONLY | O_CLOEXEC);
