@@ -6,6 +6,11 @@
 #include <utility>
 
 namespace vintra {
+namespace {
+
+constexpr double kSecondsToBegin = 4; // a session that doesn't run by then won't
+
+} // namespace
 
 AudioPreview::AudioPreview(Role role, const Surroundings& surroundings, ActivityStamp& activity)
     : role(std::move(role))
@@ -67,6 +72,14 @@ Task<> AudioPreview::rebuild() {
     if (*surroundings.isRecording) co_return;
     forgetDevice();
     co_await configure();
+}
+
+Task<> AudioPreview::restore() {
+    if (*surroundings.isRecording || !surroundings.selection.availableAudioInput(role.target())) co_return;
+    const double now = CMTimeGetSeconds(surroundings.platform.hostClock->now());
+    const bool mayStillBegin = session() && now - installed.configuredAt < kSecondsToBegin;
+    if (mayStillBegin || (session() && session()->isRunning())) co_return;
+    co_await rebuild();
 }
 
 Task<> AudioPreview::end() {

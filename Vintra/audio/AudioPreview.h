@@ -52,6 +52,8 @@ public:
     Task<> configure();
     /// The same, with a new session even for the same device. Does nothing in a take.
     Task<> rebuild();
+    /// A new session in the place of one that doesn't run, if the target is there. Does nothing in a take.
+    Task<> restore();
     /// No further session comes. The one there is stays until `end`.
     void refuseMore() { hasEnded = true; }
     /// Ends the preview for good.

@@ -2,6 +2,7 @@
 
 #include "Vintra/audio/OutputRouting.h"
 #include "Vintra/platform/Drain.h"
+#include "Vintra/platform/HostClock.h"
 #include "Vintra/platform/UserDefaults.h"
 
 #include <algorithm>
@@ -110,6 +111,37 @@ void AudioPreviews::resume(const std::string& deviceID) {
         if (session && !session->isRunning())
             sessionControl.start(session, tasks.guarded([this] { syncRoutingCache(); }));
     }
+}
+
+Task<> AudioPreviews::restore(bool isLastTry) {
+    co_await outputRouting.restore(isLastTry);
+    if (*isRecording) {
+        const auto inputs = *selection.availableAudioInputDevices;
+        for (const auto& device : inputs)
+            resume(device->uniqueID());
+        co_return;
+    }
+    co_await micPreview.restore();
+    co_await dawPreview.restore();
+    co_await extraPreviews.restore();
+}
+
+void AudioPreviews::serviceHasEnded() {
+    outputRouting.suspend();
+    // They deliver no more, and a service that begins anew is to find nothing that another one has linked.
+    std::vector<std::shared_ptr<AVCaptureSession>> sessions = extraPreviews.sessions();
+    sessions.push_back(micPreview.session());
+    sessions.push_back(dawPreview.session());
+    for (const auto& session : sessions) {
+        if (session) tasks.start(sessionControl.stop(session));
+    }
+    noteDelivery();
+}
+
+void AudioPreviews::serviceIsBack() {
+    const double now = CMTimeGetSeconds(platform.hostClock->now());
+    samplePath->micActivity.stamp(now);
+    samplePath->dawActivity.stamp(now);
 }
 
 void AudioPreviews::followSelection() {

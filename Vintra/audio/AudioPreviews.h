@@ -51,6 +51,15 @@ public:
     /// sessions that the take began with: their outputs feed its tracks. One that runs is left alone.
     void resume(const std::string& deviceID);
 
+    /// After the sound service was away: routes the computer's sound again, and puts sessions in the place of those
+    /// that have ended. In a take the sessions that it began with go on. What isn't there is left as it is;
+    /// the last of several tries tells of it.
+    Task<> restore(bool isLastTry);
+    /// The sound service has ended, and every session and the relay with it.
+    void serviceHasEnded();
+    /// It is back: what is watched for buffers has time to deliver again.
+    void serviceIsBack();
+
     const AudioPreview& mic() const { return micPreview; }
     const AudioPreview& daw() const { return dawPreview; }
     const ExtraAudioPreviews& extra() const { return extraPreviews; }

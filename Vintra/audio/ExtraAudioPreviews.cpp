@@ -1,12 +1,18 @@
 #include "Vintra/audio/ExtraAudioPreviews.h"
 
 #include "Vintra/platform/CaptureAccess.h"
+#include "Vintra/platform/HostClock.h"
 
 #include <algorithm>
 #include <set>
 #include <utility>
 
 namespace vintra {
+namespace {
+
+constexpr double kSecondsForExtraToBegin = 4; // a session that doesn't run by then won't
+
+} // namespace
 
 ExtraAudioPreviews::ExtraAudioPreviews(const AudioPreview::Surroundings& surroundings,
                                        std::shared_ptr<DispatchQueue> queue)
@@ -54,11 +60,24 @@ Task<> ExtraAudioPreviews::startMissing() {
         auto chain = makeAudioCaptureChain(*platform.captureDevices, device, selection.channelCount(deviceID),
                                            surroundings.delegate, queue);
         if (!chain) continue;
-        extraPreviews.push_back({.deviceID = deviceID, .chain = std::move(*chain)});
+        extraPreviews.push_back({.deviceID = deviceID,
+                                 .chain = std::move(*chain),
+                                 .startedAt = CMTimeGetSeconds(platform.hostClock->now())});
         surroundings.changed();
         surroundings.sessionControl.start(extraPreviews.back().chain.session,
                                           tasks.guarded([this] { surroundings.changed(); }));
     }
+}
+
+Task<> ExtraAudioPreviews::restore() {
+    if (*surroundings.isRecording) co_return;
+    const double now = CMTimeGetSeconds(surroundings.platform.hostClock->now());
+    std::erase_if(extraPreviews, [&](const ExtraPreview& preview) {
+        const bool isThere = surroundings.selection.availableAudioInput(preview.deviceID) != nullptr;
+        const bool mayStillBegin = now - preview.startedAt < kSecondsForExtraToBegin;
+        return isThere && !mayStillBegin && !preview.chain.session->isRunning();
+    });
+    co_await configure();
 }
 
 Task<> ExtraAudioPreviews::end() {
@@ -95,6 +114,13 @@ std::shared_ptr<AVCaptureAudioDataOutput> ExtraAudioPreviews::outputOf(const std
 std::shared_ptr<AVCaptureSession> ExtraAudioPreviews::sessionOf(const std::string& deviceID) const {
     const auto found = std::ranges::find(extraPreviews, deviceID, &ExtraPreview::deviceID);
     return found == extraPreviews.end() ? nullptr : found->chain.session;
+}
+
+std::vector<std::shared_ptr<AVCaptureSession>> ExtraAudioPreviews::sessions() const {
+    std::vector<std::shared_ptr<AVCaptureSession>> result;
+    for (const ExtraPreview& preview : extraPreviews)
+        result.push_back(preview.chain.session);
+    return result;
 }
 
 std::vector<AudioRoutingCache::ExtraRouting> ExtraAudioPreviews::routing() const {

@@ -17,6 +17,8 @@ public:
 
     /// Brings the sessions in line with the rows. Does nothing in a take.
     Task<> configure();
+    /// New sessions in the place of those that don't run, as far as their devices are there.
+    Task<> restore();
     /// No further session comes. Those there are stay until `end`.
     void refuseMore() { hasEnded = true; }
     /// Ends the previews for good.
@@ -31,6 +33,7 @@ public:
     std::shared_ptr<AVCaptureAudioDataOutput> outputOf(const std::string& deviceID) const;
     /// Null if there is no preview of the device.
     std::shared_ptr<AVCaptureSession> sessionOf(const std::string& deviceID) const;
+    std::vector<std::shared_ptr<AVCaptureSession>> sessions() const;
     /// Each device's output with the rows that tap it.
     std::vector<AudioRoutingCache::ExtraRouting> routing() const;
 
@@ -38,6 +41,7 @@ private:
     struct ExtraPreview {
         std::string deviceID;
         AudioCaptureChain chain;
+        double startedAt = 0; ///< host seconds
     };
 
     bool hasPreview(const std::string& deviceID) const;

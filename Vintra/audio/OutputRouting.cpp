@@ -164,6 +164,7 @@ OutputRouting::Started OutputRouting::install(RelayAttempt& ended, const RelayAt
         SystemOutputRouter::noteRestoreTarget(router, plan.output);
     outputDeviceBeforeRecording = ended.hasSwitched() ? plan.putBack : plan.output;
     isUnheard = false;
+    isSuspended = false;
     // The volume keys turn the default output, which is the virtual device. What is recorded isn't touched by it.
     volumeListener = platform.audioHardware->addPropertyListener(
         plan.virtualDevice, AudioProperty::outputVolume, tasks.guarded([this] {
@@ -195,7 +196,30 @@ void OutputRouting::stopSystemAudioRelay() {
 
 void OutputRouting::end() {
     hasEnded = true;
-    if (attempt || systemAudioRelay) stopSystemAudioRelay();
+    if (attempt || systemAudioRelay || isSuspended) stopSystemAudioRelay();
+}
+
+/// The way back is kept: what ended may have been no more than this program's connection.
+void OutputRouting::suspend() {
+    if (!systemAudioRelay) return;
+    selection.lastRelayTelemetry = relayTelemetry();
+    systemAudioRelay->stop();
+    systemAudioRelay = nullptr;
+    volumeListener = nullptr;
+    isSuspended = true;
+    selection.isHoldingAudioRouting.set(false);
+}
+
+Task<> OutputRouting::restore(bool isLastTry) {
+    if (!isSuspended || !platform.audioHardware->isServiceRunning()) co_return;
+    co_await refreshDriverPresence();
+    const auto source = virtualDevice();
+    const auto output = realOutput();
+    if (!isSuspended || !wantsRelay() || attempt || !source || !output) co_return;
+    // With the default output where it was, or still with the virtual device.
+    const Started started = co_await makeSystemAudioRelay(*source, *output, true);
+    if (started.problem && isLastTry) lastError.set(*started.problem);
+    lookAtHold();
 }
 
 /// Ends the relay, whatever the default output is.
@@ -206,6 +230,7 @@ void OutputRouting::letGo() {
     systemAudioRelay = nullptr;
     volumeListener = nullptr;
     lendsOutput = false;
+    isSuspended = false;
     selection.isHoldingAudioRouting.set(false);
 }
 
@@ -354,6 +379,10 @@ void OutputRouting::lookAtHold() {
     const auto source = virtualDevice();
     const bool isLost = lendsOutput && current != source;
     if (!isLost && isThere(relayedTo)) return;
+    if (!platform.audioHardware->isServiceRunning()) {
+        suspend();
+        return;
+    }
     // Where the device before has gone, the system has chosen the one that is.
     const bool isChosen = isLost && current && isThere(*current) && outputDeviceBeforeRecording &&
                           isThere(*outputDeviceBeforeRecording);

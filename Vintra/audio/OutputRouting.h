@@ -29,7 +29,8 @@ namespace vintra {
 /// A hold is lost when another device becomes the default output, and what the user hears it on may go. Both are
 /// seen at once. A device that was chosen is respected: in a take it ends the hold, which the next take begins
 /// again; between takes the user hears the computer's sound on it from then on. A device that has gone is made up
-/// for, also in a take. Whatever a take lost by it is told.
+/// for, also in a take. Whatever a take lost by it is told. Without the machine's sound service there is nothing to
+/// hold: the relay ends, and routing begins again with `restore`.
 ///
 /// Owned by the controller. Main thread.
 class OutputRouting {
@@ -57,6 +58,10 @@ public:
 
     /// Ends once there is a relay, or there can't be one. Of several callers one starts it and the others wait.
     Task<> startSystemAudioRelayIfNeeded();
+    /// The sound service has ended, and the relay with it. Nothing is given back: who would take it has gone.
+    void suspend();
+    /// Routes again what was suspended, if what it takes is there again. Why it can't be is told by the last try.
+    Task<> restore(bool isLastTry);
     /// Ends the listening to the computer's sound and puts the user's own output back.
     void stopSystemAudioRelay();
     /// The same, for good: no relay is started any more. Where nothing is held it touches nothing.
@@ -122,7 +127,8 @@ private:
     std::unique_ptr<SystemAudioRelay> systemAudioRelay; ///< stopped while another is to take its place
     AudioObjectID relayedTo = 0;                        ///< the device that the relay plays on
     bool lendsOutput = false;                           ///< the default output is to be the virtual device
-    bool isUnheard = false; ///< it has been told that there is no device to hear it on
+    bool isSuspended = false; ///< by the end of the sound service: nothing is relayed, and nothing given back
+    bool isUnheard = false;   ///< it has been told that there is no device to hear it on
     std::optional<AudioObjectID> outputDeviceBeforeRecording; ///< where to put the default output back
     std::shared_ptr<RelayAttempt> attempt;                    ///< the start that is under way
     bool attemptHasNoted = false;                             ///< the device to return to

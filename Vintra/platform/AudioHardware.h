@@ -14,6 +14,7 @@ using AudioObjectID = uint32_t;
 inline constexpr AudioObjectID kAudioObjectSystemObject = 1;
 
 enum class AudioProperty {
+    service,                   ///< of the system object: whether sound can be used at all
     devices,                   ///< of the system object
     defaultOutputDevice,       ///< of the system object
     defaultSystemOutputDevice, ///< of the system object
@@ -39,6 +40,9 @@ public:
 class AudioHardware {
 public:
     virtual ~AudioHardware() = default;
+    /// Whether the machine's sound service runs. It may end and begin anew at any time, as for an update. Without it
+    /// no device delivers or plays, whether it is in the list or not; devices come back one after another.
+    virtual bool isServiceRunning() const = 0;
     /// Every device, inputs and outputs, in the system's order.
     virtual std::vector<AudioObjectID> devices() const = 0;
     /// Channels of each of the device's input streams.

@@ -27,6 +27,11 @@ DeviceInventory::DeviceInventory(const Surroundings& surroundings)
     , take(surroundings.take)
     , lastError(surroundings.lastError)
     , deviceListWatcher(*platform.audioHardware)
+    , soundService(SoundServiceWatch::Surroundings{.platform = platform,
+                                                   .previews = previews,
+                                                   .isRecording = isRecording,
+                                                   .take = take,
+                                                   .lastError = lastError})
     , tasks(*platform.mainThread) {}
 
 void DeviceInventory::refreshAudioDevices() {
@@ -71,12 +76,13 @@ void DeviceInventory::observe() {
         }),
     });
     deviceListWatcher.start(tasks.guarded([this] { handleDeviceInventoryChanged(); }));
+    soundService.observe([this] { forgetWhatWent(); });
 }
 
 /// In a take, a device that comes back under its id goes on in its tracks; what it has missed is silent there.
 void DeviceInventory::handleDeviceConnected(const std::shared_ptr<AVCaptureDevice>& device) {
     handleDeviceInventoryChanged();
-    if (*isRecording && device) previews.resume(device->uniqueID());
+    if (*isRecording && device && !soundService.isAway()) previews.resume(device->uniqueID());
 }
 
 /// One event may be told of twice, by the hardware and by the capture devices: the second call finds nothing
@@ -90,9 +96,15 @@ void DeviceInventory::handleDeviceInventoryChanged() {
     tasks.post([this] { return screenSource.refreshDisplays(); });
     tasks.post([this] { return outputRouting.refreshDriverPresence(); });
     if (*isRecording) return;
-    forgetDevicesThatWent();
+    if (!soundService.isUnsettled()) forgetDevicesThatWent();
     if (cameras.isWebcamMissing()) tasks.post([this] { return cameras.configureWebcamPreview(); });
     cameras.scheduleExtraCameraReconcile();
+    if (!soundService.isUnsettled()) forgetRowsThatWent();
+}
+
+void DeviceInventory::forgetWhatWent() {
+    if (*isRecording) return;
+    forgetDevicesThatWent();
     forgetRowsThatWent();
 }
 
@@ -126,7 +138,10 @@ void DeviceInventory::forgetRowsThatWent() {
 /// The take goes on. Where the track ends is reported at the stop.
 void DeviceInventory::handleDeviceDisconnected(const std::shared_ptr<AVCaptureDevice>& device) {
     if (!*isRecording || !device) return;
-    const std::vector<std::string> names = tracksOn(device->uniqueID());
+    std::vector<std::string> names = tracksOn(device->uniqueID());
+    // All sound has gone at once, which is told in one sentence.
+    const auto isSound = [](const std::string& name) { return name != "Webcam" && name != "Extra webcam"; };
+    if (soundService.isAway()) std::erase_if(names, isSound);
     if (names.empty()) return;
     // Known now: the watch over the pictures need not report it again.
     for (const RecordingCamera& camera : cameras.recordingCameras(take->cameras())) {

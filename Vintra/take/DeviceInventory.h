@@ -9,6 +9,7 @@
 #include "Vintra/platform/Platform.h"
 #include "Vintra/take/RunningTake.h"
 #include "Vintra/take/ScreenSource.h"
+#include "Vintra/take/SoundServiceWatch.h"
 #include "Vintra/video/Cameras.h"
 
 #include <memory>
@@ -22,6 +23,8 @@ namespace vintra {
 /// The lists of devices that the user chooses from, and devices that come and go. An idle recorder lets go of
 /// what has gone; a take keeps its selections, and the user is told which track has stopped. Owned by the
 /// controller. Main thread.
+///
+/// A sound service that is away takes all devices with it, and is no reason to let go of any.
 class DeviceInventory {
 public:
     /// All outlive this.
@@ -60,6 +63,7 @@ private:
     void handleDeviceConnected(const std::shared_ptr<AVCaptureDevice>& device);
     void forgetRowsThatWent();
     void handleDeviceDisconnected(const std::shared_ptr<AVCaptureDevice>& device);
+    void forgetWhatWent();
     std::vector<std::string> tracksOn(const std::string& deviceID) const;
     void handleCaptureSessionRuntimeError(const std::shared_ptr<AVCaptureSession>& session,
                                           const SystemError& error);
@@ -77,6 +81,7 @@ private:
     DeviceIdentity knownDeviceIdentity;
     AudioDeviceListWatcher deviceListWatcher;
     Observation captureDeviceObservation;
+    SoundServiceWatch soundService;
     MainThreadTasks tasks;
 };
 

@@ -12,17 +12,24 @@ namespace vintra {
 /// A PipeWire server beside the session's own, for tests that take it down. Ends with this object.
 class PrivatePipeWireServer {
 public:
-    PrivatePipeWireServer()
-        : server({"pipewire"}, {"PIPEWIRE_CORE=" + name_, "PIPEWIRE_CONFIG_DIR=" + sessionsFolder()}) {
-        if (server.awaitLineWith("ready")) isReady_ = startSessionManager();
-    }
+    PrivatePipeWireServer() { isReady_ = startAgain(); }
     /// It answers and links streams.
     bool isReady() const { return isReady_; }
     const std::string& name() const { return name_; }
     /// For programs that are to use it.
     std::vector<std::string> environment() const { return {"PIPEWIRE_REMOTE=" + name_}; }
     /// At once, as in a crash.
-    void kill() { server.kill(); }
+    void kill() { server->kill(); }
+    /// After `kill`, under the same name, with a session manager of its own. False if they don't begin.
+    bool startAgain() {
+        policy.reset();
+        defaults.reset();
+        server = std::make_unique<ChildProcess>(
+            std::vector<std::string>{"pipewire"},
+            std::vector<std::string>{"PIPEWIRE_CORE=" + name_, "PIPEWIRE_CONFIG_DIR=" + sessionsFolder()});
+        return server->awaitLineWith("ready") && startSessionManager();
+    }
+    void killSessionManager() { policy->kill(); }
     /// As after an update of the system. False if the new one doesn't begin.
     bool restartSessionManager() {
         policy.reset();
@@ -47,7 +54,7 @@ private:
     }
 
     const std::string name_ = freshName();
-    ChildProcess server;
+    std::unique_ptr<ChildProcess> server;
     std::unique_ptr<ChildProcess> policy;   ///< links streams to devices
     std::unique_ptr<ChildProcess> defaults; ///< says when it has begun to
     bool isReady_ = false;

@@ -19,6 +19,7 @@ public:
     explicit OthersOutputs(std::shared_ptr<AudioHardware> machine)
         : machine(std::move(machine)) {}
 
+    bool isServiceRunning() const override { return machine->isServiceRunning(); }
     std::vector<AudioObjectID> devices() const override { return machine->devices(); }
     std::optional<std::vector<uint32_t>> inputStreamChannels(AudioObjectID device) const override {
         return machine->inputStreamChannels(device);

@@ -152,6 +152,22 @@ void SimulatedAudioHardware::unplug(const std::string& uid) {
     notify(kAudioObjectSystemObject, AudioProperty::devices);
 }
 
+void SimulatedAudioHardware::stopService() {
+    serviceRuns = false;
+    while (!list.empty())
+        unplug(std::string(list.back()->uid));
+    defaultSystemOutput = std::nullopt;
+    chooseDefaultOutput(std::nullopt);
+    notify(kAudioObjectSystemObject, AudioProperty::service);
+}
+
+void SimulatedAudioHardware::startService() {
+    serviceRuns = true;
+    defaultSystemOutput = 0;
+    chooseDefaultOutput(0);
+    notify(kAudioObjectSystemObject, AudioProperty::service);
+}
+
 Observation SimulatedAudioHardware::observePlugs(PlugObserver observer) {
     auto kept = std::make_shared<PlugObserver>(std::move(observer));
     plugObservers.push_back(kept);

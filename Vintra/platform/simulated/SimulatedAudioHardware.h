@@ -17,6 +17,7 @@ class SimulatedAudioHardware : public AudioHardware {
 public:
     explicit SimulatedAudioHardware(std::shared_ptr<MainThread> mainThread);
 
+    bool isServiceRunning() const override { return serviceRuns; }
     std::vector<AudioObjectID> devices() const override;
     std::optional<std::vector<uint32_t>> inputStreamChannels(AudioObjectID device) const override;
     std::optional<std::vector<uint32_t>> outputStreamChannels(AudioObjectID device) const override;
@@ -42,6 +43,10 @@ public:
     void plugAgain(const std::shared_ptr<SimulatedAudioDevice>& device);
     /// Takes the device away; what captures it hears no more.
     void unplug(const std::string& uid);
+    /// As the sound service ends: all devices go with it, and the defaults can't be read.
+    void stopService();
+    /// As it begins anew, so far without devices. `plugAgain` brings them back.
+    void startService();
     void setNominalSampleRate(const std::string& uid, double rate);
     /// As the user turns the device's volume control.
     void setOutputVolume(const std::string& uid, std::vector<float> channels);
@@ -68,6 +73,7 @@ private:
     void tellOfPlug(const std::shared_ptr<SimulatedAudioDevice>& device, bool isThere);
 
     std::shared_ptr<MainThread> mainThread;
+    bool serviceRuns = true;
     std::vector<std::shared_ptr<SimulatedAudioDevice>> list;
     std::vector<std::weak_ptr<Listener>> listeners;
     std::vector<std::weak_ptr<PlugObserver>> plugObservers;

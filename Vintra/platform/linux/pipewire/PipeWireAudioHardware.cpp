@@ -45,6 +45,7 @@ private:
         switch (property) {
         case AudioProperty::devices:
             return change.devices;
+        case AudioProperty::service:
         case AudioProperty::defaultOutputDevice:
         case AudioProperty::defaultSystemOutputDevice: {
             const uint32_t before = std::exchange(reported, watched());
@@ -57,8 +58,9 @@ private:
         }
         return false;
     }
-    /// The device that the property is, where it is one.
+    /// The device that the property is, where it is one; for the service, whether it runs.
     uint32_t watched() const {
+        if (property == AudioProperty::service) return connection->isServiceRunning() ? 1 : 0;
         if (property == AudioProperty::defaultOutputDevice) return defaultOutput->device();
         return property == AudioProperty::defaultSystemOutputDevice ? defaultOutput->realDevice() : 0;
     }
@@ -67,7 +69,7 @@ private:
     const std::shared_ptr<PipeWireDefaultOutput> defaultOutput;
     const AudioObjectID object;
     const AudioProperty property;
-    uint32_t reported; ///< the device that was last told of; belongs to PipeWire's thread
+    uint32_t reported; ///< what was last told of; belongs to PipeWire's thread
     std::shared_ptr<std::function<void()>> block;
     std::shared_ptr<void> observation;
 };
@@ -81,6 +83,10 @@ PipeWireAudioHardware::PipeWireAudioHardware(std::shared_ptr<PipeWireConnection>
     , defaultOutput(std::make_shared<PipeWireDefaultOutput>(this->connection)) {}
 
 PipeWireAudioHardware::~PipeWireAudioHardware() = default;
+
+bool PipeWireAudioHardware::isServiceRunning() const {
+    return connection->isServiceRunning();
+}
 
 std::vector<AudioObjectID> PipeWireAudioHardware::devices() const {
     return connection->devices().numbers();

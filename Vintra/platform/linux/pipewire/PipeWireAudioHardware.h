@@ -22,6 +22,7 @@ public:
                           std::shared_ptr<MainThread> mainThread);
     ~PipeWireAudioHardware() override;
 
+    bool isServiceRunning() const override;
     std::vector<AudioObjectID> devices() const override;
     std::optional<std::vector<uint32_t>> inputStreamChannels(AudioObjectID device) const override;
     std::optional<std::vector<uint32_t>> outputStreamChannels(AudioObjectID device) const override;

@@ -93,13 +93,14 @@ PipeWireCaptureStream::~PipeWireCaptureStream() {
 
 bool PipeWireCaptureStream::connect(const PipeWireNode& node) {
     connection.loop().assertHeld();
-    if (connection.core() == nullptr || !canDeliver(format)) return false;
+    core = connection.core();
+    if (core == nullptr || !canDeliver(format)) return false;
     wakeUp = pw_loop_add_event(connection.loop().loop(), Events::handOn, this);
     if (wakeUp == nullptr) return false;
     pw_properties* properties =
         pipeWireStreamProperties("vintra.capture", node, PipeWireStreamDirection::capture);
     pw_properties_setf(properties, PW_KEY_NODE_LATENCY, "512/%u", static_cast<unsigned>(format.mSampleRate));
-    stream = pw_stream_new(connection.core(), "Vintra", properties);
+    stream = pw_stream_new(core.get(), "Vintra", properties);
     if (stream == nullptr) return false;
     pw_stream_add_listener(stream, hook.get(), &Events::table, this);
 
@@ -120,6 +121,9 @@ void PipeWireCaptureStream::stateChanged(int, int now) {
         if (wasStreaming) handlers.ended();
     } else if (now == PW_STREAM_STATE_STREAMING) {
         status = Status::streaming;
+        isPaused = false;
+    } else {
+        isPaused = status == Status::streaming;
     }
     connection.loop().signal();
 }

@@ -11,6 +11,7 @@
 #include <memory>
 #include <optional>
 
+struct pw_core;
 struct pw_stream;
 struct spa_hook;
 struct spa_source;
@@ -49,7 +50,7 @@ public:
     PipeWireCaptureStream(const PipeWireCaptureStream&) = delete;
     PipeWireCaptureStream& operator=(const PipeWireCaptureStream&) = delete;
 
-    bool isStreaming() const { return status == Status::streaming; }
+    bool isStreaming() const { return status == Status::streaming && !isPaused; }
     /// The server refused it, or the device or the server is no longer there.
     bool hasEnded() const { return status == Status::ended; }
 
@@ -71,10 +72,13 @@ private:
     const AudioStreamBasicDescription format;
     const std::shared_ptr<const CMFormatDescription> description;
     const Handlers handlers;
+    std::shared_ptr<pw_core> core; ///< outlives the stream
     pw_stream* stream = nullptr;
     spa_source* wakeUp = nullptr; ///< an event that runs `handOn`
     std::unique_ptr<spa_hook> hook;
     Status status = Status::connecting;
+    /// After it streamed: its link has gone, as with the session manager, and nobody makes it again.
+    bool isPaused = false;
     CaptureRing ring;
     SampleStamps stamps;                        ///< the real-time thread's
     std::atomic<bool> isWithoutRealTime{false}; ///< said by the real-time thread's first cycle

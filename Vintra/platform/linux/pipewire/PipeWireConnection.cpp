@@ -12,6 +12,11 @@
 #include <utility>
 
 namespace vintra {
+namespace {
+
+constexpr double kSecondsBetweenTries = 0.5; ///< to reach a server that is away
+
+} // namespace
 
 struct PipeWireConnection::Events {
     static PipeWireConnection& self(void* data) { return *static_cast<PipeWireConnection*>(data); }
@@ -27,8 +32,7 @@ struct PipeWireConnection::Events {
     static void error(void* data, uint32_t id, int, int result, const char*) {
         self(data).loop_.assertHeld();
         if (id == PW_ID_CORE && result == -EPIPE) {
-            self(data).lost("The PipeWire server has stopped, so there is "
-                            "no sound input until Vintra is started again.");
+            self(data).lost();
         }
     }
     static void global(void* data, uint32_t id, uint32_t, const char* type, uint32_t,
@@ -63,59 +67,87 @@ PipeWireConnection::PipeWireConnection(const std::string& serverName)
     , tables_(loop_, [this](const std::string& table, const std::string& key) { tableChanged(table, key); })
     , videoSources_(loop_, [this](const PipeWireChange& change) { notify(change); }) {
     PipeWireLock lock(loop_);
-    if (loop_.isUsable() && connect()) {
-        awaitDevices();
-    } else {
-        MutexLock values(mutex);
-        problem_ = "No PipeWire server answers, so there is no sound input.";
+    if (loop_.isUsable()) {
+        retry = std::make_unique<PipeWireTimer>(loop_, [this] {
+            loop_.assertHeld();
+            reconnect();
+        });
+        if (connect()) {
+            awaitDevices();
+            return;
+        }
+        disconnect();
+        retry->startOver(kSecondsBetweenTries);
     }
+    MutexLock values(mutex);
+    problem_ = "No PipeWire server answers, so there is no sound input.";
 }
 
 PipeWireConnection::~PipeWireConnection() {
     PipeWireLock lock(loop_);
+    retry.reset();
+    disconnect();
+    if (context != nullptr) pw_context_destroy(context);
+}
+
+/// Not from a callback of the core's own.
+void PipeWireConnection::disconnect() {
     devices_.unbind();
     tables_.clear();
     filters_.clear();
     videoSources_.unbind();
     if (registry != nullptr) {
-        spa_hook_remove(registryHook.get());
+        if (registryHook) spa_hook_remove(registryHook.get());
         pw_proxy_destroy(reinterpret_cast<pw_proxy*>(registry));
     }
-    if (core_ != nullptr) {
-        spa_hook_remove(coreHook.get());
-        pw_core_disconnect(core_);
-    }
-    if (context != nullptr) pw_context_destroy(context);
+    registryHook.reset();
+    registry = nullptr;
+    if (coreHook) spa_hook_remove(coreHook.get());
+    coreHook.reset();
+    core_.reset();
+    syncsToCome = 0;
 }
 
 bool PipeWireConnection::connect() {
-    // Captured sound comes in on its data thread, which is a real-time one where the system lets it. The
-    // library asks for that on a message bus, and waits for the answer for ever.
-    const bool isAskable = !messageBusHangs(MessageBus::session) && !messageBusHangs(MessageBus::system);
-    const char* const configuration = isAskable ? "client-rt.conf" : "client.conf";
-    context = pw_context_new(loop_.loop(), pw_properties_new(PW_KEY_CONFIG_NAME, configuration, nullptr), 0);
+    if (context == nullptr) {
+        // Captured sound comes in on its data thread, which is a real-time one where the system lets it. The
+        // library asks for that on a message bus, and waits for the answer for ever.
+        const bool isAskable = !messageBusHangs(MessageBus::session) && !messageBusHangs(MessageBus::system);
+        const char* const configuration = isAskable ? "client-rt.conf" : "client.conf";
+        context =
+            pw_context_new(loop_.loop(), pw_properties_new(PW_KEY_CONFIG_NAME, configuration, nullptr), 0);
+    }
     if (context == nullptr) return false;
     pw_properties* properties = nullptr;
     if (!serverName_.empty()) {
         properties = pw_properties_new(PW_KEY_REMOTE_NAME, serverName_.c_str(), nullptr);
     }
-    core_ = pw_context_connect(context, properties, 0);
-    if (core_ == nullptr) return false;
+    pw_core* const made = pw_context_connect(context, properties, 0);
+    if (made == nullptr) return false;
+    core_ = std::shared_ptr<pw_core>(made, [](pw_core* core) { pw_core_disconnect(core); });
     coreHook = std::make_unique<spa_hook>();
-    pw_core_add_listener(core_, coreHook.get(), &Events::core, this);
-    registry = pw_core_get_registry(core_, PW_VERSION_REGISTRY, 0);
+    pw_core_add_listener(made, coreHook.get(), &Events::core, this);
+    registry = pw_core_get_registry(made, PW_VERSION_REGISTRY, 0);
     if (registry == nullptr) return false;
     tables_.begin(*registry);
     registryHook = std::make_unique<spa_hook>();
     pw_registry_add_listener(registry, registryHook.get(), &Events::registry, this);
-    return true;
-}
-
-void PipeWireConnection::awaitDevices() {
     // The first answer comes after all objects were named, the second after each one taken hold of has told
     // about itself; each of those then asks for its formats.
     syncsToCome = 2;
     awaitedSync = requestSync();
+    return true;
+}
+
+void PipeWireConnection::reconnect() {
+    isFirstServer = false;
+    disconnect();
+    if (connect()) return;
+    disconnect();
+    retry->startOver(kSecondsBetweenTries);
+}
+
+void PipeWireConnection::awaitDevices() {
     const int64_t deadline = PipeWireLoop::deadlineIn(2.0);
     while (!isComplete()) {
         if (!loop_.waitUntil(deadline)) break;
@@ -128,7 +160,7 @@ bool PipeWireConnection::isComplete() const {
 }
 
 int PipeWireConnection::requestSync() {
-    return pw_core_sync(core_, PW_ID_CORE, 0);
+    return pw_core_sync(core_.get(), PW_ID_CORE, 0);
 }
 
 void PipeWireConnection::coreInfo(const pw_core_info* info) {
@@ -145,7 +177,9 @@ void PipeWireConnection::globalAppeared(uint32_t id, const char* type, const spa
     if (std::string_view(type) != PW_TYPE_INTERFACE_Metadata) return;
     const char* const name = spa_dict_lookup(&properties, PW_KEY_METADATA_NAME);
     if (name == nullptr) return;
-    if (syncsToCome > 0) {
+    // What a session manager has just begun with is only known to be filled where both were there before.
+    const bool isServersOwn = std::string_view(name) == "settings";
+    if (isServersOwn || (syncsToCome > 0 && isFirstServer)) {
         tables_.bind(id, name);
     } else {
         tables_.bindWhenFilled(id, name);
@@ -170,30 +204,48 @@ uint32_t PipeWireConnection::graphRate() {
 void PipeWireConnection::globalRemoved(uint32_t id) {
     filters_.remove(id);
     videoSources_.remove(id);
-    if (!tables_.remove(id) && devices_.remove(id)) loop_.signal();
+    if (tables_.remove(id)) {
+        notify({});
+    } else if (devices_.remove(id)) {
+        loop_.signal();
+    }
 }
 
 void PipeWireConnection::syncDone(int sequence) {
     if (syncsToCome > 0 && sequence == awaitedSync) {
         --syncsToCome;
-        if (syncsToCome > 0) awaitedSync = requestSync();
+        if (syncsToCome > 0) {
+            awaitedSync = requestSync();
+        } else {
+            answered();
+        }
     }
     devices_.syncDone(sequence, graphRate());
     videoSources_.syncDone(sequence);
     loop_.signal();
 }
 
-void PipeWireConnection::lost(const std::string& reason) {
-    // The core and the registry stay until the connection goes: callers may be in the middle of using them.
+void PipeWireConnection::answered() {
+    bool wasAway = false;
+    {
+        MutexLock values(mutex);
+        wasAway = std::exchange(problem_, std::nullopt).has_value();
+    }
+    if (wasAway) notify({});
+}
+
+void PipeWireConnection::lost() {
+    // This is a callback of the core's: it and the registry go when the timer has come.
     tables_.clear();
     filters_.clear();
     syncsToCome = 0;
     {
         MutexLock values(mutex);
-        problem_ = reason;
+        problem_ = "The PipeWire server has stopped, so there is no sound input until it runs again.";
     }
     devices_.clear();
     videoSources_.clear();
+    if (retry) retry->startOver(kSecondsBetweenTries);
     loop_.signal();
 }
 
@@ -220,6 +272,11 @@ std::shared_ptr<void> PipeWireConnection::observe(Block block) {
     MutexLock values(mutex);
     observers.push_back(kept);
     return kept;
+}
+
+bool PipeWireConnection::isServiceRunning() {
+    PipeWireLock lock(loop_);
+    return !problem() && tables_.named("default") != nullptr;
 }
 
 std::optional<std::string> PipeWireConnection::problem() const {

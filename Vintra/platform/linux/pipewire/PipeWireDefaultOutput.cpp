@@ -182,6 +182,12 @@ void PipeWireDefaultOutput::say(const Release& release, PipeWireMetadata& defaul
 void PipeWireDefaultOutput::changed(const PipeWireChange& change) {
     if (!hold) return;
     connection->loop().assertHeld();
+    if (connection->problem()) {
+        // Who listened has ended with the server. A new hold is its owner's to take.
+        hold.reset();
+        reminder->cancel();
+        return;
+    }
     PipeWireMetadata* const defaults = table();
     if (defaults == nullptr) return;
     if (change.defaultsKey == kConfiguredKey) {

@@ -32,6 +32,8 @@ struct PipeWireChange;
 /// kept: both are known from before. Some of what others write while it begins is lost, so what isn't
 /// confirmed is written again. Who insists on another device for longer than that has his way: the hold is over.
 ///
+/// The end of the server ends the hold: there is nobody left to lend anything.
+///
 /// A connection may be of no use any more just when the output is to be given back, as after the program has run out
 /// of file descriptors. Then it is given back over a connection of its own.
 class PipeWireDefaultOutput {

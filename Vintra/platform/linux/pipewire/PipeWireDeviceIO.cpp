@@ -21,11 +21,24 @@ constexpr double kSecondsBetweenLooks = 0.005; ///< a clock's rate changes witho
 
 PipeWireDeviceIO::PipeWireDeviceIO(std::shared_ptr<PipeWireConnection> connection, std::shared_ptr<Log> log)
     : connection(std::move(connection))
-    , log(std::move(log)) {}
+    , log(std::move(log)) {
+    observation = this->connection->observe([this](const PipeWireChange& change) {
+        if (change.devices && this->connection->problem()) forgetWishes();
+    });
+}
 
 PipeWireDeviceIO::~PipeWireDeviceIO() {
+    // With the lock no call is under way on PipeWire's thread.
     PipeWireLock lock(connection->loop());
+    observation.reset();
     pinned.reset();
+}
+
+/// A server that begins anew knows nothing of them. The streams that said them have ended with the old one.
+void PipeWireDeviceIO::forgetWishes() {
+    MutexLock lock(mutex);
+    pinnedRate = 0;
+    pinnedFrames = 0;
 }
 
 std::unique_ptr<AudioIOProc> PipeWireDeviceIO::createIOProc(AudioObjectID device, AudioIOBlock block) {
@@ -128,19 +141,23 @@ bool PipeWireDeviceIO::setNominalSampleRate(AudioObjectID device, double rate) {
     if (!node || !node->isVirtualDevice() || (rate != 44'100 && rate != 48'000)) return false;
     PipeWireLock lock(connection->loop());
     const auto wanted = static_cast<uint32_t>(rate);
-    pinnedRate = wanted == connection->graphRate() ? 0 : wanted;
+    const uint32_t forced = wanted == connection->graphRate() ? 0 : wanted;
+    {
+        MutexLock values(mutex);
+        pinnedRate = forced;
+    }
     if (!pin(*node)) return false;
-    connection->setForcedRate(device, pinnedRate);
+    connection->setForcedRate(device, forced);
     return true;
 }
 
 bool PipeWireDeviceIO::pin(const PipeWireNode& node) {
     connection->loop().assertHeld();
     pinned.reset();
-    PipeWireCycleWishes wishes{.rate = pinnedRate};
+    PipeWireCycleWishes wishes;
     {
         MutexLock lock(mutex);
-        wishes.frames = pinnedFrames;
+        wishes = {.rate = pinnedRate, .frames = pinnedFrames};
     }
     if (wishes == PipeWireCycleWishes{}) return true;
     pinned = std::make_unique<PipeWireDevicePin>(*connection, node, wishes);

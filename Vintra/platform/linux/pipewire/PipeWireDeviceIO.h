@@ -52,6 +52,7 @@ private:
     };
     Limits limits(uint32_t rate) const;
     bool pin(const PipeWireNode& node) EXCLUDES(mutex);
+    void forgetWishes() EXCLUDES(mutex);
     std::shared_ptr<PipeWireCycles> cyclesOf(AudioObjectID device) const EXCLUDES(mutex);
     void lookForSharedClock(AudioObjectID device) const EXCLUDES(mutex);
 
@@ -59,9 +60,10 @@ private:
     const std::shared_ptr<Log> log;
     mutable Mutex mutex;
     std::map<AudioObjectID, std::shared_ptr<PipeWireCycles>> cycles GUARDED_BY(mutex);
-    uint32_t pinnedRate = 0;                     ///< of the virtual device; 0: the server's
+    uint32_t pinnedRate GUARDED_BY(mutex) = 0;   ///< of the virtual device; 0: the server's
     uint32_t pinnedFrames GUARDED_BY(mutex) = 0; ///< likewise
     std::unique_ptr<PipeWireDevicePin> pinned;   ///< under the loop's lock
+    std::shared_ptr<void> observation;
 };
 
 } // namespace vintra

@@ -101,6 +101,7 @@ void PipeWireDeviceList::clear() {
     {
         MutexLock values(mutex);
         devices.clear();
+        forcedRates.clear(); // what forced them has ended with the server
     }
     changed({.devices = true});
 }

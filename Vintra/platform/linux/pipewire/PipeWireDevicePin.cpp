@@ -35,13 +35,14 @@ PipeWireDevicePin::PipeWireDevicePin(PipeWireConnection& connection, const PipeW
     , hook(std::make_unique<spa_hook>())
     , nodeID(node.globalID) {
     this->connection.loop().assertHeld();
-    if (connection.core() == nullptr) return;
+    core = connection.core();
+    if (core == nullptr) return;
     pw_properties* properties =
         pipeWireStreamProperties("vintra.pin", node, PipeWireStreamDirection::capture);
     pw_properties_set(properties, PW_KEY_NODE_PASSIVE, "true");
     if (wishes.rate != 0) pw_properties_setf(properties, PW_KEY_NODE_FORCE_RATE, "%u", wishes.rate);
     if (wishes.frames != 0) pw_properties_setf(properties, PW_KEY_NODE_FORCE_QUANTUM, "%u", wishes.frames);
-    stream = pw_stream_new(connection.core(), "Vintra", properties);
+    stream = pw_stream_new(core.get(), "Vintra", properties);
     if (stream == nullptr) return;
     pw_stream_add_listener(stream, hook.get(), &Events::table, this);
     // Without a rate of its own it takes the rate that the device has by then.

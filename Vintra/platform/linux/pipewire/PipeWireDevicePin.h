@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 
+struct pw_core;
 struct pw_stream;
 struct spa_hook;
 struct spa_io_position;
@@ -40,6 +41,7 @@ private:
 
     PipeWireConnection& connection;
     const PipeWireCycleWishes wishes;
+    std::shared_ptr<pw_core> core; ///< outlives the stream
     pw_stream* stream = nullptr;
     std::unique_ptr<spa_hook> hook;
     const spa_io_position* position = nullptr;

@@ -47,8 +47,10 @@ void PipeWireTables::bindWhenFilled(uint32_t globalID, const std::string& name) 
 
 void PipeWireTables::bindFilled() {
     loop.assertHeld();
-    for (const auto& [globalID, name] : std::exchange(beingFilled, {}))
+    for (const auto& [globalID, name] : std::exchange(beingFilled, {})) {
         bind(globalID, name);
+        changed(name, "");
+    }
 }
 
 bool PipeWireTables::remove(uint32_t globalID) {

@@ -1,0 +1,134 @@
+// A whole recorder on a PipeWire server that ends and begins anew.
+
+#include "Vintra/audio/SystemOutputRouter.h"
+#include "Vintra/platform/linux/LinuxPlatform.h"
+#include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
+#include "Vintra/take/ScreenRecorderManager.h"
+#include "tests/support/PrivatePipeWireServer.h"
+#include "tests/support/ProgramRun.h"
+#include "tests/support/PublishedMicrophone.h"
+#include "tests/support/TemporaryFolder.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <optional>
+
+namespace vintra {
+namespace {
+
+constexpr const char* kMic = "return.mic";
+constexpr const char* kKeys = "return.keys";
+
+class SoundServiceReturnTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(server.isReady());
+        plugIn();
+        ::setenv("PIPEWIRE_REMOTE", server.name().c_str(), 1);
+        machine.emplace(
+            LinuxPlatform::make(loop, {.keepsSettingsInMemory = true,
+                                       .outputToPutBackKey = SystemOutputRouter::kPendingRestoreKey}));
+        machine->services.userDefaults->set("timelineEditor", std::string("none"));
+        recorder = ScreenRecorderManager::make(machine->services);
+        recorder->screenEnabled.set(false);
+        ASSERT_TRUE(awaits([&] { return *recorder->isAudioStartUpOver; }));
+    }
+    void TearDown() override {
+        if (recorder) wait(recorder->endPreviews());
+        recorder.reset();
+        ::unsetenv("PIPEWIRE_REMOTE");
+    }
+    void plugIn() {
+        microphones.clear();
+        for (const char* name : {kMic, kKeys}) {
+            microphones.push_back(std::make_unique<PublishedMicrophone>(name, std::vector<std::string>{},
+                                                                        server.environment()));
+            ASSERT_TRUE(microphones.back()->isPublished());
+        }
+    }
+    void choose() {
+        recorder->selectedMicDeviceID.set(kMic);
+        recorder->extraAudioInputs.set({{.id = machine->services.processInfo->makeUUID(),
+                                         .deviceID = kKeys,
+                                         .channelIndex = 0,
+                                         .name = "keys",
+                                         .gainDB = 0}});
+        recorder->captureSystemAudioForDaw.set(true);
+        ASSERT_TRUE(awaits([&] { return delivers(); })) << recorder->lastError->value_or("");
+    }
+    bool delivers() const { return *recorder->arePreviewsDelivering && *recorder->isHoldingAudioRouting; }
+    bool awaits(const std::function<bool()>& condition) {
+        for (int look = 0; look < 600; ++look) {
+            if (loop->runUntil(condition, 50'000'000)) return true;
+        }
+        return false;
+    }
+    void wait(Task<> task) {
+        bool isOver = false;
+        TaskScope scope;
+        scope.start([](Task<> work, bool& done) -> Task<> {
+            co_await std::move(work);
+            done = true;
+        }(std::move(task), isOver));
+        ASSERT_TRUE(awaits([&] { return isOver; }));
+    }
+    /// By another program's eyes.
+    std::string defaultOutput() const {
+        return runProgram({"pw-metadata", "-r", server.name(), "0", "default.audio.sink"}).output;
+    }
+    void takeASecond(const std::string& name, size_t files) {
+        wait(recorder->startRecording(folder.file(name + "_video.mov")));
+        ASSERT_TRUE(*recorder->isRecording) << recorder->lastError->value_or("");
+        loop->runUntil([] { return false; }, 1'000'000'000);
+        wait(recorder->stopRecording());
+        EXPECT_TRUE(recorder->statusMessage->starts_with("Saved")) << *recorder->statusMessage;
+        EXPECT_EQ(recorder->lastTakeSavedFiles().size(), files);
+        for (const SavedFile& file : recorder->lastTakeSavedFiles()) {
+            EXPECT_EQ(file.problem, std::nullopt) << file.url.path();
+            ASSERT_TRUE(file.sound.has_value());
+            EXPECT_GT(file.sound->framesWritten, 36'000) << file.url.path();
+        }
+    }
+
+    PrivatePipeWireServer server;
+    std::vector<std::unique_ptr<PublishedMicrophone>> microphones;
+    TemporaryFolder folder;
+    const std::shared_ptr<LinuxEventLoop> loop = std::make_shared<LinuxEventLoop>();
+    std::optional<LinuxPlatform> machine;
+    std::shared_ptr<ScreenRecorderManager> recorder;
+};
+
+TEST_F(SoundServiceReturnTest, betweenTakesARecorderListsPreviewsAndRoutesAsBefore) {
+    choose();
+    server.kill();
+    ASSERT_TRUE(awaits([&] { return recorder->availableAudioInputDevices->empty(); }));
+    EXPECT_EQ(*recorder->selectedMicDeviceID, kMic);
+    ASSERT_TRUE(server.startAgain());
+    plugIn();
+    ASSERT_TRUE(awaits([&] { return !recorder->availableAudioInputDevices->empty() && delivers(); }));
+    EXPECT_EQ(*recorder->selectedMicDeviceID, kMic);
+    EXPECT_EQ(*recorder->lastError, std::nullopt);
+    EXPECT_NE(defaultOutput().find(R"({"name":"VintraAudioDevice"})"), std::string::npos) << defaultOutput();
+    takeASecond("server", 3);
+
+    recorder->captureSystemAudioForDaw.set(false);
+    EXPECT_NE(defaultOutput().find(R"({"name":"headless.output"})"), std::string::npos) << defaultOutput();
+}
+
+TEST_F(SoundServiceReturnTest, betweenTakesASessionManagerMayEndAndComeBack) {
+    recorder->selectedMicDeviceID.set(kMic);
+    ASSERT_TRUE(awaits([&] { return *recorder->arePreviewsDelivering; }));
+    server.killSessionManager();
+    ASSERT_TRUE(awaits([&] { return !machine->services.audioHardware->isServiceRunning(); }));
+    ASSERT_TRUE(server.restartSessionManager());
+    // WirePlumber 0.4.13 links none of the nodes that were there before it. A desktop's are its own.
+    plugIn();
+    ASSERT_TRUE(awaits([&] { return *recorder->arePreviewsDelivering; }));
+    EXPECT_EQ(*recorder->selectedMicDeviceID, kMic);
+    EXPECT_EQ(*recorder->lastError, std::nullopt);
+    takeASecond("session-manager", 1);
+}
+
+} // namespace
+} // namespace vintra
