@@ -108,10 +108,9 @@ Task<std::string> TakeRunner::report() {
 void TakeRunner::tellOfError(const std::optional<std::string>& error) {
     if (!error || !*manager->isRecording || *manager->isBusy) return;
     std::string text = *error;
-    // A further warning stands behind the one before.
-    if (!toldInTake.empty() && text.starts_with(toldInTake)) text.erase(0, toldInTake.size() + 1);
+    // A further warning stands behind the one before. The same one again is another fault of its kind.
+    if (!toldInTake.empty() && text.starts_with(toldInTake + " ")) text.erase(0, toldInTake.size() + 1);
     toldInTake = *error;
-    if (text.empty()) return;
     const CMTime now = machine.services.hostClock->now();
     const CMTime start = manager->recordingCommonStartTime.value_or(now);
     events.push_back({.seconds = CMTimeGetSeconds(now - start),
