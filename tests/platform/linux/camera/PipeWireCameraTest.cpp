@@ -279,20 +279,26 @@ TEST(PipeWireCameraTest, aCameraThatSendsNothingRunsAndGoesOn) {
     running.session->stopRunning();
 }
 
-TEST(PipeWireCameraTest, theEndOfTheServerEndsTheSessionWithoutAnError) {
+TEST(PipeWireCameraTest, theEndOfTheServerEndsTheSessionAndTheCameraComesBackWithIt) {
     PrivatePipeWireServer server;
     ASSERT_TRUE(server.isReady());
-    const PublishedCamera published("ending-test", {"--format", "YUY2:320x180@60"}, server.environment());
-    ASSERT_TRUE(published.isPublished());
+    std::optional<PublishedCamera> published;
+    const auto publish = [&] {
+        published.emplace("ending-test", std::vector<std::string>{"--format", "YUY2:320x180@60"},
+                          server.environment());
+        return published->isPublished();
+    };
+    ASSERT_TRUE(publish());
     CameraProgram program(server.name());
     const auto camera = program.camera("ending-test");
     ASSERT_TRUE(camera);
     const auto running = program.start(camera);
     ASSERT_TRUE(program.waitForPictures(running, 2));
+    int connected = 0;
     int disconnected = 0;
     int errors = 0;
     const auto observation = program.devices.observe({
-        .deviceWasConnected = [](const auto&) {},
+        .deviceWasConnected = [&](const auto& device) { connected += device == camera; },
         .deviceWasDisconnected = [&](const auto& device) { disconnected += device == camera; },
         .sessionRuntimeError = [&](const auto&, const SystemError&) { ++errors; },
     });
@@ -304,6 +310,16 @@ TEST(PipeWireCameraTest, theEndOfTheServerEndsTheSessionWithoutAnError) {
     running.session->stopRunning();
     running.session->startRunning();
     EXPECT_FALSE(running.session->isRunning());
+
+    ASSERT_TRUE(server.startAgain());
+    ASSERT_TRUE(publish());
+    ASSERT_TRUE(program.waitUntil([&] { return connected == 1; }));
+    EXPECT_EQ(program.find("ending-test"), camera);
+    EXPECT_TRUE(camera->isConnected());
+    running.session->startRunning();
+    EXPECT_TRUE(running.session->isRunning());
+    EXPECT_TRUE(program.waitForPictures(running, 2));
+    running.session->stopRunning();
     EXPECT_EQ(errors, 0);
 }
 
