@@ -27,12 +27,22 @@ public:
     virtual ~AVCaptureOutput() = default;
 };
 
+/// Pictures of a camera that were lost before they could be delivered.
+struct AVCaptureMissedPictures {
+    CMTime first;      ///< host time: none was lost before
+    CMTime end;        ///< host time: all were lost before
+    int64_t count = 1; ///< how many
+};
+
 /// Takes samples on the queue that the output was given.
 class AVCaptureDataOutputSampleBufferDelegate {
 public:
     virtual ~AVCaptureDataOutputSampleBufferDelegate() = default;
     virtual void captureOutput(const std::shared_ptr<AVCaptureOutput>& output,
                                const CMSampleBuffer& didOutput) = 0;
+    /// Of a camera, in order with its samples.
+    virtual void captureOutputDidMiss(const std::shared_ptr<AVCaptureOutput>& /*output*/,
+                                      const AVCaptureMissedPictures& /*pictures*/) {}
 };
 
 /// Delivers interleaved linear PCM in the rate, depth and channel count asked for, each buffer stamped with

@@ -23,11 +23,16 @@ public:
     /// What is still on its way from a camera that has been let go is thrown away.
     void captureOutput(const std::shared_ptr<AVCaptureOutput>& output,
                        const CMSampleBuffer& didOutput) override;
+    void captureOutputDidMiss(const std::shared_ptr<AVCaptureOutput>& output,
+                              const AVCaptureMissedPictures& pictures) override;
 
     Sink<Taps> extraCameraTaps;
     Sink<std::shared_ptr<AVCaptureOutput>> webcamDataOutput; ///< of the first camera; empty while none runs
 
 private:
+    /// Null if the output is of no camera that is used.
+    std::shared_ptr<CameraTap> tapOf(const std::shared_ptr<AVCaptureOutput>& output) const;
+
     const std::shared_ptr<CameraTap> webcam;
 };
 

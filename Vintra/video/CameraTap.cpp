@@ -25,6 +25,10 @@ void CameraTap::frame(const CMSampleBuffer& sample) {
     picture->record(sample);
 }
 
+void CameraTap::missed(const AVCaptureMissedPictures& pictures) {
+    if (input()) count(writeQueue->missed(pictures));
+}
+
 void CameraTap::count(const CameraWriteQueue::Result& result) {
     if (result.written != 0) frames->add(result.written);
     if (result.dropped != 0) drops->add(result.dropped);

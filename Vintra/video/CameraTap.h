@@ -2,6 +2,7 @@
 
 #include "Vintra/platform/AVAssetWriter.h"
 #include "Vintra/platform/CMSampleBuffer.h"
+#include "Vintra/platform/CaptureDevices.h"
 #include "Vintra/platform/HostClock.h"
 #include "Vintra/platform/Mutex.h"
 #include "Vintra/video/CameraWriteQueue.h"
@@ -31,6 +32,8 @@ public:
     /// A frame of the camera: onto its grid if a take runs, and to the watch over its picture. On the
     /// camera's queue.
     void frame(const CMSampleBuffer& sample);
+    /// Frames that a take has lost before they came here. On the camera's queue.
+    void missed(const AVCaptureMissedPictures& pictures);
     /// Adds what the grid did with frames.
     void count(const CameraWriteQueue::Result& result);
     void resetCounters();

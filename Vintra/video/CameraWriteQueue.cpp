@@ -73,6 +73,19 @@ CameraWriteQueue::Result CameraWriteQueue::submit(const CMSampleBuffer& frame,
     return result;
 }
 
+CameraWriteQueue::Result CameraWriteQueue::missed(const AVCaptureMissedPictures& pictures) {
+    MutexLock guard(lock);
+    Result result;
+    if (!grid.isFixed() || !pictures.first.isNumeric() || !pictures.end.isNumeric()) return result;
+    const int64_t first = grid.nearestSlot(pictures.first);
+    const int64_t end = std::clamp(grid.nearestSlot(pictures.end), first + 1,
+                                   checkedSum(first, std::max<int64_t>(pictures.count, 1)));
+    for (int64_t slot = first; slot < end; ++slot)
+        result.dropped += ledger.noteLoss(slot) ? 1 : 0;
+    dropped += result.dropped;
+    return result;
+}
+
 void CameraWriteQueue::noteArrival(double now, CMTime pts) {
     frames += 1;
     if (lastArrival && now - *lastArrival < kBunchedSeconds) bunched += 1;

@@ -48,6 +48,8 @@ public:
     /// Arms the queue for a take that starts at `at`. A rate below 1 counts as 1.
     void begin(CMTime at, int32_t rate);
     Result submit(const CMSampleBuffer& frame, const std::shared_ptr<AVAssetWriterInput>& to);
+    /// Pictures were lost on their way here: counts the slots that they would have had.
+    Result missed(const AVCaptureMissedPictures& pictures);
     /// Writes out what waits, for up to half a second; the rest is dropped.
     Result flush(const std::shared_ptr<AVAssetWriterInput>& into);
     /// Forgets the frames that wait and the last picture without counting them, for a take that never started.

@@ -51,6 +51,15 @@ public:
         MutexLock lock(mutex);
         kept.push_back(std::move(arrival));
     }
+    void captureOutputDidMiss(const std::shared_ptr<AVCaptureOutput>&,
+                              const AVCaptureMissedPictures& pictures) override {
+        MutexLock lock(mutex);
+        lost.push_back(pictures);
+    }
+    std::vector<AVCaptureMissedPictures> missed() const {
+        MutexLock lock(mutex);
+        return lost;
+    }
     std::vector<Arrival> arrivals() const {
         MutexLock lock(mutex);
         return kept;
@@ -64,6 +73,7 @@ private:
     const std::function<CMTime()> clock;
     mutable Mutex mutex;
     std::vector<Arrival> kept GUARDED_BY(mutex);
+    std::vector<AVCaptureMissedPictures> lost GUARDED_BY(mutex);
 };
 
 template <typename Backend>

@@ -422,6 +422,25 @@ TEST_P(CameraWriteQueueRandomTest, everyFrameIsWrittenDroppedOrLeftOut) {
     EXPECT_GE(account.own + account.copied + account.lost, static_cast<int64_t>(all.size()));
 }
 
+TEST_F(CameraWriteQueueTest, picturesThatNeverCameHaveTheirSlotsCountedAsLost) {
+    EXPECT_EQ(queue.missed({.first = anchor, .end = anchor + CMTimeMake(3, 30), .count = 3}), (Result{}))
+        << "before the first picture there is no slot";
+    for (int slot = 0; slot < 5; ++slot)
+        submit(slot);
+    const auto at = [&](int64_t slot) { return anchor + CMTimeMake(slot, 30); };
+    EXPECT_EQ(queue.missed({.first = at(5), .end = at(8), .count = 3}), (Result{.written = 0, .dropped = 3}));
+    for (int slot = 8; slot < 10; ++slot)
+        submit(slot);
+    EXPECT_EQ(slots(), range(0, 9)) << "copies stand in their place";
+    EXPECT_EQ(queue.account(), (FrameAccount{.first = 0, .own = 7, .lost = 3}));
+    // No more than are missing, no slot twice, and none that has its picture.
+    EXPECT_EQ(queue.missed({.first = at(5), .end = at(30), .count = 4}), (Result{}));
+    EXPECT_EQ(queue.missed({.first = at(10), .end = at(10), .count = 1}),
+              (Result{.written = 0, .dropped = 1}));
+    EXPECT_EQ(queue.missed({.first = kCMTimeInvalid, .end = at(12), .count = 1}), (Result{}));
+    EXPECT_TRUE(queue.summary().starts_with("4 lost")) << queue.summary();
+}
+
 INSTANTIATE_TEST_SUITE_P(Seeds, CameraWriteQueueRandomTest, testing::Range(1u, 33u));
 
 } // namespace

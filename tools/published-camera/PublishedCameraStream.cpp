@@ -217,7 +217,14 @@ void PublishedCameraStream::arm(int64_t at) {
 }
 
 void PublishedCameraStream::tick() {
-    if (mode != Mode::stopped) pw_stream_trigger_process(stream);
+    if (mode != Mode::stopped) {
+        ++sequence;
+        if (picturesToLose > 0) {
+            --picturesToLose;
+        } else {
+            pw_stream_trigger_process(stream);
+        }
+    }
     ++number;
     arm(timeOf(number));
 }
@@ -288,7 +295,7 @@ bool PublishedCameraStream::fill(pw_buffer& buffer) {
         header->offset = 0;
         header->pts = options.hasStamps ? captureTime : -1;
         header->dts_offset = 0;
-        header->seq = number;
+        header->seq = sequence;
     }
     if (data.data == nullptr || bytes.size() > data.maxsize) return false;
     std::memcpy(data.data, bytes.data(), bytes.size());
@@ -312,6 +319,8 @@ bool PublishedCameraStream::obey(const std::string& command) {
         mode = Mode::black;
     } else if (verb == "stop") {
         mode = Mode::stopped;
+    } else if (verb == "lose") {
+        picturesToLose = static_cast<int>(value);
     } else if (verb == "jitter") {
         options.jitterMilliseconds = value;
     } else if (verb == "drift") {

@@ -87,6 +87,8 @@ private:
     uint64_t baseNumber = 0;
     uint64_t number = 0; ///< of the next picture
     int64_t captureTime = 0;
+    uint64_t sequence = 0;  ///< of the pictures taken, sent or not
+    int picturesToLose = 0; ///< of the next ones
     std::mt19937 random{7};
     std::vector<uint8_t> podMemory;
 };

@@ -27,8 +27,8 @@ constexpr const char* kUsage = R"(usage: published-camera [options]
   --jitter MS            each picture is taken up to so much early or late
   --drift PPM            its clock runs so much faster
   --stamps yes|no        whether its pictures are stamped (yes)
-  --commands FIFO        obeys the lines written to that pipe: live, freeze, black, stop, jitter MS, drift PPM,
-                         only N (offers its nth format alone from now on)
+  --commands FIFO        obeys the lines written to that pipe: live, freeze, black, stop, lose N (the next N
+                         pictures, on their way), jitter MS, drift PPM, only N (offers its nth format alone from now on)
 )";
 
 struct Options {

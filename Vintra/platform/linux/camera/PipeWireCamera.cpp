@@ -19,6 +19,16 @@ std::string textOf(const CMVideoDimensions& size) {
     return std::to_string(size.width) + "×" + std::to_string(size.height);
 }
 
+void tell(AVCaptureDataOutputSampleBufferDelegate& delegate, const std::shared_ptr<AVCaptureOutput>& output,
+          const CMSampleBuffer& picture) {
+    delegate.captureOutput(output, picture);
+}
+
+void tell(AVCaptureDataOutputSampleBufferDelegate& delegate, const std::shared_ptr<AVCaptureOutput>& output,
+          const AVCaptureMissedPictures& pictures) {
+    delegate.captureOutputDidMiss(output, pictures);
+}
+
 } // namespace
 
 PipeWireCamera::PipeWireCamera(std::shared_ptr<PipeWireConnection> connection,
@@ -193,7 +203,8 @@ bool PipeWireCamera::runStream() {
         PipeWireCameraStream::Target{.serverName = connection->serverName(), .nodeName = id, .node = *source},
         PipeWireCameraStream::Handlers{
             .format = [this](const AgreedCameraFormat& agreed) { formatAgreed(agreed); },
-            .picture = [this](const CMSampleBuffer& sample) { pictureCame(sample); },
+            .picture = [this](const CMSampleBuffer& sample) { deliver(sample); },
+            .missed = [this](const AVCaptureMissedPictures& missed) { deliver(missed); },
             .missing =
                 [to = log, name = name](const PipeWireCameraStream::Missing& missing) {
                     to->write(kCameraCategory, LogLevel::info,
@@ -276,14 +287,15 @@ void PipeWireCamera::formatAgreed(const AgreedCameraFormat& agreed) {
         minFrameDuration = maxFrameDuration = duration;
 }
 
-void PipeWireCamera::pictureCame(const CMSampleBuffer& sample) const {
+template <typename News>
+void PipeWireCamera::deliver(const News& news) const {
     MutexLock lock(mutex);
     for (const Reader& reader : readers) {
         reader.receiver.queue->async(
-            [delegate = reader.receiver.delegate, output = reader.receiver.output, sample] {
+            [delegate = reader.receiver.delegate, output = reader.receiver.output, news] {
                 const auto to = delegate.lock();
                 const auto sender = output.lock();
-                if (to && sender) to->captureOutput(sender, sample);
+                if (to && sender) tell(*to, sender, news);
             });
     }
 }

@@ -82,7 +82,9 @@ private:
     std::optional<CameraWish> wish() const REQUIRES(mutex);
     bool supports(CMTime duration) const REQUIRES(mutex);
     void formatAgreed(const AgreedCameraFormat& agreed) EXCLUDES(mutex);
-    void pictureCame(const CMSampleBuffer& sample) const EXCLUDES(mutex);
+    /// A picture, or the lack of some, to all readers.
+    template <typename News>
+    void deliver(const News& news) const EXCLUDES(mutex);
     void streamEnded(PipeWireCameraStream::End end) EXCLUDES(mutex);
     bool isReadByAnother() REQUIRES(control) EXCLUDES(mutex);
 

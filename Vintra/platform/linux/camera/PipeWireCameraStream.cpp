@@ -1,6 +1,7 @@
 #include "Vintra/platform/linux/camera/PipeWireCameraStream.h"
 
 #include "Vintra/platform/HostClock.h"
+#include "Vintra/platform/linux/pipewire/PipeWireContext.h"
 #include "Vintra/platform/linux/runtime/LinuxHostClock.h"
 
 #include <pipewire/pipewire.h>
@@ -8,6 +9,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <utility>
 
 namespace vintra {
@@ -122,8 +124,7 @@ uint32_t PipeWireCameraStream::node() {
 
 bool PipeWireCameraStream::connect(const CameraWish& wish) {
     // Its data thread passes pictures on in each cycle of the graph; a camera waits for that.
-    context =
-        pw_context_new(loop.loop(), pw_properties_new(PW_KEY_CONFIG_NAME, "client-rt.conf", nullptr), 0);
+    context = newRealTimeContext(loop.loop());
     if (context == nullptr) return false;
     pw_properties* remote = nullptr;
     if (!target.serverName.empty())
@@ -170,6 +171,8 @@ void PipeWireCameraStream::formatChanged(const spa_pod* parameter) {
     agreed = readAgreedCameraFormat(parameter);
     decoder.reset();
     lastSequence.reset();
+    lastStamp.reset();
+    lostBefore = 0;
     if (!agreed) {
         pw_stream_set_error(stream, -EINVAL, "no such format was asked for");
         return;
@@ -202,13 +205,31 @@ void PipeWireCameraStream::take(const pw_buffer& buffer, int64_t cycle) {
     const int64_t stamp = stamps.stamp({.header = header != nullptr ? std::max<int64_t>(header->pts, 0) : 0,
                                         .cycle = cycle,
                                         .arrival = monotonicNanoseconds()});
-    if (isCorrupted || !convert(buffer, stamp)) ++missing.broken;
+    if (lostBefore > 0 && lastStamp) miss(*lastStamp + slotNanoseconds(), stamp, lostBefore);
+    lostBefore = 0;
+    lastStamp = stamp;
+    if (!isCorrupted && convert(buffer, stamp)) return;
+    ++missing.broken;
+    miss(stamp, stamp + slotNanoseconds(), 1);
+}
+
+void PipeWireCameraStream::miss(int64_t from, int64_t to, int64_t count) {
+    handlers.missed(
+        {.first = hostTimeFromNanoseconds(from), .end = hostTimeFromNanoseconds(to), .count = count});
+}
+
+int64_t PipeWireCameraStream::slotNanoseconds() const {
+    const double seconds = CMTimeGetSeconds(agreed->rate.duration());
+    return std::isfinite(seconds) ? static_cast<int64_t>(seconds * 1e9) : 0;
 }
 
 void PipeWireCameraStream::followSequence(const spa_meta_header* header) {
     if (header == nullptr) return;
-    if (lastSequence && header->seq > *lastSequence + 1 && header->seq - *lastSequence < kMostLostAtOnce)
-        missing.before += static_cast<int64_t>(header->seq - *lastSequence - 1);
+    if (lastSequence && header->seq > *lastSequence + 1 && header->seq - *lastSequence < kMostLostAtOnce) {
+        const auto lost = static_cast<int64_t>(header->seq - *lastSequence - 1);
+        missing.before += lost;
+        lostBefore += lost;
+    }
     lastSequence = header->seq;
 }
 
@@ -241,6 +262,7 @@ void PipeWireCameraStream::deliver(const CameraPicture& picture, int64_t stamp) 
         pool.picture(CameraPictureConverter::pixelFormat(picture.layout), picture.width, picture.height);
     if (!image) {
         ++missing.noMemory;
+        miss(stamp, stamp + slotNanoseconds(), 1);
         return;
     }
     converter.convert(picture, *image);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Vintra/platform/CMSampleBuffer.h"
+#include "Vintra/platform/CaptureDevices.h"
 #include "Vintra/platform/linux/camera/CameraPictureConverter.h"
 #include "Vintra/platform/linux/camera/CameraPicturePool.h"
 #include "Vintra/platform/linux/camera/CameraStamps.h"
@@ -49,7 +50,8 @@ public:
     struct Handlers {
         std::function<void(const AgreedCameraFormat&)> format;
         std::function<void(CMSampleBuffer)> picture;
-        std::function<void(const Missing&)> missing;
+        std::function<void(const AVCaptureMissedPictures&)> missed; ///< in order with the pictures
+        std::function<void(const Missing&)> missing;                ///< the same, with the reasons
         std::function<void(End)> ended; ///< once, if it ends by itself after its start
     };
 
@@ -78,6 +80,9 @@ private:
     bool convert(const pw_buffer& buffer, int64_t stamp) REQUIRES(loop);
     void followSequence(const spa_meta_header* header) REQUIRES(loop);
     void deliver(const CameraPicture& picture, int64_t stamp) REQUIRES(loop);
+    /// `count` pictures from one stamp up to another.
+    void miss(int64_t from, int64_t to, int64_t count) REQUIRES(loop);
+    int64_t slotNanoseconds() const REQUIRES(loop);
     void tellOfMissing() REQUIRES(loop);
 
     const Target target;
@@ -97,6 +102,8 @@ private:
     CameraPicturePool pool GUARDED_BY(loop);
     CameraStamps stamps GUARDED_BY(loop);
     std::optional<uint64_t> lastSequence GUARDED_BY(loop);
+    std::optional<int64_t> lastStamp GUARDED_BY(loop);
+    int64_t lostBefore GUARDED_BY(loop) = 0; ///< since the last picture
     Missing missing GUARDED_BY(loop);
 };
 

@@ -1,7 +1,7 @@
 #include "Vintra/platform/linux/pipewire/PipeWireConnection.h"
 
+#include "Vintra/platform/linux/pipewire/PipeWireContext.h"
 #include "Vintra/platform/linux/pipewire/PipeWireMetadata.h"
-#include "Vintra/platform/linux/runtime/MessageBus.h"
 
 #include <pipewire/extensions/metadata.h>
 #include <pipewire/pipewire.h>
@@ -109,14 +109,8 @@ void PipeWireConnection::disconnect() {
 }
 
 bool PipeWireConnection::connect() {
-    if (context == nullptr) {
-        // Captured sound comes in on its data thread, which is a real-time one where the system lets it. The
-        // library asks for that on a message bus, and waits for the answer for ever.
-        const bool isAskable = !messageBusHangs(MessageBus::session) && !messageBusHangs(MessageBus::system);
-        const char* const configuration = isAskable ? "client-rt.conf" : "client.conf";
-        context =
-            pw_context_new(loop_.loop(), pw_properties_new(PW_KEY_CONFIG_NAME, configuration, nullptr), 0);
-    }
+    // Captured sound comes in on its data thread, which is a real-time one where the system lets it.
+    if (context == nullptr) context = newRealTimeContext(loop_.loop());
     if (context == nullptr) return false;
     pw_properties* properties = nullptr;
     if (!serverName_.empty()) {

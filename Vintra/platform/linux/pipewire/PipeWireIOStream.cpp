@@ -1,6 +1,7 @@
 #include "Vintra/platform/linux/pipewire/PipeWireIOStream.h"
 
 #include "Vintra/platform/linux/pipewire/PipeWireConnection.h"
+#include "Vintra/platform/linux/pipewire/PipeWireContext.h"
 #include "Vintra/platform/linux/pipewire/PipeWireStreamSetup.h"
 
 #include <pipewire/pipewire.h>
@@ -75,8 +76,7 @@ PipeWireIOStream::~PipeWireIOStream() {
 bool PipeWireIOStream::connectServer() {
     connection.loop().assertHeld();
     if (connection.core() == nullptr || connection.problem()) return false;
-    context = pw_context_new(connection.loop().loop(),
-                             pw_properties_new(PW_KEY_CONFIG_NAME, "client-rt.conf", nullptr), 0);
+    context = newRealTimeContext(connection.loop().loop());
     if (context == nullptr) return false;
     pw_properties* properties = nullptr;
     if (!connection.serverName().empty()) {

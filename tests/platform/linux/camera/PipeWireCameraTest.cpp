@@ -123,6 +123,32 @@ TEST(PipeWireCameraTest, aCameraWithoutStampsIsStampedByItsArrival) {
     }
 }
 
+TEST(PipeWireCameraTest, picturesThatAreLostOnTheirWayAreTold) {
+    PublishedCamera published("lossy-test", {"--format", "NV12:320x180@30"});
+    ASSERT_TRUE(published.isPublished());
+    CameraProgram program;
+    const auto running = program.start(program.camera("lossy-test"));
+    ASSERT_TRUE(program.waitForPictures(running, 5));
+    ASSERT_TRUE(published.tell("lose 4"));
+    const auto missed = [&] {
+        int64_t count = 0;
+        for (const AVCaptureMissedPictures& pictures : running.collector->missed())
+            count += pictures.count;
+        return count;
+    };
+    ASSERT_TRUE(program.waitUntil([&] { return missed() >= 4; }));
+    running.session->stopRunning();
+    // A busy machine may lose more; what is told stands between the pictures that came.
+    const auto arrivals = running.collector->arrivals();
+    for (const AVCaptureMissedPictures& pictures : running.collector->missed()) {
+        EXPECT_LT(pictures.first, pictures.end);
+        for (const auto& arrival : arrivals) {
+            const CMTime stamp = arrival.sample.presentationTimeStamp();
+            EXPECT_TRUE(stamp < pictures.first || stamp >= pictures.end);
+        }
+    }
+}
+
 struct LumaAndChroma {
     double luma, cb, cr;
 };
