@@ -3,6 +3,7 @@
 #include "Vintra/platform/AVAssetWriter.h"
 #include "Vintra/platform/AVCaptureVideoDevice.h"
 #include "Vintra/platform/CMSampleBuffer.h"
+#include "Vintra/platform/CaptureDevices.h"
 #include "Vintra/platform/HostClock.h"
 #include "Vintra/platform/Mutex.h"
 #include "Vintra/video/FrameAccount.h"
