@@ -2,6 +2,7 @@
 
 #include "Vintra/platform/URL.h"
 
+#include <functional>
 #include <string>
 
 namespace vintra {
@@ -10,6 +11,9 @@ namespace vintra {
 struct CrashReportFolder {
     URL folder;                        ///< empty where there is none; it need not exist
     std::string pathExtension = "ips"; ///< of a report
+    /// Brings what else the system has kept of crashes into the folder, and waits for that, a few seconds at most;
+    /// empty where there is nothing of the kind. Not on the main thread.
+    std::function<void()> gather{};
 };
 
 } // namespace vintra

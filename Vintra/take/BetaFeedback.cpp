@@ -57,6 +57,7 @@ std::optional<size_t> lengthOfCharacters(std::string_view text, size_t count, bo
 std::optional<std::string> latestCrashReport(FileManager& files, const CrashReportFolder& in, Date now,
                                              size_t maxCharacters) {
     if (in.folder.isEmpty()) return std::nullopt;
+    if (in.gather) in.gather();
     try {
         const auto report = newestReport(files, in);
         if (!report || now.secondsSince1970 - report->modified.secondsSince1970 >= kOldestSeconds)

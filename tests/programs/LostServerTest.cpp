@@ -77,13 +77,13 @@ protected:
         EXPECT_EQ(take.wait(), 0) << text << errorsText();
         return nlohmann::json::parse(text, nullptr, false);
     }
-    /// Every file is as long as the take.
+    /// Every file is as long as the take, but for what a busy machine's stop takes.
     static void expectWhole(const nlohmann::json& outcome) {
         ASSERT_EQ(outcome["files"].size(), 3u) << outcome;
         const double movie = outcome["files"][0]["seconds"];
         for (const auto& file : outcome["files"]) {
             EXPECT_FALSE(file.contains("problem")) << file;
-            EXPECT_NEAR(file["seconds"].get<double>(), movie, 0.2) << file;
+            EXPECT_NEAR(file["seconds"].get<double>(), movie, 0.8) << file;
         }
     }
 
@@ -126,6 +126,7 @@ TEST_F(LostServerTest, aServerThatStaysAwayEndsItsTracksAndTheTakeIsSaved) {
     server.kill();
     ASSERT_TRUE(awaitEvent()) << errorsText();
     EXPECT_TRUE(awaitGrowth({{folder.file("lost_video.mov"), 1}})) << "the screen goes on";
+    std::this_thread::sleep_for(std::chrono::milliseconds(1500)); // the take goes on for so long
     const auto outcome = end(*take);
     EXPECT_EQ(outcome["status"], "Saved with warnings") << outcome;
     EXPECT_EQ(events().size(), 1u) << errorsText();

@@ -20,6 +20,7 @@
 #include "Vintra/platform/linux/pipewire/PipeWireCaptureDevices.h"
 #include "Vintra/platform/linux/pipewire/PipeWireConnection.h"
 #include "Vintra/platform/linux/pipewire/PipeWireDeviceIO.h"
+#include "Vintra/platform/linux/runtime/CoreDumps.h"
 #include "Vintra/platform/linux/runtime/CrashReporter.h"
 #include "Vintra/platform/linux/runtime/LinuxDispatchQueues.h"
 #include "Vintra/platform/linux/runtime/LinuxHostClock.h"
@@ -36,7 +37,9 @@
 #include "Vintra/platform/linux/x11/X11WindowList.h"
 
 #include <cstdlib>
+#include <filesystem>
 #include <string_view>
+#include <system_error>
 
 namespace vintra {
 namespace {
@@ -135,6 +138,13 @@ LinuxPlatform LinuxPlatform::make(std::shared_ptr<EventLoop> eventLoop, Settings
         .folder =
             userStateDirectory().appendingPathComponent("vintra").appendingPathComponent("crash-reports"),
         .pathExtension = CrashReporter::kPathExtension};
+    if (settings.reportsCrashes) {
+        services.crashReports.gather = [folder = services.crashReports.folder] {
+            std::error_code error;
+            const auto self = std::filesystem::read_symlink("/proc/self/exe", error);
+            if (!error) CoreDumps::gather(folder, "Vintra", self.string());
+        };
+    }
     if (settings.reportsCrashes) reportCrashes(services);
     addScreenServices(services);
     services.audioHardware = std::make_shared<PipeWireAudioHardware>(connection, eventLoop);
