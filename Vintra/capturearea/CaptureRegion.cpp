@@ -30,4 +30,9 @@ CaptureRegion::PixelSize CaptureRegion::pixelSize(double scale, AspectPreset asp
     return {units->width * steps, units->height * steps};
 }
 
+std::string pixelSizeText(const CaptureRegion& region, double scale, AspectPreset aspect) {
+    const auto size = region.pixelSize(scale, aspect);
+    return std::to_string(size.width) + " × " + std::to_string(size.height);
+}
+
 } // namespace vintra

@@ -4,6 +4,7 @@
 #include "Vintra/platform/Geometry.h"
 
 #include <cstdint>
+#include <string>
 
 namespace vintra {
 
@@ -25,5 +26,8 @@ struct CaptureRegion {
 
     bool operator==(const CaptureRegion&) const = default;
 };
+
+/// "1280 × 720": the region's picture at that scale.
+std::string pixelSizeText(const CaptureRegion& region, double scale, AspectPreset aspect);
 
 } // namespace vintra

@@ -19,11 +19,12 @@ constexpr double kContainerMarginY = 8;
 constexpr double kMenuItemHeight = 24;
 constexpr double kMenuItemGap = 2;
 constexpr double kMenuMargin = 4;
-constexpr double kMenuPadding = 12;
+constexpr double kMenuPadding = 10;
+constexpr double kLeastMenuWidth = 112;
 /// Room for the mark of the item that is on.
 constexpr double kMarkWidth = 20;
 /// Between the strip behind the buttons and the card of a menu.
-constexpr double kMenuDistance = 6;
+constexpr double kMenuDistance = 8;
 constexpr const char* kMark = "✓";
 
 struct Part {
@@ -171,7 +172,7 @@ std::vector<MenuItem> menuItems(const CGRect& in, const BarState& state, std::op
         std::ranges::find_if(items, [&](const Item& item) { return item.action == buttonOf(*openMenu); });
     if (button == items.end()) return {};
     const auto titles = menuTitles(state, *openMenu);
-    double width = button->rect.size.width;
+    double width = std::max(kLeastMenuWidth, button->rect.size.width);
     for (const auto& [text, on] : titles) {
         width = std::max(width, measure.textSize(text, kFont).width + 2 * kMenuPadding + kMarkWidth);
     }
@@ -182,7 +183,7 @@ std::vector<MenuItem> menuItems(const CGRect& in, const BarState& state, std::op
         y -= kMenuItemHeight;
         result.push_back({static_cast<int>(result.size()),
                           text,
-                          {{button->rect.minX(), y}, {width, kMenuItemHeight}},
+                          {{button->rect.midX() - width / 2, y}, {width, kMenuItemHeight}},
                           on});
         y -= kMenuItemGap;
     }
@@ -217,7 +218,7 @@ void drawMenu(const CGRect& in, const BarState& state, std::optional<BarMenuKind
     if (!container) return;
     drawing.fillRect(*container, 8, NSColor::black());
     for (const auto& item : menuItems(in, state, openMenu, drawing)) {
-        if (item.isOn) drawing.fillRect(item.rect, 5, NSColor::white(0.14));
+        if (item.isOn) drawing.fillRect(item.rect, 5, NSColor::white(0.16));
         const auto place = [&](double x, const std::string& text) {
             return CGPoint{x, item.rect.midY() - drawing.textSize(text, kFont).height / 2};
         };

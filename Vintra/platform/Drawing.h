@@ -3,6 +3,7 @@
 #include "Vintra/platform/Geometry.h"
 
 #include <string>
+#include <string_view>
 
 namespace vintra {
 
@@ -20,10 +21,12 @@ struct NSColor {
 
 enum class NSFontWeight { regular, medium, semibold, bold };
 
-/// The system's font in a size and weight.
+/// A font in a size and weight.
 struct NSFont {
     double size = 12; ///< points
     NSFontWeight weight = NSFontWeight::regular;
+    std::string_view
+        family; ///< a literal; empty for the system's font, which also stands in for a missing one
     bool operator==(const NSFont&) const = default;
 };
 
@@ -41,6 +44,10 @@ class Drawing : public TextMeasure {
 public:
     /// A radius of 0 gives square corners.
     virtual void fillRect(const CGRect& rect, double cornerRadius, const NSColor& color) = 0;
+    /// All of the outer rectangle but the hole, which may be empty or stand out of it.
+    virtual void fillAround(const CGRect& hole, const CGRect& outer, const NSColor& color) = 0;
+    /// The line lies half inside and half outside.
+    virtual void strokeRect(const CGRect& rect, double lineWidth, const NSColor& color) = 0;
     virtual void fillEllipse(const CGRect& in, const NSColor& color) = 0;
     /// The line lies half inside and half outside.
     virtual void strokeEllipse(const CGRect& in, double lineWidth, const NSColor& color) = 0;

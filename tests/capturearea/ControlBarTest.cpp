@@ -33,6 +33,12 @@ public:
     void fillRect(const CGRect& rect, double cornerRadius, const NSColor& color) override {
         shapes.push_back({"rect", rect, cornerRadius, color});
     }
+    void fillAround(const CGRect&, const CGRect& outer, const NSColor& color) override {
+        shapes.push_back({"around", outer, 0, color});
+    }
+    void strokeRect(const CGRect& rect, double lineWidth, const NSColor& color) override {
+        shapes.push_back({"frame", rect, lineWidth, color});
+    }
     void fillEllipse(const CGRect& in, const NSColor& color) override {
         shapes.push_back({"ellipse", in, 0, color});
     }
