@@ -13,6 +13,7 @@ struct MachineWords {
     std::string microphoneSettings = "System Settings > Privacy & Security > Microphone";
     std::string cameraSettings = "System Settings > Privacy & Security > Camera";
     std::string soundSettings = "Audio MIDI Setup"; ///< where the rates of sound devices are set
+    std::string pasteKeys = "⌘V";
 };
 
 } // namespace vintra

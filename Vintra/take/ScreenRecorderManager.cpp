@@ -6,6 +6,7 @@
 #include "Vintra/capturearea/CaptureOverlays.h"
 #include "Vintra/platform/DispatchQueue.h"
 #include "Vintra/platform/FileManager.h"
+#include "Vintra/platform/HostClock.h"
 #include "Vintra/platform/MainThreadTimer.h"
 #include "Vintra/platform/SessionControl.h"
 #include "Vintra/platform/UserDefaults.h"
@@ -23,6 +24,7 @@
 #include "Vintra/take/RecordingError.h"
 #include "Vintra/take/RunningTake.h"
 #include "Vintra/take/ScreenSource.h"
+#include "Vintra/take/TakeJournal.h"
 #include "Vintra/take/TakeRecovery.h"
 #include "Vintra/take/Text.h"
 #include "Vintra/take/TrackWriters.h"
@@ -36,6 +38,7 @@ namespace vintra {
 namespace {
 
 constexpr int64_t kWatchdogIntervalNanoseconds = 2'000'000'000;
+constexpr int64_t kMarkerFlashNanoseconds = 1'000'000'000;
 constexpr const char* kWasRunningKey = "vintraWasRunning";
 constexpr size_t kLongestCrashReport = 12'000; // characters: what a report by mail can hold
 
@@ -180,6 +183,20 @@ Task<> ScreenRecorderManager::recoverTakes() {
         texts.push_back(recovered.text());
     if (!texts.empty()) recoveryNote.set(joined(texts, " "));
     isRecoveryOver.set(true);
+}
+
+void ScreenRecorderManager::addMarker() {
+    if (!take || !*isRecording || *isBusy) return;
+    const double seconds = CMTimeGetSeconds(platform.hostClock->now() - *recordingCommonStartTime);
+    take->recordingMarkers.push_back(seconds);
+    if (take->journal) take->journal->noteMarker(seconds);
+    markerCount.set(*markerCount + 1);
+    markerJustAdded.set(true);
+    markerFlash = std::make_unique<MainThreadTimer>(*platform.dispatchQueues, *platform.mainThread,
+                                                    kMarkerFlashNanoseconds, [this] {
+                                                        markerFlash = nullptr;
+                                                        markerJustAdded.set(false);
+                                                    });
 }
 
 Task<> ScreenRecorderManager::refreshDisplays() {

@@ -90,6 +90,9 @@ public:
     /// A stop waits for a disk that hangs, and says so in the status. This leaves the file that is waited for as
     /// it is. Does nothing before that is said.
     void giveUpWaitingForDisk();
+    /// Notes this moment of the running take for its timeline; the flash falls by itself. Does nothing unless a take
+    /// runs and isn't about to end.
+    void addMarker();
 
     Task<> refreshDisplays();
     void refreshAudioDevices();
@@ -217,6 +220,7 @@ private:
     const std::unique_ptr<AudioHealthWatchdog> audioHealth;
     const std::unique_ptr<PictureMonitors> pictureMonitors;
     std::unique_ptr<MainThreadTimer> watchdogTimer;
+    std::unique_ptr<MainThreadTimer> markerFlash; ///< until `markerJustAdded` falls
     const std::shared_ptr<std::atomic<bool>> isRecoveryCancelled = std::make_shared<std::atomic<bool>>(false);
     const std::unique_ptr<FinishWatch> finishWatch;
     MainThreadTasks tasks;

@@ -11,6 +11,7 @@
 #include "Vintra/platform/FileManager.h"
 #include "Vintra/platform/HostClock.h"
 #include "Vintra/platform/Log.h"
+#include "Vintra/platform/MainThreadTimer.h"
 #include "Vintra/platform/ProcessInfo.h"
 #include "Vintra/platform/UserDefaults.h"
 #include "Vintra/take/DriftCorrection.h"
@@ -239,6 +240,8 @@ void ScreenRecorderManager::leaveRecordingState() {
     cameras->refreshExtraCameraWindows();
     outputRouting->forgetOutputClock();
     recordingStartDate.set(std::nullopt);
+    markerFlash = nullptr;
+    markerJustAdded.set(false);
     multiCameraScreenRate->reconcile();
 }
 

@@ -82,7 +82,8 @@ MachineWords machineWords(const OperatingSystem& system) {
             .fileBrowser = "Files",
             .microphoneSettings = "the desktop's settings",
             .cameraSettings = "the desktop's settings",
-            .soundSettings = "the desktop's sound settings"};
+            .soundSettings = "the desktop's sound settings",
+            .pasteKeys = "Ctrl+V"};
 }
 
 /// A program runs without as well.

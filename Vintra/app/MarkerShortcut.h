@@ -1,0 +1,35 @@
+#pragma once
+
+#include "Vintra/app/AppSurroundings.h"
+#include "Vintra/platform/GlobalHotKey.h"
+#include "Vintra/platform/Observation.h"
+
+#include <memory>
+#include <string>
+
+namespace vintra {
+
+/// The key that sets a marker in the running take, whatever program is in front. It is taken for as long as a take
+/// runs. Owned by the program. Main thread.
+class MarkerShortcut {
+public:
+    static constexpr KeyCombination kKeys{.key = 'M', .control = true, .alt = true};
+
+    /// `hotKeys` outlives this.
+    MarkerShortcut(const AppSurroundings& surroundings, GlobalHotKeys& hotKeys);
+
+    /// Whether the key works now.
+    bool isRegistered() const { return markerShortcut != nullptr; }
+    /// What the window says of it.
+    static std::string help();
+
+private:
+    void followTake();
+
+    const AppSurroundings surroundings;
+    GlobalHotKeys& hotKeys;
+    std::unique_ptr<GlobalHotKey> markerShortcut;
+    Observation observation;
+};
+
+} // namespace vintra
