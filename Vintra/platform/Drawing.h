@@ -25,8 +25,8 @@ enum class NSFontWeight { regular, medium, semibold, bold };
 struct NSFont {
     double size = 12; ///< points
     NSFontWeight weight = NSFontWeight::regular;
-    std::string_view
-        family; ///< a literal; empty for the system's font, which also stands in for a missing one
+    /// A literal; empty for the system's font, which also stands in for a missing one.
+    std::string_view family{};
     bool operator==(const NSFont&) const = default;
 };
 
