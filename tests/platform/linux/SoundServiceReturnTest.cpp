@@ -119,12 +119,15 @@ TEST_F(SoundServiceReturnTest, betweenTakesARecorderListsPreviewsAndRoutesAsBefo
 TEST_F(SoundServiceReturnTest, betweenTakesASessionManagerMayEndAndComeBack) {
     recorder->selectedMicDeviceID.set(kMic);
     ASSERT_TRUE(awaits([&] { return *recorder->arePreviewsDelivering; }));
+    const auto hasBeenLost = std::make_shared<bool>(false);
+    recorder->arePreviewsDelivering.onChange(
+        [hasBeenLost](bool wasDelivering) { *hasBeenLost = *hasBeenLost || wasDelivering; });
     server.killSessionManager();
     ASSERT_TRUE(awaits([&] { return !machine->services.audioHardware->isServiceRunning(); }));
     ASSERT_TRUE(server.restartSessionManager());
     // WirePlumber 0.4.13 links none of the nodes that were there before it. A desktop's are its own.
     plugIn();
-    ASSERT_TRUE(awaits([&] { return *recorder->arePreviewsDelivering; }));
+    ASSERT_TRUE(awaits([&] { return *hasBeenLost && *recorder->arePreviewsDelivering; }));
     EXPECT_EQ(*recorder->selectedMicDeviceID, kMic);
     EXPECT_EQ(*recorder->lastError, std::nullopt);
     takeASecond("session-manager", 1);
