@@ -28,7 +28,6 @@ EncoderPlan EncoderPlan::make(const std::vector<EncodedPictures>& movies, int pr
         loads.push_back(pixelsOf(movie) * kSecondsAPixel / std::max(1, processors));
         plan.load += loads.back();
     }
-    if (movies.size() < 2) return plan;
     for (size_t made = 0; made < movies.size() && plan.load > kMostLoad; ++made) {
         size_t dearest = 0;
         double most = -1;

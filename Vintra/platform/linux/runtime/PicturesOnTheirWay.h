@@ -7,11 +7,12 @@
 namespace vintra {
 
 /// How many pictures of a size may wait for the encoder of a movie: enough to ride out a key picture or a busy
-/// moment, at most 64 MB of screen.
+/// moment such as the start of a take, in which the encoders get their memory; at most 256 MB of screen. Memory is
+/// taken when a picture is needed and not before.
 inline int64_t mostWaitingPictures(int64_t width, int64_t height) {
-    constexpr int64_t kMost = 8;
+    constexpr int64_t kMost = 16;
     constexpr int64_t kFewest = 2;
-    constexpr int64_t kMostBytes = 64 << 20;
+    constexpr int64_t kMostBytes = 256 << 20;
     return std::clamp(kMostBytes / std::max<int64_t>(1, 4 * width * height), kFewest, kMost);
 }
 
