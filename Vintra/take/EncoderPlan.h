@@ -18,9 +18,9 @@ struct EncodedPictures {
 /// How fast each movie of a take is encoded.
 ///
 /// Goal: no frame is lost, whatever the pictures show. Constraint: the writers of a take share the processors with
-/// the capture and with the program that is recorded, so they get half of them. Method: a picture of noise is the dearest, at 6.75 ns a pixel at the standard speed and two
-/// thirds of that at the fast one. While all of them together need more than their half, the movie that needs most
-/// is made fast.
+/// the capture and with the program that is recorded, so they get half of them. Method: a picture of noise is the
+/// dearest, at 6.75 ns a pixel at the standard speed and two thirds of that at the fast one. While all of them
+/// together need more than their half, the movie that needs most is made fast.
 struct EncoderPlan {
     std::vector<AVVideoEncoderSpeed> speeds; ///< of the movies, in their order
     double pixelsASecond = 0;                ///< of all movies
