@@ -124,12 +124,20 @@ TEST_F(EncoderPlanTakeTest, withoutAScreenTheCamerasAreCountedFromTheFirst) {
     EXPECT_EQ(speedOf("take_webcam-4.mov"), AVVideoEncoderSpeed::standard);
 }
 
-TEST_F(EncoderPlanTakeTest, theScreenAloneIsStandard) {
+TEST_F(EncoderPlanTakeTest, theScreenAloneIsStandardWhereHalfTheProcessorsAreEnough) {
+    useFullHDScreen();
+    machine.processInfo->processors = 2;
+    recorder->screenFrameRate.set(60);
+    recordFor(1);
+    EXPECT_EQ(speedOf("take_video.mov"), AVVideoEncoderSpeed::standard);
+}
+
+TEST_F(EncoderPlanTakeTest, theScreenAloneIsFastWhereHalfTheProcessorsAreNot) {
     useFullHDScreen();
     machine.processInfo->processors = 1;
     recorder->screenFrameRate.set(60);
     recordFor(1);
-    EXPECT_EQ(speedOf("take_video.mov"), AVVideoEncoderSpeed::standard);
+    EXPECT_EQ(speedOf("take_video.mov"), AVVideoEncoderSpeed::fast);
 }
 
 } // namespace

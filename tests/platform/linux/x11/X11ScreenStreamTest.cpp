@@ -10,9 +10,9 @@
 namespace vintra {
 namespace {
 
-/// The pictures a capture has beside those on their way to the output: eight that may wait for the encoder, and
+/// The pictures a capture has beside those on their way to the output: sixteen that may wait for the encoder, and
 /// five that are in use.
-constexpr size_t kBeyondTheQueue = 8 + 5;
+constexpr size_t kBeyondTheQueue = 16 + 5;
 
 } // namespace
 
