@@ -1,5 +1,5 @@
 // One 1080p picture of a camera to luma and chroma of Rec. 709 in video range, in two planes: the program's own
-// conversion from each layout, beside libswscale for the same job, and the decoding of a JPEG. For each layout the
+// conversion from each layout, beside libswscale for the same job, and the decoding of a JPEG beside libavcodec's. For each layout the
 // time of the program's fastest variant over libswscale's is printed at the end.
 
 #include "Vintra/platform/linux/camera/CameraPictureConverter.h"
@@ -115,14 +115,43 @@ std::vector<uint8_t> jpeg() {
 void decoded(benchmark::State& state) {
     const auto bytes = jpeg();
     const auto to = CVPixelBuffer::make(kCVPixelFormatType_420YpCbCr8BiPlanarVideoRange, kWidth, kHeight);
-    CompressedPictureDecoder decoder(CameraPixelLayout::mjpeg, CameraColour::jpeg());
+    const auto decoder = CompressedPictureDecoder::make(CameraPixelLayout::mjpeg, CameraColour::jpeg());
     CameraPictureConverter converter;
     for (auto _ : state) {
-        decoder.decode(bytes, 1,
-                       [&](const CameraPicture& picture, int64_t) { converter.convert(picture, *to); });
+        decoder->decode(bytes, 1,
+                        [&](const CameraPicture& picture, int64_t) { converter.convert(picture, *to); });
         benchmark::ClobberMemory();
     }
     state.SetLabel(std::to_string(bytes.size() / 1000) + " kB a picture");
+}
+
+/// The decoding alone.
+void decodedByVintra(benchmark::State& state) {
+    const auto bytes = jpeg();
+    const auto decoder = CompressedPictureDecoder::make(CameraPixelLayout::mjpeg, CameraColour::jpeg());
+    for (auto _ : state)
+        decoder->decode(bytes, 1, [](const CameraPicture&, int64_t) { benchmark::ClobberMemory(); });
+}
+
+void decodedByLibavcodec(benchmark::State& state) {
+    auto bytes = jpeg();
+    const size_t size = bytes.size();
+    bytes.resize(size + AV_INPUT_BUFFER_PADDING_SIZE, 0);
+    AVCodecContext* context = avcodec_alloc_context3(avcodec_find_decoder(AV_CODEC_ID_MJPEG));
+    context->thread_count = 1;
+    avcodec_open2(context, context->codec, nullptr);
+    AVPacket* packet = av_packet_alloc();
+    AVFrame* frame = av_frame_alloc();
+    for (auto _ : state) {
+        packet->data = bytes.data();
+        packet->size = static_cast<int>(size);
+        avcodec_send_packet(context, packet);
+        avcodec_receive_frame(context, frame);
+        benchmark::ClobberMemory();
+    }
+    av_frame_free(&frame);
+    av_packet_free(&packet);
+    avcodec_free_context(&context);
 }
 
 void addAll(const char* name, CameraPixelLayout layout, AVPixelFormat format) {
@@ -162,12 +191,18 @@ int main(int argc, char** argv) {
     addAll("UYVY", CameraPixelLayout::uyvy, AV_PIX_FMT_UYVY422);
     addAll("NV12", CameraPixelLayout::nv12, AV_PIX_FMT_NV12);
     addAll("I420", CameraPixelLayout::i420, AV_PIX_FMT_YUV420P);
+    benchmark::RegisterBenchmark("vintra/JPEG decoded", decodedByVintra)->Unit(benchmark::kMillisecond);
+    benchmark::RegisterBenchmark("libavcodec/JPEG decoded", decodedByLibavcodec)
+        ->Unit(benchmark::kMillisecond);
     benchmark::RegisterBenchmark("JPEG decoded and converted", decoded)->Unit(benchmark::kMillisecond);
     benchmark::Initialize(&argc, argv);
     Reporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     for (const auto& [what, times] : reporter.times) {
-        std::printf("%s: vintra / libswscale, processor time a 1080p picture: %.3f\n", what.c_str(),
-                    times.at("vintra") / times.at("libswscale"));
+        for (const char* const peer : {"libswscale", "libavcodec"}) {
+            if (!times.contains(peer)) continue;
+            std::printf("%s: vintra / %s, processor time a 1080p picture: %.3f\n", what.c_str(), peer,
+                        times.at("vintra") / times.at(peer));
+        }
     }
 }

@@ -1,114 +1,21 @@
 #include "Vintra/platform/linux/camera/CompressedPictureDecoder.h"
 
-#include <algorithm>
-
-extern "C" {
-#include <libavcodec/avcodec.h>
-}
+#include "Vintra/platform/linux/camera/JpegPictureDecoder.h"
+#include "Vintra/platform/linux/camera/LibavPictureDecoder.h"
 
 namespace vintra {
-namespace {
 
-// Cameras send broken pictures when they start and when their cable is moved: no news for a terminal.
-constexpr int kQuieterThanAnyLevel = 64;
-
-CodecContextPointer openDecoder(CameraPixelLayout layout) {
-    const AVCodec* const codec =
-        avcodec_find_decoder(layout == CameraPixelLayout::h264 ? AV_CODEC_ID_H264 : AV_CODEC_ID_MJPEG);
-    CodecContextPointer context(codec != nullptr ? avcodec_alloc_context3(codec) : nullptr);
-    if (!context) return nullptr;
-    context->log_level_offset = kQuieterThanAnyLevel;
-    // A thread for each picture would hold pictures back.
-    context->thread_count = 1;
-    context->flags |= AV_CODEC_FLAG_LOW_DELAY;
-    if (avcodec_open2(context.get(), codec, nullptr) < 0) return nullptr;
-    return context;
-}
-
-CameraColour colourOf(const AVFrame& frame, CameraColour colour) {
-    switch (frame.colorspace) {
-    case AVCOL_SPC_BT709:
-        colour.matrix = CameraColour::Matrix::rec709;
-        break;
-    case AVCOL_SPC_SMPTE170M:
-    case AVCOL_SPC_BT470BG:
-    case AVCOL_SPC_FCC:
-        colour.matrix = CameraColour::Matrix::rec601;
-        break;
-    case AVCOL_SPC_BT2020_NCL:
-    case AVCOL_SPC_BT2020_CL:
-        colour.matrix = CameraColour::Matrix::rec2020;
-        break;
-    default:
-        break;
+std::unique_ptr<CompressedPictureDecoder> CompressedPictureDecoder::make(CameraPixelLayout layout,
+                                                                         const CameraColour& camera) {
+    if (layout == CameraPixelLayout::mjpeg) {
+        auto decoder = std::make_unique<JpegPictureDecoder>();
+        if (decoder->isUsable()) return decoder;
     }
-    if (frame.color_range == AVCOL_RANGE_JPEG) colour.isFullRange = true;
-    if (frame.color_range == AVCOL_RANGE_MPEG) colour.isFullRange = false;
-    return colour;
-}
-
-} // namespace
-
-CompressedPictureDecoder::CompressedPictureDecoder(CameraPixelLayout layout, const CameraColour& camera)
-    : layout(layout)
-    , camera(camera)
-    , context(openDecoder(layout))
-    , frame(av_frame_alloc())
-    , packet(av_packet_alloc()) {
-    if (!frame || !packet) context.reset();
-}
-
-CompressedPictureDecoder::~CompressedPictureDecoder() = default;
-
-bool CompressedPictureDecoder::decode(
-    std::span<const uint8_t> bytes, int64_t stamp,
-    const std::function<void(const CameraPicture&, int64_t stamp)>& picture) {
-    if (!context || bytes.empty()) return false;
-    padded.assign(bytes.begin(), bytes.end());
-    padded.resize(bytes.size() + AV_INPUT_BUFFER_PADDING_SIZE, 0);
-    packet->data = padded.data();
-    packet->size = static_cast<int>(bytes.size());
-    packet->pts = stamp;
-    const bool isTaken = avcodec_send_packet(context.get(), packet.get()) >= 0;
-    bool isSound = isTaken;
-    while (isTaken && avcodec_receive_frame(context.get(), frame.get()) >= 0) {
-        CameraPicture decoded;
-        const bool isBroken = (frame->flags & AV_FRAME_FLAG_CORRUPT) != 0 || frame->decode_error_flags != 0;
-        if (!isBroken && read(decoded)) {
-            picture(decoded, frame->pts);
-        } else {
-            isSound = false;
-        }
-        av_frame_unref(frame.get());
+    if (layout == CameraPixelLayout::h264) {
+        auto decoder = std::make_unique<LibavPictureDecoder>(camera);
+        if (decoder->isUsable()) return decoder;
     }
-    return isSound;
-}
-
-bool CompressedPictureDecoder::read(CameraPicture& picture) const {
-    switch (frame->format) {
-    case AV_PIX_FMT_YUV420P:
-    case AV_PIX_FMT_YUVJ420P:
-        picture.layout = CameraPixelLayout::i420;
-        break;
-    case AV_PIX_FMT_YUV422P:
-    case AV_PIX_FMT_YUVJ422P:
-        picture.layout = CameraPixelLayout::y42b;
-        break;
-    case AV_PIX_FMT_GRAY8:
-        picture.layout = CameraPixelLayout::gray;
-        break;
-    default:
-        return false;
-    }
-    picture.width = static_cast<size_t>(frame->width);
-    picture.height = static_cast<size_t>(frame->height);
-    picture.colour = colourOf(*frame, layout == CameraPixelLayout::mjpeg ? CameraColour::jpeg() : camera);
-    for (int i = 0; i < 3; ++i) {
-        if (frame->data[i] == nullptr) continue;
-        if (frame->linesize[i] <= 0) return false;
-        picture.planes[i] = {frame->data[i], static_cast<size_t>(frame->linesize[i])};
-    }
-    return true;
+    return nullptr;
 }
 
 } // namespace vintra

@@ -177,7 +177,13 @@ void PipeWireCameraStream::formatChanged(const spa_pod* parameter) {
         pw_stream_set_error(stream, -EINVAL, "no such format was asked for");
         return;
     }
-    if (isCompressed(agreed->names.layout)) decoder.emplace(agreed->names.layout, agreed->colour);
+    if (isCompressed(agreed->names.layout)) {
+        decoder = CompressedPictureDecoder::make(agreed->names.layout, agreed->colour);
+        if (!decoder) {
+            pw_stream_set_error(stream, -ENOTSUP, "this machine can't decode the camera's pictures");
+            return;
+        }
+    }
     const CameraStreamParams params = CameraStreamParams::buffers();
     auto pods = params.pods();
     pw_stream_update_params(stream, pods.data(), static_cast<uint32_t>(pods.size()));

@@ -97,7 +97,7 @@ private:
     std::unique_ptr<spa_hook> streamHook GUARDED_BY(loop);
     Status status GUARDED_BY(loop) = Status::connecting;
     std::optional<AgreedCameraFormat> agreed GUARDED_BY(loop);
-    std::optional<CompressedPictureDecoder> decoder GUARDED_BY(loop);
+    std::unique_ptr<CompressedPictureDecoder> decoder GUARDED_BY(loop);
     CameraPictureConverter converter GUARDED_BY(loop);
     CameraPicturePool pool GUARDED_BY(loop);
     CameraStamps stamps GUARDED_BY(loop);
