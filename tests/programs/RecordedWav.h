@@ -3,6 +3,7 @@
 #include "Vintra/platform/URL.h"
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 namespace vintra {
@@ -25,5 +26,8 @@ private:
     double rate = 0;
     std::vector<int32_t> samples;
 };
+
+/// Seconds from a one-channel 24-bit WAV's beginning to its first sample at or above the threshold, of full scale.
+std::optional<double> firstSound(const URL& url, double threshold);
 
 } // namespace vintra

@@ -2,26 +2,19 @@
 // eyes.
 
 #include "tests/platform/linux/x11/X11Painter.h"
+#include "tests/programs/RecordedWav.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/MediaProbe.h"
 #include "tests/support/PublishedMicrophone.h"
 #include "tests/support/SoundServerWatch.h"
-#include "tests/support/StallWatch.h"
 #include "tests/support/TemporaryFolder.h"
 
-#include "Vintra/platform/linux/files/LinuxFileManager.h"
-#include "Vintra/take/WavFile.h"
-
-#include <algorithm>
 #include <chrono>
-#include <cmath>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
-#include <optional>
-#include <sstream>
 #include <thread>
 
 namespace vintra {
@@ -30,18 +23,6 @@ namespace {
 using Json = nlohmann::json;
 
 constexpr const char* kMicrophone = "vintra.test.end-to-end";
-/// Luma between black and white.
-constexpr double kGrey = 128;
-
-/// Seconds: a frame, or what a sanitizer's slowness adds to it.
-constexpr double kFlashTolerance = VINTRA_FLASH_TAKES == 10 ? 1.0 / 30 : 0.25;
-
-/// Seconds by which a machine may let its threads oversleep before a flash can't be told to a frame.
-constexpr double kLongestFlashStall = VINTRA_FLASH_TAKES == 10 ? 0.01 : 0.2;
-
-/// Those in which the machine stalled included.
-constexpr int kMostFlashTakes = VINTRA_FLASH_TAKES + 5;
-
 /// How a run of vintra-take ended.
 struct Outcome {
     int code = 0;
@@ -55,34 +36,6 @@ Outcome outcomeOf(ChildProcess& take) {
     outcome.code = take.wait();
     outcome.json = Json::parse(outcome.text, nullptr, false);
     return outcome;
-}
-
-/// Seconds from a one-channel 24-bit WAV's beginning to its first sample at or above the threshold, of full
-/// scale.
-std::optional<double> firstSound(const URL& url, double threshold) {
-    LinuxFileManager files;
-    const auto header = readWavHeader(files, url);
-    if (!header) return std::nullopt;
-    const auto handle = files.openForReading(url);
-    handle->seek(static_cast<uint64_t>(header->dataStart));
-    std::vector<uint8_t> bytes(static_cast<size_t>(header->declaredDataSize));
-    bytes.resize(handle->read(bytes.data(), bytes.size()));
-    for (size_t frame = 0; 3 * frame + 3 <= bytes.size(); ++frame) {
-        const uint8_t* const at = bytes.data() + 3 * frame;
-        const int32_t sample =
-            static_cast<int32_t>(static_cast<uint32_t>(at[0] << 8 | at[1] << 16 | at[2] << 24)) >> 8;
-        if (std::abs(sample) >= threshold * 8'388'608) return static_cast<double>(frame) / header->sampleRate;
-    }
-    return std::nullopt;
-}
-
-/// Seconds that the slowest flash of a finished flash-and-click took from its instant until it was drawn.
-double slowestFlash(ChildProcess& signal) {
-    std::istringstream lines(signal.restOfOutput());
-    double slowest = 0;
-    for (int64_t instant = 0, late = 0; lines >> instant >> late;)
-        slowest = std::max(slowest, static_cast<double>(late) * 1e-9);
-    return slowest;
 }
 
 class TakeEndToEndTest : public ::testing::Test {
@@ -104,7 +57,6 @@ protected:
         EXPECT_EQ(outcome.code, 0) << outcome.text;
         return outcome.json;
     }
-    std::optional<double> clickAfterFlash(const std::string& name) const;
     URL movie(const std::string& name) const { return folder.file(name + "_video.mov"); }
     URL sound(const std::string& name) const { return folder.file(name + "_mic.wav"); }
 
@@ -187,45 +139,6 @@ TEST_F(TakeEndToEndTest, aColourOnTheScreenIsThatColourInTheMovie) {
         EXPECT_NEAR(mean[0], colour >> 16, 2) << std::hex << colour;
         EXPECT_NEAR(mean[1], colour >> 8 & 255, 2) << std::hex << colour;
         EXPECT_NEAR(mean[2], colour & 255, 2) << std::hex << colour;
-    }
-}
-
-/// Seconds from the flash to the click that were made at one instant, as a take shows them; nothing if the
-/// machine stalled meanwhile for longer than the measurement bears.
-std::optional<double> TakeEndToEndTest::clickAfterFlash(const std::string& name) const {
-    const StallWatch stalls;
-    ChildProcess signal(
-        {VINTRA_BIN_DIR "/flash-and-click", "--first", "1", "--interval", "1.5", "--count", "3"});
-    EXPECT_EQ(signal.readLine(), "ready");
-    take({"--seconds", "2.6", "--name", name, "--fps", "30", "--mic", "vintra.headless.flash-and-click"});
-    const double drawn = slowestFlash(signal);
-    if (std::max(drawn, stalls.longest()) > kLongestFlashStall) return std::nullopt;
-
-    const auto click = firstSound(sound(name), 0.1);
-    EXPECT_TRUE(click.has_value());
-    const MediaProbe probe(movie(name));
-    const auto luma = MediaProbe::meanLuma(movie(name));
-    EXPECT_EQ(luma.size(), probe.track(0).packets.size());
-    std::optional<double> flash; // the one nearest to the click
-    for (size_t i = 1; i < luma.size() && click; ++i) {
-        if (luma[i] <= kGrey || luma[i - 1] > kGrey) continue;
-        const double at = CMTimeGetSeconds(probe.track(0).packets[i].time);
-        if (!flash || std::fabs(at - *click) < std::fabs(*flash - *click)) flash = at;
-    }
-    EXPECT_TRUE(flash.has_value());
-    return *click - *flash;
-}
-
-TEST_F(TakeEndToEndTest, aFlashAndAClickMadeAtOneInstantLieWithinAFrame) {
-    int told = 0;
-    for (int attempt = 1; told < VINTRA_FLASH_TAKES; ++attempt) {
-        if (attempt > kMostFlashTakes)
-            GTEST_SKIP() << "the machine stalled: " << told << " takes could be judged";
-        const auto offset = clickAfterFlash("flash" + std::to_string(attempt));
-        if (!offset) continue;
-        told += 1;
-        EXPECT_NEAR(*offset, 0, kFlashTolerance) << "take " << told;
-        std::printf("take %2d: the click lies %+.1f ms from the flash\n", told, *offset * 1000);
     }
 }
 

@@ -19,6 +19,7 @@ constexpr const char* kUsage = R"(usage: flash-and-click [options]
   --name NAME            node.name of the microphone (vintra.headless.flash-and-click)
   --description TEXT     node.description (Flash and Click)
   --first SECONDS        from now to the first instant (1)
+  --at NANOSECONDS       the first instant itself, of CLOCK_MONOTONIC, instead
   --interval SECONDS     between two instants (2)
   --count N              instants; 0: until ended by a signal (0)
   --linger SECONDS       how long microphone and window stay after the last one (1)
@@ -34,6 +35,7 @@ struct Options {
                                           .channels = 1,
                                           .sampleRate = kSampleRate};
     double first = 1;
+    int64_t at = 0; ///< nanoseconds; 0: not said
     double interval = 2;
     int64_t count = 0;
     double linger = 1;
@@ -134,6 +136,8 @@ bool readOption(Options& options, std::string_view name, const char* value) {
         options.source.description = value;
     } else if (name == "--first") {
         options.first = std::atof(value);
+    } else if (name == "--at") {
+        options.at = std::atoll(value);
     } else if (name == "--interval") {
         options.interval = std::atof(value);
     } else if (name == "--count") {
@@ -165,7 +169,8 @@ int main(int argc, char** argv) {
         std::fputs("flash-and-click: no X server\n", stderr);
         return 1;
     }
-    const Schedule schedule{now() + nanoseconds(options.first), nanoseconds(options.interval), options.count};
+    const int64_t first = options.at > 0 ? options.at : now() + nanoseconds(options.first);
+    const Schedule schedule{first, nanoseconds(options.interval), options.count};
     vintra::PublishedSource source(
         options.source, [schedule](const vintra::SourceFrames& frames) { fillClicks(schedule, frames); });
     source.onLost = [] { std::_Exit(1); };

@@ -62,8 +62,8 @@ void CameraCanvas::drawColours() {
 }
 
 void CameraCanvas::draw(const CameraPattern& pattern) {
-    if (isBlack) drawColours();
-    isBlack = false;
+    if (isPlain) drawColours();
+    isPlain = false;
     const auto black = samples(kBlack);
     const auto white = samples(kWhite);
     const auto bits = pattern.bits();
@@ -74,8 +74,16 @@ void CameraCanvas::draw(const CameraPattern& pattern) {
 }
 
 void CameraCanvas::drawBlack() {
-    isBlack = true;
-    fill({0, 0, CameraPattern::kColumns, CameraPattern::kRows}, samples(kBlack));
+    drawAll(kBlack);
+}
+
+void CameraCanvas::drawWhite() {
+    drawAll(kWhite);
+}
+
+void CameraCanvas::drawAll(const PatternColour& colour) {
+    isPlain = true;
+    fill({0, 0, CameraPattern::kColumns, CameraPattern::kRows}, samples(colour));
 }
 
 } // namespace vintra

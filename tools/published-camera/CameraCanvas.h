@@ -18,6 +18,7 @@ public:
 
     void draw(const CameraPattern& pattern);
     void drawBlack();
+    void drawWhite();
 
     size_t width() const { return width_; }
     size_t height() const { return height_; }
@@ -30,12 +31,13 @@ private:
     std::array<uint8_t, 3> samples(const PatternColour& colour) const;
     void fill(const Place& place, const std::array<uint8_t, 3>& with);
     void drawColours();
+    void drawAll(const PatternColour& colour);
 
     const size_t width_;
     const size_t height_;
     const CanvasColours colours;
     std::array<std::vector<uint8_t>, 3> planes;
-    bool isBlack = true;
+    bool isPlain = true; ///< without the pattern's colours
 };
 
 } // namespace vintra

@@ -285,7 +285,9 @@ void PublishedCameraStream::process() {
 bool PublishedCameraStream::fill(pw_buffer& buffer) {
     spa_data& data = buffer.buffer->datas[0];
     if (mode == Mode::black) canvas->drawBlack();
-    if (mode == Mode::live)
+    if (mode == Mode::live && flashes && flashes->contain(captureTime))
+        canvas->drawWhite();
+    else if (mode == Mode::live)
         canvas->draw({.number = static_cast<uint32_t>(number), .nanoseconds = captureTime});
     const std::vector<uint8_t>& bytes = pixels->pack(*canvas);
     auto* const header = static_cast<spa_meta_header*>(
@@ -321,6 +323,10 @@ bool PublishedCameraStream::obey(const std::string& command) {
         mode = Mode::stopped;
     } else if (verb == "lose") {
         picturesToLose = static_cast<int>(value);
+    } else if (verb == "flash") {
+        Flashes wanted{.first = static_cast<int64_t>(value), .interval = 0, .length = 0};
+        isKnown = static_cast<bool>(words >> wanted.interval >> wanted.length) && wanted.interval > 0;
+        if (isKnown) flashes = wanted;
     } else if (verb == "jitter") {
         options.jitterMilliseconds = value;
     } else if (verb == "drift") {

@@ -60,6 +60,13 @@ public:
 
 private:
     enum class Mode { live, frozen, black, stopped };
+    /// When a live picture is white all over: for a while from each of these instants on. Nanoseconds.
+    struct Flashes {
+        int64_t first = 0;
+        int64_t interval = 0;
+        int64_t length = 0;
+        bool contain(int64_t time) const { return time >= first && (time - first) % interval < length; }
+    };
     struct Events;
 
     bool connectStream();
@@ -79,6 +86,7 @@ private:
     int state = 0;
     // With the loop's lock held.
     Mode mode = Mode::live;
+    std::optional<Flashes> flashes;
     std::optional<PublishedFormat> format;
     std::unique_ptr<CameraCanvas> canvas;
     std::unique_ptr<CameraPixels> pixels;

@@ -28,7 +28,9 @@ constexpr const char* kUsage = R"(usage: published-camera [options]
   --drift PPM            its clock runs so much faster
   --stamps yes|no        whether its pictures are stamped (yes)
   --commands FIFO        obeys the lines written to that pipe: live, freeze, black, stop, lose N (the next N
-                         pictures, on their way), jitter MS, drift PPM, only N (offers its nth format alone from now on)
+                         pictures, on their way), jitter MS, drift PPM, only N (offers its nth format alone from now on),
+                         flash FIRST INTERVAL LENGTH (pictures taken within LENGTH of FIRST, and of every INTERVAL after
+                         it, are white; nanoseconds of CLOCK_MONOTONIC)
 )";
 
 struct Options {
