@@ -142,11 +142,11 @@ TEST_F(CameraTakeOnLinuxTest, camerasOfEveryRateKeepTheirGridsWhateverTheirClock
     const struct {
         const char* rate;
         double expected;
-        const char* jitter; // milliseconds: a third of a slot
+        const char* jitter; // milliseconds: half a slot, a third of the shortest
         const char* drift;
-    } cases[] = {{"30000/1001", 30, "10", "200"},
-                 {"25", 25, "12", "-200"},
-                 {"24", 24, "13", "200"},
+    } cases[] = {{"30000/1001", 30, "20", "200"},
+                 {"25", 25, "20", "-200"},
+                 {"24", 24, "20", "200"},
                  {"60", 60, "5", "-200"}};
     std::vector<std::unique_ptr<PublishedCamera>> cameras;
     const char* const seconds = std::getenv("VINTRA_LONG_SECONDS");

@@ -4,6 +4,7 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/MediaProbe.h"
 #include "tests/support/MuteBus.h"
+#include "tests/support/ProgramRun.h"
 
 #include <chrono>
 #include <csignal>
@@ -57,6 +58,24 @@ TEST_F(WaylandTakeTest, aTakeOfAMovingPictureIsAConstantRateMovieOfTheDisplay) {
     EXPECT_EQ(probe.track(0).height, 720);
     EXPECT_NEAR(static_cast<double>(probe.track(0).packets.size()), 90, 6);
     expectConstantRate(probe.track(0));
+}
+
+TEST_F(WaylandTakeTest, aSharedScreenIsNoCamera) {
+    ChildProcess take(command("shared", {}), environment());
+    const auto isShared = [] {
+        return runProgram({"pw-dump"}).output.find("\"Video/Source\"") != std::string::npos;
+    };
+    const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (!isShared() && std::chrono::steady_clock::now() < giveUp)
+        keepShowing();
+    EXPECT_TRUE(isShared()) << "the desktop's picture is a node as a camera's is";
+    const Json list =
+        Json::parse(runProgram({WaylandSession::program("vintra-take"), "--list", "--json"}).output);
+    EXPECT_EQ(list["cameras"], Json::array()) << list;
+    keepShowing();
+    take.signal(SIGINT);
+    const std::string text = take.restOfOutput();
+    EXPECT_EQ(take.wait(), 0) << text;
 }
 
 /// An ordinary user's real-time rights are asked for on a bus, as the screen is.
