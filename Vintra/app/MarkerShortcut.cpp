@@ -1,14 +1,24 @@
 #include "Vintra/app/MarkerShortcut.h"
 
+#include "Vintra/app/Refresher.h"
 #include "Vintra/take/ScreenRecorderManager.h"
 
 namespace vintra {
+namespace {
+
+constexpr const char* kInstead =
+    "To set a marker while you record, give the command “vintra --marker” a key in the "
+    "desktop's keyboard settings.";
+
+} // namespace
 
 MarkerShortcut::MarkerShortcut(const AppSurroundings& surroundings, GlobalHotKeys& hotKeys)
     : surroundings(surroundings)
     , hotKeys(hotKeys)
-    , observation(surroundings.recorder.isRecording.observe([this](bool) { followTake(); })) {
+    , observation(surroundings.recorder.isRecording.observe([this](bool) { followTake(); }))
+    , problems(hotKeys.problem.observe([this](const std::string&) { describe(); })) {
     followTake();
+    describe();
 }
 
 void MarkerShortcut::followTake() {
@@ -18,6 +28,11 @@ void MarkerShortcut::followTake() {
         markerShortcut = hotKeys.makeHotKey(kKeys, "Set a marker in the recording",
                                             [&recorder = surroundings.recorder] { recorder.addMarker(); });
     }
+}
+
+void MarkerShortcut::describe() {
+    const std::string& problem = *hotKeys.problem;
+    publish(note, problem.empty() ? help() : problem + " " + kInstead);
 }
 
 std::string MarkerShortcut::help() {

@@ -3,6 +3,7 @@
 #include "Vintra/app/AppSurroundings.h"
 #include "Vintra/platform/GlobalHotKey.h"
 #include "Vintra/platform/Observation.h"
+#include "Vintra/platform/Published.h"
 
 #include <memory>
 #include <string>
@@ -20,16 +21,20 @@ public:
 
     /// Whether the key works now.
     bool isRegistered() const { return markerShortcut != nullptr; }
-    /// What the window says of it.
+    /// What the window says of a key that works.
     static std::string help();
+    /// What the window says of it now: `help`, or why the key doesn't work here and what to do instead.
+    Published<std::string> note;
 
 private:
     void followTake();
+    void describe();
 
     const AppSurroundings surroundings;
     GlobalHotKeys& hotKeys;
     std::unique_ptr<GlobalHotKey> markerShortcut;
     Observation observation;
+    Observation problems;
 };
 
 } // namespace vintra

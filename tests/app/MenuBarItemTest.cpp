@@ -112,10 +112,19 @@ TEST_F(MenuBarItemTest, aKeyThatIsTakenIsNoKey) {
     SimulatedGlobalHotKeys keys;
     keys.areTaken = true;
     MarkerShortcut shortcut(surroundings(), keys);
+    EXPECT_EQ(*shortcut.note, "Press Ctrl+Alt+M while you record to set a marker in the timeline.");
     recorder->isRecording.set(true);
     EXPECT_FALSE(shortcut.isRegistered());
+    EXPECT_EQ(
+        *shortcut.note,
+        "Ctrl+Alt+M belongs to another program here. To set a marker while you record, give the command “vintra "
+        "--marker” a key in the desktop's keyboard settings.");
     recorder->isRecording.set(false);
-    EXPECT_EQ(MarkerShortcut::help(), "Press Ctrl+Alt+M while you record to set a marker in the timeline.");
+    keys.areTaken = false;
+    recorder->isRecording.set(true);
+    EXPECT_TRUE(shortcut.isRegistered());
+    EXPECT_EQ(*shortcut.note, MarkerShortcut::help());
+    recorder->isRecording.set(false);
 }
 
 } // namespace

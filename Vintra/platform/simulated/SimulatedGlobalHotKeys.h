@@ -2,6 +2,7 @@
 
 #include "Vintra/platform/GlobalHotKey.h"
 
+#include <algorithm>
 #include <functional>
 #include <list>
 #include <memory>
@@ -24,9 +25,23 @@ public:
 
     std::unique_ptr<GlobalHotKey> makeHotKey(const KeyCombination& keys, const std::string& name,
                                              std::function<void()> action) override {
-        if (areTaken) return nullptr;
+        const bool isOurs = std::any_of(registered.begin(), registered.end(),
+                                        [&](const Registration& one) { return one.keys == keys; });
+        const bool isRefused = areTaken || isOurs;
+        problem.set(isRefused ? isTaken(keys) : "");
+        if (isRefused) return nullptr;
         return std::make_unique<Key>(registered,
                                      registered.insert(registered.end(), {keys, name, std::move(action)}));
+    }
+    /// Presses and releases the keys. False if nobody has them.
+    bool press(const KeyCombination& keys) {
+        for (const Registration& one : registered) {
+            if (one.keys != keys) continue;
+            const auto action = one.action; // it may give the key back
+            action();
+            return true;
+        }
+        return false;
     }
 
 private:

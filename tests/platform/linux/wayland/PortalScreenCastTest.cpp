@@ -1,5 +1,5 @@
 #include "tests/platform/linux/wayland/FakePortal.h"
-#include "tests/platform/linux/wayland/PrivateBus.h"
+#include "tests/support/PrivateBus.h"
 
 #include "Vintra/platform/linux/runtime/LinuxHostClock.h"
 #include "Vintra/platform/linux/wayland/PortalScreenCast.h"
