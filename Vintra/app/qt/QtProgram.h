@@ -1,0 +1,76 @@
+#pragma once
+
+#include "Vintra/app/AppDelegate.h"
+#include "Vintra/app/ContentView.h"
+#include "Vintra/app/MarkerShortcut.h"
+#include "Vintra/app/MenuBarItem.h"
+#include "Vintra/app/UpdateNotice.h"
+#include "Vintra/app/qt/MainWindowModel.h"
+#include "Vintra/app/qt/QtProgramWindows.h"
+#include "Vintra/platform/Platform.h"
+#include "Vintra/take/FeedbackAsk.h"
+
+#include <QQmlEngine>
+#include <functional>
+#include <memory>
+
+namespace vintra {
+
+class Desktop;
+class GlobalHotKeys;
+class ScreenRecorderManager;
+
+/// The program with its windows, over whatever machine it is given: the recorder, what the windows show of it, and how
+/// all of it ends. Made by `main` after the application object. Main thread.
+class QtProgram {
+public:
+    struct Services {
+        Platform platform;
+        std::shared_ptr<Desktop> desktop;
+        std::shared_ptr<GlobalHotKeys> hotKeys;
+        FeedbackAsk::Send sendFeedback;
+        std::function<void()> endEventLoop;
+    };
+    explicit QtProgram(Services services);
+    ~QtProgram();
+    QtProgram(const QtProgram&) = delete;
+    QtProgram& operator=(const QtProgram&) = delete;
+
+    ScreenRecorderManager& recorder() { return *manager; }
+    UpdateNotice& updateNotice() { return waitingUpdate; }
+    ContentView& contentView() { return view; }
+    QtProgramWindows& windows() { return programWindows; }
+    MenuBarItem& menuBarItem() { return item; }
+
+    // What a second start of the program, a key of the desktop or its session asks for.
+
+    /// The main window in front; also the first time.
+    void raise() { item.openMainWindow(); }
+    void start();
+    void stop();
+    void toggle() { item.toggleRecording(); }
+    void addMarker();
+    /// A running take ends first; asked again, at once.
+    void quit() { delegate.quit(); }
+
+    /// The last thing, after the event loop has ended: previews end, and the user's own output is put back. Runs
+    /// `runUntil` with a condition that comes true.
+    void end(const std::function<void(const std::function<bool()>&)>& runUntil);
+
+private:
+    AppSurroundings surroundings();
+
+    const Services services;
+    const std::shared_ptr<FeedbackAsk> feedbackAsk;
+    const std::shared_ptr<ScreenRecorderManager> manager;
+    UpdateNotice waitingUpdate;
+    QQmlEngine engine;
+    ContentView view;
+    QtProgramWindows programWindows;
+    AppDelegate delegate;
+    MenuBarItem item;
+    MarkerShortcut marker;
+    std::unique_ptr<MainWindowModel> mainWindowModel;
+};
+
+} // namespace vintra

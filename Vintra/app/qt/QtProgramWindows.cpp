@@ -1,0 +1,118 @@
+#include "Vintra/app/qt/QtProgramWindows.h"
+
+#include "Vintra/app/qt/MainWindowModel.h"
+
+#include <QCloseEvent>
+#include <QDebug>
+#include <QQmlComponent>
+#include <QScreen>
+#include <QTimer>
+#include <utility>
+
+namespace vintra {
+namespace {
+
+constexpr const char* kMainWindowFile = "qrc:/qt/qml/Vintra/MainWindow.qml";
+
+/// A window of that file; null, with the reasons in the log, if the file can't be loaded.
+std::unique_ptr<QQuickWindow> makeWindow(QQmlEngine& engine, const char* file,
+                                         const QVariantMap& properties) {
+    QQmlComponent component(&engine, QUrl(file));
+    std::unique_ptr<QObject> made(component.isReady() ? component.createWithInitialProperties(properties)
+                                                      : nullptr);
+    auto* const window = qobject_cast<QQuickWindow*>(made.get());
+    if (!window) {
+        qCritical().noquote() << component.errorString();
+        return nullptr;
+    }
+    QQmlEngine::setObjectOwnership(window, QQmlEngine::CppOwnership);
+    made.release();
+    return std::unique_ptr<QQuickWindow>(window);
+}
+
+bool isSeen(const QWindow& window) {
+    const QWindow::Visibility visibility = window.visibility();
+    return visibility != QWindow::Hidden && visibility != QWindow::Minimized;
+}
+
+} // namespace
+
+QtProgramWindows::QtProgramWindows(QQmlEngine& engine, std::function<bool()> hasTray,
+                                   std::function<void()> terminateProgram)
+    : engine(engine)
+    , hasTray(std::move(hasTray))
+    , terminateProgram(std::move(terminateProgram)) {}
+
+QtProgramWindows::~QtProgramWindows() {
+    closeMainWindow();
+}
+
+void QtProgramWindows::closeMainWindow() {
+    if (window) window->disconnect(this);
+    window = nullptr;
+}
+
+bool QtProgramWindows::bringMainWindowToFront() {
+    if (!window) return false;
+    if (window->visibility() == QWindow::Minimized || !window->isVisible()) window->showNormal();
+    window->raise();
+    window->requestActivate();
+    return true;
+}
+
+void QtProgramWindows::openMainWindow() {
+    if (!model) return;
+    window = makeWindow(engine, kMainWindowFile, {{"model", QVariant::fromValue(model)}});
+    if (!window) return;
+    window->installEventFilter(this);
+    connect(window.get(), &QWindow::visibilityChanged, this, [this] { followWindow(); });
+    connect(window.get(), &QWindow::screenChanged, this, [this] { followScreen(); });
+    followScreen();
+    if (onFirstAppearance) std::exchange(onFirstAppearance, nullptr)();
+    window->show();
+    window->requestActivate();
+}
+
+void QtProgramWindows::followWindow() {
+    model->setShown(isSeen(*window));
+    // The desktop's frame around the window is known a moment after it is shown.
+    QTimer::singleShot(0, this, [this] { limitHeight(); });
+}
+
+void QtProgramWindows::followScreen() {
+    disconnect(screenConnection);
+    if (QScreen* const screen = window->screen())
+        screenConnection =
+            connect(screen, &QScreen::availableGeometryChanged, this, [this] { limitHeight(); });
+    limitHeight();
+}
+
+/// What panels and the desktop's frame leave of the screen.
+void QtProgramWindows::limitHeight() {
+    if (!window || !window->screen()) return;
+    const QMargins frame = window->frameMargins();
+    model->setHeightLimit(window->screen()->availableGeometry().height() - frame.top() - frame.bottom());
+}
+
+bool QtProgramWindows::eventFilter(QObject* watched, QEvent* event) {
+    if (watched != window.get()) return false;
+    if (event->type() == QEvent::Expose || event->type() == QEvent::Move) limitHeight();
+    if (event->type() != QEvent::Close) return false;
+    event->ignore();
+    if (hasTray()) {
+        window->hide();
+    } else {
+        window->showMinimized();
+    }
+    return true;
+}
+
+void QtProgramWindows::dismissPanel() {
+    if (onDismissPanel) onDismissPanel();
+}
+
+void QtProgramWindows::terminate() {
+    terminateProgram();
+}
+
+} // namespace vintra

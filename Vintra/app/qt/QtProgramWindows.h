@@ -1,0 +1,57 @@
+#pragma once
+
+#include "Vintra/platform/ProgramWindows.h"
+
+#include <QObject>
+#include <QQmlEngine>
+#include <QQuickWindow>
+#include <functional>
+#include <memory>
+
+namespace vintra {
+
+class EventLoop;
+class MainWindowModel;
+
+/// The main window in Qt Quick. Closing it asks nothing: where there is a tray to bring it back from, it hides, else it
+/// goes to the desktop's list of windows. Owned by `QtProgram`. Main thread.
+class QtProgramWindows final : public QObject, public ProgramWindows {
+public:
+    /// All outlive this; `terminateProgram` ends the program's event loop.
+    QtProgramWindows(QQmlEngine& engine, std::function<bool()> hasTray,
+                     std::function<void()> terminateProgram);
+    ~QtProgramWindows() override;
+
+    /// Before a window is opened. It outlives this.
+    void setModel(MainWindowModel& newModel) { model = &newModel; }
+    /// Closes a panel that stands.
+    std::function<void()> onDismissPanel;
+    /// After a window was made and is about to be shown for the first time.
+    std::function<void()> onFirstAppearance;
+
+    bool bringMainWindowToFront() override;
+    void openMainWindow() override;
+    void dismissPanel() override;
+    void terminate() override;
+
+    /// Before what it shows goes.
+    void closeMainWindow();
+    QQuickWindow* mainWindow() const { return window.get(); }
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void followWindow();
+    void followScreen();
+    void limitHeight();
+
+    QQmlEngine& engine;
+    const std::function<bool()> hasTray;
+    const std::function<void()> terminateProgram;
+    MainWindowModel* model = nullptr;
+    std::unique_ptr<QQuickWindow> window;
+    QMetaObject::Connection screenConnection;
+};
+
+} // namespace vintra

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <QString>
+#include <string>
+
+namespace vintra {
+
+inline QString qString(const std::string& text) {
+    return QString::fromStdString(text);
+}
+
+} // namespace vintra

@@ -1,0 +1,9 @@
+#pragma once
+
+namespace vintra {
+
+/// Chooses how the windows are drawn, before the application object: by the processor where there is no graphics
+/// hardware, which is cheaper than to imitate it. What the user says in the environment stays.
+void prepareRendering();
+
+} // namespace vintra

@@ -1,0 +1,37 @@
+pragma ComponentBehavior: Bound
+import QtQuick
+import Vintra
+
+// A box that shows `isOn`. A press asks for the other state; who owns the state decides.
+FlatAction {
+    id: box
+
+    required property bool isOn
+    signal asked(bool on)
+
+    cornerRadius: Measures.checkboxRadius
+    implicitWidth: Measures.checkbox
+    implicitHeight: Measures.checkbox
+    onClicked: asked(!isOn)
+
+    Accessible.role: Accessible.CheckBox
+    Accessible.checkable: true
+    Accessible.checked: isOn
+    Accessible.onToggleAction: box.clicked()
+
+    background: Rectangle {
+        radius: box.cornerRadius
+        color: box.isOn ? DesignColor.accent : DesignColor.sectionFill
+        border.width: Measures.checkboxStroke
+        border.color: DesignColor.sectionDivider
+    }
+    contentItem: Item {
+        Icon {
+            anchors.centerIn: parent
+            image: "checkmark"
+            side: Measures.checkmark
+            visible: box.isOn
+            color: DesignColor.bg
+        }
+    }
+}

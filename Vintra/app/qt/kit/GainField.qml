@@ -1,0 +1,53 @@
+pragma ComponentBehavior: Bound
+import QtQuick
+import QtQuick.Templates as T
+import Vintra
+
+// A gain in decibels with its two buttons. The arrow keys change it too.
+T.Control {
+    id: field
+
+    required property string name
+    required property string title
+    required property int decibels
+    signal asked(int decibels)
+
+    implicitWidth: Measures.gainWidth
+    implicitHeight: Measures.control
+    focusPolicy: Qt.StrongFocus
+    opacity: enabled ? 1 : Measures.disabledOpacity
+
+    Accessible.role: Accessible.SpinBox
+    Accessible.name: name
+    Accessible.description: title
+    Accessible.onIncreaseAction: asked(decibels + 1)
+    Accessible.onDecreaseAction: asked(decibels - 1)
+    Keys.onUpPressed: asked(decibels + 1)
+    Keys.onDownPressed: asked(decibels - 1)
+
+    contentItem: Words {
+        text: field.title
+        font.pixelSize: Measures.secondarySize
+        horizontalAlignment: Text.AlignHCenter
+        Accessible.ignored: true
+    }
+    background: Rectangle {
+        radius: Measures.controlRadius
+        color: DesignColor.sectionFill
+        border.width: Measures.outline
+        border.color: DesignColor.sectionDivider
+    }
+    GainStep {
+        text: "\u2212"
+        onClicked: field.asked(field.decibels - 1)
+    }
+    GainStep {
+        anchors.right: parent.right
+        text: "+"
+        onClicked: field.asked(field.decibels + 1)
+    }
+    FocusRing {
+        visible: field.visualFocus
+        around: Measures.controlRadius
+    }
+}
