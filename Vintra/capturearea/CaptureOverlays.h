@@ -6,8 +6,10 @@
 #include "Vintra/platform/Screens.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
 
 namespace vintra {
 
@@ -29,6 +31,9 @@ public:
     std::optional<uint32_t> placeClickHighlight(const NSScreen& on) {
         return windows->placeClickHighlight(on);
     }
+    bool canShowClicks() const { return windows->canShowClicks(); }
+    void takeWillStart(std::function<void()> whenShown) { windows->takeWillStart(std::move(whenShown)); }
+    void takeDidNotStart() { windows->takeDidNotStart(); }
 
 private:
     const std::shared_ptr<CaptureOverlayWindows> windows;

@@ -32,10 +32,7 @@ std::optional<uint32_t> ClickHighlight::place(const NSScreen& on) {
 void ClickHighlight::installClickMonitorIfNeeded() {
     if (clickMonitor) return;
     if (!surroundings.monitors.isTrusted()) {
-        surroundings.onNotTrusted(
-            "Show mouse clicks needs Accessibility permission to detect clicks — grant it "
-            "in System Settings > Privacy & Security > Accessibility, then switch Show "
-            "clicks off and on again.");
+        surroundings.onNotTrusted();
         return;
     }
     clickMonitor = surroundings.monitors.observeClicks([this](CGPoint at) { clicked(at); });

@@ -28,8 +28,8 @@ public:
         DispatchQueues& dispatchQueues;
         MainThread& mainThread;
         HostClock& hostClock;
-        std::function<NSColor()> color;                ///< of a click that comes now
-        std::function<void(std::string)> onNotTrusted; ///< with what the user can do about it
+        std::function<NSColor()> color; ///< of a click that comes now
+        std::function<void()> onNotTrusted;
     };
 
     explicit ClickHighlight(Surroundings surroundings);

@@ -212,13 +212,17 @@ void draw(const CGRect& in, const BarState& state, Drawing& drawing) {
     }
 }
 
-void drawMenu(const CGRect& in, const BarState& state, std::optional<BarMenuKind> openMenu,
-              Drawing& drawing) {
+void drawMenu(const CGRect& in, const BarState& state, std::optional<BarMenuKind> openMenu, Drawing& drawing,
+              std::optional<int> pointed) {
     const auto container = menuContainer(in, state, openMenu, drawing);
     if (!container) return;
     drawing.fillRect(*container, 8, NSColor::black());
     for (const auto& item : menuItems(in, state, openMenu, drawing)) {
-        if (item.isOn) drawing.fillRect(item.rect, 5, NSColor::white(0.16));
+        if (item.isOn) {
+            drawing.fillRect(item.rect, 5, NSColor::white(0.16));
+        } else if (item.index == pointed) {
+            drawing.fillRect(item.rect, 5, NSColor::white(0.08));
+        }
         const auto place = [&](double x, const std::string& text) {
             return CGPoint{x, item.rect.midY() - drawing.textSize(text, kFont).height / 2};
         };

@@ -42,7 +42,9 @@ std::optional<CGRect> menuContainer(const CGRect& in, const BarState& state,
                                     std::optional<BarMenuKind> openMenu, const TextMeasure& measure);
 
 void draw(const CGRect& in, const BarState& state, Drawing& drawing);
-void drawMenu(const CGRect& in, const BarState& state, std::optional<BarMenuKind> openMenu, Drawing& drawing);
+/// `pointed` is the index of the item that the pointer is at.
+void drawMenu(const CGRect& in, const BarState& state, std::optional<BarMenuKind> openMenu, Drawing& drawing,
+              std::optional<int> pointed = std::nullopt);
 
 } // namespace ControlBar
 } // namespace vintra

@@ -49,6 +49,7 @@ public:
     void setContent(const Content& newContent);
     void mouseDown(CGPoint at);
     void mouseDragged(CGPoint to);
+    void mouseMoved(CGPoint to) { bar.point(to, bounds, measure); }
     /// An area too small to be meant gives way to the one before.
     void mouseUp();
     /// Whether the point is so close to a part that takes mouse events.

@@ -29,10 +29,19 @@ bool OverlayBar::press(CGPoint at, const CGRect& bounds, const TextMeasure& meas
     return holds(at, bounds, measure);
 }
 
+void OverlayBar::point(CGPoint at, const CGRect& bounds, const TextMeasure& measure) {
+    pointed.reset();
+    if (!openMenu) return;
+    for (const auto& item : ControlBar::menuItems(bounds, state, openMenu, measure)) {
+        if (item.rect.contains(at)) pointed = item.index;
+    }
+}
+
 void OverlayBar::pressMenu(CGPoint at, const CGRect& bounds, const TextMeasure& measure) {
     const auto items = ControlBar::menuItems(bounds, state, openMenu, measure);
     const BarMenuKind menu = *openMenu;
     openMenu.reset();
+    pointed.reset();
     const auto hit = std::ranges::find_if(items, [&](const auto& item) { return item.rect.contains(at); });
     if (hit == items.end()) return;
     const auto index = static_cast<size_t>(hit->index);
@@ -73,7 +82,7 @@ bool OverlayBar::holds(CGPoint point, const CGRect& bounds, const TextMeasure& m
 
 void OverlayBar::draw(const CGRect& bounds, Drawing& drawing) const {
     ControlBar::draw(bounds, state, drawing);
-    ControlBar::drawMenu(bounds, state, openMenu, drawing);
+    ControlBar::drawMenu(bounds, state, openMenu, drawing, pointed);
 }
 
 } // namespace vintra

@@ -29,6 +29,8 @@ public:
     /// True if the press was on the bar, or closed a menu; the caller then touches neither this nor itself,
     /// since either may have been set up anew.
     bool press(CGPoint at, const CGRect& bounds, const TextMeasure& measure);
+    /// Where the pointer is now: an item of the open menu shows it.
+    void point(CGPoint at, const CGRect& bounds, const TextMeasure& measure);
     /// Whether the point is on the strip or the open menu's card, both grown by the slop on every side.
     bool holds(CGPoint point, const CGRect& bounds, const TextMeasure& measure, double slop = 0) const;
     void draw(const CGRect& bounds, Drawing& drawing) const;
@@ -40,6 +42,8 @@ public:
 private:
     void pressMenu(CGPoint at, const CGRect& bounds, const TextMeasure& measure);
     void carryOut(const BarAction& action);
+
+    std::optional<int> pointed; ///< the index of the menu's item
 };
 
 } // namespace vintra

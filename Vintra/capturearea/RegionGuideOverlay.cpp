@@ -111,6 +111,12 @@ void RegionGuideOverlay::mouseDragged(CGPoint to) {
     redraw();
 }
 
+void RegionGuideOverlay::mouseMoved(CGPoint to) {
+    if (!view) return;
+    view->mouseMoved(to);
+    redraw();
+}
+
 void RegionGuideOverlay::mouseUp() {
     const auto current = view;
     if (!current) return;

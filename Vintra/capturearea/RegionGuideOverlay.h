@@ -55,7 +55,7 @@ private:
     void mouseDown(CGPoint at) override;
     void mouseDragged(CGPoint to) override;
     void mouseUp() override;
-    void mouseMoved(CGPoint) override {}
+    void mouseMoved(CGPoint to) override;
     bool keyDown(KeyCode) override { return false; }
     void cancelOperation() override {}
     void open(const NSScreen& on);

@@ -74,6 +74,12 @@ void RegionSelectOverlay::mouseDragged(CGPoint to) {
     redraw();
 }
 
+void RegionSelectOverlay::mouseMoved(CGPoint to) {
+    if (!view) return;
+    view->mouseMoved(to);
+    redraw();
+}
+
 void RegionSelectOverlay::mouseUp() {
     if (view) view->mouseUp();
 }

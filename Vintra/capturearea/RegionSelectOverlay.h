@@ -46,7 +46,7 @@ private:
     void mouseDown(CGPoint at) override;
     void mouseDragged(CGPoint to) override;
     void mouseUp() override;
-    void mouseMoved(CGPoint) override {}
+    void mouseMoved(CGPoint to) override;
     bool keyDown(KeyCode key) override;
     void cancelOperation() override;
     void redraw();

@@ -53,6 +53,7 @@ public:
     void mouseDown(CGPoint at);
     void mouseDragged(CGPoint to);
     void mouseUp() { drag = {}; }
+    void mouseMoved(CGPoint to) { bar.point(to, bounds, measure); }
     bool keyDown(KeyCode key);
     /// Another aspect gives the selection its shape, and is told.
     void setAspect(AspectPreset newAspect);

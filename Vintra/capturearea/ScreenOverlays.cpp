@@ -25,7 +25,7 @@ ScreenOverlays::ScreenOverlays(const Services& services)
     , regionGuide({.windows = services.windows,
                    .monitors = services.monitors,
                    .ownWindows = services.ownWindows,
-                   .computer = services.computer})
+                   .computer = services.words.computer})
     , windowPicker({.windows = services.windows,
                     .monitors = services.monitors,
                     .ownWindows = services.ownWindows,
@@ -39,8 +39,8 @@ ScreenOverlays::ScreenOverlays(const Services& services)
            .hostClock = services.hostClock,
            .color = [this] { return recorder ? recorder->currentBarState().clickColour : NSColor(); },
            .onNotTrusted =
-               [this](std::string text) {
-                   if (recorder) recorder->onError(std::move(text));
+               [this] {
+                   if (recorder) recorder->onError(this->services.words.clicksNotTold);
                }}) {
     connectCallbacks();
 }
@@ -53,6 +53,8 @@ void ScreenOverlays::attach(Recorder newRecorder) {
 
 void ScreenOverlays::detach() {
     recorder.reset();
+    isTakeStarting = false;
+    callAfterShown();
     screenChanges.reset();
     windowFrameTimer.reset();
     regionSelect.finish(std::nullopt);
@@ -90,7 +92,8 @@ void ScreenOverlays::connectCallbacks() {
 
 void ScreenOverlays::syncRegionGuide() {
     if (!recorder) return;
-    const BarState state = recorder->currentBarState();
+    if (*recorder->isRecording) isTakeStarting = false;
+    const BarState state = barState();
     windowPicker.refresh(state);
     regionSelect.refresh(state);
     closePickersOutOfPlace();
@@ -105,10 +108,45 @@ void ScreenOverlays::syncRegionGuide() {
     showGuide(state);
 }
 
+BarState ScreenOverlays::barState() const {
+    BarState state = recorder->currentBarState();
+    state.isRecording = isInTake();
+    return state;
+}
+
+void ScreenOverlays::takeWillStart(std::function<void()> whenShown) {
+    if (!recorder) {
+        whenShown();
+        return;
+    }
+    const bool isAnyShown = regionGuide.isShown() || regionSelect.isOpen() || windowPicker.isOpen();
+    isTakeStarting = true;
+    syncRegionGuide();
+    afterShown = std::move(whenShown);
+    const int64_t delay = isAnyShown ? services.windows.nanosecondsUntilShown() : 0;
+    if (delay == 0) {
+        callAfterShown();
+    } else {
+        showing = std::make_unique<MainThreadTimer>(services.dispatchQueues, services.mainThread, delay,
+                                                    [this] { callAfterShown(); });
+    }
+}
+
+void ScreenOverlays::callAfterShown() {
+    showing.reset();
+    const auto call = std::exchange(afterShown, nullptr);
+    if (call) call();
+}
+
+void ScreenOverlays::takeDidNotStart() {
+    isTakeStarting = false;
+    syncRegionGuide();
+}
+
 /// A picker ends with the mode that it is for, with its screen, and when a take begins.
 void ScreenOverlays::closePickersOutOfPlace() {
     const CaptureModeChoice mode = *recorder->selection.screenCaptureMode;
-    const bool mayStay = !*recorder->isRecording && pickerScreen && screenWithNumber(*pickerScreen);
+    const bool mayStay = !isInTake() && pickerScreen && screenWithNumber(*pickerScreen);
     if (!mayStay || mode != CaptureModeChoice::region) regionSelect.finish(std::nullopt);
     if (!mayStay || mode != CaptureModeChoice::window) windowPicker.dismiss();
 }
@@ -125,7 +163,7 @@ void ScreenOverlays::showGuide(const BarState& state) {
         break;
     case CaptureModeChoice::fullScreen:
         // The bar would be in the picture of the whole display.
-        if (*recorder->isRecording && services.windows.areCaptured()) {
+        if (isInTake() && services.windows.areCaptured()) {
             regionGuide.hide();
         } else {
             showBarOnly(state);
@@ -137,8 +175,8 @@ void ScreenOverlays::showGuide(const BarState& state) {
 RegionGuideOverlay::Guide ScreenOverlays::guideOf(const BarState& state) const {
     return {.region = std::nullopt,
             .label = "",
-            .recording = *recorder->isRecording,
-            .composing = !*recorder->isRecording,
+            .recording = isInTake(),
+            .composing = !isInTake(),
             .editable = false,
             .ratio = std::nullopt,
             .state = state};
@@ -204,7 +242,7 @@ void ScreenOverlays::beginRegionSelection() {
                         .displayID = screen->screenNumber,
                         .aspect = *recorder->selection.aspectPreset,
                         .initial = initial,
-                        .state = recorder->currentBarState()},
+                        .state = barState()},
                        [this](const std::optional<CaptureRegion>& chosen) {
                            if (recorder && chosen) {
                                recorder->selection.captureRegion.set(chosen);
@@ -221,19 +259,18 @@ void ScreenOverlays::beginWindowSelection() {
     const auto screen = screenForEffectiveDisplay();
     if (!screen) return;
     pickerScreen = screen->screenNumber;
-    windowPicker.begin(*screen, recorder->currentBarState(),
-                       [this](const std::optional<PickableWindow>& picked) {
-                           if (recorder && picked) {
-                               recorder->selection.selectedWindowTitle.set(picked->label());
-                               recorder->selection.selectedWindowID.set(picked->id);
-                               startWindowFrameTracking();
-                           }
-                           syncRegionGuide();
-                       });
+    windowPicker.begin(*screen, barState(), [this](const std::optional<PickableWindow>& picked) {
+        if (recorder && picked) {
+            recorder->selection.selectedWindowTitle.set(picked->label());
+            recorder->selection.selectedWindowID.set(picked->id);
+            startWindowFrameTracking();
+        }
+        syncRegionGuide();
+    });
 }
 
 std::optional<NSScreen> ScreenOverlays::clickScreen() const {
-    if (!*recorder->selection.showMouseClicks) return std::nullopt;
+    if (!*recorder->selection.showMouseClicks || !canShowClicks()) return std::nullopt;
     if (recorder->selection.effectiveCaptureMode() == CaptureModeChoice::window) return std::nullopt;
     return screenForEffectiveDisplay();
 }
@@ -244,12 +281,16 @@ void ScreenOverlays::syncClickHighlight() {
     if (screen) {
         placeClickHighlight(*screen);
     } else {
+        const bool isAskedInVain = *recorder->selection.showMouseClicks && !canShowClicks();
+        if (isAskedInVain && !std::exchange(hasToldOfClicks, true))
+            recorder->onError(services.words.clicksNotTold);
         highlightScreen.reset();
         clickHighlight.teardown();
     }
 }
 
 std::optional<uint32_t> ScreenOverlays::placeClickHighlight(const NSScreen& on) {
+    if (!canShowClicks()) return std::nullopt;
     highlightScreen = on;
     return clickHighlight.place(on);
 }

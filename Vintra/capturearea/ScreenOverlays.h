@@ -6,6 +6,7 @@
 #include "Vintra/capturearea/ScreenSelection.h"
 #include "Vintra/capturearea/WindowSelectOverlay.h"
 #include "Vintra/platform/CaptureOverlayWindows.h"
+#include "Vintra/platform/MachineWords.h"
 #include "Vintra/platform/MainThreadTimer.h"
 #include "Vintra/platform/Published.h"
 
@@ -33,7 +34,7 @@ public:
         MainThread& mainThread;
         HostClock& hostClock;
         int32_t ownProcess = 0;
-        std::string computer = "Mac"; ///< as the guide's hint calls it
+        MachineWords words;
         /// Lets the user choose another colour; the function is told each one.
         std::function<void(NSColor, std::function<void(NSColor)>)> showColorPanel;
     };
@@ -59,11 +60,18 @@ public:
     void beginWindowSelection() override;
     void syncClickHighlight() override;
     std::optional<uint32_t> placeClickHighlight(const NSScreen& on) override;
+    bool canShowClicks() const override { return services.monitors.canObserveClicks(); }
+    void takeWillStart(std::function<void()> whenShown) override;
+    void takeDidNotStart() override;
 
 private:
     BarCallbacks barCallbacks();
     void connectCallbacks();
     void closePickersOutOfPlace();
+    /// From just before its first picture on.
+    bool isInTake() const { return isTakeStarting || *recorder->isRecording; }
+    BarState barState() const;
+    void callAfterShown();
     void showGuide(const BarState& state);
     void showWindow(const BarState& state);
     void showRegion(const BarState& state);
@@ -85,6 +93,10 @@ private:
     std::optional<uint32_t> pickerScreen;    ///< on which a picker is, or was last
     std::optional<NSScreen> highlightScreen; ///< on which clicks are shown
     std::unique_ptr<MainThreadTimer> windowFrameTimer;
+    bool isTakeStarting = false;
+    bool hasToldOfClicks = false;             ///< that none are shown
+    std::unique_ptr<MainThreadTimer> showing; ///< until the screen shows what a take begins with
+    std::function<void()> afterShown;         ///< called then
     Observation screenChanges;
 };
 

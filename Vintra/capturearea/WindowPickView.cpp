@@ -29,6 +29,7 @@ CGPoint WindowPickView::inView(CGPoint onDesktop) const {
 }
 
 void WindowPickView::mouseMoved(CGPoint to) {
+    bar.point(to, bounds, measure);
     const CGPoint down = flipped(to, screen.size.height);
     const CGPoint onDesktop{down.x + screen.minX(), down.y + screen.minY()};
     const auto under = std::ranges::find_if(

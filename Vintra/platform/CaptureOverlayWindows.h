@@ -3,6 +3,7 @@
 #include "Vintra/platform/Screens.h"
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 
 namespace vintra {
@@ -21,6 +22,12 @@ public:
     /// Puts the click highlight over the whole screen, in front. Its window's number; nothing if there is
     /// none.
     virtual std::optional<uint32_t> placeClickHighlight(const NSScreen& on) = 0;
+    /// Whether the machine can show clicks at all.
+    virtual bool canShowClicks() const = 0;
+    /// What is in the picture of the take leaves the screen. Calls back once that can be seen, perhaps at once.
+    virtual void takeWillStart(std::function<void()> whenShown) = 0;
+    /// It failed after `takeWillStart`.
+    virtual void takeDidNotStart() = 0;
 };
 
 /// Of a program without windows.
@@ -31,6 +38,9 @@ public:
     void beginWindowSelection() override {}
     void syncClickHighlight() override {}
     std::optional<uint32_t> placeClickHighlight(const NSScreen&) override { return std::nullopt; }
+    bool canShowClicks() const override { return false; }
+    void takeWillStart(std::function<void()> whenShown) override { whenShown(); }
+    void takeDidNotStart() override {}
 };
 
 } // namespace vintra

@@ -17,6 +17,8 @@ public:
     /// Calls the block when the pointer moves, over this program's windows or another's, for as long as the
     /// result is kept.
     virtual Observation observeMouseMoves(std::function<void()> block) = 0;
+    /// Whether the machine tells any program of clicks in others; what is asked below is no use without.
+    virtual bool canObserveClicks() const = 0;
     /// Whether the user lets this program see clicks in others.
     virtual bool isTrusted() const = 0;
     /// Calls the block with the place of each press of the left or right button in another program's windows,

@@ -14,6 +14,11 @@ struct MachineWords {
     std::string cameraSettings = "System Settings > Privacy & Security > Camera";
     std::string soundSettings = "Audio MIDI Setup"; ///< where the rates of sound devices are set
     std::string pasteKeys = "⌘V";
+    /// What is said when clicks are to be shown and the machine doesn't tell them.
+    std::string clicksNotTold =
+        "Show mouse clicks needs Accessibility permission to detect clicks — grant it "
+        "in System Settings > Privacy & Security > Accessibility, then switch Show "
+        "clicks off and on again.";
 };
 
 } // namespace vintra

@@ -66,6 +66,8 @@ public:
     virtual const TextMeasure& textMeasure() const = 0;
     /// Whether the program's own windows are in the picture of a captured display, as everything on it is.
     virtual bool areCaptured() const = 0;
+    /// How long after a change the screen surely shows it; 0 for at once.
+    virtual int64_t nanosecondsUntilShown() const = 0;
 };
 
 } // namespace vintra

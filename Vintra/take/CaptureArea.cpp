@@ -77,7 +77,8 @@ BarState CaptureArea::currentBarState() const {
             .frameRate = *selection.screenFrameRate,
             .frameRateOptions = {24, 30, 60},
             .clicksOn = *selection.showMouseClicks,
-            .clicksAvailable = *selection.screenCaptureMode != CaptureModeChoice::window,
+            .clicksAvailable =
+                *selection.screenCaptureMode != CaptureModeChoice::window && overlays.canShowClicks(),
             .clickColour = colourOf(*selection.clickRippleColor),
             .isRecording = *isRecording};
 }

@@ -119,6 +119,9 @@ Task<> ScreenRecorderManager::prepareAudioSources() {
 }
 
 Task<> ScreenRecorderManager::setUpScreen() {
+    // Before anything of the screen is recorded.
+    const auto clearScreen = [this](auto done) { overlays->takeWillStart(done); };
+    co_await awaitCompletion<void>(*platform.mainThread, clearScreen);
     const ScreenSource::Setup setup = co_await screenSource->setUp();
     take->recordingWindowSize = setup.windowSize;
     trackWriters->planEncoders(*take, &setup.configuration, *screenFrameRate);
@@ -184,6 +187,7 @@ Task<> ScreenRecorderManager::cleanupAfterFailure() {
     take->cancelStartedWriters();
     if (take->journal) co_await take->journal->end();
     isRecording.set(false);
+    overlays->takeDidNotStart();
     leaveRecordingState();
     releaseTake();
     if (hadRelay && *captureSystemAudioForDaw) {

@@ -25,15 +25,14 @@ protected:
     SimulatedOverlayWindows windows;
     SimulatedEventMonitors monitors;
     NSColor color = kClickYellow;
-    std::vector<std::string> complaints;
-    ClickHighlight highlight{
-        {.windows = windows,
-         .monitors = monitors,
-         .dispatchQueues = *machine.dispatchQueues,
-         .mainThread = *machine.mainThread,
-         .hostClock = *machine.hostClock,
-         .color = [this] { return color; },
-         .onNotTrusted = [this](const std::string& text) { complaints.push_back(text); }}};
+    int complaints = 0;
+    ClickHighlight highlight{{.windows = windows,
+                              .monitors = monitors,
+                              .dispatchQueues = *machine.dispatchQueues,
+                              .mainThread = *machine.mainThread,
+                              .hostClock = *machine.hostClock,
+                              .color = [this] { return color; },
+                              .onNotTrusted = [this] { ++complaints; }}};
 };
 
 TEST_F(ClickHighlightTest, itCoversTheScreenInFrontAndLetsEveryClickThrough) {
@@ -139,16 +138,12 @@ TEST_F(ClickHighlightTest, tornDownItListensNoLonger) {
 TEST_F(ClickHighlightTest, withoutPermissionItSaysSoAndAsksAgainNextTime) {
     monitors.trusted = false;
     EXPECT_TRUE(highlight.place(kClickScreen)) << "the window is there all the same";
-    EXPECT_EQ(
-        complaints,
-        (std::vector<std::string>{
-            "Show mouse clicks needs Accessibility permission to detect clicks — grant it in System "
-            "Settings > Privacy & Security > Accessibility, then switch Show clicks off and on again."}));
+    EXPECT_EQ(complaints, 1);
     EXPECT_EQ(monitors.clickObservers(), 0u);
     highlight.teardown();
     monitors.trusted = true;
     highlight.place(kClickScreen);
-    EXPECT_EQ(complaints.size(), 1u);
+    EXPECT_EQ(complaints, 1);
     EXPECT_EQ(monitors.clickObservers(), 1u);
 }
 
@@ -156,7 +151,7 @@ TEST_F(ClickHighlightTest, withoutAWindowThereIsNothingToListenFor) {
     windows.makesNone = true;
     EXPECT_EQ(highlight.place(kClickScreen), std::nullopt);
     EXPECT_EQ(monitors.clickObservers(), 0u);
-    EXPECT_TRUE(complaints.empty());
+    EXPECT_EQ(complaints, 0);
 }
 
 } // namespace

@@ -293,5 +293,32 @@ TEST_F(RegionSelectOverlayTest, withoutAWindowItEndsWithNothing) {
     EXPECT_FALSE(overlay.isOpen());
 }
 
+TEST_F(RegionSelectOverlayTest, theMenuItemUnderThePointerIsShownUnlessItIsOn) {
+    begin();
+    pressButton({BarAction::AspectMenu{}});
+    const auto fill = [&](size_t index, double alpha) {
+        const auto items = ControlBar::menuItems(kSelectBounds, state, BarMenuKind::aspect, kOverlayMeasure);
+        return hasShape(window().list, DrawList::FilledRect{items.at(index).rect, 5, NSColor::white(alpha)});
+    };
+    const auto pointAt = [&](size_t index) {
+        user().mouseMoved(menuItemCentre(kSelectBounds, state, BarMenuKind::aspect, index));
+    };
+    EXPECT_TRUE(fill(0, 0.16));
+    pointAt(2);
+    EXPECT_TRUE(fill(2, 0.08));
+    pointAt(3);
+    EXPECT_FALSE(fill(2, 0.08));
+    EXPECT_TRUE(fill(3, 0.08));
+    pointAt(0);
+    EXPECT_TRUE(fill(0, 0.16));
+    EXPECT_FALSE(fill(0, 0.08));
+    user().mouseMoved({5, 5});
+    EXPECT_FALSE(fill(3, 0.08));
+    pointAt(1);
+    press({5, 5});
+    pressButton({BarAction::AspectMenu{}});
+    EXPECT_FALSE(fill(1, 0.08)) << "a menu that opens anew has forgotten where the pointer was";
+}
+
 } // namespace
 } // namespace vintra

@@ -65,6 +65,7 @@ protected:
     /// What is left clear, in the overlay's coordinates.
     CGRect hole() { return std::get<DrawList::FilledSurround>(window().list.shapes.at(0)).hole; }
 
+    const MachineWords words{.computer = "computer"};
     SimulatedOverlayWindows windows;
     SimulatedEventMonitors monitors;
     SimulatedOwnWindows ownWindows;
@@ -80,7 +81,7 @@ protected:
                                  .mainThread = *machine.mainThread,
                                  .hostClock = *machine.hostClock,
                                  .ownProcess = 50,
-                                 .computer = "computer",
+                                 .words = words,
                                  .showColorPanel = [this](NSColor, std::function<void(NSColor)> told) {
                                      colorPanel = std::move(told);
                                  }});
@@ -223,11 +224,72 @@ TEST_F(RecorderOverlaysTest, withoutPermissionForClicksItSaysSoAgainWhenSwitched
     monitors.trusted = false;
     recorder->showMouseClicks.set(true);
     recorder->screenFrameRate.set(24);
-    EXPECT_EQ(errors.size(), 1u);
+    EXPECT_EQ(
+        errors,
+        (std::vector<std::string>{
+            "Show mouse clicks needs Accessibility permission to detect clicks — grant it in System "
+            "Settings > Privacy & Security > Accessibility, then switch Show clicks off and on again."}));
     EXPECT_TRUE(*recorder->showMouseClicks);
     recorder->showMouseClicks.set(false);
     recorder->showMouseClicks.set(true);
     EXPECT_EQ(errors.size(), 2u);
+}
+
+TEST_F(RecorderOverlaysTest, whereNoClicksAreToldTheBarDoesntOfferThemAndOneSentenceSaysSo) {
+    monitors.tellsClicks = false;
+    EXPECT_FALSE(recorder->currentBarState().clicksAvailable);
+    recorder->showMouseClicks.set(true);
+    recorder->showMouseClicks.set(false);
+    recorder->showMouseClicks.set(true);
+    recorder->screenFrameRate.set(24);
+    EXPECT_EQ(errors, (std::vector<std::string>{words.clicksNotTold}));
+    EXPECT_EQ(onScreen(), 1u) << "no window for ripples that never come";
+    EXPECT_FALSE(showsText(window().list, "Show clicks"));
+    start();
+    EXPECT_TRUE(*recorder->isRecording);
+    EXPECT_EQ(onScreen(), 1u);
+    stop();
+}
+
+TEST_F(RecorderOverlaysTest, aPickerIsGoneBeforeTheFirstPictureOfATake) {
+    recorder->captureRegion.set(CaptureRegion{1, {{200, 240}, {640, 360}}});
+    recorder->chooseCaptureMode(CaptureModeChoice::region);
+    recorder->chooseCaptureMode(CaptureModeChoice::region);
+    ASSERT_TRUE(window().recipe.isSelectionPanel);
+    windows.inPicture = true;
+    windows.untilShown = 300'000'000;
+    overlays->takeWillStart([] {});
+    EXPECT_FALSE(window().recipe.isSelectionPanel);
+    EXPECT_TRUE(std::holds_alternative<DrawList::StrokedRect>(window().list.shapes.at(0)))
+        << "the guide no longer dims anything";
+    EXPECT_FALSE(*recorder->isRecording);
+}
+
+TEST_F(RecorderOverlaysTest, aTakeWaitsUntilTheScreenShowsThatTheOverlaysHaveGone) {
+    windows.inPicture = true;
+    windows.untilShown = 300'000'000;
+    bool isShown = false;
+    overlays->takeWillStart([&] { isShown = true; });
+    EXPECT_EQ(onScreen(), 0u) << "the bar would be in the picture of the display";
+    machine.run(0.29);
+    EXPECT_FALSE(isShown);
+    machine.run(0.02);
+    EXPECT_TRUE(isShown);
+    recorder->screenFrameRate.set(24);
+    EXPECT_EQ(onScreen(), 0u) << "whatever changes meanwhile";
+
+    overlays->takeDidNotStart();
+    EXPECT_EQ(onScreen(), 1u);
+    EXPECT_TRUE(showsText(window().list, "Full screen"));
+}
+
+TEST_F(RecorderOverlaysTest, withoutAnythingOnTheScreenATakeDoesntWait) {
+    pressButton({BarAction::Done{}});
+    windows.untilShown = 300'000'000;
+    bool isShown = false;
+    overlays->takeWillStart([&] { isShown = true; });
+    EXPECT_TRUE(isShown);
+    overlays->takeDidNotStart();
 }
 
 TEST_F(RecorderOverlaysTest, aScreenThatGoesTakesItsOverlaysAlong) {

@@ -76,6 +76,15 @@ void addScreenServices(Platform& services) {
     }
 }
 
+std::string clicksNotTold() {
+    if (isWaylandSession()) {
+        return "Show mouse clicks shows nothing on this desktop: Wayland tells no program of clicks in others. Log in "
+               "to an X11 session to record clicks.";
+    }
+    return "Show mouse clicks needs the XInput 2 extension to detect clicks, which this X server doesn't have. Log in "
+           "to another session to record clicks.";
+}
+
 MachineWords machineWords(const OperatingSystem& system) {
     return {.computer = "computer",
             .operatingSystem = system.name,
@@ -83,7 +92,8 @@ MachineWords machineWords(const OperatingSystem& system) {
             .microphoneSettings = "the desktop's settings",
             .cameraSettings = "the desktop's settings",
             .soundSettings = "the desktop's sound settings",
-            .pasteKeys = "Ctrl+V"};
+            .pasteKeys = "Ctrl+V",
+            .clicksNotTold = clicksNotTold()};
 }
 
 /// A program runs without as well.
@@ -165,6 +175,11 @@ void LinuxPlatform::claimSoundRouting(const std::string& outputToPutBackKey) {
     } else {
         services.audioHardware = std::make_shared<OthersOutputs>(services.audioHardware);
     }
+}
+
+LinuxOverlays LinuxPlatform::makeOverlays(EventLoop& eventLoop, OverlayPainter& painter) const {
+    if (isWaylandSession()) return {};
+    return LinuxOverlays::ofX11(eventLoop, painter);
 }
 
 bool LinuxPlatform::namesWindows() const {

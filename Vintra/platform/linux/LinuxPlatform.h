@@ -3,6 +3,7 @@
 #include "Vintra/platform/Log.h"
 #include "Vintra/platform/Platform.h"
 #include "Vintra/platform/linux/SoundRoutingClaim.h"
+#include "Vintra/platform/linux/overlays/LinuxOverlays.h"
 
 #include <memory>
 #include <string>
@@ -29,6 +30,9 @@ struct LinuxPlatform {
     /// missing desktop or PipeWire server shows as empty lists. Connecting takes its time, so the event loop is
     /// made before and may already watch for signals.
     static LinuxPlatform make(std::shared_ptr<EventLoop> eventLoop, Settings settings);
+
+    /// What the program's overlays are made of. The event loop and the painter outlive it.
+    LinuxOverlays makeOverlays(EventLoop& eventLoop, OverlayPainter& painter) const;
 
     /// Whether the desktop tells of its windows; if not, none can be chosen by its number.
     bool namesWindows() const;

@@ -19,6 +19,13 @@ public:
         return clickHighlightWindow;
     }
 
+    bool canShowClicks() const override { return true; }
+    void takeWillStart(std::function<void()> whenShown) override {
+        calls.emplace_back("take will start");
+        whenShown();
+    }
+    void takeDidNotStart() override { calls.emplace_back("take did not start"); }
+
     std::vector<std::string> calls;
     std::optional<uint32_t> clickHighlightWindow; ///< the number of the window that is placed
 };

@@ -16,6 +16,7 @@ public:
     Observation observeMouseMoves(std::function<void()> block) override {
         return keep(moves, [block = std::move(block)](CGPoint) { block(); });
     }
+    bool canObserveClicks() const override { return tellsClicks; }
     bool isTrusted() const override { return trusted; }
     Observation observeClicks(std::function<void(CGPoint)> block) override {
         return keep(clicks, std::move(block));
@@ -36,6 +37,7 @@ public:
 
     CGPoint pointer;
     bool trusted = true;
+    bool tellsClicks = true;
 
 private:
     using Block = std::function<void(CGPoint)>;

@@ -48,12 +48,14 @@ public:
     std::unique_ptr<OverlayWindow> makeWindow(const OverlayRecipe& recipe, OverlayInput& input) override;
     const TextMeasure& textMeasure() const override { return measure; }
     bool areCaptured() const override { return inPicture; }
+    int64_t nanosecondsUntilShown() const override { return untilShown; }
 
     /// The window made last, whether it is still there or not. There must be one.
     SimulatedOverlayWindow::State& last() { return *made.back(); }
 
     bool makesNone = false;
     bool inPicture = false;
+    int64_t untilShown = 0;
     std::vector<std::shared_ptr<SimulatedOverlayWindow::State>> made; ///< every one, in order
 
 private:

@@ -1,0 +1,19 @@
+#include "Vintra/platform/linux/overlays/LinuxOverlays.h"
+
+#include "Vintra/platform/linux/overlays/X11EventMonitors.h"
+#include "Vintra/platform/linux/overlays/X11OverlayConnection.h"
+#include "Vintra/platform/linux/overlays/X11OverlayWindows.h"
+#include "Vintra/platform/linux/overlays/X11OwnWindows.h"
+
+namespace vintra {
+
+LinuxOverlays LinuxOverlays::ofX11(EventLoop& eventLoop, OverlayPainter& painter,
+                                   const std::string& displayName) {
+    const auto connection = X11OverlayConnection::open(eventLoop, displayName);
+    if (!connection) return {};
+    return {.windows = std::make_shared<X11OverlayWindows>(connection, painter),
+            .monitors = std::make_shared<X11EventMonitors>(eventLoop, connection, displayName),
+            .ownWindows = std::make_shared<X11OwnWindows>(connection)};
+}
+
+} // namespace vintra

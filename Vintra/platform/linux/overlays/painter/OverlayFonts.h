@@ -1,0 +1,44 @@
+#pragma once
+
+#include "Vintra/platform/Drawing.h"
+
+#include <QFont>
+#include <QFontMetricsF>
+
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace vintra {
+
+/// The fonts of the overlays, and how large text is in them. Sizes are those at one pixel a point, whatever the screen:
+/// so a bar has one layout on all of them. Owned by the painter; main thread, while there is a QGuiApplication.
+class OverlayFonts {
+public:
+    OverlayFonts();
+
+    struct Face {
+        QFont font;     ///< its size in pixels is that in points
+        double ascent;  ///< points, whole
+        double descent; ///< points, whole
+    };
+    const Face& face(const NSFont& font) const;
+    CGSize textSize(const std::string& text, const NSFont& font) const;
+    /// The family that all text has.
+    const QString& family() const { return chosenFamily; }
+
+private:
+    struct Known {
+        double size;
+        NSFontWeight weight;
+        Face face;
+    };
+    using TextKey = std::pair<std::string, std::pair<double, NSFontWeight>>;
+
+    QString chosenFamily;
+    mutable std::vector<Known> faces;
+    mutable std::map<TextKey, double> widths;
+};
+
+} // namespace vintra
