@@ -1,55 +1,93 @@
-// vintra: the program with its windows.
+// vintra: the program with its windows, and the commands for the one that runs.
 
+#include "Vintra/app/ProgramArguments.h"
 #include "Vintra/app/qt/DesignFont.h"
+#include "Vintra/app/qt/QtDesktopToolkit.h"
 #include "Vintra/app/qt/QtEventLoop.h"
 #include "Vintra/app/qt/QtProgram.h"
 #include "Vintra/app/qt/Rendering.h"
 #include "Vintra/audio/SystemOutputRouter.h"
-#include "Vintra/platform/Desktop.h"
-#include "Vintra/platform/GlobalHotKey.h"
 #include "Vintra/platform/SystemError.h"
+#include "Vintra/platform/UTF8.h"
 #include "Vintra/platform/linux/LinuxPlatform.h"
-#include "Vintra/platform/linux/runtime/SignalWatcher.h"
+#include "Vintra/platform/linux/desktop/LinuxDesktop.h"
+#include "Vintra/platform/linux/desktop/PortalGlobalHotKeys.h"
+#include "Vintra/platform/linux/desktop/ProgramBus.h"
+#include "Vintra/platform/linux/desktop/QuitSignals.h"
+#include "Vintra/platform/linux/desktop/TakeInhibitors.h"
+#include "Vintra/platform/linux/desktop/X11GlobalHotKeys.h"
+#include "Vintra/take/ScreenRecorderManager.h"
+#include "tools/vintra/CommandRun.h"
 
 #include <QAccessible>
 #include <QApplication>
 #include <QFont>
 #include <csignal>
 #include <cstdio>
+#include <optional>
 
 namespace {
 
 using namespace vintra;
 
-/// Stands where the desktop's own services will.
-class NoDesktop final : public Desktop {
-public:
-    void copyToPasteboard(const std::string&) override {}
-    void openAddress(const std::string&) override {}
-    void showInFileBrowser(const URL&) override {}
-    void chooseFolder(const std::string&, const URL&, std::function<void(const URL&)>) override {}
-};
+void say(const std::string& sentence) {
+    std::fprintf(stderr, "vintra: %s\n", printable(sentence).c_str());
+}
 
-class NoGlobalHotKeys final : public GlobalHotKeys {
-public:
-    std::unique_ptr<GlobalHotKey> makeHotKey(const KeyCombination&, const std::string&,
-                                             std::function<void()>) override {
-        return nullptr;
-    }
-};
+LinuxDesktop::Toolkit toolkitOf(QtProgram*& program) {
+    return {.copyToPasteboard = QtDesktopToolkit::copyToPasteboard,
+            .parentWindow =
+                [&program] {
+                    return QtDesktopToolkit::portalNameOf(program ? program->windows().mainWindow()
+                                                                  : nullptr);
+                },
+            .chooseFolder = QtDesktopToolkit::chooseFolder,
+            .failed =
+                [&program](const std::string& sentence) {
+                    if (program) program->recorder().lastError.set(sentence);
+                }};
+}
 
-int runProgram() {
-    const auto loop = std::make_shared<QtEventLoop>();
+/// A Wayland desktop keeps its keys to itself and gives them out by its portal.
+std::shared_ptr<GlobalHotKeys> hotKeysOf(const LinuxPlatform& machine, EventLoop& loop,
+                                         MainThreadBus& sessionBus) {
+    if (machine.namesWindows()) return std::make_shared<X11GlobalHotKeys>(loop);
+    return std::make_shared<PortalGlobalHotKeys>(sessionBus, machine.services.log);
+}
+
+ProgramBus::Handlers handlersOf(QtProgram& program) {
+    return {.activate =
+                [&program](const ProgramBus::Activation& activation) {
+                    // Where Qt looks for it when it brings a window to the front.
+                    if (!activation.token.empty()) qputenv("XDG_ACTIVATION_TOKEN", activation.token.c_str());
+                    program.raise();
+                },
+            .carryOut =
+                [&program](ProgramCommand command, const std::function<void(CommandOutcome)>& answer) {
+                    program.commands().carryOut(command, answer);
+                }};
+}
+
+int runFirst(const std::shared_ptr<QtEventLoop>& loop, MainThreadBus& sessionBus, ProgramBus& programBus) {
+    QtProgram* running = nullptr;
+    MainThreadBus systemBus(*loop, MessageBus::system);
     LinuxPlatform machine =
         LinuxPlatform::make(loop, {.logLevel = LogLevel::error,
                                    .outputToPutBackKey = SystemOutputRouter::kPendingRestoreKey,
                                    .reportsCrashes = true});
     QtProgram program({.platform = machine.services,
-                       .desktop = std::make_shared<NoDesktop>(),
-                       .hotKeys = std::make_shared<NoGlobalHotKeys>(),
+                       .desktop = std::make_shared<LinuxDesktop>(*loop, sessionBus, toolkitOf(running)),
+                       .hotKeys = hotKeysOf(machine, *loop, sessionBus),
                        .sendFeedback = [](FeedbackAsk::Answer, const std::string&) {},
                        .endEventLoop = [&loop] { loop->stop(); }});
-    const SignalWatcher signals(*loop, {SIGINT, SIGTERM, SIGHUP}, [&program](int) { program.quit(); });
+    running = &program;
+    const QuitSignals signals(*loop, [&program] { program.quit(); });
+    TakeInhibitors inhibitors(systemBus, sessionBus, machine.services.log, [&program] { program.quit(); });
+    ScreenRecorderManager& recorder = program.recorder();
+    const auto follow = [&](bool) { inhibitors.setHeld(*recorder.isRecording || *recorder.isBusy); };
+    const std::vector<Observation> observations{recorder.isRecording.observe(follow),
+                                                recorder.isBusy.observe(follow)};
+    programBus.serve(handlersOf(program));
     program.raise();
     loop->run();
     program.end([](const std::function<bool()>& condition) {
@@ -59,22 +97,68 @@ int runProgram() {
     return 0;
 }
 
+/// The name on the bus is given up last: then another start finds all that this one held free.
+int runProgram(const ProgramBus::Activation& activation) {
+    const auto loop = std::make_shared<QtEventLoop>();
+    MainThreadBus sessionBus(*loop, MessageBus::session);
+    ProgramBus programBus(sessionBus);
+    switch (programBus.claim()) {
+    case ProgramBus::Standing::second: {
+        const CommandOutcome outcome = programBus.raiseFirst(activation);
+        if (!outcome.isDone) say(outcome.sentence);
+        return outcome.isDone ? ProgramArguments::kDone : ProgramArguments::kRefused;
+    }
+    case ProgramBus::Standing::alone:
+        say(programBus.problem());
+        break;
+    case ProgramBus::Standing::first:
+        break;
+    }
+    return runFirst(loop, sessionBus, programBus);
+}
+
+int openWindow(int argumentCount, char** arguments) {
+    const auto activation = ProgramBus::activationOfStart();
+    prepareRendering();
+    QApplication application(argumentCount, arguments);
+    QApplication::setApplicationName("vintra");
+    QApplication::setDesktopFileName(kApplicationID);
+    QApplication::setQuitOnLastWindowClosed(false);
+    QApplication::setFont(QFont(designFontFamily()));
+    QAccessible::setRootObject(&application);
+    return runProgram(activation);
+}
+
+/// Nothing for the window.
+std::optional<int> exitCodeWithoutWindow(const ProgramArguments::Request& request) {
+    using namespace ProgramArguments;
+    if (const auto* command = std::get_if<ProgramCommand>(&request)) return runCommand(*command);
+    if (const auto* wrong = std::get_if<Wrong>(&request)) {
+        say(wrong->sentence + " --help shows those there are.");
+        return kWrongUsage;
+    }
+    if (std::holds_alternative<Help>(request)) {
+        std::fputs(usageText().c_str(), stdout);
+        return kDone;
+    }
+    if (std::holds_alternative<Version>(request)) {
+        std::fputs(versionText({.appVersion = VINTRA_VERSION, .buildVersion = VINTRA_BUILD}).c_str(), stdout);
+        return kDone;
+    }
+    return std::nullopt;
+}
+
 } // namespace
 
 int main(int argumentCount, char** arguments) {
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN); // a file that may grow no further is an error of its writer, not the end
-    prepareRendering();
-    QApplication application(argumentCount, arguments);
-    QApplication::setApplicationName("vintra");
-    QApplication::setDesktopFileName("vintra");
-    QApplication::setQuitOnLastWindowClosed(false);
-    QApplication::setFont(QFont(designFontFamily()));
-    QAccessible::setRootObject(&application);
     try {
-        return runProgram();
+        const auto exitCode =
+            exitCodeWithoutWindow(ProgramArguments::parse({arguments + 1, arguments + argumentCount}));
+        return exitCode ? *exitCode : openWindow(argumentCount, arguments);
     } catch (const SystemError& error) {
-        std::fprintf(stderr, "vintra: %s\n", error.localizedDescription().c_str());
+        say(error.localizedDescription());
         return 1;
     }
 }

@@ -1,7 +1,6 @@
 #include "Vintra/app/qt/MainWindowModel.h"
 
 #include "Vintra/app/ContentView.h"
-#include "Vintra/app/MarkerShortcut.h"
 #include "Vintra/app/qt/QtStrings.h"
 #include "Vintra/take/ScreenRecorderManager.h"
 
@@ -64,8 +63,12 @@ QString MainWindowModel::closingNote() const {
     return *isQuitting ? "Saving the recording, then quitting" : "";
 }
 
-QString MainWindowModel::markerHelp() const {
-    return qString(MarkerShortcut::help());
+void MainWindowModel::showMarkerHelp(Published<std::string>& note) {
+    markerNote = qString(*note);
+    observations.push_back(note.observe([this](const std::string& text) {
+        markerNote = qString(text);
+        Q_EMIT changed();
+    }));
 }
 
 void MainWindowModel::setHeightLimit(double newLimit) {

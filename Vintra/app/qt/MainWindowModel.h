@@ -34,7 +34,7 @@ class MainWindowModel : public QObject {
     Q_PROPERTY(bool isBugTitlePlain READ isBugTitlePlain NOTIFY changed)
     Q_PROPERTY(QString tracksTitle READ tracksTitle CONSTANT)
     Q_PROPERTY(QString closingNote READ closingNote NOTIFY changed)
-    Q_PROPERTY(QString markerHelp READ markerHelp CONSTANT)
+    Q_PROPERTY(QString markerHelp READ markerHelp NOTIFY changed)
     Q_PROPERTY(double heightLimit READ heightLimit NOTIFY heightLimitChanged)
     Q_PROPERTY(vintra::StatusStripModel* statusStrip READ statusStrip CONSTANT)
     Q_PROPERTY(vintra::CardsModel* cards READ cards CONSTANT)
@@ -59,7 +59,9 @@ public:
     bool isBugTitlePlain() const; ///< not the word after a copying
     QString tracksTitle() const;
     QString closingNote() const; ///< while the program ends and a take is being saved
-    QString markerHelp() const;
+    QString markerHelp() const { return markerNote; }
+    /// From now on shows this text, which outlives this.
+    void showMarkerHelp(Published<std::string>& note);
     /// The most that the window's content may take, in points.
     double heightLimit() const { return limit; }
     void setHeightLimit(double newLimit);
@@ -85,6 +87,7 @@ private:
     const AppSurroundings surroundings;
     Published<bool>& isQuitting;
     const std::function<void()> quitProgram;
+    QString markerNote;
     double limit = 10'000;
     StatusStripModel statusStripModel;
     CardsModel cardsModel;

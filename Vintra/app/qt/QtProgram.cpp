@@ -24,10 +24,12 @@ QtProgram::QtProgram(Services given)
           engine, [] { return false; }, services.endEventLoop)
     , delegate(services.platform, programWindows)
     , item(surroundings(), view.take, programWindows, [this] { quit(); })
+    , programCommands(surroundings(), view.take, [this] { quit(); })
     , marker(surroundings(), *services.hotKeys)
     , mainWindowModel(
           std::make_unique<MainWindowModel>(view, surroundings(), delegate.isQuitting, [this] { quit(); })) {
     engine.addImportPath(":/qt/qml");
+    mainWindowModel->showMarkerHelp(marker.note);
     programWindows.setModel(*mainWindowModel);
     programWindows.onFirstAppearance = [this] {
         delegate.recorder = manager;
@@ -45,18 +47,6 @@ AppSurroundings QtProgram::surroundings() {
             .desktop = *services.desktop,
             .feedbackAsk = *feedbackAsk,
             .updateNotice = waitingUpdate};
-}
-
-void QtProgram::start() {
-    if (!*manager->isRecording) item.toggleRecording();
-}
-
-void QtProgram::stop() {
-    if (*manager->isRecording) item.toggleRecording();
-}
-
-void QtProgram::addMarker() {
-    manager->addMarker();
 }
 
 void QtProgram::end(const std::function<void(const std::function<bool()>&)>& runUntil) {

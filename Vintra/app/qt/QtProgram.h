@@ -4,6 +4,7 @@
 #include "Vintra/app/ContentView.h"
 #include "Vintra/app/MarkerShortcut.h"
 #include "Vintra/app/MenuBarItem.h"
+#include "Vintra/app/ProgramCommands.h"
 #include "Vintra/app/UpdateNotice.h"
 #include "Vintra/app/qt/MainWindowModel.h"
 #include "Vintra/app/qt/QtProgramWindows.h"
@@ -42,14 +43,11 @@ public:
     QtProgramWindows& windows() { return programWindows; }
     MenuBarItem& menuBarItem() { return item; }
 
-    // What a second start of the program, a key of the desktop or its session asks for.
+    /// What a key of the desktop or another process tells the program to do.
+    ProgramCommands& commands() { return programCommands; }
 
     /// The main window in front; also the first time.
     void raise() { item.openMainWindow(); }
-    void start();
-    void stop();
-    void toggle() { item.toggleRecording(); }
-    void addMarker();
     /// A running take ends first; asked again, at once.
     void quit() { delegate.quit(); }
 
@@ -69,6 +67,7 @@ private:
     QtProgramWindows programWindows;
     AppDelegate delegate;
     MenuBarItem item;
+    ProgramCommands programCommands;
     MarkerShortcut marker;
     std::unique_ptr<MainWindowModel> mainWindowModel;
 };

@@ -24,11 +24,9 @@ std::string pathOf(std::string name) {
     return "/" + name;
 }
 
-std::string taken(const char* variable) {
+std::string environmentText(const char* variable) {
     const char* const value = std::getenv(variable);
-    const std::string text = value ? value : "";
-    ::unsetenv(variable);
-    return text;
+    return value ? value : "";
 }
 
 /// Activation data as the desktop's programs hand it on.
@@ -242,8 +240,9 @@ void ProgramBus::awaitEndOfFirst() {
     bus.waitUntil([&] { return hasEnded; }, kWithoutEnd);
 }
 
-ProgramBus::Activation ProgramBus::takeActivation() {
-    return {.token = taken("XDG_ACTIVATION_TOKEN"), .startupID = taken("DESKTOP_STARTUP_ID")};
+ProgramBus::Activation ProgramBus::activationOfStart() {
+    return {.token = environmentText("XDG_ACTIVATION_TOKEN"),
+            .startupID = environmentText("DESKTOP_STARTUP_ID")};
 }
 
 } // namespace vintra

@@ -55,8 +55,8 @@ public:
     /// takes; of `quit`, until the program has ended. `isRunning` becomes false if there is no such program.
     CommandOutcome command(ProgramCommand command, bool& isRunning);
 
-    /// The activation that this process was started with, which is for it alone: taken out of the environment.
-    static Activation takeActivation();
+    /// The activation that this process was started with. To be asked for before a toolkit takes it.
+    static Activation activationOfStart();
 
 private:
     static int called(sd_bus_message* message, void* data, sd_bus_error* error);

@@ -207,14 +207,15 @@ TEST(ProgramBusWithoutBusTest, aBusThatHangsHoldsTheStartUpForASecond) {
     EXPECT_EQ(process.bus.problem().find("The session bus doesn't answer"), 0u) << process.bus.problem();
 }
 
-TEST(ProgramBusActivationTest, theActivationIsTakenOutOfTheEnvironment) {
+TEST(ProgramBusActivationTest, theActivationComesWithTheEnvironment) {
     ::setenv("XDG_ACTIVATION_TOKEN", "a token", 1);
     ::setenv("DESKTOP_STARTUP_ID", "an id", 1);
-    const auto activation = ProgramBus::takeActivation();
+    const auto activation = ProgramBus::activationOfStart();
     EXPECT_EQ(activation.token, "a token");
     EXPECT_EQ(activation.startupID, "an id");
-    EXPECT_EQ(std::getenv("XDG_ACTIVATION_TOKEN"), nullptr);
-    EXPECT_EQ(std::getenv("DESKTOP_STARTUP_ID"), nullptr);
+    ::unsetenv("XDG_ACTIVATION_TOKEN");
+    ::unsetenv("DESKTOP_STARTUP_ID");
+    EXPECT_EQ(ProgramBus::activationOfStart().token, "");
 }
 
 } // namespace
