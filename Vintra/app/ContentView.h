@@ -28,7 +28,7 @@ public:
     static constexpr const char* kBugImage = "ladybug";
 
     explicit ContentView(const AppSurroundings& surroundings,
-                         std::string_view bugReportFormURL = BugReportForm::formURL);
+                         std::string_view bugReportFormURL = BetaFeedback::formURL);
 
     DiagnosticsSharing diagnostics;
     OutputFolderSetting folder;

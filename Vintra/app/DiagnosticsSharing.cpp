@@ -29,26 +29,26 @@ void DiagnosticsSharing::copyDiagnostics() {
                                               });
 }
 
-bool DiagnosticsSharing::openForm(BugReportForm::Route from) {
-    const auto address = BugReportForm::reportURL(from, surroundings.platform.facts, formURL);
+bool DiagnosticsSharing::openForm(BetaFeedback::Route from) {
+    const auto address = BetaFeedback::reportURL(from, surroundings.platform.facts, formURL);
     if (address) surroundings.desktop.openAddress(*address);
     return address.has_value();
 }
 
 void DiagnosticsSharing::openBugReport() {
     copyDiagnostics();
-    if (!openForm(BugReportForm::Route::button)) surroundings.recorder.statusMessage.set(kNoForm);
+    if (!openForm(BetaFeedback::Route::button)) surroundings.recorder.statusMessage.set(kNoForm);
 }
 
 void DiagnosticsSharing::sendCrashReport() {
     surroundings.desktop.copyToPasteboard(surroundings.recorder.crashReportForSharing());
     surroundings.recorder.crashReportCopied.set(true);
-    if (!openForm(BugReportForm::Route::crash)) surroundings.recorder.statusMessage.set(kNoForm);
+    if (!openForm(BetaFeedback::Route::crash)) surroundings.recorder.statusMessage.set(kNoForm);
 }
 
 void DiagnosticsSharing::reportAfterTake() {
     copyDiagnostics();
-    openForm(BugReportForm::Route::afterTake);
+    openForm(BetaFeedback::Route::afterTake);
     surroundings.feedbackAsk.sayOff();
 }
 

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "Vintra/app/AppSurroundings.h"
-#include "Vintra/app/BugReportForm.h"
 #include "Vintra/platform/MainThreadTimer.h"
 #include "Vintra/platform/Published.h"
+#include "Vintra/take/BetaFeedback.h"
 
 #include <memory>
 #include <string>
@@ -13,9 +13,9 @@ namespace vintra {
 /// Hands the report of the setup to the user, and opens the form that it is for. Owned by `ContentView`. Main thread.
 class DiagnosticsSharing {
 public:
-    /// `formURL` as `BugReportForm` has it.
+    /// `formURL` as `BetaFeedback` has it.
     explicit DiagnosticsSharing(const AppSurroundings& surroundings,
-                                std::string_view formURL = BugReportForm::formURL);
+                                std::string_view formURL = BetaFeedback::formURL);
 
     Published<bool> diagnosticsCopied{false}; ///< for a short while after each copying
 
@@ -28,7 +28,7 @@ public:
     void reportAfterTake();
 
 private:
-    bool openForm(BugReportForm::Route from);
+    bool openForm(BetaFeedback::Route from);
 
     const AppSurroundings surroundings;
     const std::string formURL;

@@ -19,6 +19,12 @@ struct MachineWords {
         "Show mouse clicks needs Accessibility permission to detect clicks — grant it "
         "in System Settings > Privacy & Security > Accessibility, then switch Show "
         "clicks off and on again.";
+    std::string terminal = "Terminal"; ///< as in "run this in Terminal"
+    /// What clears the program's settings there.
+    std::string clearSettingsCommand = "defaults delete com.kestrelworks.screenrecorder.v2";
+    std::string includedWork = "Sparkle and code from Apple"; ///< by others, as in "Vintra includes"
+    /// Where programs are removed, if there is no address to point to.
+    std::string programRemovalPlace = "the Applications folder";
 };
 
 } // namespace vintra

@@ -2,9 +2,11 @@
 
 #include "Vintra/platform/SystemError.h"
 #include "Vintra/platform/UTF8.h"
+#include "Vintra/take/FormText.h"
 
+#include <algorithm>
 #include <array>
-#include <string_view>
+#include <utility>
 
 namespace vintra::BetaFeedback {
 namespace {
@@ -52,7 +54,42 @@ std::optional<size_t> lengthOfCharacters(std::string_view text, size_t count, bo
     return kept;
 }
 
+std::string wordOf(Route route) {
+    switch (route) {
+    case Route::button:
+        return "button";
+    case Route::crash:
+        return "crash";
+    case Route::afterTake:
+        return "after-take";
+    }
+    return "";
+}
+
 } // namespace
+
+constinit const std::string_view formURL = VINTRA_FORM_URL;
+
+std::string buildText(const MachineFacts& facts) {
+    return facts.appVersion + " (" + facts.buildVersion + ")";
+}
+
+std::optional<std::string> reportURL(Route from, const MachineFacts& facts, std::string_view form) {
+    if (form.find("REPLACE_WITH") != std::string_view::npos) return std::nullopt;
+    const std::array<std::pair<const char*, std::string>, 4> items{{{"build", buildText(facts)},
+                                                                    {"os", facts.operatingSystemVersion},
+                                                                    {"mac", facts.hardwareModel},
+                                                                    {"from", wordOf(from)}}};
+    // What follows a "#" is never sent to the server.
+    const size_t fragment = std::min(form.find('#'), form.size());
+    std::string address(form.substr(0, fragment));
+    char separator = address.find('?') == std::string::npos ? '?' : '&';
+    for (const auto& [key, value] : items) {
+        address += separator + std::string(key) + "=" + FormText::queryEncoded(value);
+        separator = '&';
+    }
+    return address + std::string(form.substr(fragment));
+}
 
 std::optional<std::string> latestCrashReport(FileManager& files, const CrashReportFolder& in, Date now,
                                              size_t maxCharacters) {

@@ -83,8 +83,8 @@ protected:
     }
 
     SimulatedDesktop desktop;
-    UpdateNotice updateNotice;
     Platform platform = machine.platform();
+    UpdateNotice updateNotice{platform};
     std::vector<std::pair<FeedbackAsk::Answer, std::string>> sent;
     std::shared_ptr<FeedbackAsk> feedbackAsk;
     std::unique_ptr<ContentView> view;

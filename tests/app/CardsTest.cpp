@@ -1,4 +1,5 @@
 #include "tests/app/AppFixture.h"
+#include "tests/app/NotedUpdaterController.h"
 
 namespace vintra {
 namespace {
@@ -78,20 +79,20 @@ TEST_F(CardsTest, aCrashReportWithoutAFormIsCopiedAndSaysSo) {
 }
 
 TEST_F(CardsTest, anUpdateWaits) {
-    int shown = 0;
-    updateNotice.checkForUpdates = [&] { ++shown; };
+    const auto controller = std::make_shared<NotedUpdaterController>();
+    updateNotice.controller = controller;
     updateNotice.waiting.set("2.4.1 (build 318)");
     EXPECT_EQ(card().title, "Vintra 2.4.1 (build 318) is ready to install.");
     EXPECT_EQ(card().text, "Install it whenever suits you. Nothing interrupts a recording in the meantime.");
     EXPECT_EQ(buttons(), (std::vector<std::string>{"See what's new", "Not now"}));
     EXPECT_EQ(card().buttons[1].help, "Remind me at the next check");
     view->cards.press(Card::Kind::update, 0);
-    EXPECT_EQ(shown, 1);
+    EXPECT_EQ(controller->checks, 1);
     view->cards.press(Card::Kind::update, 1);
     EXPECT_TRUE(cards().empty());
     // A press on a card that has gone meanwhile.
     view->cards.press(Card::Kind::update, 0);
-    EXPECT_EQ(shown, 1);
+    EXPECT_EQ(controller->checks, 1);
 }
 
 TEST_F(CardsTest, aGoodTakeIsAnsweredWithANote) {

@@ -65,7 +65,7 @@ TEST_F(DiagnosticsSharingTest, aBugReportOpensTheFormWithTheSetup) {
 }
 
 TEST_F(DiagnosticsSharingTest, withoutAFormTheReportIsCopiedAndThatIsSaid) {
-    openWindow(std::string(BugReportForm::formURL));
+    openWindow("https://REPLACE_WITH/the-address-of-the-form");
     view->openBugReport();
     EXPECT_TRUE(desktop.pasteboard.has_value());
     EXPECT_TRUE(desktop.openedAddresses.empty());
@@ -76,8 +76,7 @@ TEST_F(DiagnosticsSharingTest, withoutAFormTheReportIsCopiedAndThatIsSaid) {
 }
 
 TEST_F(DiagnosticsSharingTest, anAddressWithAQueryIsContinued) {
-    const auto address =
-        BugReportForm::reportURL(BugReportForm::Route::crash, {}, "https://form.test/?form=7");
+    const auto address = BetaFeedback::reportURL(BetaFeedback::Route::crash, {}, "https://form.test/?form=7");
     EXPECT_EQ(address, "https://form.test/?form=7&build=0%20%280%29&os=&mac=unknown&from=crash");
 }
 

@@ -4,6 +4,7 @@
 #include "Vintra/platform/simulated/SimulatedGlobalHotKeys.h"
 #include "Vintra/platform/simulated/SimulatedProgramWindows.h"
 #include "tests/app/AppFixture.h"
+#include "tests/app/NotedUpdaterController.h"
 
 namespace vintra {
 namespace {
@@ -67,14 +68,14 @@ TEST_F(MenuBarItemTest, theTimeGoesPastAnHour) {
 
 TEST_F(MenuBarItemTest, anUpdateIsTold) {
     EXPECT_EQ(*item->update, MenuBarItem::Update{});
-    int shown = 0;
-    updateNotice.checkForUpdates = [&] { ++shown; };
+    const auto controller = std::make_shared<NotedUpdaterController>();
+    updateNotice.controller = controller;
     updateNotice.waiting.set("2.4.1 (build 318)");
     machine.settle();
     EXPECT_EQ(*item->update,
               (MenuBarItem::Update{"Update ready to install", "Vintra 2.4.1 (build 318) · See what's new"}));
     item->showUpdate();
-    EXPECT_EQ(shown, 1);
+    EXPECT_EQ(controller->checks, 1);
 }
 
 TEST_F(MenuBarItemTest, theMainWindowComesToTheFrontOrIsMade) {

@@ -61,7 +61,7 @@ private:
     const Services services;
     const std::shared_ptr<FeedbackAsk> feedbackAsk;
     const std::shared_ptr<ScreenRecorderManager> manager;
-    UpdateNotice waitingUpdate;
+    UpdateNotice waitingUpdate{services.platform};
     QQmlEngine engine;
     ContentView view;
     QtProgramWindows programWindows;

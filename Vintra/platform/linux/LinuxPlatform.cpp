@@ -85,7 +85,8 @@ std::string clicksNotTold() {
            "to another session to record clicks.";
 }
 
-MachineWords machineWords(const OperatingSystem& system) {
+MachineWords machineWords(const OperatingSystem& system, const FileManager& files) {
+    const URL settings = LinuxUserDefaults::standardFile(files).deletingLastPathComponent();
     return {.computer = "computer",
             .operatingSystem = system.name,
             .fileBrowser = "Files",
@@ -93,7 +94,11 @@ MachineWords machineWords(const OperatingSystem& system) {
             .cameraSettings = "the desktop's settings",
             .soundSettings = "the desktop's sound settings",
             .pasteKeys = "Ctrl+V",
-            .clicksNotTold = clicksNotTold()};
+            .clicksNotTold = clicksNotTold(),
+            .terminal = "a terminal",
+            .clearSettingsCommand = "rm -r '" + settings.path() + "'",
+            .includedWork = "libraries by others",
+            .programRemovalPlace = "the desktop's software manager"};
 }
 
 /// A program runs without as well.
@@ -140,7 +145,7 @@ LinuxPlatform LinuxPlatform::make(std::shared_ptr<EventLoop> eventLoop, Settings
         machine.captureDevices, PipeWireCameras::make(connection, eventLoop, services.log));
     services.audioDeviceIO = std::make_shared<PipeWireDeviceIO>(connection, services.log);
     const OperatingSystem system = operatingSystem();
-    services.words = machineWords(system);
+    services.words = machineWords(system, *services.fileManager);
     services.facts = {.appVersion = VINTRA_VERSION,
                       .buildVersion = VINTRA_BUILD,
                       .operatingSystemVersion = system.version,
