@@ -18,6 +18,10 @@ public:
         isPublished_ = process.readLine() == "ready";
     }
 
+    ~PublishedMicrophone() { thaw(); } // a process that stands still doesn't end
+    PublishedMicrophone(const PublishedMicrophone&) = delete;
+    PublishedMicrophone& operator=(const PublishedMicrophone&) = delete;
+
     bool isPublished() const { return isPublished_; }
     void unplug() { process.stop(); }
     /// Stands still as it is, still plugged in, until it is thawed.

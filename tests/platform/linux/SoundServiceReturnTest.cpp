@@ -1,6 +1,8 @@
 // A whole recorder on a PipeWire server that ends and begins anew.
 
 #include "Vintra/audio/SystemOutputRouter.h"
+#include "Vintra/platform/Log.h"
+#include "Vintra/platform/Mutex.h"
 #include "Vintra/platform/linux/LinuxPlatform.h"
 #include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
 #include "Vintra/take/ScreenRecorderManager.h"
@@ -20,6 +22,24 @@ namespace {
 constexpr const char* kMic = "return.mic";
 constexpr const char* kKeys = "return.keys";
 
+/// Keeps the lines. Any thread.
+class KeptLog final : public Log {
+public:
+    bool isEnabled(LogLevel) const override { return true; }
+    void write(const std::string&, LogLevel, const std::string& text) override {
+        MutexLock lock(mutex);
+        lines += text + "\n";
+    }
+    bool has(const std::string& text) const {
+        MutexLock lock(mutex);
+        return lines.find(text) != std::string::npos;
+    }
+
+private:
+    mutable Mutex mutex;
+    std::string lines GUARDED_BY(mutex);
+};
+
 class SoundServiceReturnTest : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -30,6 +50,7 @@ protected:
             LinuxPlatform::make(loop, {.keepsSettingsInMemory = true,
                                        .outputToPutBackKey = SystemOutputRouter::kPendingRestoreKey}));
         machine->services.userDefaults->set("timelineEditor", std::string("none"));
+        machine->services.log = log;
         recorder = ScreenRecorderManager::make(machine->services);
         recorder->screenEnabled.set(false);
         ASSERT_TRUE(awaits([&] { return *recorder->isAudioStartUpOver; }));
@@ -91,6 +112,7 @@ protected:
         }
     }
 
+    const std::shared_ptr<KeptLog> log = std::make_shared<KeptLog>();
     PrivatePipeWireServer server;
     std::vector<std::unique_ptr<PublishedMicrophone>> microphones;
     TemporaryFolder folder;
@@ -131,6 +153,43 @@ TEST_F(SoundServiceReturnTest, betweenTakesASessionManagerMayEndAndComeBack) {
     EXPECT_EQ(*recorder->selectedMicDeviceID, kMic);
     EXPECT_EQ(*recorder->lastError, std::nullopt);
     takeASecond("session-manager", 1);
+}
+
+/// With VINTRA_LONG_SECONDS in the environment until all that is tried has been tried.
+TEST_F(SoundServiceReturnTest, betweenTakesAMicrophoneThatFallsSilentIsRepairedThreeTimesAtMost) {
+    recorder->selectedMicDeviceID.set(kMic);
+    ASSERT_TRUE(awaits([&] { return *recorder->arePreviewsDelivering; }));
+    microphones.front()->freeze();
+    const auto attempt = [this](int number) {
+        return log->has("mic rebuild attempt " + std::to_string(number) + " — session running again");
+    };
+    ASSERT_TRUE(awaits([&] { return attempt(1); }));
+    if (std::getenv("VINTRA_LONG_SECONDS") != nullptr) {
+        ASSERT_TRUE(awaits([&] { return attempt(3); }));
+        loop->runUntil([] { return false; }, 15'000'000'000);
+        EXPECT_FALSE(log->has("rebuild attempt 4"));
+        return;
+    }
+    microphones.front()->thaw();
+    EXPECT_TRUE(awaits([&] { return *recorder->arePreviewsDelivering; }));
+    EXPECT_EQ(*recorder->selectedMicDeviceID, kMic);
+    takeASecond("repaired", 1);
+}
+
+TEST_F(SoundServiceReturnTest, betweenTakesARelayThatStopsIsMadeAnew) {
+    recorder->captureSystemAudioForDaw.set(true);
+    ASSERT_TRUE(awaits([&] { return *recorder->isHoldingAudioRouting; }));
+    for (const std::string channel : {"FL", "FR"}) {
+        const ProgramRun run =
+            runProgram({"pw-link", "-r", server.name(), "-d", "vintra.io.output:output_" + channel,
+                        "headless.output:playback_" + channel});
+        EXPECT_EQ(run.exitCode, 0) << run.errors;
+    }
+    EXPECT_TRUE(awaits([&] { return log->has("relay rebuild attempt 1 — relay running again"); }));
+    EXPECT_NE(runProgram({"pw-link", "-r", server.name(), "-l"}).output.find("vintra.io.output:output_FL"),
+              std::string::npos)
+        << "it is linked again";
+    EXPECT_EQ(*recorder->lastError, std::nullopt);
 }
 
 } // namespace

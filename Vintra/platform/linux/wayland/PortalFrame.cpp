@@ -4,6 +4,7 @@
 #include <spa/buffer/meta.h>
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace vintra {
 namespace {
@@ -22,17 +23,40 @@ PixelRect rectOf(const spa_region& region, const PixelRect& within) {
                         within);
 }
 
+/// A list without an area tells nothing: KWin sends that with a pointer that has moved, and some portals with every
+/// frame. An empty region isn't the end of the list either.
 std::optional<std::vector<PixelRect>> damageOf(const spa_buffer& buffer, const PixelRect& whole) {
     const spa_meta* const meta = spa_buffer_find_meta(&buffer, SPA_META_VideoDamage);
     if (!meta) return std::nullopt;
     std::vector<PixelRect> damage;
-    const auto* region = static_cast<const spa_meta_region*>(meta->data);
-    const auto* const end = region + meta->size / sizeof(spa_meta_region);
-    for (; region != end && spa_meta_region_is_valid(region); ++region) {
-        const PixelRect rect = rectOf(region->region, whole);
+    const auto* const regions = static_cast<const spa_meta_region*>(meta->data);
+    for (size_t i = 0; i < meta->size / sizeof(spa_meta_region); ++i) {
+        const PixelRect rect = rectOf(regions[i].region, whole);
         if (!rect.isEmpty()) damage.push_back(rect);
     }
+    if (damage.empty()) return std::nullopt;
     return damage;
+}
+
+PictureTransform transformOf(const spa_buffer& buffer) {
+    const auto* const meta = findMeta<spa_meta_videotransform>(buffer, SPA_META_VideoTransform);
+    if (!meta || meta->transform > SPA_META_TRANSFORMATION_Flipped270) return {};
+    return {.quarterTurns = static_cast<int>(meta->transform % 4),
+            .isFlipped = meta->transform >= SPA_META_TRANSFORMATION_Flipped};
+}
+
+/// Where the first row begins and how far it is to the next. False if the buffer doesn't hold what its format says.
+bool findRows(const spa_data& data, const PortalVideoFormat& format, PortalFrame& frame) {
+    const auto rowBytes = static_cast<ptrdiff_t>(format.width * bytesPerPixel(format.pixels));
+    const auto below = static_cast<ptrdiff_t>(format.height - 1);
+    frame.bytesPerRow = data.chunk->stride != 0 ? data.chunk->stride : rowBytes;
+    const ptrdiff_t apart = std::abs(frame.bytesPerRow);
+    const auto offset = static_cast<ptrdiff_t>(data.chunk->offset);
+    const auto size = static_cast<ptrdiff_t>(data.maxsize);
+    if (apart < rowBytes || offset > size || apart * below + rowBytes > size - offset) return false;
+    frame.bytes = static_cast<const uint8_t*>(data.data) + offset;
+    if (frame.bytesPerRow < 0) frame.bytes += apart * below;
+    return true;
 }
 
 bool isIntact(const spa_buffer& buffer, const spa_meta_header* header) {
@@ -49,26 +73,23 @@ std::optional<PortalFrame> readPortalFrame(const spa_buffer& buffer, const Porta
     const auto* const header = findMeta<spa_meta_header>(buffer, SPA_META_Header);
     if (!isIntact(buffer, header) || format.width <= 0 || format.height <= 0) return std::nullopt;
 
-    const spa_data& data = buffer.datas[0];
-    const size_t rowBytes = static_cast<size_t>(format.width) * 4;
     PortalFrame frame;
-    frame.bytesPerRow = data.chunk->stride > 0 ? static_cast<size_t>(data.chunk->stride) : rowBytes;
-    const size_t needed = frame.bytesPerRow * static_cast<size_t>(format.height - 1) + rowBytes;
-    const size_t offset = data.chunk->offset;
-    if (frame.bytesPerRow < rowBytes || offset > data.maxsize || needed > data.maxsize - offset) {
-        return std::nullopt;
-    }
-    frame.pixels = static_cast<const uint8_t*>(data.data) + offset;
-    frame.order = format.order;
+    if (!findRows(buffer.datas[0], format, frame)) return std::nullopt;
+    frame.pixels = format.pixels;
+    frame.transform = transformOf(buffer);
+    frame.whole = frame.transform.uprightSize(format.width, format.height);
 
     const PixelRect whole{0, 0, format.width, format.height};
-    frame.content = whole;
+    frame.content = frame.whole;
     const auto* const crop = findMeta<spa_meta_region>(buffer, SPA_META_VideoCrop);
     if (crop && spa_meta_region_is_valid(crop)) {
         const PixelRect part = rectOf(crop->region, whole);
-        if (!part.isEmpty()) frame.content = part;
+        if (!part.isEmpty()) frame.content = frame.transform.upright(part, frame.whole);
     }
     frame.damage = damageOf(buffer, whole);
+    if (frame.damage)
+        for (PixelRect& rect : *frame.damage)
+            rect = frame.transform.upright(rect, frame.whole);
     if (header) {
         if (header->pts > 0) frame.nanoseconds = header->pts;
         frame.sequence = header->seq;

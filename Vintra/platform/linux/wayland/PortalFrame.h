@@ -1,6 +1,8 @@
 #pragma once
 
 #include "Vintra/platform/linux/screen/PixelRegion.h"
+#include "Vintra/platform/linux/wayland/PictureTransform.h"
+#include "Vintra/platform/linux/wayland/PortalPixels.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -13,23 +15,24 @@ namespace vintra {
 
 /// What a desktop's video stream was agreed to carry.
 struct PortalVideoFormat {
-    enum class Order { bgr, rgb }; ///< of the first three bytes of each pixel's four
     int width = 0;
     int height = 0;
-    Order order = Order::bgr;
+    PortalPixels pixels = PortalPixels::bgrx;
     bool operator==(const PortalVideoFormat&) const = default;
 };
 
 /// One buffer of such a stream, as it lies in memory that the desktop shares. Valid until the buffer is given
 /// back.
 struct PortalFrame {
-    const uint8_t* pixels = nullptr; ///< the first row of the whole buffer
-    size_t bytesPerRow = 0;
-    PortalVideoFormat::Order order = PortalVideoFormat::Order::bgr;
-    PixelRect content;                  ///< the part of the buffer that is the picture
+    const uint8_t* bytes = nullptr; ///< the first row of the whole buffer
+    ptrdiff_t bytesPerRow = 0;      ///< to the next row; below 0 if that lies before it in memory
+    PortalPixels pixels = PortalPixels::bgrx;
+    PictureTransform transform;         ///< what the desktop did to the picture; all that follows is upright
+    PixelRect whole;                    ///< the size of the buffer
+    PixelRect content;                  ///< the part of it that is the picture
     std::optional<int64_t> nanoseconds; ///< when it showed, if told; of the monotonic clock
     std::optional<uint64_t> sequence;   ///< its number, if told
-    /// What differs from the frame before, in the buffer's pixels; nothing if that isn't told.
+    /// What differs from the frame before; nothing if that isn't told.
     std::optional<std::vector<PixelRect>> damage;
 };
 

@@ -7,13 +7,24 @@
 namespace vintra {
 namespace {
 
-/// Four bytes a pixel; the first and the third change places.
-void copySwapped(uint8_t* to, const uint8_t* from, size_t pixels) {
-    for (size_t i = 0; i < pixels; ++i) {
-        uint32_t pixel = 0;
-        std::memcpy(&pixel, from + 4 * i, 4);
-        pixel = (pixel & 0xff00ff00u) | (pixel >> 16 & 0xffu) | (pixel & 0xffu) << 16;
-        std::memcpy(to + 4 * i, &pixel, 4);
+/// Rows that lie as they are seen.
+void copyRows(const PixelRect& rect, const PortalFrame& frame, PixelRect from, uint8_t* to, size_t toRow) {
+    const uint8_t* row = frame.bytes + from.y * frame.bytesPerRow +
+                         static_cast<ptrdiff_t>(static_cast<size_t>(from.x) * bytesPerPixel(frame.pixels));
+    for (int y = 0; y < rect.height; ++y, row += frame.bytesPerRow, to += toRow)
+        copyPixels(to, row, static_cast<size_t>(rect.width), frame.pixels);
+}
+
+/// Pixel by pixel, each from where the turned picture has it.
+void copyTurned(const PixelRect& rect, const PortalFrame& frame, PixelRect from, uint8_t* to, size_t toRow) {
+    const auto bytes = static_cast<ptrdiff_t>(bytesPerPixel(frame.pixels));
+    for (int y = 0; y < rect.height; ++y, to += toRow) {
+        for (int x = 0; x < rect.width; ++x) {
+            const auto at = frame.transform.inBuffer({from.x + x, from.y + y}, frame.whole);
+            const uint32_t pixel =
+                bgrxOf(frame.bytes + at.y * frame.bytesPerRow + at.x * bytes, frame.pixels);
+            std::memcpy(to + 4 * static_cast<size_t>(x), &pixel, sizeof pixel);
+        }
     }
 }
 
@@ -37,18 +48,13 @@ PicturePool::Picture* PortalPicturePool::acquire() {
 
 void PortalPicturePool::refresh(Picture& picture, const PortalFrame& frame, int x, int y) const {
     for (const PixelRect& rect : picture.stale.rects()) {
-        const size_t bytes = static_cast<size_t>(rect.width) * 4;
-        const uint8_t* from = frame.pixels + static_cast<size_t>(y + rect.y) * frame.bytesPerRow +
-                              static_cast<size_t>(x + rect.x) * 4;
-        uint8_t* to =
+        const PixelRect from{x + rect.x, y + rect.y, rect.width, rect.height};
+        uint8_t* const to =
             picture.pixels + static_cast<size_t>(rect.y) * bytesPerRow() + static_cast<size_t>(rect.x) * 4;
-        for (int row = 0; row < rect.height; ++row, from += frame.bytesPerRow, to += bytesPerRow()) {
-            if (frame.order == PortalVideoFormat::Order::bgr) {
-                std::memcpy(to, from, bytes);
-            } else {
-                copySwapped(to, from, static_cast<size_t>(rect.width));
-            }
-        }
+        if (frame.transform.isUpright())
+            copyRows(rect, frame, from, to, bytesPerRow());
+        else
+            copyTurned(rect, frame, from, to, bytesPerRow());
     }
     picture.stale.clear();
 }

@@ -14,6 +14,35 @@ constexpr int kFewestBuffers = 2;
 constexpr int kMostBuffers = 16;
 constexpr uint32_t kMostRegions = 16;
 
+std::optional<PortalPixels> pixelsOf(spa_video_format format) {
+    switch (format) {
+    case SPA_VIDEO_FORMAT_BGRx:
+    case SPA_VIDEO_FORMAT_BGRA:
+        return PortalPixels::bgrx;
+    case SPA_VIDEO_FORMAT_RGBx:
+    case SPA_VIDEO_FORMAT_RGBA:
+        return PortalPixels::rgbx;
+    case SPA_VIDEO_FORMAT_xRGB:
+    case SPA_VIDEO_FORMAT_ARGB:
+        return PortalPixels::xrgb;
+    case SPA_VIDEO_FORMAT_xBGR:
+    case SPA_VIDEO_FORMAT_ABGR:
+        return PortalPixels::xbgr;
+    case SPA_VIDEO_FORMAT_BGR:
+        return PortalPixels::bgr;
+    case SPA_VIDEO_FORMAT_RGB:
+        return PortalPixels::rgb;
+    case SPA_VIDEO_FORMAT_xRGB_210LE:
+    case SPA_VIDEO_FORMAT_ARGB_210LE:
+        return PortalPixels::xrgb2101010;
+    case SPA_VIDEO_FORMAT_xBGR_210LE:
+    case SPA_VIDEO_FORMAT_ABGR_210LE:
+        return PortalPixels::xbgr2101010;
+    default:
+        return std::nullopt;
+    }
+}
+
 } // namespace
 
 PortalVideoParams PortalVideoParams::formats() {
@@ -31,8 +60,11 @@ PortalVideoParams PortalVideoParams::formats() {
         &builder, SPA_TYPE_OBJECT_Format, SPA_PARAM_EnumFormat, SPA_FORMAT_mediaType,
         SPA_POD_Id(SPA_MEDIA_TYPE_video), SPA_FORMAT_mediaSubtype, SPA_POD_Id(SPA_MEDIA_SUBTYPE_raw),
         SPA_FORMAT_VIDEO_format,
-        SPA_POD_CHOICE_ENUM_Id(5, SPA_VIDEO_FORMAT_BGRx, SPA_VIDEO_FORMAT_BGRx, SPA_VIDEO_FORMAT_BGRA,
-                               SPA_VIDEO_FORMAT_RGBx, SPA_VIDEO_FORMAT_RGBA),
+        SPA_POD_CHOICE_ENUM_Id(
+            15, SPA_VIDEO_FORMAT_BGRx, SPA_VIDEO_FORMAT_BGRx, SPA_VIDEO_FORMAT_BGRA, SPA_VIDEO_FORMAT_RGBx,
+            SPA_VIDEO_FORMAT_RGBA, SPA_VIDEO_FORMAT_xRGB, SPA_VIDEO_FORMAT_ARGB, SPA_VIDEO_FORMAT_xBGR,
+            SPA_VIDEO_FORMAT_ABGR, SPA_VIDEO_FORMAT_BGR, SPA_VIDEO_FORMAT_RGB, SPA_VIDEO_FORMAT_xRGB_210LE,
+            SPA_VIDEO_FORMAT_ARGB_210LE, SPA_VIDEO_FORMAT_xBGR_210LE, SPA_VIDEO_FORMAT_ABGR_210LE),
         SPA_FORMAT_VIDEO_size, SPA_POD_CHOICE_RANGE_Rectangle(&usual, &least, &most),
         SPA_FORMAT_VIDEO_framerate, SPA_POD_CHOICE_RANGE_Fraction(&rate, &slowest, &fastest));
     return params;
@@ -42,7 +74,7 @@ PortalVideoParams PortalVideoParams::buffers(const PortalVideoFormat& format) {
     PortalVideoParams params;
     spa_pod_builder builder{};
     spa_pod_builder_init(&builder, params.memory.data(), static_cast<uint32_t>(params.memory.size()));
-    const int stride = format.width * 4;
+    const int stride = format.width * static_cast<int>(bytesPerPixel(format.pixels));
     params.offsets.push_back(builder.state.offset);
     spa_pod_builder_add_object(
         &builder, SPA_TYPE_OBJECT_ParamBuffers, SPA_PARAM_Buffers, SPA_PARAM_BUFFERS_buffers,
@@ -59,6 +91,7 @@ PortalVideoParams PortalVideoParams::buffers(const PortalVideoFormat& format) {
     };
     addMeta(SPA_META_Header, sizeof(spa_meta_header));
     addMeta(SPA_META_VideoCrop, sizeof(spa_meta_region));
+    addMeta(SPA_META_VideoTransform, sizeof(spa_meta_videotransform));
     params.offsets.push_back(builder.state.offset);
     spa_pod_builder_add_object(
         &builder, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta, SPA_PARAM_META_type,
@@ -86,19 +119,9 @@ std::optional<PortalVideoFormat> readPortalVideoFormat(const spa_pod* param) {
     }
     constexpr uint32_t kMost = 32768; // pixels a side, as asked for
     if (raw.size.width > kMost || raw.size.height > kMost) return std::nullopt;
-    PortalVideoFormat format{static_cast<int>(raw.size.width), static_cast<int>(raw.size.height),
-                             PortalVideoFormat::Order::bgr};
-    switch (raw.format) {
-    case SPA_VIDEO_FORMAT_BGRx:
-    case SPA_VIDEO_FORMAT_BGRA:
-        return format;
-    case SPA_VIDEO_FORMAT_RGBx:
-    case SPA_VIDEO_FORMAT_RGBA:
-        format.order = PortalVideoFormat::Order::rgb;
-        return format;
-    default:
-        return std::nullopt;
-    }
+    const auto pixels = pixelsOf(raw.format);
+    if (!pixels) return std::nullopt;
+    return PortalVideoFormat{static_cast<int>(raw.size.width), static_cast<int>(raw.size.height), *pixels};
 }
 
 } // namespace vintra

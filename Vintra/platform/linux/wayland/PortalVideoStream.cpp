@@ -3,6 +3,7 @@
 #include "Vintra/platform/linux/wayland/PortalVideoParams.h"
 
 #include <pipewire/pipewire.h>
+#include <spa/utils/result.h>
 
 #include <cerrno>
 #include <utility>
@@ -14,18 +15,21 @@ struct PortalVideoStream::Events {
 
     static void error(void* data, uint32_t id, int, int result, const char*) {
         if (id == PW_ID_CORE && result == -EPIPE) {
-            self(data).endWith(2, "The PipeWire server, which hands out the screen, has stopped.");
+            self(data).endWith(2, "The PipeWire server, which hands out the screen, has stopped");
         }
     }
     static void globalRemoved(void* data, uint32_t id) {
-        if (id == self(data).node) self(data).endWith(3, "The desktop no longer shares the screen.");
+        if (id == self(data).node) self(data).endWith(3, "The desktop no longer shares the screen");
     }
-    static void stateChanged(void* data, pw_stream_state, pw_stream_state now, const char*) {
+    static void stateChanged(void* data, pw_stream_state, pw_stream_state now, const char* reason) {
         PortalVideoStream& owner = self(data);
         // The stream pauses while its size changes or the screen rests: there is no new frame until it resumes.
         owner.streaming = now == PW_STREAM_STATE_STREAMING;
         if (now == PW_STREAM_STATE_ERROR || now == PW_STREAM_STATE_UNCONNECTED) {
-            owner.endWith(3, "The desktop no longer shares the screen.");
+            owner.endWith(3,
+                          owner.format ? "The desktop no longer shares the screen"
+                                       : "The desktop shares the screen in no form that can be read",
+                          reason);
         }
     }
     static void paramChanged(void* data, uint32_t id, const spa_pod* param) {
@@ -114,7 +118,7 @@ void PortalVideoStream::connectStream() {
     const int result =
         pw_stream_connect(stream, PW_DIRECTION_INPUT, node, static_cast<pw_stream_flags>(flags), pods.data(),
                           static_cast<uint32_t>(pods.size()));
-    if (result < 0) endWith(1, "The PipeWire server refused the screen.");
+    if (result < 0) endWith(1, "The PipeWire server refused the screen", spa_strerror(result));
 }
 
 /// The hooks go first, so that nothing is reported of the end.
@@ -149,9 +153,12 @@ void PortalVideoStream::dispatch() {
     }
 }
 
-void PortalVideoStream::endWith(int code, const char* sentence) {
+void PortalVideoStream::endWith(int code, const std::string& sentence, const char* reason) {
     streaming = false;
-    if (!end_) end_.emplace("pipewire", code, sentence);
+    if (end_) return;
+    const bool isToldWhy = reason != nullptr && *reason != 0;
+    end_.emplace("pipewire", code,
+                 sentence + (isToldWhy ? std::string(" (") + reason + ")." : std::string(".")));
 }
 
 void PortalVideoStream::formatChanged(const spa_pod* param) {

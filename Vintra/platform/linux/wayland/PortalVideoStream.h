@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 
 struct pw_buffer;
 struct pw_context;
@@ -61,7 +62,8 @@ private:
     void formatChanged(const spa_pod* param);
     void process();
     void take(pw_buffer* buffer);
-    void endWith(int code, const char* sentence);
+    /// The sentence has no full stop; the reason is PipeWire's own, null if it gave none.
+    void endWith(int code, const std::string& sentence, const char* reason = nullptr);
     void disconnect();
 
     const uint32_t node;

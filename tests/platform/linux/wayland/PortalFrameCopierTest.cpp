@@ -16,9 +16,9 @@ struct Desk {
 
     PortalFrame frame(std::optional<std::vector<PixelRect>> damage = std::nullopt) {
         PortalFrame made;
-        made.pixels = reinterpret_cast<const uint8_t*>(picture.pixels.data());
-        made.bytesPerRow = static_cast<size_t>(picture.width) * 4;
-        made.content = {0, 0, picture.width, picture.height};
+        made.bytes = reinterpret_cast<const uint8_t*>(picture.pixels.data());
+        made.bytesPerRow = ptrdiff_t{picture.width} * 4;
+        made.whole = made.content = {0, 0, picture.width, picture.height};
         made.sequence = ++sequence;
         made.damage = std::move(damage);
         return made;
@@ -101,11 +101,41 @@ TEST(PortalFrameCopier, redAndBlueChangePlacesWhereTheDesktopHasThemTheOtherWay)
     desk.picture.fill(0, 0, 40, 30, 0x112233);
     PortalFrameCopier copier = makeCopier();
     PortalFrame frame = desk.frame();
-    frame.order = PortalVideoFormat::Order::rgb;
+    frame.pixels = PortalPixels::rgbx;
     EXPECT_TRUE(copier.look(frame));
     const ScreenPicture seen = copied(copier, frame);
     EXPECT_EQ(seen.at(0, 0), 0x332211u);
     EXPECT_EQ(seen.at(39, 29), 0x332211u);
+}
+
+TEST(PortalFrameCopier, aTurnedPictureIsCopiedUpright) {
+    // The buffer of an upright picture of 2 × 3 that was turned left once: 3 × 2.
+    const uint32_t buffer[] = {0x01, 0x11, 0x21, 0x00, 0x10, 0x20};
+    const uint32_t upright[3][2] = {{0x00, 0x01}, {0x10, 0x11}, {0x20, 0x21}};
+    PortalFrame frame;
+    frame.bytes = reinterpret_cast<const uint8_t*>(buffer);
+    frame.bytesPerRow = 12;
+    frame.transform = {.quarterTurns = 1, .isFlipped = false};
+    frame.whole = frame.content = {0, 0, 2, 3};
+    PortalFrameCopier copier = makeCopier(CGRect{{0, 0}, {2, 3}}, 2);
+    ASSERT_TRUE(copier.look(frame));
+    const ScreenPicture seen = copied(copier, frame);
+    for (int y = 0; y < 3; ++y)
+        for (int x = 0; x < 2; ++x)
+            EXPECT_EQ(seen.at(x, y) & 0xffffff, upright[y][x]) << x << ", " << y;
+}
+
+TEST(PortalFrameCopier, aPictureThatStandsUpsideDownInMemoryIsCopiedUpright) {
+    Desk desk(4, 2);
+    desk.picture.fill(0, 0, 4, 1, 0xff0000);
+    PortalFrame frame = desk.frame();
+    frame.bytes += 16; // the memory's last row is the first
+    frame.bytesPerRow = -16;
+    PortalFrameCopier copier = makeCopier(std::nullopt, 4);
+    ASSERT_TRUE(copier.look(frame));
+    const ScreenPicture seen = copied(copier, frame);
+    EXPECT_EQ(seen.at(0, 0), desk.picture.at(0, 1));
+    EXPECT_EQ(seen.at(0, 1), 0xff0000u);
 }
 
 TEST(PortalFrameCopier, whatALostFrameHadIsCopiedWithTheNext) {
@@ -131,9 +161,9 @@ TEST(PortalFrameCopier, noMorePicturesAreOutThanCanBeOnTheirWay) {
     PortalFrameCopier copier = makeCopier(std::nullopt, 40, 2);
     const PortalFrame frame = desk.frame();
     EXPECT_TRUE(copier.look(frame));
-    // Beside the two on their way, eight that may wait for the encoder and five that are in use.
+    // Beside the two on their way, sixteen that may wait for the encoder and five that are in use.
     std::vector<std::shared_ptr<CVPixelBuffer>> out;
-    for (int i = 0; i < 2 + 8 + 5; ++i) {
+    for (int i = 0; i < 2 + 16 + 5; ++i) {
         out.push_back(copier.copy(frame));
         EXPECT_NE(out.back(), nullptr) << i;
     }

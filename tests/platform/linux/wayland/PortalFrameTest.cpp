@@ -11,7 +11,7 @@ namespace {
 
 /// A buffer as a desktop fills it: 4 × 3 pixels, rows of 5 pixels apart.
 struct FilledBuffer {
-    static constexpr PortalVideoFormat kFormat{4, 3, PortalVideoFormat::Order::bgr};
+    static constexpr PortalVideoFormat kFormat{4, 3, PortalPixels::bgrx};
 
     std::array<uint8_t, 60> pixels{};
     spa_chunk chunk{0, 60, 20, 0};
@@ -50,17 +50,21 @@ TEST(PortalFrame, aBufferIsReadWithWhatItTells) {
     filled.damage[1] = region(3, 2, 9, 9); // cut at the picture's end
     const auto frame = filled.read();
     ASSERT_TRUE(frame.has_value());
-    EXPECT_EQ(frame->pixels, filled.pixels.data());
-    EXPECT_EQ(frame->bytesPerRow, 20u);
+    EXPECT_EQ(frame->bytes, filled.pixels.data());
+    EXPECT_EQ(frame->bytesPerRow, 20);
     EXPECT_EQ(frame->content, (PixelRect{0, 0, 4, 3}));
     EXPECT_EQ(frame->nanoseconds, 12'345);
     EXPECT_EQ(frame->sequence, 7u);
     EXPECT_EQ(frame->damage, (std::vector<PixelRect>{{1, 1, 2, 1}, {3, 2, 1, 1}}));
 }
 
-TEST(PortalFrame, emptyDamageIsNoChangeAndNoDamageIsNotTold) {
+TEST(PortalFrame, aListWithoutAnAreaTellsNothingAndAnEmptyRegionIsNotItsEnd) {
     FilledBuffer filled;
-    EXPECT_EQ(filled.read()->damage, std::vector<PixelRect>{});
+    EXPECT_EQ(filled.read()->damage, std::nullopt);
+    filled.damage[2] = region(1, 1, 2, 1);
+    EXPECT_EQ(filled.read()->damage, (std::vector<PixelRect>{{1, 1, 2, 1}}));
+    filled.damage[2] = region(40, 40, 2, 1); // beyond the picture
+    EXPECT_EQ(filled.read()->damage, std::nullopt);
     filled.buffer.n_metas = 2;
     EXPECT_EQ(filled.read()->damage, std::nullopt);
     filled.buffer.n_metas = 0;
@@ -109,9 +113,39 @@ TEST(PortalFrame, aBufferThatDoesNotHoldItsPictureIsRefused) {
     filled.chunk.stride = 15;
     EXPECT_FALSE(filled.read());
     filled.chunk.stride = 0; // rows without gaps
-    EXPECT_EQ(filled.read()->bytesPerRow, 16u);
+    EXPECT_EQ(filled.read()->bytesPerRow, 16);
     filled.chunk.stride = 2'000'000'000;
     EXPECT_FALSE(filled.read());
+}
+
+TEST(PortalFrame, rowsMayStandUpsideDownInMemory) {
+    FilledBuffer filled;
+    filled.chunk.stride = -20;
+    const auto frame = filled.read();
+    ASSERT_TRUE(frame.has_value());
+    EXPECT_EQ(frame->bytes, filled.pixels.data() + 40) << "the picture's first row is the memory's last";
+    EXPECT_EQ(frame->bytesPerRow, -20);
+    filled.chunk.offset = 5;
+    EXPECT_FALSE(filled.read());
+}
+
+TEST(PortalFrame, aTurnedPictureIsToldUpright) {
+    FilledBuffer filled;
+    spa_meta_videotransform turned{SPA_META_TRANSFORMATION_90};
+    std::array<spa_meta, 4> metas{filled.metas[0], filled.metas[1], filled.metas[2],
+                                  spa_meta{SPA_META_VideoTransform, sizeof turned, &turned}};
+    filled.buffer.metas = metas.data();
+    filled.buffer.n_metas = 4;
+    filled.damage[0] = region(0, 0, 1, 1); // of a picture that was turned left: its top right corner
+    const auto frame = filled.read();
+    ASSERT_TRUE(frame.has_value());
+    EXPECT_EQ(frame->transform, (PictureTransform{.quarterTurns = 1, .isFlipped = false}));
+    EXPECT_EQ(frame->content, (PixelRect{0, 0, 3, 4}));
+    EXPECT_EQ(frame->damage, (std::vector<PixelRect>{{2, 0, 1, 1}}));
+    turned.transform = SPA_META_TRANSFORMATION_Flipped270;
+    EXPECT_EQ(filled.read()->transform, (PictureTransform{.quarterTurns = 3, .isFlipped = true}));
+    turned.transform = 77; // of another time: as it lies
+    EXPECT_TRUE(filled.read()->transform.isUpright());
 }
 
 } // namespace
