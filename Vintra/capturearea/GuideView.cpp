@@ -3,6 +3,7 @@
 #include "Vintra/capturearea/ControlBar.h"
 #include "Vintra/capturearea/OverlayDrawing.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace vintra {
@@ -29,8 +30,15 @@ void GuideView::setContent(const Content& newContent) {
 }
 
 bool GuideView::isNearEdge(CGPoint point, double slop) const {
-    if (!content.recording && bar.holds(point, bounds, measure, slop)) return true;
-    return content.editable && hole.insetBy(-slop, -slop).contains(point);
+    return std::ranges::any_of(interactiveParts(slop),
+                               [point](const CGRect& part) { return part.contains(point); });
+}
+
+std::vector<CGRect> GuideView::interactiveParts(double slop) const {
+    std::vector<CGRect> parts;
+    if (!content.recording) parts = bar.parts(bounds, measure, slop);
+    if (content.editable) parts.push_back(hole.insetBy(-slop, -slop));
+    return parts;
 }
 
 void GuideView::mouseDown(CGPoint at) {

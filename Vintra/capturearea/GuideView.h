@@ -8,6 +8,7 @@
 #include <optional>
 #include <string>
 #include <variant>
+#include <vector>
 
 namespace vintra {
 
@@ -54,6 +55,8 @@ public:
     void mouseUp();
     /// Whether the point is so close to a part that takes mouse events.
     bool isNearEdge(CGPoint point, double slop) const;
+    /// The parts that take mouse events, grown by the slop on every side.
+    std::vector<CGRect> interactiveParts(double slop) const;
     bool isDragging() const { return !std::holds_alternative<Grab::None>(grab.kind); }
     void draw(Drawing& drawing) const;
 

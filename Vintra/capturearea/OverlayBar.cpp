@@ -75,9 +75,15 @@ void OverlayBar::carryOut(const BarAction& action) {
 }
 
 bool OverlayBar::holds(CGPoint point, const CGRect& bounds, const TextMeasure& measure, double slop) const {
-    if (ControlBar::containerRect(bounds, state, measure).insetBy(-slop, -slop).contains(point)) return true;
+    return std::ranges::any_of(parts(bounds, measure, slop),
+                               [point](const CGRect& part) { return part.contains(point); });
+}
+
+std::vector<CGRect> OverlayBar::parts(const CGRect& bounds, const TextMeasure& measure, double slop) const {
+    std::vector<CGRect> result{ControlBar::containerRect(bounds, state, measure).insetBy(-slop, -slop)};
     const auto menu = ControlBar::menuContainer(bounds, state, openMenu, measure);
-    return menu && menu->insetBy(-slop, -slop).contains(point);
+    if (menu) result.push_back(menu->insetBy(-slop, -slop));
+    return result;
 }
 
 void OverlayBar::draw(const CGRect& bounds, Drawing& drawing) const {

@@ -8,6 +8,7 @@
 
 #include <functional>
 #include <optional>
+#include <vector>
 
 namespace vintra {
 
@@ -33,6 +34,8 @@ public:
     void point(CGPoint at, const CGRect& bounds, const TextMeasure& measure);
     /// Whether the point is on the strip or the open menu's card, both grown by the slop on every side.
     bool holds(CGPoint point, const CGRect& bounds, const TextMeasure& measure, double slop = 0) const;
+    /// The strip and the open menu's card, both grown by the slop on every side.
+    std::vector<CGRect> parts(const CGRect& bounds, const TextMeasure& measure, double slop) const;
     void draw(const CGRect& bounds, Drawing& drawing) const;
 
     BarState state;

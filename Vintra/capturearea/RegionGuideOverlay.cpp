@@ -128,6 +128,7 @@ void RegionGuideOverlay::redraw() {
     if (!window) return;
     DrawListDrawing drawing(surroundings.windows.textMeasure());
     view->draw(drawing);
+    window->setInteractiveParts(view->interactiveParts(kInteractiveSlop));
     if (shown == drawing.list) return;
     shown = std::move(drawing.list);
     window->present(*shown);

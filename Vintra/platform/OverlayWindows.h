@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 namespace vintra {
 
@@ -48,6 +49,9 @@ public:
     virtual void setFrame(const CGRect& frame) = 0;
     /// Whether clicks go through to what lies below.
     virtual void setIgnoresMouseEvents(bool ignores) = 0;
+    /// Where it would take clicks if the pointer came there, in its own coordinates. A system that doesn't tell where
+    /// the pointer is over others' windows takes clicks in these while it lets the rest through.
+    virtual void setInteractiveParts(const std::vector<CGRect>& parts) = 0;
     /// Shows this list from now on.
     virtual void present(const DrawList& list) = 0;
     /// To the front of its level, whichever program is the active one.

@@ -102,6 +102,19 @@ TEST_F(RegionGuideOverlayTest, whileComposingTheSurroundIsDimmedAndAHintIsShown)
     EXPECT_EQ(window().list.shapes, expected);
 }
 
+TEST_F(RegionGuideOverlayTest, theWindowKnowsTheInteractivePartsAsTheyAre) {
+    const CGRect bar =
+        ControlBar::containerRect(kGuideBounds, guide.state, kOverlayMeasure).insetBy(-26, -26);
+    show();
+    EXPECT_EQ(window().interactiveParts, (std::vector<CGRect>{bar, {{378, 214}, {692, 412}}}));
+    guide.editable = false;
+    show();
+    EXPECT_EQ(window().interactiveParts, std::vector<CGRect>{bar});
+    guide.recording = guide.state.isRecording = true;
+    show();
+    EXPECT_EQ(window().interactiveParts, std::vector<CGRect>());
+}
+
 TEST_F(RegionGuideOverlayTest, inATakeThereIsALineAroundTheFrameAndNoDimming) {
     guide.recording = guide.state.isRecording = true;
     guide.composing = false;

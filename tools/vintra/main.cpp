@@ -18,6 +18,7 @@
 #include "Vintra/platform/linux/desktop/X11GlobalHotKeys.h"
 #include "Vintra/take/ScreenRecorderManager.h"
 #include "tools/vintra/CommandRun.h"
+#include "tools/vintra/overlays/ProgramOverlays.h"
 
 #include <QAccessible>
 #include <QApplication>
@@ -75,6 +76,7 @@ int runFirst(const std::shared_ptr<QtEventLoop>& loop, MainThreadBus& sessionBus
         LinuxPlatform::make(loop, {.logLevel = LogLevel::error,
                                    .outputToPutBackKey = SystemOutputRouter::kPendingRestoreKey,
                                    .reportsCrashes = true});
+    ProgramOverlays overlays(machine, *loop);
     QtProgram program({.platform = machine.services,
                        .desktop = std::make_shared<LinuxDesktop>(*loop, sessionBus, toolkitOf(running)),
                        .hotKeys = hotKeysOf(machine, *loop, sessionBus),
@@ -88,8 +90,10 @@ int runFirst(const std::shared_ptr<QtEventLoop>& loop, MainThreadBus& sessionBus
     const std::vector<Observation> observations{recorder.isRecording.observe(follow),
                                                 recorder.isBusy.observe(follow)};
     programBus.serve(handlersOf(program));
+    overlays.attach(recorder);
     program.raise();
     loop->run();
+    overlays.detach();
     program.end([](const std::function<bool()>& condition) {
         while (!condition())
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);

@@ -183,7 +183,7 @@ void LinuxPlatform::claimSoundRouting(const std::string& outputToPutBackKey) {
 }
 
 LinuxOverlays LinuxPlatform::makeOverlays(EventLoop& eventLoop, OverlayPainter& painter) const {
-    if (isWaylandSession()) return {};
+    if (isWaylandSession()) return LinuxOverlays::ofWayland(eventLoop, painter);
     return LinuxOverlays::ofX11(eventLoop, painter);
 }
 

@@ -18,6 +18,7 @@ public:
         uint32_t number = 0;
         CGRect frame;
         bool ignoresMouseEvents = false;
+        std::vector<CGRect> interactiveParts;
         bool isOnScreen = false;
         DrawList list;
         int presentations = 0;
@@ -30,6 +31,7 @@ public:
     uint32_t windowNumber() const override { return state->number; }
     void setFrame(const CGRect& frame) override { state->frame = frame; }
     void setIgnoresMouseEvents(bool ignores) override { state->ignoresMouseEvents = ignores; }
+    void setInteractiveParts(const std::vector<CGRect>& parts) override { state->interactiveParts = parts; }
     void present(const DrawList& list) override;
     void orderFront() override;
     void orderOut() override { state->isOnScreen = false; }

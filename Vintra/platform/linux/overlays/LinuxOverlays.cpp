@@ -1,11 +1,21 @@
 #include "Vintra/platform/linux/overlays/LinuxOverlays.h"
 
+#include "Vintra/platform/linux/overlays/WaylandOverlayWindows.h"
 #include "Vintra/platform/linux/overlays/X11EventMonitors.h"
 #include "Vintra/platform/linux/overlays/X11OverlayConnection.h"
 #include "Vintra/platform/linux/overlays/X11OverlayWindows.h"
 #include "Vintra/platform/linux/overlays/X11OwnWindows.h"
 
 namespace vintra {
+
+LinuxOverlays LinuxOverlays::ofWayland(EventLoop& eventLoop, OverlayPainter& painter,
+                                       const std::string& displayName) {
+    const auto connection = WaylandOverlayConnection::open(eventLoop, displayName);
+    if (!connection) return {};
+    return {.windows = std::make_shared<WaylandOverlayWindows>(connection, painter, displayName),
+            .monitors = std::make_shared<WaylandEventMonitors>(connection),
+            .ownWindows = std::make_shared<WaylandOwnWindows>()};
+}
 
 LinuxOverlays LinuxOverlays::ofX11(EventLoop& eventLoop, OverlayPainter& painter,
                                    const std::string& displayName) {

@@ -13,8 +13,10 @@ class OwnWindows;
 
 /// What overlays are made of on a desktop of the session. All three are null where there is none. Main thread.
 struct LinuxOverlays {
-    /// The event loop and the painter outlive the services. An empty name stands for the DISPLAY of the
-    /// environment.
+    /// The event loop and the painter outlive the services. An empty name stands for what the environment
+    /// says. On Wayland the compositor must have layers for programs (zwlr_layer_shell_v1).
+    static LinuxOverlays ofWayland(EventLoop& eventLoop, OverlayPainter& painter,
+                                   const std::string& displayName = {});
     static LinuxOverlays ofX11(EventLoop& eventLoop, OverlayPainter& painter,
                                const std::string& displayName = {});
 

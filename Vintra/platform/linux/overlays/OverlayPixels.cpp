@@ -46,7 +46,7 @@ void addShape(const DrawList::Shape& shape, const Grid& grid, const TextMeasure&
             if constexpr (std::is_same_v<Shape, DrawList::FilledRect>) {
                 addClipped(touched(drawn.rect, grid), grid, region);
             } else if constexpr (std::is_same_v<Shape, DrawList::FilledSurround>) {
-                addClipped(touched(drawn.outer, grid), grid, region);
+                addDifference(pixelsOf(drawn.outer, grid), pixelsOf(drawn.hole, grid), grid, region);
             } else if constexpr (std::is_same_v<Shape, DrawList::StrokedRect>) {
                 const Sides sides = sidesOf(drawn, grid);
                 for (const PixelRect& side : {sides.top, sides.bottom, sides.left, sides.right})

@@ -29,13 +29,6 @@ unsigned cursorShape(OverlayCursor cursor) {
     return XC_left_ptr;
 }
 
-PixelRect boundsOf(const PixelRegion& region) {
-    PixelRect bounds;
-    for (const PixelRect& rect : region.rects())
-        bounds = boundingBox(bounds, rect);
-    return bounds;
-}
-
 } // namespace
 
 X11OverlayWindow::X11OverlayWindow(std::shared_ptr<X11OverlayConnection> connection, OverlayPainter& painter,
@@ -96,7 +89,8 @@ void X11OverlayWindow::makeWindows() {
     context = XCreateGC(display, window, 0, nullptr);
     cursor = XCreateFontCursor(display, cursorShape(recipe.cursor));
     attributes.cursor = cursor;
-    attributes.event_mask = ButtonPressMask | ButtonReleaseMask | PointerMotionMask | KeyPressMask;
+    attributes.event_mask =
+        ButtonPressMask | ButtonReleaseMask | PointerMotionMask | EnterWindowMask | KeyPressMask;
     glass = XCreateWindow(display, root, pixelFrame.x, pixelFrame.y, static_cast<unsigned>(pixelFrame.width),
                           static_cast<unsigned>(pixelFrame.height), 0, 0, InputOnly, nullptr,
                           CWOverrideRedirect | CWCursor | CWEventMask, &attributes);
@@ -194,11 +188,13 @@ void X11OverlayWindow::repaint(const DrawList& list) {
 void X11OverlayWindow::setShape(const DrawList& list) {
     std::vector<XRectangle> rectangles;
     if (pixels) {
-        const PixelRect bounds = boundsOf(OverlayPixels::changedPixels({}, list, grid(), painter));
-        for (const PixelRect& each : OpaqueOverlay::makeOpaque(canvas(), bounds)) {
-            rectangles.push_back({static_cast<short>(each.x), static_cast<short>(each.y),
-                                  static_cast<unsigned short>(each.width),
-                                  static_cast<unsigned short>(each.height)});
+        const PixelRegion drawn = OverlayPixels::changedPixels({}, list, grid(), painter);
+        for (const PixelRect& part : drawn.rects()) {
+            for (const PixelRect& each : OpaqueOverlay::makeOpaque(canvas(), part)) {
+                rectangles.push_back({static_cast<short>(each.x), static_cast<short>(each.y),
+                                      static_cast<unsigned short>(each.width),
+                                      static_cast<unsigned short>(each.height)});
+            }
         }
     }
     XShapeCombineRectangles(connection->get(), window, ShapeBounding, 0, 0, rectangles.data(),
@@ -300,6 +296,9 @@ void X11OverlayWindow::handle(const XEvent& event) {
     case ButtonRelease:
     case MotionNotify:
         handlePointer(event);
+        return;
+    case EnterNotify: // the glass came up under the pointer
+        if (!isDragging) input.mouseMoved(pointOf(event.xcrossing.x, event.xcrossing.y, false));
         return;
     case KeyPress: {
         XKeyEvent key = event.xkey;

@@ -39,6 +39,7 @@ public:
     uint32_t windowNumber() const override { return static_cast<uint32_t>(window); }
     void setFrame(const CGRect& newFrame) override;
     void setIgnoresMouseEvents(bool ignores) override;
+    void setInteractiveParts(const std::vector<CGRect>&) override {} // the pointer is seen everywhere
     void present(const DrawList& list) override;
     void orderFront() override;
     void orderOut() override;
