@@ -1,0 +1,92 @@
+#include "Vintra/platform/linux/updates/LinuxProgramRemoval.h"
+
+#include "Vintra/platform/SystemError.h"
+#include "Vintra/platform/linux/files/UserDirectories.h"
+#include "Vintra/platform/linux/updates/PackageKitWords.h"
+
+#include <cstdlib>
+#include <utility>
+
+namespace vintra {
+namespace {
+
+constexpr int64_t kRestartPatience = 10'000'000'000; // nanoseconds
+constexpr MainThreadBus::Target kServiceManager{"org.freedesktop.systemd1", "/org/freedesktop/systemd1",
+                                                "org.freedesktop.systemd1.Manager"};
+
+} // namespace
+
+URL LinuxProgramRemoval::standardDeviceOfUser() {
+    const char* const folder = std::getenv("XDG_CONFIG_HOME");
+    const URL configuration = folder && folder[0] == '/'
+                                  ? URL::fileURL(folder)
+                                  : userHomeDirectory().appendingPathComponent(".config");
+    return configuration.appendingPathComponent("pipewire")
+        .appendingPathComponent("pipewire.conf.d")
+        .appendingPathComponent("vintra-audio.conf");
+}
+
+LinuxProgramRemoval::LinuxProgramRemoval(Machine machine, MainThreadBus& systemBus, MainThreadBus& sessionBus)
+    : machine(std::move(machine))
+    , systemBus(systemBus)
+    , sessionBus(sessionBus)
+    , tasks(*this->machine.mainThread) {}
+
+void LinuxProgramRemoval::run(std::function<void(Outcome)> ended) {
+    onEnd = std::move(ended);
+    transaction = std::make_unique<PackageKitTransaction>(
+        systemBus, "Resolve", PackageKitTransaction::installedPackage(machine.packageName),
+        [this](const PackageKitTransaction::Result& result) {
+            if (result.failure) return end(Failed{PackageKitWords::sentenceOf(*result.failure)});
+            if (result.packages.empty()) {
+                return end(Failed{
+                    "This copy of Vintra wasn't installed from its package; delete its files where you "
+                    "put them."});
+            }
+            // Not from within the transaction that it replaces.
+            machine.mainThread->post(
+                tasks.guarded([this, id = result.packages.front()] { removePackage(id); }));
+        });
+}
+
+void LinuxProgramRemoval::removePackage(const std::string& id) {
+    transaction = std::make_unique<PackageKitTransaction>(
+        systemBus, "RemovePackages", PackageKitTransaction::packageToRemove(id),
+        [this](const PackageKitTransaction::Result& result) {
+            using Error = PackageKitTransaction::Error;
+            if (!result.failure) {
+                removeDeviceOfUser();
+                restartSoundServer();
+            } else if (result.failure->is(Error::notAuthorized) || result.failure->is(Error::cancelled)) {
+                end(Cancelled{});
+            } else {
+                end(Failed{PackageKitWords::sentenceOf(*result.failure)});
+            }
+        });
+}
+
+void LinuxProgramRemoval::removeDeviceOfUser() {
+    try {
+        if (machine.fileManager->fileExists(machine.deviceOfUser))
+            machine.fileManager->removeItem(machine.deviceOfUser);
+    } catch (const SystemError&) {
+        // The package is gone; what is left is a device that plays nothing.
+    }
+}
+
+/// Where no service manager runs PipeWire, the device goes with the next login.
+void LinuxProgramRemoval::restartSoundServer() {
+    BusMessage request = sessionBus.makeCall(kServiceManager, "RestartUnit");
+    if (request) sd_bus_message_append(request.get(), "ss", "pipewire.service", "replace");
+    restart =
+        sessionBus.call(std::move(request), kRestartPatience, [this](sd_bus_message*) { end(Removed{}); });
+}
+
+void LinuxProgramRemoval::end(Outcome outcome) {
+    machine.mainThread->post(tasks.guarded([this, outcome = std::move(outcome)] {
+        const auto ended = std::exchange(onEnd, nullptr);
+        if (ended) ended(outcome);
+    }));
+}
+
+} // namespace vintra

@@ -1,0 +1,66 @@
+# Writes the licences of the libraries that programs are linked with, as Debian's packages tell them, a heading for each
+# package: cmake -D programs="a;b" -D output=FILE -P Acknowledgements.cmake
+
+# What is compiled in and leaves no library behind.
+set(packages nlohmann-json3-dev)
+
+foreach(program ${programs})
+  execute_process(COMMAND objdump -p ${program} OUTPUT_VARIABLE headers COMMAND_ERROR_IS_FATAL ANY)
+  string(REGEX MATCHALL "NEEDED +[^\n]+" needed "${headers}")
+  list(TRANSFORM needed REPLACE "NEEDED +" "")
+  list(APPEND libraries ${needed})
+endforeach()
+list(REMOVE_DUPLICATES libraries)
+
+execute_process(COMMAND ${CMAKE_COMMAND} -E env LC_ALL=C PATH=/usr/sbin:/sbin:/usr/bin:/bin ldconfig -p
+                OUTPUT_VARIABLE cache COMMAND_ERROR_IS_FATAL ANY)
+foreach(library ${libraries})
+  string(REPLACE "." "\\." pattern ${library})
+  string(REPLACE "+" "\\+" pattern ${pattern})
+  if(NOT cache MATCHES "\t${pattern} [^\n]*=> ([^\n]+)")
+    message(FATAL_ERROR "${library} isn't installed, so its licence can't be told")
+  endif()
+  file(REAL_PATH ${CMAKE_MATCH_1} path)
+  execute_process(COMMAND dpkg-query -S ${path} OUTPUT_VARIABLE owner ERROR_QUIET)
+  if(NOT owner)
+    # Packages know the paths from before /usr held all of them.
+    string(REGEX REPLACE "^/usr" "" path ${path})
+    execute_process(COMMAND dpkg-query -S ${path} OUTPUT_VARIABLE owner ERROR_QUIET)
+  endif()
+  if(NOT owner MATCHES "^([^:]+):")
+    message(FATAL_ERROR "${path} belongs to no package, so its licence can't be told")
+  endif()
+  list(APPEND packages ${CMAKE_MATCH_1})
+endforeach()
+list(REMOVE_DUPLICATES packages)
+list(SORT packages)
+
+set(text "")
+set(seen)
+foreach(package ${packages})
+  set(file /usr/share/doc/${package}/copyright)
+  if(NOT EXISTS ${file})
+    message(FATAL_ERROR "${file} is missing")
+  endif()
+  file(READ ${file} licence)
+  # Packages of one source share their text: it stands once, under all of their names.
+  string(SHA256 digest "${licence}")
+  list(APPEND seen ${digest})
+  list(APPEND names_${digest} ${package})
+  set(licence_${digest} "${licence}")
+endforeach()
+list(REMOVE_DUPLICATES seen)
+foreach(digest ${seen})
+  list(JOIN names_${digest} ", " names)
+  # A line of a licence isn't a heading.
+  string(REGEX REPLACE "(^|\n)# " "\\1 # " licence "${licence_${digest}}")
+  string(APPEND text "# ${names}\n${licence}\n\n")
+endforeach()
+# Common licences stand apart on Debian; they are part of what is to be told.
+foreach(common GPL-2 GPL-3 LGPL-2 LGPL-2.1 LGPL-3 Apache-2.0)
+  if(text MATCHES "/usr/share/common-licenses/${common}[^-.0-9]")
+    file(READ /usr/share/common-licenses/${common} licence)
+    string(APPEND text "# ${common}\n${licence}\n\n")
+  endif()
+endforeach()
+file(WRITE ${output} "${text}")

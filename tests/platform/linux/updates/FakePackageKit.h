@@ -1,0 +1,61 @@
+#pragma once
+
+#include "Vintra/platform/Mutex.h"
+#include "Vintra/platform/linux/runtime/WakeUp.h"
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <systemd/sd-bus.h>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace vintra {
+
+/// PackageKit, and the part of the session's service manager that restarts services, as they talk on a bus of the test's
+/// own. It installs nothing. It runs on a thread of its own, from the construction, when it is on the bus, to the end
+/// of this object.
+class FakePackageKit {
+public:
+    struct Script {
+        /// What Resolve and GetDetailsLocal tell of.
+        std::vector<std::string> installed{"vintra;1.2.3-45;amd64;installed:local"};
+        std::vector<std::string> local{"vintra;1.3-1;amd64;local"};
+        /// By member: the error that ends the transaction.
+        std::map<std::string, std::pair<uint32_t, std::string>> errors;
+        std::map<std::string, uint32_t> exits; ///< by member; else success, or failure after an error
+        std::string refusedCall;               ///< a member that is answered with an error at once
+        std::string endsAt;                    ///< a member at which the service leaves the bus
+    };
+
+    FakePackageKit(const std::string& busAddress, Script script);
+    ~FakePackageKit();
+    FakePackageKit(const FakePackageKit&) = delete;
+    FakePackageKit& operator=(const FakePackageKit&) = delete;
+
+    /// "InstallFiles 0 /path" and the like, in their order.
+    std::vector<std::string> calls() const;
+
+private:
+    static int created(sd_bus_message* message, void* data, sd_bus_error* error);
+    static int called(sd_bus_message* message, void* data, sd_bus_error* error);
+    int perform(sd_bus_message* message);
+    std::string textOf(sd_bus_message* message);
+    void signal(const char* path, const char* name, const char* types, ...);
+    void tellProgress(const char* path);
+    void run();
+    void note(const std::string& call);
+
+    const Script script;
+    sd_bus* bus = nullptr; ///< the thread's, once it runs
+    int transactions = 0;  ///< the thread's
+    WakeUp wakeUp;
+    mutable Mutex mutex;
+    std::vector<std::string> calls_ GUARDED_BY(mutex);
+    bool ended GUARDED_BY(mutex) = false;
+    std::thread thread;
+};
+
+} // namespace vintra
