@@ -7,7 +7,7 @@ namespace vintra {
 class Desktop;
 class FeedbackAsk;
 class ScreenRecorderManager;
-struct UpdateNotice;
+class UpdateNotice;
 
 /// What the view models show and act on. All outlive them.
 struct AppSurroundings {

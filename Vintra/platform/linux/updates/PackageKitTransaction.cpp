@@ -29,29 +29,29 @@ void appendTexts(sd_bus_message* message, std::initializer_list<const char*> tex
 } // namespace
 
 PackageKitTransaction::AppendArguments PackageKitTransaction::installedPackage(const std::string& name) {
-    return [name](sd_bus_message* call) {
-        sd_bus_message_append(call, "t", kInstalledFilter);
-        appendTexts(call, {name.c_str()});
+    return [name](sd_bus_message* request) {
+        sd_bus_message_append(request, "t", kInstalledFilter);
+        appendTexts(request, {name.c_str()});
     };
 }
 
 PackageKitTransaction::AppendArguments PackageKitTransaction::localFile(const std::string& path) {
-    return [path](sd_bus_message* call) { appendTexts(call, {path.c_str()}); };
+    return [path](sd_bus_message* request) { appendTexts(request, {path.c_str()}); };
 }
 
 PackageKitTransaction::AppendArguments PackageKitTransaction::filesToInstall(const std::string& path) {
-    return [path](sd_bus_message* call) {
-        sd_bus_message_append(call, "t", kNoFlags);
-        appendTexts(call, {path.c_str()});
+    return [path](sd_bus_message* request) {
+        sd_bus_message_append(request, "t", kNoFlags);
+        appendTexts(request, {path.c_str()});
     };
 }
 
 /// Nothing that needs the package goes with it, and nothing that it needed.
 PackageKitTransaction::AppendArguments PackageKitTransaction::packageToRemove(const std::string& id) {
-    return [id](sd_bus_message* call) {
-        sd_bus_message_append(call, "t", kNoFlags);
-        appendTexts(call, {id.c_str()});
-        sd_bus_message_append(call, "bb", 0, 0);
+    return [id](sd_bus_message* request) {
+        sd_bus_message_append(request, "t", kNoFlags);
+        appendTexts(request, {id.c_str()});
+        sd_bus_message_append(request, "bb", 0, 0);
     };
 }
 

@@ -38,7 +38,7 @@ public:
     using OnEnd = std::function<void(Result)>;
     using OnProgress = std::function<void(int percent)>;
     /// Puts the arguments of the call in.
-    using AppendArguments = std::function<void(sd_bus_message* call)>;
+    using AppendArguments = std::function<void(sd_bus_message* request)>;
 
     /// The bus is the system's, and outlives this.
     PackageKitTransaction(

@@ -49,8 +49,8 @@ protected:
             if (request.starts_with("GET /file")) return fileReply;
             std::string body = feed;
             const size_t host = request.find("Host: ") + 6;
-            const std::string server = "http://" + request.substr(host, request.find('\r', host) - host);
-            if (const size_t at = body.find("SERVER"); at != std::string::npos) body.replace(at, 6, server);
+            const std::string own = "http://" + request.substr(host, request.find('\r', host) - host);
+            if (const size_t at = body.find("SERVER"); at != std::string::npos) body.replace(at, 6, own);
             return LoopbackWebServer::response("200 OK", body);
         };
         server = std::make_unique<LoopbackWebServer>(answer);

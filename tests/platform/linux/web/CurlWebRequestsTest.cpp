@@ -138,7 +138,7 @@ TEST_F(CurlWebRequestsTest, aServerThatIsNotThereIsTold) {
 }
 
 TEST_F(CurlWebRequestsTest, aServerThatNeverAnswersIsGivenUp) {
-    const std::string address = serve({.bytes = "", .staysOpen = true});
+    const std::string address = serve(Reply{.bytes = "", .staysOpen = true});
     EXPECT_EQ(textOf(load({.address = address, .timeoutSeconds = 0.3})),
               "The server didn't answer in time; try again later.");
 }
@@ -158,12 +158,13 @@ TEST_F(CurlWebRequestsTest, garbageIsNoAnswer) {
     for (int n = 0; n < 4096; ++n)
         garbage += static_cast<char>(n * 197 + 31);
     const std::string sentence = "The server's answer can't be understood; try again later.";
-    EXPECT_EQ(textOf(load({.address = serve({.bytes = garbage})})), sentence);
-    EXPECT_EQ(textOf(load({.address = serve({.bytes = "HTTP/1.1 200 OK\r\nContent-Length: -7\r\n\r\n"})})),
-              sentence);
-    EXPECT_EQ(textOf(load({.address = serve({.bytes = ""})})), "The connection broke off; try again.");
+    EXPECT_EQ(textOf(load({.address = serve(Reply{.bytes = garbage})})), sentence);
     EXPECT_EQ(
-        textOf(load({.address = serve({.bytes = "HTTP/1.1 200 OK\r\nContent-Length: 70\r\n\r\nhalf"})})),
+        textOf(load({.address = serve(Reply{.bytes = "HTTP/1.1 200 OK\r\nContent-Length: -7\r\n\r\n"})})),
+        sentence);
+    EXPECT_EQ(textOf(load({.address = serve(Reply{.bytes = ""})})), "The connection broke off; try again.");
+    EXPECT_EQ(
+        textOf(load({.address = serve(Reply{.bytes = "HTTP/1.1 200 OK\r\nContent-Length: 70\r\n\r\nhalf"})})),
         "The connection broke off; try again.");
 }
 
@@ -173,16 +174,16 @@ TEST_F(CurlWebRequestsTest, aBodyThatIsTooLongIsRefused) {
     EXPECT_EQ(
         textOf(load({.address = serve(LoopbackWebServer::response("200 OK", body)), .longestBody = 1000})),
         sentence);
-    EXPECT_EQ(
-        textOf(load({.address = serve({.bytes = "HTTP/1.1 200 OK\r\n\r\n" + body}), .longestBody = 1000})),
-        sentence);
+    EXPECT_EQ(textOf(load(
+                  {.address = serve(Reply{.bytes = "HTTP/1.1 200 OK\r\n\r\n" + body}), .longestBody = 1000})),
+              sentence);
     EXPECT_EQ(
         textOf(load({.address = serve(LoopbackWebServer::response("200 OK", body)), .longestBody = 1001})),
         "200 " + body);
 }
 
 TEST_F(CurlWebRequestsTest, aCancelledTransferIsNotTold) {
-    const std::string address = serve({.bytes = "", .staysOpen = true});
+    const std::string address = serve(Reply{.bytes = "", .staysOpen = true});
     bool isTold = false;
     const auto transfer = web->load({.address = address}, [&](const Outcome&) { isTold = true; });
     while (server->requests().empty())
@@ -202,10 +203,10 @@ TEST_F(CurlWebRequestsTest, aCancelledTransferIsNotTold) {
 }
 
 TEST_F(CurlWebRequestsTest, theEndWaitsForNoServer) {
-    const std::string address = serve({.bytes = "", .staysOpen = true});
+    const std::string address = serve(Reply{.bytes = "", .staysOpen = true});
     web->load({.address = address}, [](const Outcome&) {});
     web->download({.address = address, .file = file, .length = 5},
-                  {.received = [](uint64_t) {}, .ended = [](auto) {}});
+                  {.received = [](uint64_t) {}, .ended = [](const std::optional<SystemError>&) {}});
     web.reset();
 }
 
@@ -270,7 +271,7 @@ TEST_F(CurlWebRequestsTest, aFileThatIsThereAlreadyIsNotAskedFor) {
 TEST_F(CurlWebRequestsTest, aShortenedFileIsTold) {
     EXPECT_EQ(download(serve(LoopbackWebServer::response("200 OK", "0123")), 10),
               "The file on the server is shorter than it should be; try again later.");
-    EXPECT_EQ(download(serve({.bytes = "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\n0123"}), 10),
+    EXPECT_EQ(download(serve(Reply{.bytes = "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\n0123"}), 10),
               "The connection broke off; try again.");
     EXPECT_EQ(content(), "0123") << "to be gone on with";
     EXPECT_EQ(download(serve(LoopbackWebServer::response("200 OK", "")), 10),
@@ -296,16 +297,17 @@ TEST_F(CurlWebRequestsTest, aFileThatCannotBeWrittenIsTold) {
     web->download({.address = serve(LoopbackWebServer::response("200 OK", "0123456789")),
                    .file = inNoFolder,
                    .length = 10},
-                  {.received = [](uint64_t) {}, .ended = [&](const auto& error) { told = error; }});
+                  {.received = [](uint64_t) {},
+                   .ended = [&](const std::optional<SystemError>& error) { told = error; }});
     ASSERT_TRUE(loop->runUntil([&] { return told.has_value(); }, kTransferPatience));
     EXPECT_EQ(told->domain(), "posix");
 }
 
 TEST_F(CurlWebRequestsTest, aServerThatFallsSilentIsGivenUp) {
-    EXPECT_EQ(
-        download(serve({.bytes = "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\n0123", .staysOpen = true}),
-                 10),
-        "The server didn't answer in time; try again later.");
+    EXPECT_EQ(download(serve(Reply{.bytes = "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\n0123",
+                                   .staysOpen = true}),
+                       10),
+              "The server didn't answer in time; try again later.");
 }
 
 } // namespace
