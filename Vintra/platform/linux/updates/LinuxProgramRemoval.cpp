@@ -34,19 +34,16 @@ LinuxProgramRemoval::LinuxProgramRemoval(Machine machine, MainThreadBus& systemB
 
 void LinuxProgramRemoval::run(std::function<void(Outcome)> ended) {
     onEnd = std::move(ended);
-    transaction = std::make_unique<PackageKitTransaction>(
-        systemBus, "Resolve", PackageKitTransaction::installedPackage(machine.packageName),
-        [this](const PackageKitTransaction::Result& result) {
-            if (result.failure) return end(Failed{PackageKitWords::sentenceOf(*result.failure)});
-            if (result.packages.empty()) {
-                return end(Failed{
-                    "This copy of Vintra wasn't installed from its package; delete its files where you "
-                    "put them."});
-            }
-            // Not from within the transaction that it replaces.
-            machine.mainThread->post(
-                tasks.guarded([this, id = result.packages.front()] { removePackage(id); }));
-        });
+    resolve([this](const PackageKitTransaction::Result& result) {
+        if (result.failure) return end(Failed{PackageKitWords::sentenceOf(*result.failure)});
+        if (result.packages.empty()) {
+            return end(
+                Failed{"This copy of Vintra wasn't installed from its package; delete its files where you "
+                       "put them."});
+        }
+        // Not from within the transaction that it replaces.
+        machine.mainThread->post(tasks.guarded([this, id = result.packages.front()] { removePackage(id); }));
+    });
 }
 
 void LinuxProgramRemoval::removePackage(const std::string& id) {
@@ -55,14 +52,29 @@ void LinuxProgramRemoval::removePackage(const std::string& id) {
         [this](const PackageKitTransaction::Result& result) {
             using Error = PackageKitTransaction::Error;
             if (!result.failure) {
-                removeDeviceOfUser();
-                restartSoundServer();
+                machine.mainThread->post(tasks.guarded([this] { checkRemoved(); }));
             } else if (result.failure->is(Error::notAuthorized) || result.failure->is(Error::cancelled)) {
                 end(Cancelled{});
             } else {
                 end(Failed{PackageKitWords::sentenceOf(*result.failure)});
             }
         });
+}
+
+void LinuxProgramRemoval::resolve(PackageKitTransaction::OnEnd onResolved) {
+    transaction = std::make_unique<PackageKitTransaction>(
+        systemBus, "Resolve", PackageKitTransaction::installedPackage(machine.packageName),
+        std::move(onResolved));
+}
+
+/// A service that says it has done it may have left it undone.
+void LinuxProgramRemoval::checkRemoved() {
+    resolve([this](const PackageKitTransaction::Result& result) {
+        if (!result.failure && !result.packages.empty())
+            return end(Failed{"The package service left the removal undone; try again later."});
+        removeDeviceOfUser();
+        restartSoundServer();
+    });
 }
 
 void LinuxProgramRemoval::removeDeviceOfUser() {

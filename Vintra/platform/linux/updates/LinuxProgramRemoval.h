@@ -34,7 +34,9 @@ public:
     URL cachesFolder() const override { return machine.cachesFolder; }
 
 private:
+    void resolve(PackageKitTransaction::OnEnd onEnd);
     void removePackage(const std::string& id);
+    void checkRemoved();
     void removeDeviceOfUser();
     void restartSoundServer();
     void end(Outcome outcome);

@@ -24,6 +24,7 @@ constexpr const char* kNoPackage =
 constexpr const char* kNotSigned = "The file isn't signed by Vintra's makers, so it wasn't used.";
 constexpr const char* kOtherPackage =
     "The file isn't the version that the feed names, so it wasn't used; try again later.";
+constexpr const char* kNotThere = "The package service left the update undone; try again later.";
 
 /// All of the file if it has that length.
 std::optional<std::vector<uint8_t>> bytesOf(FileManager& files, const URL& file, uint64_t length) {
@@ -146,10 +147,9 @@ void LinuxUpdateInstallation::verify(const URL& file, const SUAppcastItem& item,
 /// A good signature on another file, such as that of an earlier version, isn't enough.
 void LinuxUpdateInstallation::checkPackage(const URL& file, const SUAppcastItem& item,
                                            std::function<void(Outcome)> onVerified) {
-    const std::string wanted =
-        source.packageName + ";" + item.displayVersionString + "-" + item.versionString + ";";
+    verified = source.packageName + ";" + item.displayVersionString + "-" + item.versionString + ";";
     begin("GetDetailsLocal", PackageKitTransaction::localFile(file.path()),
-          [wanted, onVerified](const PackageKitTransaction::Result& result) {
+          [wanted = verified, onVerified](const PackageKitTransaction::Result& result) {
               if (result.failure) return onVerified(PackageKitWords::sentenceOf(*result.failure));
               const bool isWanted =
                   result.packages.size() == 1 && result.packages.front().starts_with(wanted);
@@ -158,12 +158,22 @@ void LinuxUpdateInstallation::checkPackage(const URL& file, const SUAppcastItem&
 }
 
 void LinuxUpdateInstallation::install(const URL& file, OnInstall on) {
-    begin(
-        "InstallFiles", PackageKitTransaction::filesToInstall(file.path()),
-        [ended = on.ended](const PackageKitTransaction::Result& result) {
-            ended(result.failure ? Outcome(PackageKitWords::sentenceOf(*result.failure)) : std::nullopt);
-        },
-        on.progress);
+    const auto installed = [this, ended = on.ended](const PackageKitTransaction::Result& result) {
+        if (result.failure) return ended(PackageKitWords::sentenceOf(*result.failure));
+        // Not from within the transaction that it replaces.
+        machine.mainThread->post(tasks.guarded([this, ended] { checkInstalled(ended); }));
+    };
+    begin("InstallFiles", PackageKitTransaction::filesToInstall(file.path()), installed, on.progress);
+}
+
+/// A service that says it has done it may have left it undone.
+void LinuxUpdateInstallation::checkInstalled(std::function<void(Outcome)> ended) {
+    begin("Resolve", PackageKitTransaction::installedPackage(source.packageName),
+          [wanted = verified, ended](const PackageKitTransaction::Result& result) {
+              const bool isThere = std::ranges::any_of(
+                  result.packages, [&](const auto& id) { return id.starts_with(wanted); });
+              ended(isThere || result.failure ? Outcome() : Outcome(kNotThere));
+          });
 }
 
 void LinuxUpdateInstallation::relaunchIfAsked() const {

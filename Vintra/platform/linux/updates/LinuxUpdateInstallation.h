@@ -50,6 +50,7 @@ public:
 
 private:
     void checkPackage(const URL& file, const SUAppcastItem& item, std::function<void(Outcome)> onVerified);
+    void checkInstalled(std::function<void(Outcome)> ended);
     /// One transaction at a time.
     void begin(
         const std::string& member, PackageKitTransaction::AppendArguments append,
@@ -58,6 +59,7 @@ private:
     const Machine machine;
     MainThreadBus& bus;
     const UpdateSource source;
+    std::string verified; ///< how the id of the package begins that was verified last
     bool isToRelaunch = false;
     std::unique_ptr<PackageKitTransaction> transaction;
     MainThreadTasks tasks;

@@ -109,6 +109,8 @@ void PackageKitTransaction::handleSignal(sd_bus_message* message) {
     if (name == "Package") {
         if (sd_bus_message_read(message, "uss", &number, &first, &second) >= 0)
             result.packages.emplace_back(first);
+    } else if (name == "Packages") {
+        handlePackages(message);
     } else if (name == "Details") {
         handleDetails(message);
     } else if (name == "ErrorCode") {
@@ -125,6 +127,16 @@ void PackageKitTransaction::handleSignal(sd_bus_message* message) {
     } else if (name == "Destroy") {
         fail(Error::internal, "it gave no reason");
     }
+}
+
+/// Several at once, as later versions tell them.
+void PackageKitTransaction::handlePackages(sd_bus_message* message) {
+    if (sd_bus_message_enter_container(message, 'a', "(uss)") < 0) return;
+    uint32_t state = 0;
+    const char* id = nullptr;
+    const char* summary = nullptr;
+    while (sd_bus_message_read(message, "(uss)", &state, &id, &summary) > 0)
+        result.packages.emplace_back(id);
 }
 
 void PackageKitTransaction::handleDetails(sd_bus_message* message) {

@@ -57,6 +57,7 @@ public:
 private:
     void begin(const std::string& path);
     void handleSignal(sd_bus_message* message);
+    void handlePackages(sd_bus_message* message);
     void handleDetails(sd_bus_message* message);
     void handleProperties(sd_bus_message* message);
     void fail(Error error, const std::string& details);

@@ -137,20 +137,32 @@ int FakePackageKit::perform(sd_bus_message* message) {
     if (error != script.errors.end()) {
         signal(path.c_str(), "ErrorCode", "us", error->second.first, error->second.second.c_str());
     } else if (member == "Resolve") {
-        for (const std::string& id : script.installed)
-            signal(path.c_str(), "Package", "uss", 1u, id.c_str(), "summary");
+        tellInstalled(path.c_str());
     } else if (member == "GetDetailsLocal") {
         for (const std::string& id : script.local)
             signal(path.c_str(), "Details", "a{sv}", 2, "package-id", "s", id.c_str(), "size", "t",
                    uint64_t{10});
     } else {
         tellProgress(path.c_str());
+        hasChanged = !script.exits.contains(member);
     }
     const auto exit = script.exits.find(member);
     const uint32_t usual = error == script.errors.end() ? kExitSuccess : kExitFailed;
     signal(path.c_str(), "Finished", "uu", exit == script.exits.end() ? usual : exit->second, 12u);
     signal(path.c_str(), "Destroy", "");
     return result;
+}
+
+void FakePackageKit::tellInstalled(const char* path) {
+    const auto& ids =
+        hasChanged && script.installedAfterwards ? *script.installedAfterwards : script.installed;
+    for (const std::string& id : ids) {
+        if (script.tellsSeveralAtOnce) {
+            signal(path, "Packages", "a(uss)", 1, 1u, id.c_str(), "summary");
+        } else {
+            signal(path, "Package", "uss", 1u, id.c_str(), "summary");
+        }
+    }
 }
 
 void FakePackageKit::tellProgress(const char* path) {

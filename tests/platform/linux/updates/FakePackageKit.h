@@ -22,6 +22,9 @@ public:
     struct Script {
         /// What Resolve and GetDetailsLocal tell of.
         std::vector<std::string> installed{"vintra;1.2.3-45;amd64;installed:local"};
+        /// What is installed after InstallFiles or RemovePackages has ended well; nothing: as before.
+        std::optional<std::vector<std::string>> installedAfterwards{};
+        bool tellsSeveralAtOnce = false;
         std::vector<std::string> local{"vintra;1.3-1;amd64;local"};
         /// By member: the error that ends the transaction.
         std::map<std::string, std::pair<uint32_t, std::string>> errors;
@@ -45,12 +48,14 @@ private:
     std::string textOf(sd_bus_message* message);
     void signal(const char* path, const char* name, const char* types, ...);
     void tellProgress(const char* path);
+    void tellInstalled(const char* path);
     void run();
     void note(const std::string& call);
 
     const Script script;
-    sd_bus* bus = nullptr; ///< the thread's, once it runs
-    int transactions = 0;  ///< the thread's
+    sd_bus* bus = nullptr;   ///< the thread's, once it runs
+    int transactions = 0;    ///< the thread's
+    bool hasChanged = false; ///< the thread's: what is installed
     WakeUp wakeUp;
     mutable Mutex mutex;
     std::vector<std::string> calls_ GUARDED_BY(mutex);

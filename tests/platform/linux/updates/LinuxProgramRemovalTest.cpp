@@ -25,7 +25,7 @@ protected:
 };
 
 TEST_F(LinuxProgramRemovalTest, thePackageGoesAndPipeWireBeginsAnew) {
-    serve({});
+    serve({.installedAfterwards = std::vector<std::string>{}});
     folder.write("vintra-audio.conf", "a device of this user's own");
     folder.write("settings.json", "stay");
     EXPECT_EQ(run(), "removed");
@@ -33,6 +33,7 @@ TEST_F(LinuxProgramRemovalTest, thePackageGoesAndPipeWireBeginsAnew) {
               (std::vector<std::string>{"SetHints interactive=true background=false", "Resolve 4 vintra",
                                         "SetHints interactive=true background=false",
                                         "RemovePackages 0 vintra;1.2.3-45;amd64;installed:local no no",
+                                        "SetHints interactive=true background=false", "Resolve 4 vintra",
                                         "RestartUnit pipewire.service replace"}));
     EXPECT_FALSE(files->fileExists(folder.file("vintra-audio.conf")));
     EXPECT_TRUE(files->fileExists(folder.file("settings.json")));
@@ -55,6 +56,8 @@ TEST_F(LinuxProgramRemovalTest, aFailureIsTold) {
     serve({.installed = {}});
     EXPECT_EQ(run(),
               "This copy of Vintra wasn't installed from its package; delete its files where you put them.");
+    serve({.installedAfterwards = std::vector<std::string>{"vintra;1.2.3-45;amd64;manual:local"}});
+    EXPECT_EQ(run(), "The package service left the removal undone; try again later.");
     service.reset();
     EXPECT_TRUE(run().starts_with("PackageKit, which installs and removes packages, doesn't answer"));
 }

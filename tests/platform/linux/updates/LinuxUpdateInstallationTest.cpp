@@ -156,11 +156,29 @@ TEST_F(LinuxUpdateInstallationTest, aFileThatIsGoneIsTold) {
 }
 
 TEST_F(LinuxUpdateInstallationTest, theFileIsInstalledWithItsPath) {
-    serve({});
+    serve({.installedAfterwards = std::vector<std::string>{"vintra;1.3-1;amd64;manual:local"}});
+    ASSERT_EQ(verdict(item("a package"), "a package"), "well");
     EXPECT_EQ(installed(), "well");
-    EXPECT_EQ(service->calls(), (std::vector<std::string>{"SetHints interactive=true background=false",
-                                                          "InstallFiles 0 /tmp/vintra.deb"}));
+    const auto calls = service->calls();
+    EXPECT_EQ(std::vector<std::string>(calls.begin() + 2, calls.end()),
+              (std::vector<std::string>{"SetHints interactive=true background=false",
+                                        "InstallFiles 0 /tmp/vintra.deb",
+                                        "SetHints interactive=true background=false", "Resolve 4 vintra"}));
     EXPECT_EQ(percents, (std::vector<int>{30, 80}));
+}
+
+/// As PackageKit does where it can't open a terminal for dpkg.
+TEST_F(LinuxUpdateInstallationTest, whatWasLeftUndoneIsNotTakenForDone) {
+    serve({.installedAfterwards = std::vector<std::string>{"vintra;1.2.3-45;amd64;manual:local"}});
+    ASSERT_EQ(verdict(item("a package"), "a package"), "well");
+    EXPECT_EQ(installed(), "The package service left the update undone; try again later.");
+}
+
+TEST_F(LinuxUpdateInstallationTest, packagesMayBeToldTogether) {
+    serve({.installed = {"vintra;1.2.3-45;amd64;manual:debian-bookworm-main"}, .tellsSeveralAtOnce = true});
+    EXPECT_EQ(ownership(), "Vintra came with Debian GNU/Linux, which keeps it up to date.");
+    serve({.tellsSeveralAtOnce = true});
+    EXPECT_EQ(ownership(), "well");
 }
 
 TEST_F(LinuxUpdateInstallationTest, aRefusalIsToldInASentence) {

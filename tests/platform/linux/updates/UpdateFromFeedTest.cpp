@@ -29,7 +29,9 @@ protected:
         std::string path = "/file";
     };
 
-    void SetUp() override { serve({}); }
+    void SetUp() override {
+        serve({.installedAfterwards = std::vector<std::string>{"vintra;1.3-1;amd64;manual:local"}});
+    }
     Told good() const { return {.length = file.size(), .signature = key.sign(file)}; }
     static std::string feedOf(const Told& told) {
         // The address of the file is found relative to that of the feed's server when it is served.
@@ -131,8 +133,9 @@ TEST_F(UpdateFromFeedTest, aGoodUpdateIsInstalled) {
     EXPECT_EQ(update(), "relaunch");
     const auto calls = service->calls();
     ASSERT_FALSE(calls.empty());
-    EXPECT_TRUE(calls.back().starts_with("InstallFiles 0 " + folder.file("updates").path() + "/vintra-"))
-        << calls.back();
+    EXPECT_TRUE(std::ranges::any_of(calls, [this](const std::string& call) {
+        return call.starts_with("InstallFiles 0 " + folder.file("updates").path() + "/vintra-");
+    }));
     EXPECT_EQ(files->contentsOfDirectory(folder.file("updates")), std::vector<std::string>{})
         << "nothing of it is left";
 }
