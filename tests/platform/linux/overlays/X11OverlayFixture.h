@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h> // before the macros of X
+
 #include "Vintra/platform/linux/overlays/X11EventMonitors.h"
 #include "Vintra/platform/linux/overlays/X11OverlayWindows.h"
 #include "Vintra/platform/linux/overlays/X11OwnWindows.h"
@@ -14,7 +16,6 @@
 #include <algorithm>
 #include <chrono>
 #include <functional>
-#include <gtest/gtest.h>
 #include <memory>
 #include <string>
 #include <vector>
