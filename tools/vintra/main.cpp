@@ -10,6 +10,7 @@
 #include "Vintra/platform/SystemError.h"
 #include "Vintra/platform/UTF8.h"
 #include "Vintra/platform/linux/LinuxPlatform.h"
+#include "Vintra/platform/linux/desktop/HungSessionBus.h"
 #include "Vintra/platform/linux/desktop/LinuxDesktop.h"
 #include "Vintra/platform/linux/desktop/PortalGlobalHotKeys.h"
 #include "Vintra/platform/linux/desktop/ProgramBus.h"
@@ -102,7 +103,7 @@ int runFirst(const std::shared_ptr<QtEventLoop>& loop, MainThreadBus& sessionBus
 }
 
 /// The name on the bus is given up last: then another start finds all that this one held free.
-int runProgram(const ProgramBus::Activation& activation) {
+int runProgram(const ProgramBus::Activation& activation, bool isBusHung) {
     const auto loop = std::make_shared<QtEventLoop>();
     MainThreadBus sessionBus(*loop, MessageBus::session);
     ProgramBus programBus(sessionBus);
@@ -113,7 +114,7 @@ int runProgram(const ProgramBus::Activation& activation) {
         return outcome.isDone ? ProgramArguments::kDone : ProgramArguments::kRefused;
     }
     case ProgramBus::Standing::alone:
-        say(programBus.problem());
+        say(isBusHung ? ProgramBus::problemOfHungBus() : programBus.problem());
         break;
     case ProgramBus::Standing::first:
         break;
@@ -123,6 +124,7 @@ int runProgram(const ProgramBus::Activation& activation) {
 
 int openWindow(int argumentCount, char** arguments) {
     const auto activation = ProgramBus::activationOfStart();
+    const bool isBusHung = leaveHungSessionBus();
     prepareRendering();
     QApplication application(argumentCount, arguments);
     QApplication::setApplicationName("vintra");
@@ -130,7 +132,7 @@ int openWindow(int argumentCount, char** arguments) {
     QApplication::setQuitOnLastWindowClosed(false);
     QApplication::setFont(QFont(designFontFamily()));
     QAccessible::setRootObject(&application);
-    return runProgram(activation);
+    return runProgram(activation, isBusHung);
 }
 
 /// Nothing for the window.

@@ -19,6 +19,10 @@ constexpr int64_t kFirstsPatience = 10'000'000'000; // nanoseconds
 constexpr int64_t kWithoutEnd = std::numeric_limits<int64_t>::max() / 2;
 constexpr int64_t kNameQuestionPatience = 5'000'000'000; // nanoseconds
 
+constexpr const char* kNoBus = "There is no session bus";
+constexpr const char* kHungBus = "The session bus doesn't answer";
+constexpr const char* kSoThat = ": the commands of vintra and a second start don't reach this window.";
+
 std::string pathOf(std::string name) {
     std::replace(name.begin(), name.end(), '.', '/');
     return "/" + name;
@@ -64,12 +68,11 @@ ProgramBus::~ProgramBus() = default;
 /// False if there is no bus, or none that answers in time: the first says which.
 bool ProgramBus::awaitBus() {
     if (bus.waitUntil([this] { return bus.isReady(); }, kMessageBusPatience)) return true;
-    problem_ = bus.isGone() ? "There is no session bus" : "The session bus doesn't answer";
+    problem_ = bus.isGone() ? kNoBus : kHungBus;
     return false;
 }
 
 ProgramBus::Standing ProgramBus::claim() {
-    constexpr const char* kSoThat = ": the commands of `vintra` and a second start don't reach this window.";
     if (!awaitBus()) {
         problem_ += kSoThat;
         return Standing::alone;
@@ -90,6 +93,10 @@ ProgramBus::Standing ProgramBus::claim() {
     if (result) return Standing::first;
     problem_ = std::string("The session bus gives Vintra no name") + kSoThat;
     return Standing::alone;
+}
+
+std::string ProgramBus::problemOfHungBus() {
+    return std::string(kHungBus) + kSoThat;
 }
 
 void ProgramBus::serve(Handlers given) {
@@ -202,7 +209,7 @@ CommandOutcome ProgramBus::command(ProgramCommand command, bool& isRunning) {
         if (isAnswer(reply) && sd_bus_message_read(reply, "b", &flag) > 0) hasOwner = flag != 0;
     });
     bus.waitUntil([&] { return hasAnswered; }, kNameQuestionPatience);
-    if (!hasOwner) return {false, "The session bus doesn't answer: a Vintra that runs can't be reached."};
+    if (!hasOwner) return {false, std::string(kHungBus) + ": a Vintra that runs can't be reached."};
     if (!*hasOwner) return {false, "Vintra isn't running."};
     isRunning = true;
     if (!firstAnswers()) return {false, "Vintra runs but doesn't answer. End it and start it anew."};

@@ -46,6 +46,8 @@ public:
     Standing claim();
     /// Why nothing can reach this program: a sentence for the user; empty unless `alone`.
     const std::string& problem() const { return problem_; }
+    /// The same for a bus that was left before.
+    static std::string problemOfHungBus();
     /// For the first, before the event loop runs: what was asked meanwhile has waited.
     void serve(Handlers handlers);
 
