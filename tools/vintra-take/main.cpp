@@ -4,6 +4,7 @@
 #include "Vintra/platform/SystemError.h"
 #include "Vintra/platform/UTF8.h"
 #include "Vintra/platform/linux/LinuxPlatform.h"
+#include "Vintra/platform/linux/desktop/TakeInhibitors.h"
 #include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
 #include "Vintra/platform/linux/runtime/SignalWatcher.h"
 #include "tools/vintra-take/RecoveryOutcome.h"
@@ -121,6 +122,10 @@ int carryOut(const Options& options) {
         machine.services.userDefaults->set(key, value);
     TakeRunner runner(machine, options, outlets(isWatched, options.json));
     running = &runner;
+    MainThreadBus systemBus(*loop, MessageBus::system);
+    MainThreadBus sessionBus(*loop, MessageBus::session);
+    TakeInhibitors inhibitors(systemBus, sessionBus, machine.services.log, [&runner] { runner.interrupt(); });
+    inhibitors.setHeld(options.command == Options::Command::take);
     if (early) runner.interrupt();
     int exitCode = kFailed;
     TaskScope tasks;

@@ -70,6 +70,15 @@ ProgramBus::Handlers handlersOf(QtProgram& program) {
                 }};
 }
 
+/// An X session that ends asks each program to save, and waits for it. The program stays: the session may go on.
+void saveTake(QtProgram& program) {
+    if (!*program.recorder().isRecording) return;
+    bool isSaved = false;
+    program.commands().carryOut(ProgramCommand::stop, [&isSaved](const CommandOutcome&) { isSaved = true; });
+    while (!isSaved)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+}
+
 int runFirst(const std::shared_ptr<QtEventLoop>& loop, MainThreadBus& sessionBus, ProgramBus& programBus) {
     QtProgram* running = nullptr;
     MainThreadBus systemBus(*loop, MessageBus::system);
@@ -90,6 +99,8 @@ int runFirst(const std::shared_ptr<QtEventLoop>& loop, MainThreadBus& sessionBus
     const auto follow = [&](bool) { inhibitors.setHeld(*recorder.isRecording || *recorder.isBusy); };
     const std::vector<Observation> observations{recorder.isRecording.observe(follow),
                                                 recorder.isBusy.observe(follow)};
+    QObject::connect(qApp, &QGuiApplication::commitDataRequest, loop.get(),
+                     [&program] { saveTake(program); });
     programBus.serve(handlersOf(program));
     overlays.attach(recorder);
     program.raise();

@@ -12,11 +12,15 @@ FlatAction {
     cornerRadius: Measures.checkboxRadius
     implicitWidth: Measures.checkbox
     implicitHeight: Measures.checkbox
+    // For screen readers, which are told a button's own state.
+    checkable: true
+    checked: isOn
+    onCheckedChanged: {
+        if (checked !== isOn)
+            checked = Qt.binding(() => box.isOn);
+    }
     onClicked: asked(!isOn)
 
-    Accessible.role: Accessible.CheckBox
-    Accessible.checkable: true
-    Accessible.checked: isOn
     Accessible.onToggleAction: box.clicked()
 
     background: Rectangle {

@@ -4,7 +4,7 @@ import QtQuick.Templates as T
 import Vintra
 
 // One choice of `FlatSegmented`.
-T.AbstractButton {
+T.RadioButton {
     id: segment
 
     required property bool isChosen
@@ -21,11 +21,16 @@ T.AbstractButton {
     font.pixelSize: Measures.secondarySize
     font.weight: Font.Medium
 
-    Accessible.role: Accessible.RadioButton
+    // For screen readers, which are told a button's own state.
+    autoExclusive: false
+    checked: isChosen
+    onCheckedChanged: {
+        if (checked !== isChosen)
+            checked = Qt.binding(() => segment.isChosen);
+    }
+
     Accessible.name: name
     Accessible.description: help
-    Accessible.checkable: true
-    Accessible.checked: isChosen
     Accessible.onPressAction: segment.clicked()
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()

@@ -1,10 +1,9 @@
 pragma ComponentBehavior: Bound
 import QtQuick
-import QtQuick.Templates as T
 import Vintra
 
-// A gain in decibels with its two buttons. The arrow keys change it too.
-T.Control {
+// A gain in decibels with its two buttons. The arrow keys change it too. No control of Qt's, whose roles can't be chosen.
+Item {
     id: field
 
     required property string name
@@ -14,10 +13,11 @@ T.Control {
 
     implicitWidth: Measures.gainWidth
     implicitHeight: Measures.control
-    focusPolicy: Qt.StrongFocus
+    activeFocusOnTab: true
     opacity: enabled ? 1 : Measures.disabledOpacity
 
     Accessible.role: Accessible.SpinBox
+    Accessible.focusable: true
     Accessible.name: name
     Accessible.description: title
     Accessible.onIncreaseAction: asked(decibels + 1)
@@ -25,17 +25,19 @@ T.Control {
     Keys.onUpPressed: asked(decibels + 1)
     Keys.onDownPressed: asked(decibels - 1)
 
-    contentItem: Words {
-        text: field.title
-        font.pixelSize: Measures.secondarySize
-        horizontalAlignment: Text.AlignHCenter
-        Accessible.ignored: true
-    }
-    background: Rectangle {
+    Rectangle {
+        anchors.fill: parent
         radius: Measures.controlRadius
         color: DesignColor.sectionFill
         border.width: Measures.outline
         border.color: DesignColor.sectionDivider
+    }
+    Words {
+        anchors.fill: parent
+        text: field.title
+        font.pixelSize: Measures.secondarySize
+        horizontalAlignment: Text.AlignHCenter
+        Accessible.ignored: true
     }
     GainStep {
         text: "\u2212"
@@ -47,7 +49,7 @@ T.Control {
         onClicked: field.asked(field.decibels + 1)
     }
     FocusRing {
-        visible: field.visualFocus
+        visible: field.activeFocus
         around: Measures.controlRadius
     }
 }

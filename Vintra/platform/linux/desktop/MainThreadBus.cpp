@@ -64,7 +64,7 @@ MainThreadBus::MainThreadBus(EventLoop& loop, MessageBus kind, const std::string
         timing = loop.watch(timer.get(), EventLoop::Readiness::readable, [this] {
             uint64_t count = 0;
             [[maybe_unused]] const ssize_t size = ::read(timer.get(), &count, sizeof count);
-            update();
+            serve();
         });
     }
     update();
@@ -135,11 +135,13 @@ bool MainThreadBus::waitUntil(const std::function<bool()>& condition, int64_t pa
     return condition();
 }
 
-/// Handles what has come, and then sees to what is to be waited for.
+void MainThreadBus::serve() {
+    if (!hasGone) process();
+    update();
+}
+
+/// Sees to what is to be waited for. Handles nothing: whoever asks for something isn't called in the middle of that.
 void MainThreadBus::update() {
-    if (hasGone) return;
-    // Inside of a handler the call that runs it goes on with the rest.
-    if (sd_bus_get_current_message(bus.get()) == nullptr) process();
     if (hasGone) return;
     const int descriptor = sd_bus_get_fd(bus.get());
     const int events = sd_bus_get_events(bus.get());
@@ -147,12 +149,12 @@ void MainThreadBus::update() {
     if (descriptor != watched) {
         watched = descriptor;
         writing = nullptr;
-        reading = loop.watch(descriptor, EventLoop::Readiness::readable, [this] { update(); });
+        reading = loop.watch(descriptor, EventLoop::Readiness::readable, [this] { serve(); });
     }
     const bool wantsToWrite = (events & POLLOUT) != 0;
     if (!wantsToWrite) writing = nullptr;
     if (wantsToWrite && !writing) {
-        writing = loop.watch(descriptor, EventLoop::Readiness::writable, [this] { update(); });
+        writing = loop.watch(descriptor, EventLoop::Readiness::writable, [this] { serve(); });
     }
     armTimer();
 }

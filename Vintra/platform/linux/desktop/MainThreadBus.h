@@ -67,6 +67,7 @@ public:
     void update();
 
 private:
+    void serve();
     void process();
     void armTimer();
     void leave();

@@ -41,6 +41,8 @@ PortalRequest::PortalRequest(MainThreadBus& bus, Call call, OnAnswer onAnswer)
 }
 
 PortalRequest::~PortalRequest() {
+    response = nullptr;
+    pending = nullptr;
     if (!onAnswer || !bus.isReady()) return;
     if (path.empty()) path = standardPath();
     // The user's panel is closed, if there is one.

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 #include <optional>
+#include <poll.h>
 
 namespace vintra {
 namespace {
@@ -42,7 +43,6 @@ TEST_F(MainThreadBusTest, aCallThatIsMadeBeforeTheGreetingIsAnswered) {
     BusDouble service(loop, daemon.address(), {"org.test.Service"});
     service.answers["Say"] = [](sd_bus_message* call) { sd_bus_reply_method_return(call, "s", "hello"); };
     MainThreadBus bus(loop, MessageBus::session, daemon.address());
-    EXPECT_FALSE(bus.isReady());
     ask(bus, "Say");
     ASSERT_TRUE(awaitAnswer());
     EXPECT_EQ(*heard, "hello");
@@ -106,6 +106,25 @@ TEST_F(MainThreadBusTest, aBusThatSaysNothingIsGivenUp) {
     ASSERT_TRUE(awaitAnswer());
     EXPECT_EQ(heard->find("error"), 0u);
     EXPECT_FALSE(bus.isReady());
+}
+
+TEST_F(MainThreadBusTest, nothingIsHandledInTheMiddleOfAsking) {
+    const PrivateBus daemon;
+    BusDouble service(loop, daemon.address(), {"org.test.Service"});
+    service.answers["Say"] = [](sd_bus_message* call) { sd_bus_reply_method_return(call, "s", "hello"); };
+    MainThreadBus bus(loop, MessageBus::session, daemon.address());
+    int count = 0;
+    const BusSlot signals = bus.match("type='signal',interface='org.test.Service',member='Changed'",
+                                      [&](sd_bus_message*) { ++count; });
+    ask(bus, "Say");
+    ASSERT_TRUE(awaitAnswer());
+    sd_bus_emit_signal(service.bus.get(), "/org/test/Service", "org.test.Service", "Changed", "");
+    sd_bus_flush(service.bus.get());
+    pollfd incoming{sd_bus_get_fd(bus.get()), POLLIN, 0};
+    ASSERT_EQ(::poll(&incoming, 1, 30'000), 1);
+    bus.send(bus.makeCall(kService, "Say"));
+    EXPECT_EQ(count, 0);
+    EXPECT_TRUE(loop.runUntil([&] { return count == 1; }, kBusTestPatience));
 }
 
 TEST_F(MainThreadBusTest, whatIsSaidToAllIsHeardUntilTheSlotGoes) {

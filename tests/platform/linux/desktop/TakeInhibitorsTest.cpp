@@ -106,6 +106,12 @@ TEST_F(TakeInhibitorsTest, aShutdownInATakeAsksForItsEnd) {
 
 TEST_F(TakeInhibitorsTest, aShutdownWithoutATakeIsNoneOfItsBusiness) {
     announceShutdown();
+    // What is said after it is heard after it.
+    bool hasAnswered = false;
+    const BusSlot slot =
+        bus.call(bus.makeCall({"org.freedesktop.login1", "/", "org.freedesktop.DBus.Peer"}, "Ping"),
+                 kLockTestPatience, [&](sd_bus_message*) { hasAnswered = true; });
+    ASSERT_TRUE(await([&] { return hasAnswered; }));
     inhibitors.setHeld(true);
     ASSERT_TRUE(await([this] { return locks.size() == 2; }));
     EXPECT_EQ(shutdowns, 0);
