@@ -23,8 +23,7 @@ PixelRect rectOf(const spa_region& region, const PixelRect& within) {
                         within);
 }
 
-/// A list without an area tells nothing: KWin sends that with a pointer that has moved, and some portals with every
-/// frame. An empty region isn't the end of the list either.
+/// An empty region isn't the end of the list.
 std::optional<std::vector<PixelRect>> damageOf(const spa_buffer& buffer, const PixelRect& whole) {
     const spa_meta* const meta = spa_buffer_find_meta(&buffer, SPA_META_VideoDamage);
     if (!meta) return std::nullopt;
@@ -34,7 +33,6 @@ std::optional<std::vector<PixelRect>> damageOf(const spa_buffer& buffer, const P
         const PixelRect rect = rectOf(regions[i].region, whole);
         if (!rect.isEmpty()) damage.push_back(rect);
     }
-    if (damage.empty()) return std::nullopt;
     return damage;
 }
 

@@ -32,7 +32,8 @@ struct PortalFrame {
     PixelRect content;                  ///< the part of it that is the picture
     std::optional<int64_t> nanoseconds; ///< when it showed, if told; of the monotonic clock
     std::optional<uint64_t> sequence;   ///< its number, if told
-    /// What differs from the frame before; nothing if that isn't told.
+    /// What differs from the frame before; nothing if that isn't told. An empty list is no promise: KWin sends one
+    /// with a pointer that has moved, and some portals with every frame.
     std::optional<std::vector<PixelRect>> damage;
 };
 

@@ -67,7 +67,8 @@ bool PortalFrameCopier::look(const PortalFrame& frame) {
     const bool isTold = tellsAll(frame);
     lastSequence = frame.sequence;
     isWhole = false;
-    if (!isTold) {
+    if (isTold && frame.damage->empty() && pool->hasPictureOf(frame, area.x, area.y)) return false;
+    if (!isTold || frame.damage->empty()) {
         pool->markAllStale();
         return true;
     }

@@ -1,5 +1,6 @@
 #include "Vintra/platform/linux/wayland/PortalPicturePool.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
@@ -57,6 +58,17 @@ void PortalPicturePool::refresh(Picture& picture, const PortalFrame& frame, int 
             copyTurned(rect, frame, from, to, bytesPerRow());
     }
     picture.stale.clear();
+}
+
+bool PortalPicturePool::hasPictureOf(const PortalFrame& frame, int x, int y) const {
+    if (!frame.transform.isUpright() || frame.pixels != PortalPixels::bgrx) return false;
+    const auto fresh = std::ranges::find_if(pictures, [](const auto& one) { return one->stale.isEmpty(); });
+    if (fresh == pictures.end()) return false;
+    const uint8_t* from = frame.bytes + y * frame.bytesPerRow + ptrdiff_t{x} * 4;
+    const uint8_t* have = (*fresh)->pixels;
+    for (int row = 0; row < shape.height; ++row, from += frame.bytesPerRow, have += bytesPerRow())
+        if (std::memcmp(from, have, bytesPerRow()) != 0) return false;
+    return true;
 }
 
 } // namespace vintra

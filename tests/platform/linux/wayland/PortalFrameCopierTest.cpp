@@ -52,13 +52,29 @@ TEST(PortalFrameCopier, theFirstFrameIsNewWhateverItsDamage) {
 TEST(PortalFrameCopier, onlyDamageInsideOfTheCapturedPartIsNew) {
     Desk desk;
     PortalFrameCopier copier = makeCopier(CGRect{{10, 10}, {20, 10}});
-    EXPECT_TRUE(copier.look(desk.frame()));
+    const PortalFrame first = desk.frame();
+    EXPECT_TRUE(copier.look(first));
+    const auto held = copier.copy(first);
     EXPECT_FALSE(copier.look(desk.frame(std::vector<PixelRect>{})));
     EXPECT_FALSE(copier.look(desk.frame(std::vector<PixelRect>{{0, 0, 40, 10}, {30, 0, 10, 30}})));
     desk.picture.fill(29, 19, 5, 5, 0xff0000);
     const PortalFrame frame = desk.frame(std::vector<PixelRect>{{29, 19, 5, 5}});
     EXPECT_TRUE(copier.look(frame));
     EXPECT_TRUE(copied(copier, frame) == desk.picture.part(10, 10, 20, 10));
+}
+
+TEST(PortalFrameCopier, aFrameThatTellsOfNothingIsComparedWithWhatThereIs) {
+    Desk desk;
+    PortalFrameCopier copier = makeCopier();
+    PortalFrame frame = desk.frame();
+    EXPECT_TRUE(copier.look(frame));
+    const auto held = copier.copy(frame);
+    EXPECT_FALSE(copier.look(desk.frame(std::vector<PixelRect>{}))) << "it is the same to the byte";
+    desk.picture.fill(39, 29, 1, 1, 0xffffff); // a pointer that moved, say
+    frame = desk.frame(std::vector<PixelRect>{});
+    EXPECT_TRUE(copier.look(frame));
+    EXPECT_TRUE(copied(copier, frame) == desk.picture);
+    EXPECT_EQ(ScreenPicture(*held).at(39, 29), 0u) << "what is out stays as it was";
 }
 
 TEST(PortalFrameCopier, aPartIsInPointsOfTheDisplayAndKeepsItsScale) {

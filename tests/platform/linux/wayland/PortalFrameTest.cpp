@@ -58,13 +58,13 @@ TEST(PortalFrame, aBufferIsReadWithWhatItTells) {
     EXPECT_EQ(frame->damage, (std::vector<PixelRect>{{1, 1, 2, 1}, {3, 2, 1, 1}}));
 }
 
-TEST(PortalFrame, aListWithoutAnAreaTellsNothingAndAnEmptyRegionIsNotItsEnd) {
+TEST(PortalFrame, anEmptyRegionIsNotTheEndOfTheList) {
     FilledBuffer filled;
-    EXPECT_EQ(filled.read()->damage, std::nullopt);
+    EXPECT_EQ(filled.read()->damage, std::vector<PixelRect>{});
     filled.damage[2] = region(1, 1, 2, 1);
     EXPECT_EQ(filled.read()->damage, (std::vector<PixelRect>{{1, 1, 2, 1}}));
     filled.damage[2] = region(40, 40, 2, 1); // beyond the picture
-    EXPECT_EQ(filled.read()->damage, std::nullopt);
+    EXPECT_EQ(filled.read()->damage, std::vector<PixelRect>{});
     filled.buffer.n_metas = 2;
     EXPECT_EQ(filled.read()->damage, std::nullopt);
     filled.buffer.n_metas = 0;
@@ -136,12 +136,17 @@ TEST(PortalFrame, aTurnedPictureIsToldUpright) {
                                   spa_meta{SPA_META_VideoTransform, sizeof turned, &turned}};
     filled.buffer.metas = metas.data();
     filled.buffer.n_metas = 4;
-    filled.damage[0] = region(0, 0, 1, 1); // of a picture that was turned left: its top right corner
+    filled.damage[0] = region(0, 0, 1, 1);
     const auto frame = filled.read();
     ASSERT_TRUE(frame.has_value());
     EXPECT_EQ(frame->transform, (PictureTransform{.quarterTurns = 1, .isFlipped = false}));
     EXPECT_EQ(frame->content, (PixelRect{0, 0, 3, 4}));
-    EXPECT_EQ(frame->damage, (std::vector<PixelRect>{{2, 0, 1, 1}}));
+    EXPECT_EQ(frame->damage, (std::vector<PixelRect>{{2, 0, 1, 1}}))
+        << "turned left, the top right corner came first";
+    turned.transform = SPA_META_TRANSFORMATION_180;
+    EXPECT_EQ(filled.read()->damage, (std::vector<PixelRect>{{3, 2, 1, 1}}));
+    turned.transform = SPA_META_TRANSFORMATION_Flipped;
+    EXPECT_EQ(filled.read()->damage, (std::vector<PixelRect>{{3, 0, 1, 1}}));
     turned.transform = SPA_META_TRANSFORMATION_Flipped270;
     EXPECT_EQ(filled.read()->transform, (PictureTransform{.quarterTurns = 3, .isFlipped = true}));
     turned.transform = 77; // of another time: as it lies

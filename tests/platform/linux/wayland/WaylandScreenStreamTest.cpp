@@ -92,6 +92,36 @@ TEST_F(WaylandScreenStreamTest, aScaledDisplayIsCapturedInItsPixels) {
     ASSERT_TRUE(waitUntil([this] { return display().width == 640; }));
 }
 
+TEST_F(WaylandScreenStreamTest, aTurnedDisplayIsUpright) {
+    for (const char* const transform : {"90", "180", "270", "flipped", "flipped-90"}) {
+        SCOPED_TRACE(transform);
+        ASSERT_TRUE(WaylandSession::sway({"output", kDisplay, "transform", transform}));
+        const bool isUpright =
+            std::string(transform).find('0') == std::string::npos || transform == std::string("180");
+        const int width = isUpright ? 640 : 480;
+        ASSERT_TRUE(waitUntil([&] {
+            window->show(); // adopts the size once it is told
+            return display().width == width && window->width() == width;
+        }));
+        window->fill({0, 0, window->width(), window->height()}, 0x202020);
+        window->fill({10, 20, 100, 50}, 0xff0000);
+        window->fill({300, 30, 40, 90}, 0x00ff00);
+        window->touched({0, 0, window->width(), window->height()});
+        window->showAndAwaitFrame();
+        const auto stream = run();
+        const ScreenPicture seen = WaylandSession::screenshot(kDisplay);
+        EXPECT_EQ(seen.width, width);
+        EXPECT_TRUE(newestPicture() == seen || waitForPicture(seen));
+        paint({200, 200, 30, 10}, 0x0000ff);
+        ASSERT_TRUE(waitUntil([&] { return !(WaylandSession::screenshot(kDisplay) == seen); }));
+        const ScreenPicture after = WaylandSession::screenshot(kDisplay);
+        EXPECT_TRUE(newestPicture() == after || waitForPicture(after)) << "what changed is told upright too";
+        stop(*stream);
+    }
+    ASSERT_TRUE(WaylandSession::sway({"output", kDisplay, "transform", "normal"}));
+    ASSERT_TRUE(waitUntil([this] { return display().width == 640; }));
+}
+
 TEST_F(WaylandScreenStreamTest, aChangedSizeGoesIntoThePictures) {
     const auto stream = run();
     ASSERT_TRUE(WaylandSession::resize(kDisplay, 801, 601));
@@ -193,12 +223,12 @@ TEST_F(WaylandScreenStreamTest, framesAreLeftOutWhileEveryPictureIsHeldAndTheLas
         window->showAndAwaitFrame();
     }
     EXPECT_EQ(stream->framesLeftOut(), 1u);
-    EXPECT_EQ(stream->framesSent(), 3u + 8 + 5) << "on their way, waiting, in use";
+    EXPECT_EQ(stream->framesSent(), 3u + 16 + 5) << "on their way, waiting, in use";
     for (int i = 0; i < 20; ++i) {
         window->fill({0, 0, 640, 480}, ++colour);
         window->showAndAwaitFrame();
     }
-    EXPECT_EQ(stream->framesSent(), 3u + 8 + 5) << "on their way, waiting, in use";
+    EXPECT_EQ(stream->framesSent(), 3u + 16 + 5) << "on their way, waiting, in use";
     queue->sync([] {});
     collector->forget();
     EXPECT_TRUE(waitForColour(320, 240, colour));
