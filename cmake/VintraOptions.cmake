@@ -21,6 +21,10 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(vintra_options INTERFACE -Wno-maybe-uninitialized)
   # Optimised, GCC 12 takes the parts of a concatenated std::string for overlapping memory.
   target_compile_options(vintra_options INTERFACE -Wno-restrict)
+  # Of sources that are compiled together, GCC takes each but the first for a header.
+  if(VINTRA_UNITY STREQUAL "all")
+    target_compile_options(vintra_options INTERFACE -Wno-subobject-linkage)
+  endif()
 elseif(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
   target_compile_options(vintra_options INTERFACE -Wshadow)
   # PipeWire's calls are macros around statement expressions.

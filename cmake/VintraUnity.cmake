@@ -1,7 +1,7 @@
 # Compiling the sources of a folder together, which takes a fraction of the time: what headers and templates cost is
 # paid once for all of them. What two of them keep to themselves must then have different names.
 #
-# VINTRA_UNITY is empty where each source is compiled alone, as for the program itself: so a missing include is seen.
+# VINTRA_UNITY is empty where each source is compiled alone, as for the thread-safety check: so a missing include is seen.
 
 set(VINTRA_UNITY "" CACHE STRING "What to compile folder by folder: nothing (empty), 'tests' or 'all'")
 set_property(CACHE VINTRA_UNITY PROPERTY STRINGS "" tests all)
