@@ -77,6 +77,13 @@ public:
     /// Blocks until no further sample will be queued.
     virtual void stopRunning() = 0;
     virtual bool isRunning() const = 0;
+    /// Calls the block with each picture that a camera's session delivers, for as long as the result is kept: for a
+    /// preview beside the output. On the output's queue, which the block doesn't keep busy; it holds one picture at the
+    /// most. Main thread; null for a session without a camera.
+    virtual Observation
+    observePictures(std::function<void(const std::shared_ptr<CVPixelBuffer>&)> /*block*/) {
+        return nullptr;
+    }
 };
 
 /// The callbacks of an observer of capture devices, called on the main thread. None is empty.

@@ -42,12 +42,15 @@ void CardModel::setNote(const QString& note) {
 }
 
 Card::Button CardModel::button(int index) const {
-    const bool isThere = index >= 0 && index < buttons();
+    const bool isThere = index >= 0 && static_cast<size_t>(index) < card.buttons.size();
     return isThere ? card.buttons[static_cast<size_t>(index)] : Card::Button{};
 }
 
-QString CardModel::buttonTitle(int index) const {
-    return qString(button(index).title);
+QStringList CardModel::buttons() const {
+    QStringList titles;
+    for (const Card::Button& each : card.buttons)
+        titles.append(qString(each.title));
+    return titles;
 }
 
 QString CardModel::buttonHelp(int index) const {

@@ -19,7 +19,7 @@ class CardModel : public QObject {
     QML_UNCREATABLE("made by the models")
     Q_PROPERTY(QString title READ title NOTIFY changed)
     Q_PROPERTY(QString text READ text NOTIFY changed)
-    Q_PROPERTY(int buttons READ buttons NOTIFY changed)
+    Q_PROPERTY(QStringList buttons READ buttons NOTIFY changed)
     Q_PROPERTY(bool hasCloseMark READ hasCloseMark NOTIFY changed)
     Q_PROPERTY(QString finePrint READ finePrint NOTIFY changed)
     Q_PROPERTY(QString placeholder READ placeholder NOTIFY changed)
@@ -34,14 +34,13 @@ public:
 
     QString title() const;
     QString text() const;
-    int buttons() const { return static_cast<int>(card.buttons.size()); }
+    QStringList buttons() const; ///< their titles
     bool hasCloseMark() const { return card.hasCloseMark; }
     QString finePrint() const;
     QString placeholder() const; ///< of the text field, which there is if this isn't empty
     QString note() const;
     void setNote(const QString& note);
 
-    Q_INVOKABLE QString buttonTitle(int button) const;
     Q_INVOKABLE QString buttonHelp(int button) const;
     Q_INVOKABLE bool isButtonFilled(int button) const;
     Q_INVOKABLE void press(int button);

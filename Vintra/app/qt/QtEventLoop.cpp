@@ -51,13 +51,20 @@ void QtEventLoop::run() {
     wake();
     QEventLoop loop;
     QEventLoop* const outer = std::exchange(running, &loop);
+    isEnding = false;
     loop.exec();
     running = outer;
+    isEnding = false;
     MutexLock lock(mutex);
     if (!posted.empty()) wake(); // for whoever runs Qt's events without a run
 }
 
 void QtEventLoop::stop() {
+    if (isCurrent() && running) {
+        isEnding = true;
+        running->exit();
+        return;
+    }
     {
         MutexLock lock(mutex);
         stopping = true;
@@ -107,7 +114,9 @@ void QtEventLoop::runPosted() {
 /// A stop without a run waits for the next one.
 bool QtEventLoop::endRunIfAsked() {
     if (running) {
+        if (isEnding) return true; // an event of before
         if (!takeStop()) return false;
+        isEnding = true;
         running->exit();
         return true;
     }

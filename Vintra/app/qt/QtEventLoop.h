@@ -42,6 +42,7 @@ private:
 
     const std::thread::id thread = std::this_thread::get_id();
     QEventLoop* running = nullptr; ///< main thread
+    bool isEnding = false;         ///< main thread: the run has been told to end
 
     Mutex mutex;
     std::deque<std::function<void()>> posted GUARDED_BY(mutex);

@@ -1,5 +1,6 @@
 #include "Vintra/app/qt/QtProgram.h"
 
+#include "Vintra/app/qt/QtFloatingPreviewWindows.h"
 #include "Vintra/platform/Desktop.h"
 #include "Vintra/take/ScreenRecorderManager.h"
 
@@ -17,20 +18,22 @@ namespace {
 
 QtProgram::QtProgram(Services given)
     : services(std::move(given))
-    , feedbackAsk(std::make_shared<FeedbackAsk>(services.platform, services.sendFeedback))
-    , manager(ScreenRecorderManager::make(services.platform))
+    , platform(platformWithWindows(services.platform))
+    , feedbackAsk(std::make_shared<FeedbackAsk>(platform, services.sendFeedback))
+    , manager(ScreenRecorderManager::make(platform))
     , view(surroundings())
     , programWindows(
-          engine, [] { return false; }, services.endEventLoop)
-    , delegate(services.platform, programWindows)
+          engine, [this] { return tray && tray->hasHost(); }, services.endEventLoop)
+    , delegate(platform, programWindows)
     , item(surroundings(), view.take, programWindows, [this] { quit(); })
     , programCommands(surroundings(), view.take, [this] { quit(); })
     , marker(surroundings(), *services.hotKeys)
     , mainWindowModel(
-          std::make_unique<MainWindowModel>(view, surroundings(), delegate.isQuitting, [this] { quit(); })) {
-    engine.addImportPath(":/qt/qml");
+          std::make_unique<MainWindowModel>(view, surroundings(), delegate.isQuitting, [this] { quit(); }))
+    , tray(std::make_unique<TrayItem>(engine, item, view.take)) {
     mainWindowModel->showMarkerHelp(marker.note);
     programWindows.setModel(*mainWindowModel);
+    programWindows.onDismissPanel = [this] { tray->dismissPanel(); };
     programWindows.onFirstAppearance = [this] {
         delegate.recorder = manager;
         manager->feedbackAsk = feedbackAsk;
@@ -38,11 +41,18 @@ QtProgram::QtProgram(Services given)
 }
 
 QtProgram::~QtProgram() {
+    tray = nullptr;
     programWindows.closeMainWindow();
 }
 
+Platform QtProgram::platformWithWindows(Platform given) {
+    engine.addImportPath(":/qt/qml");
+    given.floatingPreviewWindows = std::make_shared<QtFloatingPreviewWindows>(engine, given);
+    return given;
+}
+
 AppSurroundings QtProgram::surroundings() {
-    return {.platform = services.platform,
+    return {.platform = platform,
             .recorder = *manager,
             .desktop = *services.desktop,
             .feedbackAsk = *feedbackAsk,

@@ -8,6 +8,7 @@
 #include "Vintra/app/UpdateNotice.h"
 #include "Vintra/app/qt/MainWindowModel.h"
 #include "Vintra/app/qt/QtProgramWindows.h"
+#include "Vintra/app/qt/TrayItem.h"
 #include "Vintra/platform/Platform.h"
 #include "Vintra/take/FeedbackAsk.h"
 
@@ -42,6 +43,8 @@ public:
     ContentView& contentView() { return view; }
     QtProgramWindows& windows() { return programWindows; }
     MenuBarItem& menuBarItem() { return item; }
+    TrayItem& trayItem() { return *tray; }
+    MainWindowModel& mainWindow() { return *mainWindowModel; }
 
     /// What a key of the desktop or another process tells the program to do.
     ProgramCommands& commands() { return programCommands; }
@@ -58,11 +61,14 @@ public:
 private:
     AppSurroundings surroundings();
 
+    Platform platformWithWindows(Platform platform);
+
     const Services services;
+    QQmlEngine engine; ///< outlives every window, those of the recorder's cameras too
+    const Platform platform;
     const std::shared_ptr<FeedbackAsk> feedbackAsk;
     const std::shared_ptr<ScreenRecorderManager> manager;
-    UpdateNotice waitingUpdate{services.platform};
-    QQmlEngine engine;
+    UpdateNotice waitingUpdate{platform};
     ContentView view;
     QtProgramWindows programWindows;
     AppDelegate delegate;
@@ -70,6 +76,7 @@ private:
     ProgramCommands programCommands;
     MarkerShortcut marker;
     std::unique_ptr<MainWindowModel> mainWindowModel;
+    std::unique_ptr<TrayItem> tray;
 };
 
 } // namespace vintra

@@ -1,34 +1,15 @@
 #include "Vintra/app/qt/QtProgramWindows.h"
 
 #include "Vintra/app/qt/MainWindowModel.h"
+#include "Vintra/app/qt/QmlWindow.h"
 
 #include <QCloseEvent>
-#include <QDebug>
-#include <QQmlComponent>
 #include <QScreen>
 #include <QTimer>
 #include <utility>
 
 namespace vintra {
 namespace {
-
-constexpr const char* kMainWindowFile = "qrc:/qt/qml/Vintra/MainWindow.qml";
-
-/// A window of that file; null, with the reasons in the log, if the file can't be loaded.
-std::unique_ptr<QQuickWindow> makeWindow(QQmlEngine& engine, const char* file,
-                                         const QVariantMap& properties) {
-    QQmlComponent component(&engine, QUrl(file));
-    std::unique_ptr<QObject> made(component.isReady() ? component.createWithInitialProperties(properties)
-                                                      : nullptr);
-    auto* const window = qobject_cast<QQuickWindow*>(made.get());
-    if (!window) {
-        qCritical().noquote() << component.errorString();
-        return nullptr;
-    }
-    QQmlEngine::setObjectOwnership(window, QQmlEngine::CppOwnership);
-    made.release();
-    return std::unique_ptr<QQuickWindow>(window);
-}
 
 bool isSeen(const QWindow& window) {
     const QWindow::Visibility visibility = window.visibility();
@@ -62,7 +43,7 @@ bool QtProgramWindows::bringMainWindowToFront() {
 
 void QtProgramWindows::openMainWindow() {
     if (!model) return;
-    window = makeWindow(engine, kMainWindowFile, {{"model", QVariant::fromValue(model)}});
+    window = makeQmlWindow(engine, "MainWindow.qml", {{"model", QVariant::fromValue(model)}});
     if (!window) return;
     window->installEventFilter(this);
     connect(window.get(), &QWindow::visibilityChanged, this, [this] { followWindow(); });

@@ -5,6 +5,7 @@
 
 #include <QImage>
 #include <QPainter>
+#include <QPainterPath>
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -88,10 +89,23 @@ WindowGround::WindowGround(QQuickItem* parent)
     setOpaquePainting(true);
 }
 
+void WindowGround::setRadius(double newRadius) {
+    if (radius_ == newRadius) return;
+    radius_ = newRadius;
+    setOpaquePainting(radius_ <= 0);
+    update();
+    Q_EMIT radiusChanged();
+}
+
 void WindowGround::paint(QPainter* painter) {
     const QSize size = boundingRect().size().toSize();
     if (size.isEmpty()) return;
-    painter->setRenderHint(QPainter::SmoothPixmapTransform);
+    painter->setRenderHints(QPainter::SmoothPixmapTransform | QPainter::Antialiasing);
+    if (radius_ > 0) {
+        QPainterPath outline;
+        outline.addRoundedRect(boundingRect(), radius_, radius_);
+        painter->setClipPath(outline);
+    }
     painter->drawImage(boundingRect(), groundOf(std::max(1, size.width() / kCoarseness),
                                                 std::max(1, size.height() / kCoarseness)));
 }

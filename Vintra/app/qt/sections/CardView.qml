@@ -39,15 +39,16 @@ Rectangle {
             Component.onCompleted: if (visible) forceActiveFocus()
         }
         Row {
-            visible: view.card.buttons > 0
+            visible: view.card.buttons.length > 0
             spacing: 4
 
             Repeater {
                 model: view.card.buttons
                 delegate: CardButton {
                     required property int index
+                    required property string modelData
 
-                    text: view.card.buttonTitle(index)
+                    text: modelData
                     help: view.card.buttonHelp(index)
                     isFilled: view.card.isButtonFilled(index)
                     onClicked: view.card.press(index)

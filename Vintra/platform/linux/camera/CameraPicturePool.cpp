@@ -12,13 +12,15 @@ namespace {
 
 // Pictures that wait in the queue of a camera's grid, and those on the way to it.
 constexpr int kHeldByGrid = 8 + 8;
+// By the preview window, which shrinks one at a time.
+constexpr int kHeldByPreview = 1;
 // Of small pictures more may be held: they cost little.
 constexpr size_t kMostPicturesHeld = 64;
 constexpr size_t kBytesHeldAnyway = 128 << 20;
 
 size_t mostHeld(size_t width, size_t height) {
-    const size_t needed =
-        picturesOfACapture(static_cast<int64_t>(width), static_cast<int64_t>(height), kHeldByGrid);
+    const size_t needed = picturesOfACapture(static_cast<int64_t>(width), static_cast<int64_t>(height),
+                                             kHeldByGrid + kHeldByPreview);
     return std::max(needed, std::min(kMostPicturesHeld, kBytesHeldAnyway / (2 * width * height)));
 }
 

@@ -66,10 +66,10 @@ void SoundOrCameraSession::startRunning() {
     if (!output || isRunning()) return;
     auto [delegate, queue] = output->target();
     if (!queue) return;
-    input->camera->start(*this, {.session = weak_from_this(),
-                                 .delegate = std::move(delegate),
-                                 .queue = std::move(queue),
-                                 .output = output});
+    pictures->setDelegate(std::move(delegate));
+    input->camera->start(
+        *this,
+        {.session = weak_from_this(), .delegate = pictures, .queue = std::move(queue), .output = output});
 }
 
 void SoundOrCameraSession::stopRunning() {
@@ -78,6 +78,11 @@ void SoundOrCameraSession::stopRunning() {
     } else {
         sound->stopRunning();
     }
+}
+
+Observation
+SoundOrCameraSession::observePictures(std::function<void(const std::shared_ptr<CVPixelBuffer>&)> block) {
+    return input ? pictures->add(std::move(block)) : nullptr;
 }
 
 bool SoundOrCameraSession::isRunning() const {

@@ -2,7 +2,9 @@
 
 #include "Vintra/platform/CaptureDevices.h"
 #include "Vintra/platform/Mutex.h"
+#include "Vintra/platform/linux/camera/PictureObservers.h"
 
+#include <functional>
 #include <memory>
 
 namespace vintra {
@@ -48,6 +50,7 @@ public:
     void startRunning() override;
     void stopRunning() override;
     bool isRunning() const override;
+    Observation observePictures(std::function<void(const std::shared_ptr<CVPixelBuffer>&)> block) override;
 
     /// What it is if it is one of sound.
     const std::shared_ptr<AVCaptureSession>& soundSession() const { return sound; }
@@ -57,6 +60,7 @@ private:
     bool hasSound = false; ///< an input or an output of it
     std::shared_ptr<PipeWireCameraInput> input;
     std::shared_ptr<PipeWireVideoDataOutput> output;
+    const std::shared_ptr<PictureObservers> pictures = std::make_shared<PictureObservers>();
 };
 
 } // namespace vintra

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "Vintra/app/MenuBarItem.h"
+#include "Vintra/app/qt/PanelModel.h"
+#include "Vintra/app/qt/TrayHost.h"
+
+#include <QMenu>
+#include <QObject>
+#include <QQmlEngine>
+#include <QQuickWindow>
+#include <QSystemTrayIcon>
+#include <memory>
+
+namespace vintra {
+
+/// The item in the desktop's tray and the panel that a click on it opens; a menu with the same for bars that only show
+/// menus. Where there is no tray, it waits for one. Owned by `QtProgram`. Main thread.
+class TrayItem : public QObject {
+public:
+    /// All outlive this.
+    TrayItem(QQmlEngine& engine, MenuBarItem& item, TakeControl& take);
+    ~TrayItem() override;
+
+    bool hasHost() const { return host.isThere(); }
+    /// Opens the panel, or takes it away.
+    void togglePanel();
+    void dismissPanel();
+    QQuickWindow* panel() const { return panelWindow.get(); }
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void refresh();
+    void refreshMenu();
+    void placePanel();
+
+    QQmlEngine& engine;
+    MenuBarItem& item;
+    PanelModel model;
+    QMenu menu;
+    QAction* recordAction = nullptr;
+    QSystemTrayIcon icon;
+    TrayHost host;
+    std::unique_ptr<QQuickWindow> panelWindow; ///< made when it is first opened
+    Observation iconObservation;
+    Observation buttonObservation;
+};
+
+} // namespace vintra

@@ -1,0 +1,106 @@
+#include "tests/app/qt/WindowHand.h"
+
+#include <QCoreApplication>
+#include <QImage>
+#include <chrono>
+#include <filesystem>
+#include <utility>
+
+namespace vintra {
+namespace {
+
+constexpr std::chrono::seconds kPatience{15};
+
+std::string namesOf(const QQuickWindow& window) {
+    std::string names;
+    for (QQuickItem* item : visibleItems(window)) {
+        const QString name = accessibleName(item);
+        if (!name.isEmpty())
+            names += " \"" + name.toStdString() + "\" " + std::to_string(accessibleRole(item)) +
+                     (item->isEnabled() ? "," : " disabled,");
+    }
+    return names;
+}
+
+QPoint onScreen(const QQuickItem* item) {
+    return item->mapToGlobal(QPointF(item->width() / 2, item->height() / 2)).toPoint();
+}
+
+} // namespace
+
+WindowHand::WindowHand(std::function<void()> pass)
+    : pass(std::move(pass)) {}
+
+bool WindowHand::until(const std::function<bool()>& condition) {
+    const auto end = std::chrono::steady_clock::now() + kPatience;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end) return false;
+        pass();
+    }
+    return true;
+}
+
+void WindowHand::moments(int count) {
+    for (int n = 0; n < count; ++n)
+        pass();
+}
+
+bool WindowHand::awaitShown(QQuickWindow* window) {
+    return until([window] { return window && window->isExposed() && window->isSceneGraphInitialized(); });
+}
+
+void WindowHand::pointAt(const QQuickItem* item) {
+    input.moveTo(onScreen(item));
+    moments(3);
+}
+
+void WindowHand::clickItem(const QQuickItem* item) {
+    pointAt(item);
+    input.press();
+    moments(2);
+    input.release();
+    moments(3);
+}
+
+void WindowHand::click(QQuickWindow& window, const QString& name) {
+    QQuickItem* item = nullptr;
+    EXPECT_TRUE(until([&] {
+        item = control(window, name);
+        return item && item->isEnabled();
+    })) << "no control "
+        << name.toStdString() << " among" << namesOf(window);
+    if (item) clickItem(item);
+}
+
+void WindowHand::key(const std::string& name, bool control, bool shift) {
+    input.key(name, control, shift);
+    moments(3);
+}
+
+void WindowHand::type(const std::string& text) {
+    input.type(text);
+    moments(3);
+}
+
+void WindowHand::drag(const QQuickItem* item, QPoint by) {
+    const QPoint from = onScreen(item);
+    input.moveTo(from);
+    moments(2);
+    input.press();
+    for (int step = 1; step <= 8; ++step) {
+        input.moveTo(from + by * step / 8);
+        moments(2);
+    }
+    input.release();
+    moments(2);
+}
+
+void WindowHand::picture(QQuickWindow& window, const std::string& name) {
+    moments(5);
+    const QImage image = window.grabWindow();
+    EXPECT_FALSE(image.isNull());
+    std::filesystem::create_directories(VINTRA_PICTURES);
+    EXPECT_TRUE(image.save(QString::fromStdString(std::string(VINTRA_PICTURES) + "/" + name + ".png")));
+}
+
+} // namespace vintra
