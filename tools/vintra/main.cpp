@@ -1,5 +1,6 @@
 // vintra: the program with its windows, and the commands for the one that runs.
 
+#include "Vintra/app/FeedbackReport.h"
 #include "Vintra/app/ProgramArguments.h"
 #include "Vintra/app/qt/DesignFont.h"
 #include "Vintra/app/qt/QtDesktopToolkit.h"
@@ -17,6 +18,7 @@
 #include "Vintra/platform/linux/desktop/QuitSignals.h"
 #include "Vintra/platform/linux/desktop/TakeInhibitors.h"
 #include "Vintra/platform/linux/desktop/X11GlobalHotKeys.h"
+#include "Vintra/platform/linux/web/CurlWebRequests.h"
 #include "Vintra/take/ScreenRecorderManager.h"
 #include "tools/vintra/CommandRun.h"
 #include "tools/vintra/overlays/ProgramOverlays.h"
@@ -87,10 +89,13 @@ int runFirst(const std::shared_ptr<QtEventLoop>& loop, MainThreadBus& sessionBus
                                    .outputToPutBackKey = SystemOutputRouter::kPendingRestoreKey,
                                    .reportsCrashes = true});
     ProgramOverlays overlays(machine, *loop);
+    CurlWebRequests web(machine.services.mainThread, machine.services.fileManager, {});
+    FeedbackReport feedback(machine.services, web);
     QtProgram program({.platform = machine.services,
                        .desktop = std::make_shared<LinuxDesktop>(*loop, sessionBus, toolkitOf(running)),
                        .hotKeys = hotKeysOf(machine, *loop, sessionBus),
-                       .sendFeedback = [](FeedbackAsk::Answer, const std::string&) {},
+                       .sendFeedback = [&feedback](FeedbackAsk::Answer answer,
+                                                   const std::string& note) { feedback.send(answer, note); },
                        .endEventLoop = [&loop] { loop->stop(); }});
     running = &program;
     const QuitSignals signals(*loop, [&program] { program.quit(); });
