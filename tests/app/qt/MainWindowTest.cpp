@@ -119,14 +119,19 @@ TEST_F(MainWindowTest, everythingThatTakesTheFocusHasANameAndARole) {
 
 TEST_F(MainWindowTest, tabGoesDownTheWindowAndSpaceAndReturnPress) {
     EXPECT_TRUE(hand.until([&] { return window().isActive(); }));
+    const auto tab = [&](bool isBack = false) {
+        const QQuickItem* const before = window().activeFocusItem();
+        hand.key("Tab", false, isBack);
+        EXPECT_TRUE(hand.until([&] { return window().activeFocusItem() != before; }));
+    };
     QStringList names;
     for (int n = 0; n < 4; ++n) {
-        hand.key("Tab");
+        tab();
         names.append(accessibleName(window().activeFocusItem()));
     }
     EXPECT_EQ(names, (QStringList{"Report a bug", "Copy diagnostics", "Microphone",
                                   "Microphone, name of the track"}));
-    hand.key("Tab", false, true);
+    tab(true);
     EXPECT_EQ(accessibleName(window().activeFocusItem()), "Microphone");
     EXPECT_TRUE(window().activeFocusItem()->property("visualFocus").toBool());
     hand.picture(window(), "main-focus");
@@ -135,10 +140,12 @@ TEST_F(MainWindowTest, tabGoesDownTheWindowAndSpaceAndReturnPress) {
     hand.key("Return");
     EXPECT_TRUE(hand.until([&] { return !live().selectedMicDeviceID->has_value(); }));
     // Escape leaves a text field; a click shows no ring.
-    hand.key("Tab");
+    tab();
     hand.key("Escape");
-    EXPECT_FALSE(window().activeFocusItem() &&
+    EXPECT_TRUE(hand.until([&] {
+        return !(window().activeFocusItem() &&
                  accessibleRole(window().activeFocusItem()) == QAccessible::EditableText);
+    }));
     click("Screen");
     EXPECT_FALSE(control(window(), "Screen")->property("visualFocus").toBool());
 }
@@ -148,7 +155,8 @@ TEST_F(MainWindowTest, segmentsAreChosenByClicksAndArrowKeys) {
     EXPECT_TRUE(hand.until([&] { return *live().screenCaptureMode == CaptureModeChoice::region; }));
     hand.key("Right");
     EXPECT_TRUE(hand.until([&] { return *live().screenCaptureMode == CaptureModeChoice::window; }));
-    EXPECT_EQ(accessibleName(window().activeFocusItem()), "Capture options: Window");
+    EXPECT_TRUE(
+        hand.until([&] { return accessibleName(window().activeFocusItem()) == "Capture options: Window"; }));
 }
 
 TEST_F(MainWindowTest, aFolderThatIsGoneIsSaidAndNothingStarts) {

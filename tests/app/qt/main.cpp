@@ -8,6 +8,9 @@
 #include <QFont>
 #include <gtest/gtest.h>
 
+// Comes with what tests of several programs share, and is for those of the capture.
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(ScreenStreamConformance);
+
 int main(int argumentCount, char** arguments) {
     testing::InitGoogleTest(&argumentCount, arguments);
     vintra::prepareRendering();
