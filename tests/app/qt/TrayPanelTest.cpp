@@ -29,6 +29,8 @@ TEST_F(TrayPanelTest, itShowsAnUpdateThatWaits) {
     program->updateNotice().waiting.set("2.4.1 (build 318)");
     QQuickWindow& panel = openPanel();
     EXPECT_TRUE(hand.until([&] { return shows(panel, "Update ready to install"); }));
+    constexpr int kWithoutUpdate = 181;
+    EXPECT_TRUE(hand.until([&] { return panel.height() > kWithoutUpdate + 40; })) << "the panel holds it all";
     hand.picture(panel, "tray-update");
     EXPECT_NE(control(panel, "Update ready to install"), nullptr);
 }
