@@ -12,7 +12,7 @@ extern void qml_register_types_Vintra();
 namespace vintra {
 namespace {
 
-[[maybe_unused]] void (*volatile keptRegistration)() = &qml_register_types_Vintra;
+void (*volatile keptRegistration)() = &qml_register_types_Vintra;
 
 } // namespace
 
@@ -31,6 +31,7 @@ QtProgram::QtProgram(Services given)
     , mainWindowModel(
           std::make_unique<MainWindowModel>(view, surroundings(), delegate.isQuitting, [this] { quit(); }))
     , tray(std::make_unique<TrayItem>(engine, item, view.take)) {
+    static_cast<void>(keptRegistration); // read, so that no compiler leaves it out
     mainWindowModel->showMarkerHelp(marker.note);
     programWindows.setModel(*mainWindowModel);
     programWindows.onDismissPanel = [this] { tray->dismissPanel(); };

@@ -63,10 +63,17 @@ void WindowHand::clickItem(const QQuickItem* item) {
 }
 
 void WindowHand::click(QQuickWindow& window, const QString& name) {
+    // Where it is once the rows above it have found their places.
+    constexpr int kSteadyLooks = 4;
     QQuickItem* item = nullptr;
+    QPoint place;
+    int looks = 0;
     EXPECT_TRUE(until([&] {
         item = control(window, name);
-        return item && item->isEnabled();
+        if (!item || !item->isEnabled()) return false;
+        looks = onScreen(item) == place ? looks + 1 : 0;
+        place = onScreen(item);
+        return looks >= kSteadyLooks;
     })) << "no control "
         << name.toStdString() << " among" << namesOf(window);
     if (item) clickItem(item);
