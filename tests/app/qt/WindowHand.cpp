@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QImage>
+#include <QQuickWindow>
 #include <chrono>
 #include <filesystem>
 #include <utility>
@@ -55,6 +56,11 @@ void WindowHand::pointAt(const QQuickItem* item) {
 }
 
 void WindowHand::clickItem(const QQuickItem* item) {
+    // By way of a place without controls: a help text goes on the way, before it covers what is to be clicked.
+    if (item->window()) {
+        input.moveTo(item->window()->mapToGlobal(QPoint(2, 2)));
+        moments(3);
+    }
     pointAt(item);
     input.press();
     moments(2);
