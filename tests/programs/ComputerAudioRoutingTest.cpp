@@ -78,7 +78,7 @@ TEST_F(ComputerAudioRoutingTest, anOutputThatIsChosenInATakeStaysAndIsToldOf) {
         std::this_thread::sleep_for(std::chrono::milliseconds(500));
         const Configured configured("vintra.test.chosen");
         ASSERT_TRUE(awaitDefaultOutput("vintra.test.chosen"));
-        std::this_thread::sleep_for(std::chrono::milliseconds(500));
+        std::this_thread::sleep_for(std::chrono::milliseconds(2000));
         take.signal(SIGINT);
         const std::string text = take.restOfOutput();
         take.wait();

@@ -59,7 +59,10 @@ X11OverlayWindow::~X11OverlayWindow() {
     orderOut();
     connection->remove(*this);
     pixels.reset();
-    if (connection->isDead()) return;
+    if (connection->isDead()) {
+        XFree(context); // this side of it; all else was the server's
+        return;
+    }
     ::Display* const display = connection->get();
     XFreeGC(display, context);
     XDestroyWindow(display, glass);
