@@ -74,6 +74,12 @@ protected:
         }
         return true;
     }
+    /// Returns when the server has done all that the overlays have asked of it: another connection's requests may otherwise
+    /// come first.
+    void catchUp() {
+        XSync(connection->get(), False);
+        connection->settle();
+    }
     std::unique_ptr<OverlayWindow> open(OverlayRecipe recipe) { return windows->makeWindow(recipe, input); }
 
     const bool hasCompositor;

@@ -75,6 +75,7 @@ TEST_P(X11OverlayWindowsTest, aDragIsToldInPointsToTheScreensEdges) {
     const auto window = open({.frame = {{0, 0}, {400, 300}}, .ignoresMouseEvents = false});
     window->present({});
     window->orderFront();
+    catchUp();
     hand.drag(100, 100, 799, 599);
     ASSERT_TRUE(await([&] { return input.has("up"); }));
     EXPECT_TRUE(input.has("down 50 250"));
