@@ -1,5 +1,7 @@
 #include "Vintra/platform/linux/x11/X11WindowSource.h"
 
+#include "Vintra/platform/linux/x11/X11Windows.h"
+
 #include <X11/extensions/Xcomposite.h>
 
 #include <algorithm>
@@ -28,10 +30,11 @@ SystemError windowClosed() {
 } // namespace
 
 X11WindowSource::X11WindowSource(X11Display& display, uint32_t windowID)
-    : window(windowID) {
+    : window(windowID)
+    , shadowProperty(XInternAtom(display.get(), kShadowProperty, False)) {
     requireComposite(display);
     display.clearErrors();
-    XSelectInput(display.get(), window, StructureNotifyMask);
+    XSelectInput(display.get(), window, StructureNotifyMask | PropertyChangeMask);
     XWindowAttributes attributes{};
     if (!XGetWindowAttributes(display.get(), window, &attributes) || display.hasError()) {
         throw display.isDead() ? X11Display::serverGone() : windowClosed();
@@ -89,6 +92,10 @@ void X11WindowSource::handle(XEvent& event) {
                           event.xconfigure.height + border != pixmapHeight;
         }
         break;
+    case PropertyNotify:
+        if (event.xproperty.window != window || event.xproperty.atom != shadowProperty) return;
+        isPixmapOld = true;
+        break;
     case GravityNotify:
         break;
     default:
@@ -134,9 +141,11 @@ bool X11WindowSource::namePixmap(X11Display& display, int border) {
     place_.drawable = pixmap;
     pixmapWidth = static_cast<int>(width);
     pixmapHeight = static_cast<int>(height);
-    place_.x = place_.y = border;
-    place_.watched =
-        evenSized({0, 0, std::max(pixmapWidth - 2 * border, 1), std::max(pixmapHeight - 2 * border, 1)});
+    const PixelRect whole{0, 0, std::max(pixmapWidth - 2 * border, 1),
+                          std::max(pixmapHeight - 2 * border, 1)};
+    place_.watched = evenSized(withoutShadow(display, window, whole));
+    place_.x = border + place_.watched.x;
+    place_.y = border + place_.watched.y;
     isPixmapOld = false;
     return true;
 }
@@ -158,7 +167,8 @@ std::variant<X11PictureSource::Update, SystemError> X11WindowSource::update(X11D
     int x = 0;
     int y = 0;
     if (XTranslateCoordinates(display.get(), window, display.root(), 0, 0, &x, &y, &child)) {
-        place_.onRoot = {x, y, place_.watched.width, place_.watched.height};
+        place_.onRoot = {x + place_.watched.x, y + place_.watched.y, place_.watched.width,
+                         place_.watched.height};
     }
     if (display.isDead()) return X11Display::serverGone();
     outOfDate = false;

@@ -7,7 +7,7 @@
 
 namespace vintra {
 
-/// The pixels of one window by itself, also where other windows cover it.
+/// The pixels of one window by itself, also where other windows cover it, without a shadow that its program draws.
 ///
 /// Method: the server keeps the window in a pixmap of its own and still shows it as before (an automatic
 /// redirection of the extension Composite, which ends with the connection). The pixmap is another one each
@@ -35,6 +35,7 @@ private:
     bool namePixmap(X11Display& display, int border);
 
     const ::Window window;
+    const Atom shadowProperty;
     std::vector<::Window> ancestors; ///< the parent first, without the root window
     X11PicturePlace place_;
     int pixmapWidth = 0; ///< with the border

@@ -86,6 +86,18 @@ X11Window::Kind readKind(X11Display& display, ::Window window, bool isUnmanaged)
 
 } // namespace
 
+PixelRect withoutShadow(X11Display& display, ::Window window, PixelRect frame) {
+    // Left, right, top, bottom, in pixels.
+    const auto extents = readNumbers(display, window, kShadowProperty, XA_CARDINAL);
+    if (extents.size() != 4) return frame;
+    const auto most = static_cast<unsigned long>(std::max(frame.width, frame.height));
+    if (std::ranges::any_of(extents, [most](unsigned long side) { return side > most; })) return frame;
+    const auto side = [&](size_t index) { return static_cast<int>(extents[index]); };
+    const PixelRect rest{frame.x + side(0), frame.y + side(2), frame.width - side(0) - side(1),
+                         frame.height - side(2) - side(3)};
+    return rest.isEmpty() ? frame : rest;
+}
+
 std::optional<X11Window> readWindow(X11Display& display, ::Window id) {
     XWindowAttributes attributes{};
     XWindowAttributes root{};
@@ -99,7 +111,7 @@ std::optional<X11Window> readWindow(X11Display& display, ::Window id) {
     }
     X11Window window{.id = id,
                      .kind = readKind(display, id, attributes.override_redirect != 0),
-                     .frame = {x, y, attributes.width, attributes.height}};
+                     .frame = withoutShadow(display, id, {x, y, attributes.width, attributes.height})};
     window.isOnScreen = attributes.map_state == IsViewable &&
                         !intersection(window.frame, {0, 0, root.width, root.height}).isEmpty();
     return window;

@@ -10,7 +10,8 @@
 
 namespace vintra {
 
-/// A window of a program, without what a window manager puts around it.
+/// A window of a program, without what a window manager puts around it, and without the shadow that the program draws
+/// around itself.
 struct X11Window {
     enum class Kind {
         ordinary,
@@ -27,6 +28,11 @@ struct X11Window {
 
     bool operator==(const X11Window&) const = default;
 };
+
+/// The property in which a program says how wide its shadow is.
+inline constexpr const char* kShadowProperty = "_GTK_FRAME_EXTENTS";
+/// What remains of a window's frame without the shadow that its program draws itself; all of it where nothing would remain.
+PixelRect withoutShadow(X11Display& display, ::Window window, PixelRect frame);
 
 /// All windows with pixels, front to back. Empty if the server has ended.
 std::vector<X11Window> readWindows(X11Display& display);

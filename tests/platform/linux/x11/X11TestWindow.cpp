@@ -71,6 +71,13 @@ void X11TestWindow::resize(int width, int height) {
     XSync(display, False);
 }
 
+void X11TestWindow::setShadow(long left, long right, long top, long bottom) {
+    const long extents[] = {left, right, top, bottom};
+    XChangeProperty(display, window, XInternAtom(display, "_GTK_FRAME_EXTENTS", False), XA_CARDINAL, 32,
+                    PropModeReplace, reinterpret_cast<const unsigned char*>(extents), 4);
+    XSync(display, False);
+}
+
 void X11TestWindow::raise() {
     XRaiseWindow(display, outermost());
     XSync(display, False);

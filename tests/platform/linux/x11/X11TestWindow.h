@@ -39,6 +39,8 @@ public:
     /// With its frame, if it has one.
     void move(int x, int y);
     void resize(int width, int height);
+    /// Says that so many pixels at the left, right, top and bottom are its shadow.
+    void setShadow(long left, long right, long top, long bottom);
     void raise();
     void hide();
     void show();

@@ -49,6 +49,14 @@ TEST_F(X11WindowListTest, whatAWindowDoesntSayIsAbsent) {
     EXPECT_EQ(info->name, std::nullopt);
 }
 
+TEST_F(X11WindowListTest, aShadowThatTheProgramDrawsDoesntCount) {
+    const auto window = open({.x = 100, .y = 50, .width = 200, .height = 120});
+    window->setShadow(10, 14, 6, 20);
+    EXPECT_EQ(list.window(window->id())->bounds, (CGRect{{110, 56}, {176, 94}}));
+    window->setShadow(100, 100, 0, 0); // nothing would remain
+    EXPECT_EQ(list.window(window->id())->bounds, (CGRect{{100, 50}, {200, 120}}));
+}
+
 TEST_F(X11WindowListTest, theFrontmostComesFirst) {
     const auto first = open({.x = 0, .y = 0});
     const auto second = open({.x = 10, .y = 10});

@@ -154,6 +154,45 @@ TEST_F(X11WindowStreamTest, aBorderIsNotPartOfThePicture) {
     stop(*stream);
 }
 
+TEST_F(X11WindowStreamTest, aShadowThatTheProgramDrawsIsNotPartOfThePicture) {
+    configuration.showsCursor = true;
+    painter.setSquarePointer(8, 0xffff0000);
+    painter.movePointer(10, 10);
+    X11TestWindow window = open(usual());
+    window.setShadow(10, 14, 6, 20);
+    window.fill(10, 6, 176, 94, 0x00ff00);
+    const auto stream = run(only(window.id()));
+    ScreenPicture expected = plain(176, 94, 0x00ff00);
+    EXPECT_TRUE(waitForPicture(expected));
+    window.fill(12, 7, 5, 5, 0xabcdef);
+    expected.fill(2, 1, 5, 5, 0xabcdef);
+    EXPECT_TRUE(waitForPicture(expected));
+    window.fill(0, 0, 8, 5, 0x123456); // the shadow
+    painter.movePointer(100 + 10 + 40, 100 + 6 + 30);
+    ScreenPicture pointed = expected;
+    pointed.fill(40, 30, 8, 8, 0xff0000);
+    EXPECT_TRUE(waitForPicture(pointed));
+    painter.movePointer(10, 10);
+    EXPECT_TRUE(waitForPicture(expected));
+    // As when it is maximised.
+    window.setShadow(0, 0, 0, 0);
+    ScreenPicture whole = plain(200, 120, 0x336699);
+    whole.fill(10, 6, 176, 94, 0x00ff00);
+    whole.fill(12, 7, 5, 5, 0xabcdef);
+    whole.fill(0, 0, 8, 5, 0x123456);
+    EXPECT_TRUE(waitForPicture(whole));
+    // More than there is, and less than nothing.
+    window.setShadow(150, 50, 0, 0);
+    window.setShadow(-1, -1, 4, 0);
+    window.setShadow(0, 0, 0, 20);
+    whole = plain(200, 100, 0x336699);
+    whole.fill(10, 6, 176, 94, 0x00ff00);
+    whole.fill(12, 7, 5, 5, 0xabcdef);
+    whole.fill(0, 0, 8, 5, 0x123456);
+    EXPECT_TRUE(waitForPicture(whole));
+    stop(*stream);
+}
+
 TEST_F(X11WindowStreamTest, aWindowInAFrameIsCapturedWithoutTheFrame) {
     X11TestWindow window =
         open({.x = 100, .y = 100, .width = 200, .height = 120, .ground = 0x336699, .hasFrame = true});
