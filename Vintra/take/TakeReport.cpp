@@ -73,6 +73,7 @@ TakeObservations observeTake(const TakeReportSources& sources, CMTime stopTime, 
     observeSounds(sources, seen);
     observeCameras(sources, cameras, stopTime, seen, status);
     seen.lastScreenFrameTime = sources.screenTrack.endLastFrameTime();
+    seen.screenWithoutVideo = sources.take.videoWriter && !seen.lastScreenFrameTime;
     seen.windowNote = windowSizeNote(sources.take.recordingWindowSize, sources.windowSize);
     const auto sizeChange = sources.screenTrack.endPictureSize();
     if (!sources.take.recordingWindowSize) seen.windowNote = displaySizeNote(sizeChange);

@@ -97,6 +97,11 @@ void addMissingMedia(const TakeObservations& seen, std::vector<std::string>& war
         warnings.push_back("No audio was captured for: " + joined(names, ", ") +
                            ". That file is empty — check the device is connected and running at 48kHz.");
     }
+    if (seen.screenWithoutVideo) {
+        warnings.push_back(
+            "No video was captured from the screen — that file has no picture in it. The system let the "
+            "recording start but sent no picture: choose the display or window anew, then record again.");
+    }
     if (seen.webcamWithoutVideo) {
         warnings.push_back("No video was captured from the webcam — that file has no picture in it. "
                            "The camera was listed and armed but sent nothing, check it "

@@ -24,6 +24,7 @@ struct TakeObservations {
     std::vector<Sound> sounds;
     std::optional<CMTime> lastScreenFrameTime;
 
+    bool screenWithoutVideo = false;
     bool webcamWithoutVideo = false; ///< the first camera
     std::vector<std::string> extraCamerasWithoutVideo;
     /// A sentence for each camera whose picture stood still or stopped.

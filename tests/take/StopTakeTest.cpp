@@ -458,5 +458,12 @@ TEST_F(StopTakeTest, anHourAt30EndsOnTheGridWithoutDrift) {
         << "the phase is a whole number of 1/600 s";
 }
 
+TEST_F(StopTakeTest, aStreamThatSendsNoPictureIsTold) {
+    machine.screenCapture->script.frames = listedFrames({});
+    recordFor(2);
+    EXPECT_TRUE(lastError().starts_with("No video was captured from the screen — ")) << lastError();
+    EXPECT_NE(*recorder->statusMessage, "Saved");
+}
+
 } // namespace
 } // namespace vintra

@@ -92,6 +92,16 @@ TEST(TakeWarningsTest, timesThatAreNoTimesAreNotCompared) {
     EXPECT_TRUE(takeWarnings(seen).empty());
 }
 
+TEST(TakeWarningsTest, aScreenWithoutPictureIsTold) {
+    TakeObservations seen;
+    seen.screenWithoutVideo = true;
+    EXPECT_EQ(takeWarnings(seen),
+              std::vector<std::string>{
+                  "No video was captured from the screen — that file has no picture in it. The "
+                  "system let the recording start but sent no picture: choose the display or "
+                  "window anew, then record again."});
+}
+
 TEST(TakeWarningsTest, camerasWithoutPictureAreWordedApart) {
     TakeObservations seen;
     seen.webcamWithoutVideo = true;
@@ -161,6 +171,7 @@ TEST(TakeWarningsTest, allWarningsStandInTheirOrder) {
     TakeObservations seen;
     seen.sounds = {{.name = "microphone"}, goodSound("computer audio", 60), goodSound("take_Bass", 10)};
     seen.sounds[1].sawSignal = false;
+    seen.screenWithoutVideo = true;
     seen.webcamWithoutVideo = true;
     seen.extraCamerasWithoutVideo = {"Cam B"};
     seen.pictureStalls = {"Stalled."};
@@ -170,6 +181,7 @@ TEST(TakeWarningsTest, allWarningsStandInTheirOrder) {
     seen.droppedAudioBuffers = 1;
     seen.droppedWebcamFrames = 1;
     const std::vector<std::string> starts = {"No audio was captured for: ",
+                                             "No video was captured from the screen",
                                              "No video was captured from the webcam",
                                              "No video was captured from Cam B",
                                              "Stalled. If that's",
