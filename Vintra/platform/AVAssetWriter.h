@@ -39,7 +39,8 @@ struct AVVideoSettings {
     int32_t height = 0;
     AVVideoScalingMode scalingMode = AVVideoScalingMode::fill;
     AVVideoColorProperties color;
-    int64_t averageBitRate = 0; ///< bits a second
+    int64_t averageBitRate = 0;          ///< bits a second
+    int32_t expectedSourceFrameRate = 0; ///< frames a second; 0: not known
     AVVideoEncoderSpeed encoderSpeed = AVVideoEncoderSpeed::standard;
     bool operator==(const AVVideoSettings&) const = default;
 };
@@ -100,6 +101,10 @@ public:
     virtual bool canAdd(const AVAssetWriterInput& input) const = 0;
     /// Before `startWriting`.
     virtual void add(std::shared_ptr<AVAssetWriterInput> input) = 0;
+    /// Gets what the inputs added so far need, such as encoders with their memory, so that no sample is lost while that is
+    /// got. Returns at once; calls the completion once, on any thread. At most once, before `startWriting`, which does
+    /// without it, waits for it, and tells what couldn't be got.
+    virtual void prepare(std::function<void()> completion) = 0;
     /// Makes the file. False, with `error` set, if that can't be done, also where a file of the name already
     /// exists: that file stays as it is.
     virtual bool startWriting() = 0;

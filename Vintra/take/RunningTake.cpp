@@ -4,6 +4,7 @@
 #include "Vintra/take/TakeJournal.h"
 #include "Vintra/take/TrackNames.h"
 
+#include <atomic>
 #include <utility>
 
 namespace vintra {
@@ -102,6 +103,18 @@ std::vector<std::shared_ptr<AVAssetWriter>> RunningTake::webcamWriters() const {
     for (const ExtraCameraRecording& camera : extraCameraRecordings)
         writers.push_back(camera.writer);
     return writers;
+}
+
+void RunningTake::prepareWriters(const std::function<void()>& done) const {
+    const std::vector<Track> all = tracks();
+    // The last to end is done, this call itself among them.
+    const auto left = std::make_shared<std::atomic<size_t>>(all.size() + 1);
+    const auto endOne = [left, done] {
+        if (left->fetch_sub(1) == 1) done();
+    };
+    for (const Track& track : all)
+        track.writer->prepare(endOne);
+    endOne();
 }
 
 void RunningTake::startWriters(bool capturesSystemAudio, CMTime commonStart) {

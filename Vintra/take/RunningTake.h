@@ -14,6 +14,7 @@
 #include "Vintra/video/Cameras.h"
 #include "Vintra/video/ExtraCameraRig.h"
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -89,6 +90,8 @@ public:
     /// Of every camera movie, the first camera's in front.
     std::vector<std::shared_ptr<AVAssetWriter>> webcamWriters() const;
 
+    /// Has the writers that there are by now get what they need, all at once; `done` on any thread.
+    void prepareWriters(const std::function<void()>& done) const;
     /// Opens every file with its session beginning at the common start. Throws `RecordingError` at the first
     /// that can't be.
     void startWriters(bool capturesSystemAudio, CMTime commonStart);

@@ -67,6 +67,11 @@ Task<> ScreenRecorderManager::setUpTake() {
         trackWriters->planEncoders(*take, nullptr, *screenFrameRate);
     }
     trackWriters->makeWebcamWriters(*take);
+    cameras->hold();
+    // The encoders, so that they cost no frame later. Sound needs nothing that takes time, and its devices may go
+    // meanwhile: its tracks are made behind this.
+    const auto prepare = [this](auto done) { take->prepareWriters(done); };
+    co_await awaitCompletion<void>(*platform.mainThread, prepare);
     trackWriters->makeAudioTracks(*take);
     auto existing = take->existingOutputs(*platform.fileManager);
     if (!existing.empty()) throw RecordingError::outputFilesExist(std::move(existing));

@@ -54,6 +54,7 @@ void TrackWriters::makeScreenRecordingWriter(RunningTake& take, const SCStreamCo
                                    .scalingMode = AVVideoScalingMode::resizeAspect,
                                    .averageBitRate =
                                        screenBitRate(configuration.width, configuration.height, frameRate),
+                                   .expectedSourceFrameRate = frameRate,
                                    .encoderSpeed = take.encoderPlan.speed(0)};
     auto input = platform.assetWriters->makeInput(settings, true);
     if (!writer->canAdd(*input)) throw RecordingError::cannotConfigureWriter("the screen recording file");
@@ -115,6 +116,7 @@ TrackWriters::WriterAndInput TrackWriters::makeWebcamRecordingWriter(const Runni
                                    .height = even(size.height),
                                    .scalingMode = AVVideoScalingMode::resizeAspect,
                                    .averageBitRate = webcamBitRate(size.width, size.height),
+                                   .expectedSourceFrameRate = cameras.beat(camera.device),
                                    .encoderSpeed =
                                        take.encoderPlan.speed(cameraIndex + (take.videoWriter ? 1 : 0))};
     auto input = platform.assetWriters->makeInput(settings, true);

@@ -74,7 +74,6 @@ int64_t Cameras::reasserts() const {
 }
 
 void Cameras::begin(CMTime commonStart, const Recordings& recordings) {
-    isInTake = true;
     webcamTap->begin(commonStart, CameraWriteQueue::beat(first.device().get(), formats.cap()));
     for (const ExtraCameraRecording& camera : recordings.extraCameras) {
         const auto rig = std::ranges::find(extra.rigs(), camera.tap, &ExtraCameraRig::tap);

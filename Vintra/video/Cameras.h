@@ -72,6 +72,8 @@ public:
 
     // What a take does with them, in this order.
 
+    /// Nothing of the cameras changes until `release`: their movies are planned.
+    void hold() { isInTake = true; }
     void begin(CMTime commonStart, const Recordings& recordings);
     /// Lets the frames through to the movies.
     void open(const Recordings& recordings);
@@ -96,7 +98,7 @@ private:
     bool isHeld() const { return isInTake || *surroundings.isRecording; }
 
     const CameraSurroundings surroundings;
-    bool isInTake = false; ///< from `begin` to `release`
+    bool isInTake = false; ///< from `hold` to `release`
     const CameraFormats formats;
     const std::shared_ptr<CameraTap> webcamTap;
     const std::shared_ptr<CameraSamplePath> samplePath;

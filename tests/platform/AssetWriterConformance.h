@@ -127,6 +127,27 @@ TYPED_TEST_P(AssetWriterConformance, startingMakesTheFile) {
     EXPECT_TRUE(this->backend.fileExists(this->url("a.wav")));
 }
 
+TYPED_TEST_P(AssetWriterConformance, preparingIsToldOnceAndMakesNoFile) {
+    AVVideoSettings video = this->pictures();
+    video.expectedSourceFrameRate = 30;
+    for (const bool isMovie : {true, false}) {
+        const auto open = isMovie ? this->make("p.mov", AVFileType::quickTimeMovie, video)
+                                  : this->make("p.wav", AVFileType::wave, this->pcm());
+        std::atomic<int> calls{0};
+        open.writer->prepare([&calls] { ++calls; });
+        ASSERT_TRUE(this->backend.runUntil([&calls] { return calls > 0; }));
+        EXPECT_EQ(open.writer->status(), AVAssetWriterStatus::unknown);
+        EXPECT_FALSE(this->backend.fileExists(open.writer->outputURL()));
+        ASSERT_TRUE(open.writer->startWriting());
+        open.writer->startSession(this->start);
+        EXPECT_TRUE(open.input->append(isMovie ? this->slot(0) : this->sound(this->start)));
+        this->finish(*open.writer);
+        EXPECT_EQ(open.writer->status(), AVAssetWriterStatus::completed);
+        EXPECT_TRUE(this->backend.fileExists(open.writer->outputURL()));
+        EXPECT_EQ(calls, 1);
+    }
+}
+
 TYPED_TEST_P(AssetWriterConformance, aFileOfTheNameIsNeverTouched) {
     this->backend.makeFile(this->url("a.mov"), "precious");
     const auto open = this->make("a.mov", AVFileType::quickTimeMovie, this->pictures());
@@ -285,7 +306,8 @@ TYPED_TEST_P(AssetWriterConformance, oneSampleCanGoToSeveralFiles) {
 }
 
 REGISTER_TYPED_TEST_SUITE_P(AssetWriterConformance, aNewWriterIsUnknownAndHasNoFile, anInputKeepsItsSettings,
-                            startingMakesTheFile, aFileOfTheNameIsNeverTouched, aMissingFolderFailsTheStart,
+                            startingMakesTheFile, preparingIsToldOnceAndMakesNoFile,
+                            aFileOfTheNameIsNeverTouched, aMissingFolderFailsTheStart,
                             nothingIsTakenBeforeTheSession, picturesMustGoForwardInTime,
                             unusableSamplesAreRefused, samplesBeforeTheSessionAreLeftOutNotRefused,
                             aFinishedInputTakesNothingMore, finishingCompletesOnceAndEndsTheInput,

@@ -2,6 +2,8 @@
 
 #include "tests/take/CameraTakeFixture.h"
 
+#include <functional>
+
 namespace vintra {
 namespace {
 
@@ -233,6 +235,47 @@ TEST_F(CameraTakeFaultsTest, aCameraThatWasJustChosenIsInTheTake) {
     EXPECT_EQ(*recorder->statusMessage, "Saved") << lastError();
     expectWhole("take_webcam.mov", 58);
     expectWhole("take_webcam-2.mov", 58);
+}
+
+/// Whose encoders get their memory half a second into the start.
+class CameraDuringStartTest : public CameraTakeFixture {
+protected:
+    void startWith(const std::function<void()>& change) {
+        machine.assetWriters->script = [](const URL&, AVFileType) {
+            return SimulatedWriterScript{.prepareSeconds = 1};
+        };
+        TaskScope scope;
+        machine.mainThread->runNow([&] { scope.start(recorder->startRecording(videoURL())); });
+        machine.run(0.5);
+        ASSERT_TRUE(*recorder->isBusy);
+        ASSERT_FALSE(*recorder->isRecording);
+        machine.mainThread->runNow(change);
+        ASSERT_TRUE(machine.runMainUntil([&] { return !*recorder->isBusy; }));
+        ASSERT_TRUE(*recorder->isRecording) << lastError();
+    }
+};
+
+TEST_F(CameraDuringStartTest, anotherChoiceWaitsForTheEndOfTheTake) {
+    plugThree();
+    selectCamera("desk");
+    startWith([&] { recorder->selectedCameraDeviceID.set("side"); });
+    machine.run(2);
+    EXPECT_TRUE(machine.captureDevices->session("desk")->isRunning());
+    stop();
+    EXPECT_EQ(*recorder->statusMessage, "Saved") << lastError();
+    expectWhole("take_webcam.mov", 58);
+    machine.run(0.5);
+    EXPECT_TRUE(machine.captureDevices->session("side")->isRunning());
+}
+
+TEST_F(CameraDuringStartTest, oneThatIsUnpluggedCostsNothingElse) {
+    plugThree();
+    selectCamera("desk");
+    startWith([&] { machine.cameras->unplug("desk"); });
+    machine.run(4);
+    stop();
+    EXPECT_GT(videoTrack()->accepted().size(), 100u);
+    EXPECT_TRUE(lastError().starts_with("No video was captured from the webcam")) << lastError();
 }
 
 TEST_F(CameraTakeFaultsTest, choicesThatChangeInATakeWaitForItsEnd) {

@@ -27,6 +27,13 @@ protected:
         machine.mainThread->runNow(change);
         ASSERT_TRUE(machine.runMainUntil([&] { return !*recorder->isBusy; }));
     }
+    /// The content has been read and the encoders get their memory half a second into the start.
+    void prepareSlowly() {
+        machine.screenCapture->contentSeconds = 0.1;
+        machine.assetWriters->script = [](const URL&, AVFileType) {
+            return SimulatedWriterScript{.prepareSeconds = 1};
+        };
+    }
     static constexpr double kStreamStarts = 1.5; // seconds from the start: the content has been read
     static constexpr const char* kMicNotRunning =
         "Couldn't set up the microphone track, because Desk Microphone isn't running. Select it again.";
@@ -74,6 +81,14 @@ TEST_F(ChangesDuringPermissionTest, aRefusalFailsWhateverWasChangedMeanwhile) {
     startWith([&] { recorder->selectedMicDeviceID.set(std::nullopt); });
     expectUndone("Microphone access was denied. Enable it in System Settings > Privacy & Security > "
                  "Microphone.");
+}
+
+// While the encoders get what they need
+
+TEST_F(ChangesDuringStartTest, aMicThatIsDeselectedWhileEncodersAreMadeFailsTheStart) {
+    prepareSlowly();
+    startWith([&] { recorder->selectedMicDeviceID.set(std::nullopt); });
+    expectUndone(kMicNotRunning);
 }
 
 // While the screen's content is read

@@ -69,6 +69,20 @@ TEST_F(StartOrderTest, sinksOpenOnlyAfterEverySessionHasBegun) {
         << "no buffer was lost on a writer that wasn't open: " << lastError();
 }
 
+TEST_F(StartOrderTest, theCommonStartIsReadWhenTheEncodersHaveWhatTheyNeed) {
+    scriptWriters({.prepareSeconds = 0.4});
+    const CMTime pressed = machine.now();
+    start();
+    EXPECT_GE(*recorder->recordingCommonStartTime - pressed, CMTimeMake(4, 10));
+    machine.run(1);
+    for (const auto& made : machine.assetWriters->writers) {
+        EXPECT_EQ(made->sessionStart(), *recorder->recordingCommonStartTime);
+        EXPECT_LT(made->sessionBegunAt() - *recorder->recordingCommonStartTime, CMTimeMake(1, 10));
+    }
+    stop();
+    EXPECT_EQ(*recorder->statusMessage, "Saved") << lastError();
+}
+
 TEST_F(StartOrderTest, oneReadingOfTheClockIsTheCommonStartOfAll) {
     // No multiple of a frame's or a sample's length, and longer than the warm-up is.
     machine.hostClock->secondsAfterReading = 0.3337;
@@ -120,7 +134,7 @@ TEST_F(StartOrderTest, theWarmUpIsMeasuredFromTheCommonStartHoweverLongTheWriter
 
 TEST_F(StartOrderTest, writersOpenOneAfterAnotherInTheirOrder) {
     start();
-    std::vector<std::string> expected = {"screen content: query"};
+    std::vector<std::string> expected = {"screen content: query", "take_video.mov: prepare"};
     for (const char* name : {"take_video.mov", "take_mic.wav", "take_computer-audio.wav",
                              "take_Stage Box_ch3.wav", "take_Stage Box_ch6.wav"}) {
         expected.push_back(std::string(name) + ": startWriting");

@@ -17,7 +17,8 @@ TEST_F(TrackWritersTest, theScreenMovieIsRec709AtTheRateForItsSize) {
                                          .height = 1080,
                                          .scalingMode = AVVideoScalingMode::resizeAspect,
                                          .color = {},
-                                         .averageBitRate = 9'331'200}));
+                                         .averageBitRate = 9'331'200,
+                                         .expectedSourceFrameRate = 30}));
     EXPECT_TRUE(videoTrack()->expectsMediaDataInRealTime());
 }
 

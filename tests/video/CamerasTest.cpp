@@ -50,6 +50,7 @@ TEST_F(CamerasTest, aFurtherCamerasNumberIsItsRowsPlaceFromTwoOn) {
 
 TEST_F(CamerasTest, aTakeOpensTheTapsToItsMoviesAndClosesThem) {
     const Cameras::Recordings recordings{webcamInput, extras};
+    cameras.hold();
     cameras.begin(start, recordings);
     EXPECT_EQ(cameras.webcam().input(), nullptr) << "nothing reaches a movie before its session has begun";
     EXPECT_EQ(tap->input(), nullptr);
@@ -70,6 +71,7 @@ TEST_F(CamerasTest, aTakeWithoutAFirstCameraLeavesItsTapAlone) {
 
 TEST_F(CamerasTest, whatWaitsForAMovieIsWrittenAndCountedAtTheEnd) {
     const Cameras::Recordings recordings{nullptr, extras};
+    cameras.hold();
     cameras.begin(start, recordings);
     cameras.open(recordings);
     extraInput->ready = [] { return false; };
@@ -85,6 +87,7 @@ TEST_F(CamerasTest, whatWaitsForAMovieIsWrittenAndCountedAtTheEnd) {
 
 TEST_F(CamerasTest, theMainThreadIsFreeWhileAMovieIsAwaited) {
     const Cameras::Recordings recordings{webcamInput, none};
+    cameras.hold();
     cameras.begin(start, recordings);
     cameras.open(recordings);
     bool isFree = false;
@@ -100,6 +103,7 @@ TEST_F(CamerasTest, theMainThreadIsFreeWhileAMovieIsAwaited) {
 
 TEST_F(CamerasTest, aTakeThatNeverStartedLeavesNothingWaiting) {
     const Cameras::Recordings recordings{webcamInput, none};
+    cameras.hold();
     cameras.begin(start, recordings);
     cameras.open(recordings);
     webcamInput->ready = [] { return false; };

@@ -219,6 +219,7 @@ TEST_F(ExtraCamerasTest, aResolutionReachesEveryRigOnItsCamera) {
 TEST_F(ExtraCamerasTest, aTakeKeepsItsRigsAndTheRowsAreFollowedAfterIt) {
     const UUID side = addRow("side");
     settle();
+    cameras.hold();
     cameras.begin(machine.now(), nothing);
     removeRow(side);
     addRow("top");
@@ -237,6 +238,7 @@ TEST_F(ExtraCamerasTest, aTakeThatBeginsWhileARigIsLetGoFindsItGone) {
     removeRow(side);
     addRow("top");
     machine.run(0.1);
+    cameras.hold();
     cameras.begin(machine.now(), nothing);
     settle();
     EXPECT_EQ(rigs(), kNone) << "and no session appears in a take";
@@ -248,6 +250,7 @@ TEST_F(ExtraCamerasTest, aTakeThatBeginsWhileARigIsLetGoFindsItGone) {
 TEST_F(ExtraCamerasTest, aCameraThatEndedInATakeDropsOutAfterIt) {
     addRow("side");
     settle();
+    cameras.hold();
     cameras.begin(machine.now(), nothing);
     machine.cameras->unplug("side");
     list();

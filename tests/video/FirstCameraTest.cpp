@@ -267,6 +267,7 @@ TEST_F(FirstCameraTest, aTakeKeepsItsCameraAndTheChoiceIsFollowedAfterIt) {
     plug(scripted());
     plug(scripted("side", "Side"));
     choose();
+    cameras.hold();
     cameras.begin(machine.now(), nothing);
     select("side");
     settle();
@@ -280,6 +281,7 @@ TEST_F(FirstCameraTest, aTakeKeepsItsCameraAndTheChoiceIsFollowedAfterIt) {
 TEST_F(FirstCameraTest, aCameraThatEndedInATakeIsLetGoAfterIt) {
     plug(scripted());
     choose();
+    cameras.hold();
     cameras.begin(machine.now(), nothing);
     machine.cameras->unplug("desk");
     settle();
@@ -294,6 +296,7 @@ TEST_F(FirstCameraTest, aCameraThatEndedInATakeIsLetGoAfterIt) {
 TEST_F(FirstCameraTest, aCameraThatCameBackInATakeRunsAgainAfterIt) {
     const auto camera = plug(scripted());
     choose();
+    cameras.hold();
     cameras.begin(machine.now(), nothing);
     machine.cameras->unplug("desk");
     settle();
@@ -309,6 +312,7 @@ TEST_F(FirstCameraTest, aTakeThatChangedNothingLeavesTheSessionAlone) {
     plug(scripted());
     choose();
     const int64_t before = machine.captureDevices->sessionsMade;
+    cameras.hold();
     cameras.begin(machine.now(), nothing);
     settle();
     cameras.release();

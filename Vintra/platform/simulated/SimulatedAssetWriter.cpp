@@ -60,6 +60,15 @@ void SimulatedAssetWriter::add(std::shared_ptr<AVAssetWriterInput> input) {
     tracks.push_back(std::move(own));
 }
 
+void SimulatedAssetWriter::prepare(std::function<void()> completion) {
+    checkMainThread("prepare");
+    note("prepare");
+    if (std::exchange(isPrepared, true) || currentStatus != AVAssetWriterStatus::unknown)
+        violate("prepared twice or after the start");
+    services.time->at(services.time->nowNanoseconds() + nanosecondsFromSeconds(script.prepareSeconds),
+                      std::move(completion));
+}
+
 bool SimulatedAssetWriter::startWriting() {
     checkMainThread("startWriting");
     note("startWriting");

@@ -38,6 +38,7 @@ public:
     const URL& outputURL() const override { return url; }
     bool canAdd(const AVAssetWriterInput& input) const override;
     void add(std::shared_ptr<AVAssetWriterInput> input) override;
+    void prepare(std::function<void()> completion) override;
     bool startWriting() override;
     void startSession(CMTime atSourceTime) override;
     void finishWriting(std::function<void()> completion) override;
@@ -87,6 +88,7 @@ private:
     std::optional<SystemError> currentError;
     CMTime session;
     CMTime sessionBegun;
+    bool isPrepared = false;
     bool isFinishing = false;
     std::function<void()> finishCompletion; ///< until it is called
     int64_t startNanoseconds = 0;

@@ -17,6 +17,7 @@ struct SimulatedWriterScript {
     bool isNeverReady = false;    ///< no input is ever ready
     bool finishFails = false;     ///< ends as failed
     bool finishNeverEnds = false; ///< the completion is never called
+    double prepareSeconds = 0;    ///< from `prepare` to its completion
     double startSeconds = 0;      ///< how long `startWriting` blocks its caller, before the file exists
     double sessionSeconds = 0;    ///< how long `startSession` blocks its caller, before the session begins
     double appendSeconds = 0;     ///< how long an append blocks its caller, before the sample is taken

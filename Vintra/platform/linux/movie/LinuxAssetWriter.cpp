@@ -6,6 +6,7 @@
 #include <exception>
 #include <functional>
 #include <optional>
+#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -76,12 +77,16 @@ LinuxAssetWriter::LinuxAssetWriter(const URL& outputURL, AVFileType fileType,
 
 LinuxAssetWriter::~LinuxAssetWriter() {
     if (!finishing) shared->queue->abandon();
-    if (!thread.joinable()) return;
     // A completion may hold the last reference to its writer.
-    if (thread.get_id() == std::this_thread::get_id() || !isWaitedFor)
-        thread.detach();
-    else
-        thread.join();
+    const auto end = [](std::thread& ended, bool isWaitedFor) {
+        if (!ended.joinable()) return;
+        if (ended.get_id() == std::this_thread::get_id() || !isWaitedFor)
+            ended.detach();
+        else
+            ended.join();
+    };
+    end(preparation, true);
+    end(thread, isWaitedFor);
 }
 
 bool LinuxAssetWriter::canAdd(const AVAssetWriterInput& input) const {
@@ -104,13 +109,39 @@ void LinuxAssetWriter::add(std::shared_ptr<AVAssetWriterInput> input) {
     inputs.push_back(std::move(own));
 }
 
-std::unique_ptr<MediaFile> LinuxAssetWriter::makeFile() const {
-    if (addError) throw *addError;
+std::vector<AVOutputSettings> LinuxAssetWriter::settingsOfTracks() const {
     std::vector<AVOutputSettings> tracks;
     for (const auto& input : inputs)
         tracks.push_back(input->outputSettings());
+    return tracks;
+}
+
+void LinuxAssetWriter::prepare(std::function<void()> completion) {
+    if (fileType == AVFileType::wave || addError || preparation.joinable()) {
+        completion();
+        return;
+    }
+    std::packaged_task<std::vector<std::unique_ptr<VideoEncoder>>()> task(
+        [tracks = settingsOfTracks()] { return MovieFile::makeEncoders(tracks); });
+    encoders = task.get_future();
+    try {
+        preparation = std::thread([making = std::move(task), done = completion]() mutable {
+            making();
+            done();
+        });
+    } catch (const std::system_error&) { // there are too many threads; the encoders are made later
+        encoders = {};
+        completion();
+    }
+}
+
+std::unique_ptr<MediaFile> LinuxAssetWriter::makeFile() {
+    if (addError) throw *addError;
+    const std::vector<AVOutputSettings> tracks = settingsOfTracks();
     if (fileType == AVFileType::wave) return WaveFile::create(url, tracks);
-    return MovieFile::create(url, tracks);
+    std::vector<std::unique_ptr<VideoEncoder>> made;
+    if (encoders.valid()) made = encoders.get();
+    return MovieFile::create(url, tracks, std::move(made));
 }
 
 bool LinuxAssetWriter::startWriting() {

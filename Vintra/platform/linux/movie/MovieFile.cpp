@@ -22,19 +22,31 @@ bool MovieFile::canWrite(const AVOutputSettings& settings) {
     return SoundEncoder::canEncode(std::get<AVAudioSettings>(settings));
 }
 
-std::unique_ptr<MovieFile> MovieFile::create(const URL& url, const std::vector<AVOutputSettings>& tracks) {
+std::vector<std::unique_ptr<VideoEncoder>>
+MovieFile::makeEncoders(const std::vector<AVOutputSettings>& tracks) {
+    std::vector<std::unique_ptr<VideoEncoder>> encoders;
+    for (const AVOutputSettings& settings : tracks) {
+        const auto* video = std::get_if<AVVideoSettings>(&settings);
+        encoders.push_back(video ? MovieVideoTrack::makeEncoder(*video) : nullptr);
+    }
+    return encoders;
+}
+
+std::unique_ptr<MovieFile> MovieFile::create(const URL& url, const std::vector<AVOutputSettings>& tracks,
+                                             std::vector<std::unique_ptr<VideoEncoder>> encoders) {
     std::unique_ptr<MovieFile> file(new MovieFile(OutputFile::create(url)));
-    for (const AVOutputSettings& settings : tracks)
-        file->addTrack(settings);
+    encoders.resize(tracks.size());
+    for (size_t index = 0; index < tracks.size(); ++index)
+        file->addTrack(tracks[index], std::move(encoders[index]));
     return file;
 }
 
 MovieFile::MovieFile(OutputFile file)
     : movie(std::move(file)) {}
 
-void MovieFile::addTrack(const AVOutputSettings& settings) {
+void MovieFile::addTrack(const AVOutputSettings& settings, std::unique_ptr<VideoEncoder> encoder) {
     if (const auto* video = std::get_if<AVVideoSettings>(&settings))
-        tracks.push_back(std::make_unique<MovieVideoTrack>(movie, *video));
+        tracks.push_back(std::make_unique<MovieVideoTrack>(movie, *video, std::move(encoder)));
     else
         tracks.push_back(std::make_unique<MovieSoundTrack>(movie, std::get<AVAudioSettings>(settings)));
 }

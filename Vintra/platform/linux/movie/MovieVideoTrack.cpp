@@ -11,6 +11,10 @@ constexpr int64_t kFinestTimescale = 1'000'000;
 constexpr int64_t kBaseTimescale = 600; // of the grid's phase
 constexpr CMTime kDefaultPictureDuration = {1, 30, kCMTimeFlags_Valid};
 
+int64_t ticks(CMTime duration, int32_t timescale) {
+    return std::max<int64_t>(1, CMTimeConvertScale(duration, timescale).value);
+}
+
 int64_t denominator(CMTime time) {
     return time.timescale / std::gcd(time.value, int64_t{time.timescale});
 }
@@ -27,18 +31,28 @@ int32_t movieTimescale(CMTime firstTime, CMTime duration) {
     return static_cast<int32_t>(timescale);
 }
 
-MovieVideoTrack::MovieVideoTrack(QuickTimeFile& movie, const AVVideoSettings& settings)
+std::unique_ptr<VideoEncoder> MovieVideoTrack::makeEncoder(const AVVideoSettings& settings) {
+    if (settings.expectedSourceFrameRate <= 0) return nullptr;
+    const CMTime duration = CMTimeMake(1, settings.expectedSourceFrameRate);
+    const int32_t timescale = movieTimescale(kCMTimeZero, duration);
+    auto encoder = std::make_unique<VideoEncoder>(settings, timescale, ticks(duration, timescale));
+    encoder->warmUp();
+    return encoder;
+}
+
+MovieVideoTrack::MovieVideoTrack(QuickTimeFile& movie, const AVVideoSettings& settings,
+                                 std::unique_ptr<VideoEncoder> encoder)
     : movie(movie)
     , settings(settings)
-    , track(movie.addPictureTrack(settings.width, settings.height)) {}
+    , track(movie.addPictureTrack(settings.width, settings.height))
+    , encoder(std::move(encoder)) {}
 
 void MovieVideoTrack::begin(CMTime firstTime, CMTime duration) {
     timescale = movieTimescale(firstTime, duration);
-    slotDuration = std::max<int64_t>(1, CMTimeConvertScale(duration, timescale).value);
-    encoder =
-        std::make_unique<VideoEncoder>(settings, timescale, slotDuration, [this](QuickTimeSample sample) {
-            movie.append(track, std::move(sample));
-        });
+    slotDuration = ticks(duration, timescale);
+    if (!encoder || !encoder->hasTimes(timescale, slotDuration))
+        encoder = std::make_unique<VideoEncoder>(settings, timescale, slotDuration);
+    encoder->setOutput([this](QuickTimeSample sample) { movie.append(track, std::move(sample)); });
     movie.describe(track, {.timescale = timescale, .sampleDescription = encoder->sampleDescription()});
 }
 
@@ -46,13 +60,12 @@ void MovieVideoTrack::write(const CMSampleBuffer& sample, CMTime sessionStart) {
     const CMTime given = sample.duration();
     const CMTime duration = given.isNumeric() && given > kCMTimeZero ? given : kDefaultPictureDuration;
     const CMTime offset = sample.presentationTimeStamp() - sessionStart;
-    if (!encoder) begin(offset, duration);
+    if (timescale == 0) begin(offset, duration);
     const int64_t time = CMTimeConvertScale(offset, timescale).value;
     if (lastTime && time <= *lastTime) return; // closer than a tick
     if (lastTime && (time - *lastTime) % slotDuration == 0) repeatUntil(time);
     lastTime = time;
-    encoder->encode(sample.imageBuffer(), time,
-                    std::max<int64_t>(1, CMTimeConvertScale(duration, timescale).value));
+    encoder->encode(sample.imageBuffer(), time, ticks(duration, timescale));
 }
 
 void MovieVideoTrack::extend(CMTime to, CMTime sessionStart) {
@@ -65,7 +78,7 @@ void MovieVideoTrack::repeatUntil(int64_t time) {
 }
 
 void MovieVideoTrack::finish() {
-    if (!encoder) begin(kCMTimeZero, kDefaultPictureDuration);
+    if (timescale == 0) begin(kCMTimeZero, kDefaultPictureDuration);
     encoder->finish();
 }
 

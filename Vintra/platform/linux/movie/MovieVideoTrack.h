@@ -16,7 +16,8 @@ namespace vintra {
 /// larger than a million are left out; times are then rounded to the nearest tick.
 int32_t movieTimescale(CMTime firstTime, CMTime duration);
 
-/// The pictures of a movie. Its encoder is made at the first picture, which tells the rate.
+/// The pictures of a movie. The first one tells the rate; an encoder that was made for another, or none, gives way to a
+/// new one then.
 ///
 /// Goal: a track of constant rate, though the samples leave slots empty where nothing is new. Method: a sample
 /// that stands a whole number of slots after the one before, and what is told to stand on, are led up to by
@@ -24,8 +25,12 @@ int32_t movieTimescale(CMTime firstTime, CMTime duration);
 /// are.
 class MovieVideoTrack final : public MovieTrack {
 public:
-    /// The movie outlives the track.
-    MovieVideoTrack(QuickTimeFile& movie, const AVVideoSettings& settings);
+    /// An encoder for a track whose pictures come at the expected rate, its memory at hand; null where the rate isn't
+    /// known. Any thread. Throws `SystemError`.
+    static std::unique_ptr<VideoEncoder> makeEncoder(const AVVideoSettings& settings);
+    /// The movie outlives the track. An encoder made before, or null, is used if the pictures come as expected.
+    MovieVideoTrack(QuickTimeFile& movie, const AVVideoSettings& settings,
+                    std::unique_ptr<VideoEncoder> encoder);
     void write(const CMSampleBuffer& sample, CMTime sessionStart) override;
     void extend(CMTime to, CMTime sessionStart) override;
     void finish() override;
@@ -39,8 +44,8 @@ private:
     const AVVideoSettings settings;
     const size_t track;
     int32_t timescale = 0;
-    int64_t slotDuration = 1; ///< ticks
-    std::unique_ptr<VideoEncoder> encoder;
+    int64_t slotDuration = 1;              ///< ticks
+    std::unique_ptr<VideoEncoder> encoder; ///< described in the movie once `timescale` is known
     std::optional<int64_t> lastTime;
 };
 

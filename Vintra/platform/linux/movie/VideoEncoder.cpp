@@ -34,12 +34,10 @@ void copyPlane(const CVPixelBuffer::Plane& from, size_t rowBytes, uint8_t* to, s
 
 } // namespace
 
-VideoEncoder::VideoEncoder(const AVVideoSettings& settings, int32_t timescale, int64_t slotDuration,
-                           Output output)
+VideoEncoder::VideoEncoder(const AVVideoSettings& settings, int32_t timescale, int64_t slotDuration)
     : settings(settings)
     , timescale(timescale)
     , slotDuration(slotDuration)
-    , output(std::move(output))
     , scaler(static_cast<size_t>(settings.width), static_cast<size_t>(settings.height), settings.scalingMode)
     , frame(av_frame_alloc())
     , packet(av_packet_alloc())
@@ -109,6 +107,23 @@ void VideoEncoder::setUpHevc() {
                0);
 }
 
+void VideoEncoder::warmUp() {
+    // A picture, the one it refers to, and one more: from then on the encoder goes round in the same memory.
+    constexpr int kPictures = 3;
+    constexpr int kGrey = 0x80;
+    makeFrame();
+    for (const AVBufferRef* buffer : frame->buf) {
+        if (buffer != nullptr) std::memset(buffer->data, kGrey, buffer->size);
+    }
+    for (int number = kPictures; number > 0; --number) {
+        frame->pts = -number * slotDuration;
+        frame->pict_type = number == kPictures ? AV_PICTURE_TYPE_I : AV_PICTURE_TYPE_NONE;
+        ++warmUpPictures;
+        throwIfLibavFailed(avcodec_send_frame(context.get(), frame.get()), kPictureNotEncoded);
+        receive();
+    }
+}
+
 std::vector<uint8_t> VideoEncoder::sampleDescription() const {
     const auto parameterSets = extradata(*context);
     const auto second = repeats ? repeats->additionalParameterSet() : std::vector<uint8_t>();
@@ -171,6 +186,11 @@ void VideoEncoder::receive() {
         const int result = avcodec_receive_packet(context.get(), packet.get());
         if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) return;
         throwIfLibavFailed(result, kPictureNotEncoded);
+        if (warmUpPictures > 0) {
+            --warmUpPictures;
+            av_packet_unref(packet.get());
+            continue;
+        }
         std::vector<uint8_t> bytes =
             lengthPrefixedNalUnits({packet->data, static_cast<size_t>(packet->size)});
         if (repeats) bytes = repeats->renumbered(bytes);

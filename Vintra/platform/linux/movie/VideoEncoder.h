@@ -11,6 +11,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
 
 namespace vintra {
 
@@ -41,11 +42,18 @@ class VideoEncoder {
 public:
     using Output = std::function<void(QuickTimeSample)>;
 
-    /// `slotDuration` is the duration of a picture in ticks of the time scale; the samples go to `output`,
-    /// one for each picture and in the order of the pictures.
-    VideoEncoder(const AVVideoSettings& settings, int32_t timescale, int64_t slotDuration, Output output);
+    /// `slotDuration` is the duration of a picture in ticks of the time scale.
+    VideoEncoder(const AVVideoSettings& settings, int32_t timescale, int64_t slotDuration);
     ~VideoEncoder();
 
+    /// Encodes some grey pictures, which are given to nobody: the encoder gets its memory with them. On any thread before
+    /// the first picture, whose time isn't below 0.
+    void warmUp();
+    /// Where the samples go, one for each picture and in the order of the pictures. Before the first picture.
+    void setOutput(Output to) { output = std::move(to); }
+    bool hasTimes(int32_t ticksPerSecond, int64_t slot) const {
+        return timescale == ticksPerSecond && slotDuration == slot;
+    }
     /// The entry of the track's sample description.
     std::vector<uint8_t> sampleDescription() const;
     /// A picture of any size; its time in ticks is later than that of the one before.
@@ -76,7 +84,7 @@ private:
     const AVVideoSettings settings;
     const int32_t timescale;
     const int64_t slotDuration;
-    const Output output;
+    Output output;
     const ColourConverter converter;
     PictureScaler scaler;
     CodecContextPointer context;
@@ -87,7 +95,8 @@ private:
     std::vector<uint8_t> interleavedChroma;  ///< on its way to the two planes that libx265 wants
     std::unique_ptr<PictureRepeats> repeats; ///< null where the encoder makes every picture
     int repeatsInARow = 0;
-    std::deque<Due> due; ///< in the order of their times; begins with one of the encoder's
+    int warmUpPictures = 0; ///< that the encoder hasn't given out
+    std::deque<Due> due;    ///< in the order of their times; begins with one of the encoder's
     std::optional<int64_t> lastKeyTime;
     int64_t lastEncodedTime = 0;
     int64_t lastDuration = 1;
