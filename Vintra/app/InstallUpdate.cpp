@@ -127,7 +127,8 @@ Task<> UpdaterController::installAndRelaunch(URL file) {
     };
     const Outcome problem = co_await awaitCompletion<Outcome>(*machine.platform.mainThread, install);
     if (problem) {
-        // The user has begun this: it is told even if the window was closed meanwhile.
+        // The user has begun this: it is told even if the window was closed meanwhile, but not over a recording.
+        if (!session->isShown) co_await awaitNoTake();
         session.update([](UpdateSession& changed) { changed.isShown = true; });
         finish(UpdateSession::Stage::problem, *problem);
         co_return;

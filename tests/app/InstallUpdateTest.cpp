@@ -168,6 +168,18 @@ TEST_F(InstallUpdateTest, anInstallationGoesOnBehindAClosedWindow) {
     EXPECT_EQ(shown().text, "The disk is full.");
 }
 
+TEST_F(InstallUpdateTest, aFailureBehindAClosedWindowWaitsForTheEndOfARecording) {
+    fetchUpdate();
+    window->close();
+    press();
+    ASSERT_TRUE(*recorder->isRecording);
+    endInstallation("The disk is full.");
+    EXPECT_FALSE(shown().isShown) << "no window comes up over what is recorded";
+    press();
+    EXPECT_TRUE(shown().isShown);
+    EXPECT_EQ(shown().text, "The disk is full.");
+}
+
 TEST_F(InstallUpdateTest, aFolderThatCannotBeMadeIsTold) {
     find();
     installation.folderError = SystemError("posix", 28, "The disk is full; make room and try again.");

@@ -18,6 +18,8 @@
 #include "Vintra/platform/linux/desktop/QuitSignals.h"
 #include "Vintra/platform/linux/desktop/TakeInhibitors.h"
 #include "Vintra/platform/linux/desktop/X11GlobalHotKeys.h"
+#include "Vintra/platform/linux/updates/LinuxProgramRemoval.h"
+#include "Vintra/platform/linux/updates/LinuxUpdateInstallation.h"
 #include "Vintra/platform/linux/web/CurlWebRequests.h"
 #include "Vintra/take/ScreenRecorderManager.h"
 #include "tools/vintra/CommandRun.h"
@@ -81,7 +83,45 @@ void saveTake(QtProgram& program) {
         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
 }
 
-int runFirst(const std::shared_ptr<QtEventLoop>& loop, MainThreadBus& sessionBus, ProgramBus& programBus) {
+std::shared_ptr<LinuxUpdateInstallation> updatesOf(const Platform& services, MainThreadBus& systemBus) {
+    const LinuxUpdateInstallation::Machine machine{
+        .mainThread = services.mainThread,
+        .dispatchQueues = services.dispatchQueues,
+        .fileManager = services.fileManager,
+        .operatingSystem = services.words.operatingSystem,
+        .systemVersion = services.facts.operatingSystemVersion,
+        .runningProgram = LinuxUpdateInstallation::pathOfRunningProgram(),
+        .downloadFolder = LinuxUpdateInstallation::cachesFolder().appendingPathComponent("updates")};
+    return std::make_shared<LinuxUpdateInstallation>(machine, systemBus);
+}
+
+std::shared_ptr<LinuxProgramRemoval> removalOf(const Platform& services, MainThreadBus& systemBus,
+                                               MainThreadBus& sessionBus) {
+    const LinuxProgramRemoval::Machine machine{.mainThread = services.mainThread,
+                                               .fileManager = services.fileManager,
+                                               .cachesFolder = LinuxUpdateInstallation::cachesFolder(),
+                                               .deviceOfUser = LinuxProgramRemoval::standardDeviceOfUser(),
+                                               .stateFolder = LinuxProgramRemoval::standardStateFolder()};
+    return std::make_shared<LinuxProgramRemoval>(machine, systemBus, sessionBus);
+}
+
+/// Of an installation, and of a folder of builds, which has the same places.
+URL acknowledgements() {
+    const URL program = URL::fileURL(LinuxUpdateInstallation::pathOfRunningProgram());
+    return program.deletingLastPathComponent()
+        .deletingLastPathComponent()
+        .appendingPathComponent("share")
+        .appendingPathComponent("vintra")
+        .appendingPathComponent("Acknowledgements.txt");
+}
+
+/// How a program ended.
+struct Ending {
+    int exitCode = 0;
+    std::string next{}; ///< the program that is to begin in its place; empty for none
+};
+
+Ending runFirst(const std::shared_ptr<QtEventLoop>& loop, MainThreadBus& sessionBus, ProgramBus& programBus) {
     QtProgram* running = nullptr;
     MainThreadBus systemBus(*loop, MessageBus::system);
     LinuxPlatform machine =
@@ -89,14 +129,20 @@ int runFirst(const std::shared_ptr<QtEventLoop>& loop, MainThreadBus& sessionBus
                                    .outputToPutBackKey = SystemOutputRouter::kPendingRestoreKey,
                                    .reportsCrashes = true});
     ProgramOverlays overlays(machine, *loop);
-    CurlWebRequests web(machine.services.mainThread, machine.services.fileManager, {});
-    FeedbackReport feedback(machine.services, web);
+    const auto web = std::make_shared<CurlWebRequests>(
+        machine.services.mainThread, machine.services.fileManager, CurlWebRequests::Options{});
+    const auto updates = updatesOf(machine.services, systemBus);
+    FeedbackReport feedback(machine.services, *web);
     QtProgram program({.platform = machine.services,
                        .desktop = std::make_shared<LinuxDesktop>(*loop, sessionBus, toolkitOf(running)),
                        .hotKeys = hotKeysOf(machine, *loop, sessionBus),
                        .sendFeedback = [&feedback](FeedbackAsk::Answer answer,
                                                    const std::string& note) { feedback.send(answer, note); },
-                       .endEventLoop = [&loop] { loop->stop(); }});
+                       .endEventLoop = [&loop] { loop->stop(); },
+                       .web = web,
+                       .updates = updates,
+                       .removal = removalOf(machine.services, systemBus, sessionBus),
+                       .acknowledgements = acknowledgements()});
     running = &program;
     const QuitSignals signals(*loop, [&program] { program.quit(); });
     TakeInhibitors inhibitors(systemBus, sessionBus, machine.services.log, [&program] { program.quit(); });
@@ -115,11 +161,11 @@ int runFirst(const std::shared_ptr<QtEventLoop>& loop, MainThreadBus& sessionBus
         while (!condition())
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     });
-    return 0;
+    return {.next = updates->programToBegin()};
 }
 
 /// The name on the bus is given up last: then another start finds all that this one held free.
-int runProgram(const ProgramBus::Activation& activation, bool isBusHung) {
+Ending runProgram(const ProgramBus::Activation& activation, bool isBusHung) {
     const auto loop = std::make_shared<QtEventLoop>();
     MainThreadBus sessionBus(*loop, MessageBus::session);
     ProgramBus programBus(sessionBus);
@@ -127,7 +173,7 @@ int runProgram(const ProgramBus::Activation& activation, bool isBusHung) {
     case ProgramBus::Standing::second: {
         const CommandOutcome outcome = programBus.raiseFirst(activation);
         if (!outcome.isDone) say(outcome.sentence);
-        return outcome.isDone ? ProgramArguments::kDone : ProgramArguments::kRefused;
+        return {.exitCode = outcome.isDone ? ProgramArguments::kDone : ProgramArguments::kRefused};
     }
     case ProgramBus::Standing::alone:
         say(isBusHung ? ProgramBus::problemOfHungBus() : programBus.problem());
@@ -138,7 +184,7 @@ int runProgram(const ProgramBus::Activation& activation, bool isBusHung) {
     return runFirst(loop, sessionBus, programBus);
 }
 
-int openWindow(int argumentCount, char** arguments) {
+Ending openWindow(int argumentCount, char** arguments) {
     const auto activation = ProgramBus::activationOfStart();
     const bool isBusHung = leaveHungSessionBus();
     prepareRendering();
@@ -178,7 +224,13 @@ int main(int argumentCount, char** arguments) {
     try {
         const auto exitCode =
             exitCodeWithoutWindow(ProgramArguments::parse({arguments + 1, arguments + argumentCount}));
-        return exitCode ? *exitCode : openWindow(argumentCount, arguments);
+        if (exitCode) return *exitCode;
+        const Ending ending = openWindow(argumentCount, arguments);
+        if (ending.next.empty()) return ending.exitCode;
+        // Nothing of this one is left by now: the next finds the name on the bus and its files free.
+        LinuxUpdateInstallation::becomeProgram(ending.next);
+        say("The update is installed, but it couldn't be started. Start Vintra again.");
+        return 1;
     } catch (const SystemError& error) {
         say(error.localizedDescription());
         return 1;

@@ -9,9 +9,11 @@
 namespace vintra {
 
 MainWindowModel::MainWindowModel(ContentView& view, const AppSurroundings& surroundings,
-                                 Published<bool>& isQuitting, std::function<void()> quit)
+                                 AppCommandsModel& commands, Published<bool>& isQuitting,
+                                 std::function<void()> quit)
     : view(view)
     , surroundings(surroundings)
+    , commandsModel(commands)
     , isQuitting(isQuitting)
     , quitProgram(std::move(quit))
     , statusStripModel(view.statusStrip)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Vintra/app/AppSurroundings.h"
+#include "Vintra/app/qt/AppCommandsModel.h"
 #include "Vintra/app/qt/CardsModel.h"
 #include "Vintra/app/qt/OutputSectionModel.h"
 #include "Vintra/app/qt/RecordButtonModel.h"
@@ -36,6 +37,7 @@ class MainWindowModel : public QObject {
     Q_PROPERTY(QString closingNote READ closingNote NOTIFY changed)
     Q_PROPERTY(QString markerHelp READ markerHelp NOTIFY changed)
     Q_PROPERTY(double heightLimit READ heightLimit NOTIFY heightLimitChanged)
+    Q_PROPERTY(vintra::AppCommandsModel* commands READ commands CONSTANT)
     Q_PROPERTY(vintra::StatusStripModel* statusStrip READ statusStrip CONSTANT)
     Q_PROPERTY(vintra::CardsModel* cards READ cards CONSTANT)
     Q_PROPERTY(vintra::TracksModel* tracks READ tracks CONSTANT)
@@ -45,8 +47,8 @@ class MainWindowModel : public QObject {
 
 public:
     /// All outlive this. `quit` ends the program.
-    MainWindowModel(ContentView& view, const AppSurroundings& surroundings, Published<bool>& isQuitting,
-                    std::function<void()> quit);
+    MainWindowModel(ContentView& view, const AppSurroundings& surroundings, AppCommandsModel& commands,
+                    Published<bool>& isQuitting, std::function<void()> quit);
     ~MainWindowModel() override;
 
     QString title() const;
@@ -68,6 +70,7 @@ public:
     /// Whether the user can see the window.
     void setShown(bool isShown) { tracksModel.setWatched(isShown); }
 
+    AppCommandsModel* commands() { return &commandsModel; }
     StatusStripModel* statusStrip() { return &statusStripModel; }
     CardsModel* cards() { return &cardsModel; }
     TracksModel* tracks() { return &tracksModel; }
@@ -85,6 +88,7 @@ Q_SIGNALS:
 private:
     ContentView& view;
     const AppSurroundings surroundings;
+    AppCommandsModel& commandsModel;
     Published<bool>& isQuitting;
     const std::function<void()> quitProgram;
     QString markerNote;

@@ -21,17 +21,33 @@ QtProgram::QtProgram(Services given)
     , platform(platformWithWindows(services.platform))
     , feedbackAsk(std::make_shared<FeedbackAsk>(platform, services.sendFeedback))
     , manager(ScreenRecorderManager::make(platform))
+    , updater(
+          std::make_shared<UpdaterController>(UpdaterController::Machine{.platform = platform,
+                                                                         .web = *services.web,
+                                                                         .installation = *services.updates,
+                                                                         .quit = [this] { quit(); }},
+                                              true, waitingUpdate, waitingUpdate))
+    , appCommands(*platform.mainThread, *manager, updaterState)
+    , updateView(*platform.mainThread, platform.facts, *updater)
     , view(surroundings())
     , programWindows(
           engine, [this] { return tray && tray->hasHost(); }, services.endEventLoop)
     , delegate(platform, programWindows)
+    , uninstall({.platform = platform,
+                 .alerts = qtAlerts,
+                 .removal = *services.removal,
+                 .terminate = [this] { quit(); }})
+    , information(engine, platform, services.acknowledgements)
+    , commandsModel(appCommands, commandActions())
     , item(surroundings(), view.take, programWindows, [this] { quit(); })
     , programCommands(surroundings(), view.take, [this] { quit(); })
     , marker(surroundings(), *services.hotKeys)
-    , mainWindowModel(
-          std::make_unique<MainWindowModel>(view, surroundings(), delegate.isQuitting, [this] { quit(); }))
-    , tray(std::make_unique<TrayItem>(engine, item, view.take)) {
+    , mainWindowModel(std::make_unique<MainWindowModel>(view, surroundings(), commandsModel,
+                                                        delegate.isQuitting, [this] { quit(); }))
+    , tray(std::make_unique<TrayItem>(engine, item, view.take, commandsModel)) {
     static_cast<void>(keptRegistration); // read, so that no compiler leaves it out
+    updater->recorder = manager;
+    waitingUpdate.controller = updater;
     mainWindowModel->showMarkerHelp(marker.note);
     programWindows.setModel(*mainWindowModel);
     programWindows.onDismissPanel = [this] { tray->dismissPanel(); };
@@ -58,6 +74,17 @@ AppSurroundings QtProgram::surroundings() {
             .desktop = *services.desktop,
             .feedbackAsk = *feedbackAsk,
             .updateNotice = waitingUpdate};
+}
+
+AppCommandsModel::Actions QtProgram::commandActions() {
+    return {.about = [this] { information.showAbout(); },
+            .acknowledgements = [this] { information.showAcknowledgements(); },
+            .checkForUpdates =
+                [this] {
+                    updater->checkForUpdates();
+                    qtUpdateWindow.raise(); // one that is shown already
+                },
+            .remove = [this] { uninstall.run(manager); }};
 }
 
 void QtProgram::end(const std::function<void(const std::function<bool()>&)>& runUntil) {

@@ -1,13 +1,22 @@
 #pragma once
 
+#include "Vintra/app/AppCommands.h"
 #include "Vintra/app/AppDelegate.h"
 #include "Vintra/app/ContentView.h"
 #include "Vintra/app/MarkerShortcut.h"
 #include "Vintra/app/MenuBarItem.h"
 #include "Vintra/app/ProgramCommands.h"
+#include "Vintra/app/Uninstall.h"
 #include "Vintra/app/UpdateNotice.h"
+#include "Vintra/app/UpdateWindow.h"
+#include "Vintra/app/UpdaterController.h"
+#include "Vintra/app/UpdaterState.h"
+#include "Vintra/app/qt/AppCommandsModel.h"
 #include "Vintra/app/qt/MainWindowModel.h"
+#include "Vintra/app/qt/QtAlerts.h"
+#include "Vintra/app/qt/QtInformationWindows.h"
 #include "Vintra/app/qt/QtProgramWindows.h"
+#include "Vintra/app/qt/QtUpdateWindow.h"
 #include "Vintra/app/qt/TrayItem.h"
 #include "Vintra/platform/Platform.h"
 #include "Vintra/take/FeedbackAsk.h"
@@ -32,6 +41,10 @@ public:
         std::shared_ptr<GlobalHotKeys> hotKeys;
         FeedbackAsk::Send sendFeedback;
         std::function<void()> endEventLoop;
+        std::shared_ptr<WebRequests> web;
+        std::shared_ptr<UpdateInstallation> updates;
+        std::shared_ptr<ProgramRemoval> removal;
+        URL acknowledgements; ///< the file with the licences of what the program includes
     };
     explicit QtProgram(Services services);
     ~QtProgram();
@@ -45,6 +58,9 @@ public:
     MenuBarItem& menuBarItem() { return item; }
     TrayItem& trayItem() { return *tray; }
     MainWindowModel& mainWindow() { return *mainWindowModel; }
+    QtUpdateWindow& updateWindow() { return qtUpdateWindow; }
+    QtAlerts& alerts() { return qtAlerts; }
+    QtInformationWindows& informationWindows() { return information; }
 
     /// What a key of the desktop or another process tells the program to do.
     ProgramCommands& commands() { return programCommands; }
@@ -60,6 +76,7 @@ public:
 
 private:
     AppSurroundings surroundings();
+    AppCommandsModel::Actions commandActions();
 
     Platform platformWithWindows(Platform platform);
 
@@ -69,9 +86,18 @@ private:
     const std::shared_ptr<FeedbackAsk> feedbackAsk;
     const std::shared_ptr<ScreenRecorderManager> manager;
     UpdateNotice waitingUpdate{platform};
+    const std::shared_ptr<UpdaterController> updater;
+    UpdaterState updaterState{*updater};
+    AppCommands appCommands;
+    UpdateWindow updateView;
     ContentView view;
     QtProgramWindows programWindows;
     AppDelegate delegate;
+    QtUpdateWindow qtUpdateWindow{engine, updateView};
+    QtAlerts qtAlerts{engine};
+    Uninstall uninstall;
+    QtInformationWindows information;
+    AppCommandsModel commandsModel;
     MenuBarItem item;
     ProgramCommands programCommands;
     MarkerShortcut marker;

@@ -26,13 +26,15 @@ bool needsMask() {
 
 } // namespace
 
-TrayItem::TrayItem(QQmlEngine& engine, MenuBarItem& item, TakeControl& take)
+TrayItem::TrayItem(QQmlEngine& engine, MenuBarItem& item, TakeControl& take, AppCommandsModel& commands)
     : engine(engine)
     , item(item)
+    , commands(commands)
     , model(item, take)
     , host([this] { refresh(); }) {
     menu.addAction(MenuBarItem::kOpen, this, [this] { this->item.openMainWindow(); });
     recordAction = menu.addAction({}, this, [this] { this->item.toggleRecording(); });
+    addCommands();
     menu.addAction(MenuBarItem::kQuit, this, [this] { this->item.quit(); });
     icon.setContextMenu(&menu);
     connect(&icon, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
@@ -54,7 +56,19 @@ void TrayItem::refresh() {
     icon.setVisible(host.isThere());
 }
 
+void TrayItem::addCommands() {
+    menu.addSeparator();
+    menu.addAction(commands.aboutTitle(), &commands, &AppCommandsModel::showAbout);
+    menu.addAction(commands.acknowledgementsTitle(), &commands, &AppCommandsModel::showAcknowledgements);
+    checkAction = menu.addAction(commands.checkTitle(), &commands, &AppCommandsModel::checkForUpdates);
+    removeAction = menu.addAction(commands.removeTitle(), &commands, &AppCommandsModel::remove);
+    menu.addSeparator();
+    connect(&commands, &AppCommandsModel::changed, this, [this] { refreshMenu(); });
+}
+
 void TrayItem::refreshMenu() {
+    checkAction->setEnabled(commands.canCheckForUpdates());
+    removeAction->setEnabled(commands.canRemove());
     recordAction->setText(qString(item.recordButton()->title));
     recordAction->setEnabled(item.recordButton()->isEnabled);
 }

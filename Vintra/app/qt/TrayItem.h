@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Vintra/app/MenuBarItem.h"
+#include "Vintra/app/qt/AppCommandsModel.h"
 #include "Vintra/app/qt/PanelModel.h"
 #include "Vintra/app/qt/TrayHost.h"
 
@@ -18,7 +19,7 @@ namespace vintra {
 class TrayItem : public QObject {
 public:
     /// All outlive this.
-    TrayItem(QQmlEngine& engine, MenuBarItem& item, TakeControl& take);
+    TrayItem(QQmlEngine& engine, MenuBarItem& item, TakeControl& take, AppCommandsModel& commands);
     ~TrayItem() override;
 
     bool hasHost() const { return host.isThere(); }
@@ -26,6 +27,7 @@ public:
     void togglePanel();
     void dismissPanel();
     QQuickWindow* panel() const { return panelWindow.get(); }
+    QMenu& contextMenu() { return menu; }
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -33,13 +35,17 @@ protected:
 private:
     void refresh();
     void refreshMenu();
+    void addCommands();
     void placePanel();
 
     QQmlEngine& engine;
     MenuBarItem& item;
+    AppCommandsModel& commands;
     PanelModel model;
     QMenu menu;
     QAction* recordAction = nullptr;
+    QAction* checkAction = nullptr;
+    QAction* removeAction = nullptr;
     QSystemTrayIcon icon;
     TrayHost host;
     std::unique_ptr<QQuickWindow> panelWindow; ///< made when it is first opened

@@ -23,6 +23,7 @@ bool isControl(QAccessible::Role role) {
     case QAccessible::SpinBox:
     case QAccessible::Link:
     case QAccessible::ListItem:
+    case QAccessible::MenuItem:
         return true;
     default:
         return false;
@@ -50,6 +51,13 @@ QAccessible::Role accessibleRole(QQuickItem* item) {
 QQuickItem* control(const QQuickWindow& window, const QString& name) {
     for (QQuickItem* item : visibleItems(window)) {
         if (isControl(accessibleRole(item)) && accessibleName(item) == name) return item;
+    }
+    return nullptr;
+}
+
+QQuickItem* named(const QQuickWindow& window, const QString& name) {
+    for (QQuickItem* item : visibleItems(window)) {
+        if (accessibleName(item) == name) return item;
     }
     return nullptr;
 }

@@ -17,6 +17,8 @@ QString accessibleName(QQuickItem* item);
 QAccessible::Role accessibleRole(QQuickItem* item);
 /// The visible item that takes clicks and has that name; null if there is none.
 QQuickItem* control(const QQuickWindow& window, const QString& name);
+/// The visible item of that name, whatever it is; null if there is none.
+QQuickItem* named(const QQuickWindow& window, const QString& name);
 /// Whether a visible item shows or is called exactly that.
 bool shows(const QQuickWindow& window, const QString& text);
 

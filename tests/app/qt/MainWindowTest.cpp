@@ -125,11 +125,11 @@ TEST_F(MainWindowTest, tabGoesDownTheWindowAndSpaceAndReturnPress) {
         EXPECT_TRUE(hand.until([&] { return window().activeFocusItem() != before; }));
     };
     QStringList names;
-    for (int n = 0; n < 4; ++n) {
+    for (int n = 0; n < 5; ++n) {
         tab();
         names.append(accessibleName(window().activeFocusItem()));
     }
-    EXPECT_EQ(names, (QStringList{"Report a bug", "Copy diagnostics", "Microphone",
+    EXPECT_EQ(names, (QStringList{"Vintra", "Report a bug", "Copy diagnostics", "Microphone",
                                   "Microphone, name of the track"}));
     tab(true);
     EXPECT_EQ(accessibleName(window().activeFocusItem()), "Microphone");

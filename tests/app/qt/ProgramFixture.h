@@ -3,6 +3,9 @@
 #include "Vintra/app/qt/QtProgram.h"
 #include "Vintra/platform/simulated/SimulatedDesktop.h"
 #include "Vintra/platform/simulated/SimulatedGlobalHotKeys.h"
+#include "Vintra/platform/simulated/SimulatedProgramRemoval.h"
+#include "Vintra/platform/simulated/SimulatedUpdateInstallation.h"
+#include "Vintra/platform/simulated/SimulatedWebRequests.h"
 #include "tests/app/qt/WindowHand.h"
 #include "tests/take/RoutingFixture.h"
 
@@ -36,7 +39,11 @@ protected:
                                 .desktop = desktop,
                                 .hotKeys = hotKeys,
                                 .sendFeedback = [](FeedbackAsk::Answer, const std::string&) {},
-                                .endEventLoop = [this] { ++terminations; }});
+                                .endEventLoop = [this] { ++terminations; },
+                                .web = web,
+                                .updates = updates,
+                                .removal = removal,
+                                .acknowledgements = URL::fileURL(kAcknowledgements)});
         machine.run(0.5);
         program->raise();
         ASSERT_NE(program->windows().mainWindow(), nullptr);
@@ -61,6 +68,12 @@ protected:
 
     const std::shared_ptr<SimulatedDesktop> desktop = std::make_shared<SimulatedDesktop>();
     const std::shared_ptr<SimulatedGlobalHotKeys> hotKeys = std::make_shared<SimulatedGlobalHotKeys>();
+    static constexpr const char* kAcknowledgements = "/usr/share/vintra/Acknowledgements.txt";
+    const std::shared_ptr<SimulatedWebRequests> web =
+        std::make_shared<SimulatedWebRequests>(machine.mainThread, machine.fileManager);
+    const std::shared_ptr<SimulatedUpdateInstallation> updates =
+        std::make_shared<SimulatedUpdateInstallation>(machine.mainThread);
+    const std::shared_ptr<SimulatedProgramRemoval> removal = std::make_shared<SimulatedProgramRemoval>();
     int terminations = 0;
     std::unique_ptr<QtProgram> program;
     WindowHand hand{[this] {

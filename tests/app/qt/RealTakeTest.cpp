@@ -5,6 +5,9 @@
 #include "Vintra/platform/linux/LinuxPlatform.h"
 #include "Vintra/platform/simulated/SimulatedDesktop.h"
 #include "Vintra/platform/simulated/SimulatedGlobalHotKeys.h"
+#include "Vintra/platform/simulated/SimulatedProgramRemoval.h"
+#include "Vintra/platform/simulated/SimulatedUpdateInstallation.h"
+#include "Vintra/platform/simulated/SimulatedWebRequests.h"
 #include "Vintra/take/ScreenRecorderManager.h"
 #include "tests/app/qt/WindowHand.h"
 #include "tests/support/MediaProbe.h"
@@ -25,12 +28,17 @@ protected:
     void SetUp() override {
         machine.services.userDefaults->set("outputFolderPath", folder.url().path());
         machine.services.userDefaults->set("timelineEditor", std::string("resolve"));
-        program = std::make_unique<QtProgram>(
-            QtProgram::Services{.platform = machine.services,
-                                .desktop = std::make_shared<SimulatedDesktop>(),
-                                .hotKeys = std::make_shared<SimulatedGlobalHotKeys>(),
-                                .sendFeedback = [](FeedbackAsk::Answer, const std::string&) {},
-                                .endEventLoop = [] {}});
+        program = std::make_unique<QtProgram>(QtProgram::Services{
+            .platform = machine.services,
+            .desktop = std::make_shared<SimulatedDesktop>(),
+            .hotKeys = std::make_shared<SimulatedGlobalHotKeys>(),
+            .sendFeedback = [](FeedbackAsk::Answer, const std::string&) {},
+            .endEventLoop = [] {},
+            .web = std::make_shared<SimulatedWebRequests>(machine.services.mainThread,
+                                                          machine.services.fileManager),
+            .updates = std::make_shared<SimulatedUpdateInstallation>(machine.services.mainThread),
+            .removal = std::make_shared<SimulatedProgramRemoval>(),
+            .acknowledgements = {}});
         program->raise();
         ASSERT_TRUE(hand.awaitShown(&window()));
     }

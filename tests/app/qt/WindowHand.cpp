@@ -1,8 +1,10 @@
 #include "tests/app/qt/WindowHand.h"
 
 #include <QCoreApplication>
+#include <QGuiApplication>
 #include <QImage>
 #include <QQuickWindow>
+#include <QStyleHints>
 #include <chrono>
 #include <filesystem>
 #include <utility>
@@ -48,6 +50,13 @@ void WindowHand::moments(int count) {
 
 bool WindowHand::awaitShown(QQuickWindow* window) {
     return until([window] { return window && window->isExposed() && window->isSceneGraphInitialized(); });
+}
+
+void WindowHand::letDoubleClickPass() {
+    const auto interval =
+        std::chrono::milliseconds(QGuiApplication::styleHints()->mouseDoubleClickInterval());
+    const auto end = std::chrono::steady_clock::now() + interval;
+    until([end] { return std::chrono::steady_clock::now() > end; });
 }
 
 void WindowHand::pointAt(const QQuickItem* item) {

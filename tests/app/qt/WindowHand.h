@@ -22,6 +22,8 @@ public:
     /// Until the window is on the screen and has drawn.
     bool awaitShown(QQuickWindow* window);
     void moments(int count);
+    /// Until the next press can't be the second of a double click.
+    void letDoubleClickPass();
 
     void pointAt(const QQuickItem* item);
     /// The control with that name, once it is there. Fails the test if it doesn't come.

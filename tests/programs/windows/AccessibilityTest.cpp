@@ -55,15 +55,28 @@ protected:
         return all;
     }
 
+    /// Until a window shows something of that name.
+    static bool awaitShown(const std::string& name) {
+        return await([&] {
+            const std::vector<Shown> all = tree();
+            return std::any_of(all.begin(), all.end(),
+                               [&](const Shown& shown) { return shown.name == name; });
+        });
+    }
+    static void choose(const std::string& command) {
+        EXPECT_EQ(walk({"press", "Vintra"}).exitCode, 0);
+        EXPECT_EQ(walk({"press", command}).exitCode, 0) << command;
+    }
+
     ChildProcess service{{"/usr/libexec/at-spi-bus-launcher", "--launch-immediately"}};
     std::unique_ptr<ChildProcess> program;
 };
 
 TEST_F(AccessibilityTest, whateverTakesTheFocusHasANameAndARole) {
     const std::vector<Shown> all = tree();
-    const std::set<std::string> roles{"push button", "check box",   "radio button", "combo box",
-                                      "text",        "spin button", "slider",       "link",
-                                      "label",       "heading",     "static",       "list item"};
+    const std::set<std::string> roles{
+        "push button", "check box", "radio button", "combo box", "text",      "spin button",     "slider",
+        "link",        "label",     "heading",      "static",    "list item", "push button menu"};
     size_t controls = 0;
     for (const Shown& shown : all) {
         if (!shown.is("focusable")) continue;
@@ -81,9 +94,29 @@ TEST_F(AccessibilityTest, whateverTakesTheFocusHasANameAndARole) {
     for (const char* const row : {"Microphone", "Screen", "Webcam", "Computer audio"})
         EXPECT_TRUE(isThere("check box", row)) << row;
     EXPECT_TRUE(isThere("push button", "Start Recording"));
+    EXPECT_TRUE(isThere("push button", "Vintra"));
     EXPECT_TRUE(isThere("text", "Session name"));
     EXPECT_TRUE(isThere("combo box", "Display"));
     EXPECT_TRUE(isThere("spin button", "Microphone, gain"));
+}
+
+TEST_F(AccessibilityTest, theProgramTellsOfItselfItsUpdatesAndItsRemoval) {
+    choose("About Vintra");
+    const std::string version = give("--version").output; // "Vintra 1.2.3 (build 45)"
+    EXPECT_TRUE(await([&version] {
+        const std::vector<Shown> all = tree();
+        return std::any_of(all.begin(), all.end(), [&version](const Shown& shown) {
+            return shown.name.starts_with("Version ") &&
+                   version.starts_with("Vintra " + shown.name.substr(8, shown.name.find(' ', 8) - 8) + " ");
+        });
+    }));
+    choose("Check for Updates…");
+    EXPECT_TRUE(awaitShown("Updates aren't set up in this copy of Vintra."));
+    EXPECT_EQ(walk({"press", "OK"}).exitCode, 0);
+    choose("Remove Vintra…");
+    EXPECT_TRUE(awaitShown("Remove Vintra from this computer?"));
+    EXPECT_EQ(walk({"press", "Cancel"}).exitCode, 0);
+    EXPECT_EQ(give("--marker").exitCode, 1) << "it goes on";
 }
 
 TEST_F(AccessibilityTest, ATakeIsStartedAndStoppedFromOutside) {

@@ -19,11 +19,15 @@ Item {
         Accessible.ignored: true
     }
     Column {
+        id: names
+
         anchors.left: logo.right
         anchors.leftMargin: Measures.cardsMargin
         anchors.verticalCenter: parent.verticalCenter
 
         Words {
+            id: title
+
             height: 24
             text: brand.window.title
             color: DesignColor.text
@@ -38,6 +42,11 @@ Item {
             color: DesignColor.textSecondary
             font.pixelSize: Measures.secondarySize
         }
+    }
+    ProgramMenu {
+        x: names.x + title.implicitWidth + Measures.controlGap / 2
+        y: names.y + (title.height - height) / 2
+        commands: brand.window.commands
     }
     FlatButton {
         anchors.right: parent.right

@@ -26,6 +26,10 @@ URL LinuxProgramRemoval::standardDeviceOfUser() {
         .appendingPathComponent("vintra-audio.conf");
 }
 
+URL LinuxProgramRemoval::standardStateFolder() {
+    return userStateDirectory().appendingPathComponent("vintra");
+}
+
 LinuxProgramRemoval::LinuxProgramRemoval(Machine machine, MainThreadBus& systemBus, MainThreadBus& sessionBus)
     : machine(std::move(machine))
     , systemBus(systemBus)
@@ -72,17 +76,32 @@ void LinuxProgramRemoval::checkRemoved() {
     resolve([this](const PackageKitTransaction::Result& result) {
         if (!result.failure && !result.packages.empty())
             return end(Failed{"The package service left the removal undone; try again later."});
-        removeDeviceOfUser();
+        removeTraces();
         restartSoundServer();
     });
 }
 
-void LinuxProgramRemoval::removeDeviceOfUser() {
+/// A note of a recording that isn't in order yet stays, for a Vintra that is installed anew.
+void LinuxProgramRemoval::removeTraces() {
+    removeQuietly(machine.deviceOfUser);
+    removeQuietly(machine.stateFolder.appendingPathComponent("crash-reports"));
+    removeIfEmpty(machine.stateFolder.appendingPathComponent("unfinished-takes"));
+    removeIfEmpty(machine.stateFolder);
+}
+
+void LinuxProgramRemoval::removeIfEmpty(const URL& folder) {
     try {
-        if (machine.fileManager->fileExists(machine.deviceOfUser))
-            machine.fileManager->removeItem(machine.deviceOfUser);
+        if (machine.fileManager->contentsOfDirectory(folder).empty()) removeQuietly(folder);
     } catch (const SystemError&) {
-        // The package is gone; what is left is a device that plays nothing.
+        // It isn't there, or can't be read: then it stays.
+    }
+}
+
+void LinuxProgramRemoval::removeQuietly(const URL& file) {
+    try {
+        if (machine.fileManager->fileExists(file)) machine.fileManager->removeItem(file);
+    } catch (const SystemError&) {
+        // The package is gone; what is left plays and does nothing.
     }
 }
 

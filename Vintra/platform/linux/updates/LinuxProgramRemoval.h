@@ -21,11 +21,15 @@ public:
         URL cachesFolder;
         /// The virtual device of this user alone, if one was installed; it goes too.
         URL deviceOfUser;
+        /// The program's own. Reports of crashes go, and the folder itself if nothing is left in it.
+        URL stateFolder;
         std::string packageName = "vintra";
     };
 
     /// "vintra-audio.conf" in PipeWire's folder of $XDG_CONFIG_HOME, or of ".config" at home.
     static URL standardDeviceOfUser();
+    /// The program's folder in $XDG_STATE_HOME, or in ".local/state" at home.
+    static URL standardStateFolder();
 
     /// The buses are the system's and the session's, and outlive this.
     LinuxProgramRemoval(Machine machine, MainThreadBus& systemBus, MainThreadBus& sessionBus);
@@ -37,7 +41,9 @@ private:
     void resolve(PackageKitTransaction::OnEnd onEnd);
     void removePackage(const std::string& id);
     void checkRemoved();
-    void removeDeviceOfUser();
+    void removeTraces();
+    void removeQuietly(const URL& file);
+    void removeIfEmpty(const URL& folder);
     void restartSoundServer();
     void end(Outcome outcome);
 

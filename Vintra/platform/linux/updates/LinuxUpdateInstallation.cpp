@@ -176,10 +176,8 @@ void LinuxUpdateInstallation::checkInstalled(std::function<void(Outcome)> ended)
           });
 }
 
-void LinuxUpdateInstallation::relaunchIfAsked() const {
-    if (!isToRelaunch) return;
-    const char* const path = source.programPath.c_str();
-    ::execl(path, path, static_cast<char*>(nullptr));
+void LinuxUpdateInstallation::becomeProgram(const std::string& path) {
+    ::execl(path.c_str(), path.c_str(), static_cast<char*>(nullptr));
 }
 
 } // namespace vintra

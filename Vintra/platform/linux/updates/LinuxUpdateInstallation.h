@@ -45,8 +45,10 @@ public:
     void install(const URL& file, OnInstall on) override;
     void relaunchAtEnd() override { isToRelaunch = true; }
 
-    /// The very last thing that a program does: where it is to begin anew, this doesn't return.
-    void relaunchIfAsked() const;
+    /// The program that is to begin in the place of this one when it has ended; empty for none.
+    std::string programToBegin() const { return isToRelaunch ? source.programPath : ""; }
+    /// The very last thing that a program does. Returns only if that one can't be started.
+    static void becomeProgram(const std::string& path);
 
 private:
     void checkPackage(const URL& file, const SUAppcastItem& item, std::function<void(Outcome)> onVerified);

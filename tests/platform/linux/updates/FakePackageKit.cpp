@@ -1,7 +1,6 @@
 #include "tests/platform/linux/updates/FakePackageKit.h"
 
 #include <cstdarg>
-#include <poll.h>
 
 namespace vintra {
 namespace {
@@ -15,7 +14,8 @@ constexpr uint32_t kExitFailed = 2;
 } // namespace
 
 FakePackageKit::FakePackageKit(const std::string& busAddress, Script script)
-    : script(std::move(script)) {
+    : script(std::move(script))
+    , bus(busAddress) {
     static const sd_bus_vtable serviceTable[] = {
         SD_BUS_VTABLE_START(0),
         SD_BUS_METHOD("CreateTransaction", "", "o", created, SD_BUS_VTABLE_UNPRIVILEGED), SD_BUS_VTABLE_END};
@@ -30,28 +30,15 @@ FakePackageKit::FakePackageKit(const std::string& busAddress, Script script)
     static const sd_bus_vtable managerTable[] = {
         SD_BUS_VTABLE_START(0), SD_BUS_METHOD("RestartUnit", "ss", "o", called, SD_BUS_VTABLE_UNPRIVILEGED),
         SD_BUS_VTABLE_END};
-    sd_bus_new(&bus);
-    sd_bus_set_address(bus, busAddress.c_str());
-    sd_bus_set_bus_client(bus, true);
-    sd_bus_start(bus);
-    sd_bus_add_object_vtable(bus, nullptr, "/org/freedesktop/PackageKit", "org.freedesktop.PackageKit",
+    sd_bus_add_object_vtable(bus.get(), nullptr, "/org/freedesktop/PackageKit", "org.freedesktop.PackageKit",
                              serviceTable, this);
-    sd_bus_add_fallback_vtable(bus, nullptr, "/", kPackageKitTransaction, transactionTable, nullptr, this);
-    sd_bus_add_object_vtable(bus, nullptr, "/org/freedesktop/systemd1", "org.freedesktop.systemd1.Manager",
-                             managerTable, this);
-    sd_bus_request_name(bus, "org.freedesktop.PackageKit", kTakesOver);
-    sd_bus_request_name(bus, "org.freedesktop.systemd1", kTakesOver);
-    thread = std::thread([this] { run(); });
-}
-
-FakePackageKit::~FakePackageKit() {
-    {
-        MutexLock lock(mutex);
-        ended = true;
-    }
-    wakeUp.set();
-    thread.join();
-    sd_bus_close_unref(bus);
+    sd_bus_add_fallback_vtable(bus.get(), nullptr, "/", kPackageKitTransaction, transactionTable, nullptr,
+                               this);
+    sd_bus_add_object_vtable(bus.get(), nullptr, "/org/freedesktop/systemd1",
+                             "org.freedesktop.systemd1.Manager", managerTable, this);
+    sd_bus_request_name(bus.get(), "org.freedesktop.PackageKit", kTakesOver);
+    sd_bus_request_name(bus.get(), "org.freedesktop.systemd1", kTakesOver);
+    bus.begin();
 }
 
 std::vector<std::string> FakePackageKit::calls() const {
@@ -62,22 +49,6 @@ std::vector<std::string> FakePackageKit::calls() const {
 void FakePackageKit::note(const std::string& call) {
     MutexLock lock(mutex);
     calls_.push_back(call);
-}
-
-void FakePackageKit::run() {
-    while (true) {
-        {
-            MutexLock lock(mutex);
-            if (ended) return;
-        }
-        while (sd_bus_is_open(bus) && sd_bus_process(bus, nullptr) > 0) {
-        }
-        if (sd_bus_is_open(bus)) sd_bus_flush(bus);
-        pollfd descriptors[] = {{sd_bus_is_open(bus) ? sd_bus_get_fd(bus) : -1, POLLIN, 0},
-                                {wakeUp.fileDescriptor(), POLLIN, 0}};
-        ::poll(descriptors, 2, -1);
-        if (descriptors[1].revents != 0) wakeUp.clear();
-    }
 }
 
 int FakePackageKit::created(sd_bus_message* message, void* data, sd_bus_error*) {
@@ -128,7 +99,7 @@ int FakePackageKit::perform(sd_bus_message* message) {
                                           "failed to obtain authentication");
     }
     if (member == script.endsAt) {
-        sd_bus_close(bus);
+        sd_bus_close(bus.get());
         return 1;
     }
     const int result = sd_bus_reply_method_return(message, "");
@@ -168,23 +139,23 @@ void FakePackageKit::tellInstalled(const char* path) {
 void FakePackageKit::tellProgress(const char* path) {
     for (const uint32_t percent : {101u, 30u, 80u}) {
         sd_bus_message* message = nullptr;
-        sd_bus_message_new_signal(bus, &message, path, "org.freedesktop.DBus.Properties",
+        sd_bus_message_new_signal(bus.get(), &message, path, "org.freedesktop.DBus.Properties",
                                   "PropertiesChanged");
         sd_bus_message_append(message, "sa{sv}as", kPackageKitTransaction, 2, "Status", "u", 8u, "Percentage",
                               "u", percent, 0);
-        sd_bus_send(bus, message, nullptr);
+        sd_bus_send(bus.get(), message, nullptr);
         sd_bus_message_unref(message);
     }
 }
 
 void FakePackageKit::signal(const char* path, const char* name, const char* types, ...) {
     sd_bus_message* message = nullptr;
-    sd_bus_message_new_signal(bus, &message, path, kPackageKitTransaction, name);
+    sd_bus_message_new_signal(bus.get(), &message, path, kPackageKitTransaction, name);
     va_list arguments;
     va_start(arguments, types);
     sd_bus_message_appendv(message, types, arguments);
     va_end(arguments);
-    sd_bus_send(bus, message, nullptr);
+    sd_bus_send(bus.get(), message, nullptr);
     sd_bus_message_unref(message);
 }
 

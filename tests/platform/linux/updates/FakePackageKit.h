@@ -1,22 +1,20 @@
 #pragma once
 
 #include "Vintra/platform/Mutex.h"
-#include "Vintra/platform/linux/runtime/WakeUp.h"
+#include "tests/support/ServedBus.h"
 
 #include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
 #include <systemd/sd-bus.h>
-#include <thread>
 #include <utility>
 #include <vector>
 
 namespace vintra {
 
 /// PackageKit, and the part of the session's service manager that restarts services, as they talk on a bus of the test's
-/// own. It installs nothing. It runs on a thread of its own, from the construction, when it is on the bus, to the end
-/// of this object.
+/// own. It installs nothing. It is on the bus from the construction to the end of this object.
 class FakePackageKit {
 public:
     struct Script {
@@ -34,7 +32,6 @@ public:
     };
 
     FakePackageKit(const std::string& busAddress, Script script);
-    ~FakePackageKit();
     FakePackageKit(const FakePackageKit&) = delete;
     FakePackageKit& operator=(const FakePackageKit&) = delete;
 
@@ -49,18 +46,14 @@ private:
     void signal(const char* path, const char* name, const char* types, ...);
     void tellProgress(const char* path);
     void tellInstalled(const char* path);
-    void run();
     void note(const std::string& call);
 
     const Script script;
-    sd_bus* bus = nullptr;   ///< the thread's, once it runs
-    int transactions = 0;    ///< the thread's
-    bool hasChanged = false; ///< the thread's: what is installed
-    WakeUp wakeUp;
+    int transactions = 0;    ///< the bus's thread's
+    bool hasChanged = false; ///< the bus's thread's: what is installed
     mutable Mutex mutex;
     std::vector<std::string> calls_ GUARDED_BY(mutex);
-    bool ended GUARDED_BY(mutex) = false;
-    std::thread thread;
+    ServedBus bus;
 };
 
 } // namespace vintra

@@ -13,7 +13,8 @@ protected:
         LinuxProgramRemoval removal({.mainThread = loop,
                                      .fileManager = files,
                                      .cachesFolder = folder.file("cache"),
-                                     .deviceOfUser = folder.file("vintra-audio.conf")},
+                                     .deviceOfUser = folder.file("vintra-audio.conf"),
+                                     .stateFolder = folder.file("state")},
                                     bus, bus);
         std::optional<Outcome> outcome;
         removal.run([&](const Outcome& came) { outcome = came; });
@@ -39,7 +40,26 @@ TEST_F(LinuxProgramRemovalTest, thePackageGoesAndPipeWireBeginsAnew) {
     EXPECT_TRUE(files->fileExists(folder.file("settings.json")));
 }
 
+TEST_F(LinuxProgramRemovalTest, nothingStaysOfItsStateButWhatBelongsToRecordings) {
+    const auto makeState = [this] {
+        files->createDirectory(folder.file("state/crash-reports"));
+        files->createDirectory(folder.file("state/unfinished-takes"));
+        folder.write("state/crash-reports/Vintra.ips", "a crash of last week");
+    };
+    makeState();
+    serve({.installedAfterwards = std::vector<std::string>{}});
+    EXPECT_EQ(run(), "removed");
+    EXPECT_FALSE(files->fileExists(folder.file("state")));
+    makeState();
+    folder.write("state/unfinished-takes/note", "where a take lies that isn't in order yet");
+    serve({.installedAfterwards = std::vector<std::string>{}});
+    EXPECT_EQ(run(), "removed");
+    EXPECT_TRUE(files->fileExists(folder.file("state/unfinished-takes/note")));
+    EXPECT_FALSE(files->fileExists(folder.file("state/crash-reports")));
+}
+
 TEST_F(LinuxProgramRemovalTest, withoutThePasswordAllStays) {
+    files->createDirectory(folder.file("state/crash-reports"));
     folder.write("vintra-audio.conf", "a device of this user's own");
     serve({.errors = {{"RemovePackages", {48, "Failed to obtain authentication."}}}});
     EXPECT_EQ(run(), "cancelled");
@@ -48,6 +68,7 @@ TEST_F(LinuxProgramRemovalTest, withoutThePasswordAllStays) {
     serve({.refusedCall = "RemovePackages"});
     EXPECT_EQ(run(), "cancelled");
     EXPECT_TRUE(files->fileExists(folder.file("vintra-audio.conf")));
+    EXPECT_TRUE(files->fileExists(folder.file("state/crash-reports")));
 }
 
 TEST_F(LinuxProgramRemovalTest, aFailureIsTold) {

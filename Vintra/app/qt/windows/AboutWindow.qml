@@ -1,0 +1,71 @@
+pragma ComponentBehavior: Bound
+import QtQuick
+import QtQuick.Templates as T
+import Vintra
+
+// The panel about the program.
+T.ApplicationWindow {
+    id: root
+
+    required property AboutModel model
+
+    title: model.windowTitle
+    color: DesignColor.bg
+    font.family: Qt.application.font.family
+    flags: Qt.Dialog
+    width: Measures.aboutWidth
+    height: Math.ceil(column.height)
+    minimumWidth: width
+    maximumWidth: width
+    minimumHeight: height
+    maximumHeight: height
+
+    WindowGround {
+        anchors.fill: parent
+    }
+    Column {
+        id: column
+
+        x: Measures.dialogPadding
+        width: parent.width - 2 * x
+        topPadding: Measures.dialogPadding
+        bottomPadding: Measures.dialogPadding
+        spacing: Measures.controlGap
+
+        Image {
+            anchors.horizontalCenter: parent.horizontalCenter
+            source: "qrc:/qt/qml/Vintra/icons/" + root.model.logoImage + ".svg"
+            sourceSize: Qt.size(Measures.aboutLogo, Measures.aboutLogo)
+            Accessible.ignored: true
+        }
+        Words {
+            width: parent.width
+            horizontalAlignment: Text.AlignHCenter
+            text: root.model.name
+            color: DesignColor.text
+            font.pixelSize: Measures.titleSize
+            font.weight: Font.Bold
+            Accessible.role: Accessible.Heading
+            Accessible.name: text
+        }
+        Words {
+            width: parent.width
+            horizontalAlignment: Text.AlignHCenter
+            text: root.model.version
+            color: DesignColor.text
+            font.pixelSize: Measures.secondarySize
+        }
+        Words {
+            width: parent.width
+            horizontalAlignment: Text.AlignHCenter
+            text: root.model.credits
+            color: DesignColor.textSecondary
+            font.pixelSize: root.model.creditsSize
+            wrapMode: Text.Wrap
+        }
+    }
+    Shortcut {
+        sequences: ["Escape", "Ctrl+W"]
+        onActivated: root.close()
+    }
+}

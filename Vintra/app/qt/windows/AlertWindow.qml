@@ -1,0 +1,60 @@
+pragma ComponentBehavior: Bound
+import QtQuick
+import QtQuick.Templates as T
+import Vintra
+
+// A question or a message before which the other windows wait.
+T.ApplicationWindow {
+    id: root
+
+    required property DialogModel model
+
+    title: model.windowTitle
+    color: DesignColor.bg
+    font.family: Qt.application.font.family
+    flags: Qt.Dialog
+    modality: Qt.ApplicationModal
+    width: Measures.dialogWidth
+    height: Math.ceil(column.height)
+    minimumWidth: width
+    maximumWidth: width
+    minimumHeight: height
+    maximumHeight: height
+    onVisibleChanged: if (visible) buttons.focusDefault()
+    onClosing: model.close()
+
+    WindowGround {
+        anchors.fill: parent
+    }
+    Item {
+        anchors.fill: parent
+        Accessible.role: Accessible.AlertMessage
+        Accessible.name: root.model.title
+        Accessible.description: root.model.text
+
+        Column {
+            id: column
+
+            x: Measures.dialogPadding
+            width: parent.width - 2 * x
+            topPadding: Measures.dialogPadding
+            bottomPadding: Measures.dialogPadding
+            spacing: Measures.dialogPadding
+
+            DialogTexts {
+                width: parent.width
+                dialog: root.model
+            }
+            DialogButtons {
+                id: buttons
+
+                width: parent.width
+                dialog: root.model
+            }
+        }
+    }
+    Shortcut {
+        sequences: ["Escape", "Ctrl+W"]
+        onActivated: root.close()
+    }
+}

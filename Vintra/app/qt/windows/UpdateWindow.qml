@@ -1,0 +1,80 @@
+pragma ComponentBehavior: Bound
+import QtQuick
+import QtQuick.Templates as T
+import Vintra
+
+// An update: what is new in it, and what becomes of it.
+T.ApplicationWindow {
+    id: root
+
+    required property UpdateModel model
+
+    title: model.windowTitle
+    color: DesignColor.bg
+    font.family: Qt.application.font.family
+    width: Measures.dialogWidth
+    height: Math.ceil(column.height)
+    minimumWidth: width
+    maximumWidth: width
+    minimumHeight: height
+    maximumHeight: height
+    onVisibleChanged: if (visible) buttons.focusDefault()
+    onClosing: model.close()
+
+    WindowGround {
+        anchors.fill: parent
+    }
+    Column {
+        id: column
+
+        x: Measures.dialogPadding
+        width: parent.width - 2 * x
+        topPadding: Measures.dialogPadding
+        bottomPadding: Measures.dialogPadding
+        spacing: Measures.dialogGap
+
+        DialogTexts {
+            width: parent.width
+            dialog: root.model
+        }
+        Rectangle {
+            width: parent.width
+            height: Measures.notesHeight
+            radius: Measures.sectionRadius
+            visible: root.model.releaseNotes !== ""
+            color: DesignColor.surface
+            border.width: notes.hasFocus ? Measures.focusWidth : 0
+            border.color: DesignColor.accent
+
+            ReadingText {
+                id: notes
+
+                anchors.fill: parent
+                anchors.margins: Measures.focusWidth
+                name: "What is new"
+                text: root.model.releaseNotes
+                horizontalPadding: Measures.notesPadding
+                verticalPadding: Measures.notesPadding
+            }
+        }
+        FlatProgress {
+            width: parent.width
+            visible: root.model.hasProgress
+            name: root.model.title
+            indeterminate: root.model.isIndeterminate
+            value: root.model.fraction
+        }
+        DialogButtons {
+            id: buttons
+
+            width: parent.width
+            visible: root.model.buttons.length > 0
+            topPadding: Measures.controlGap
+            dialog: root.model
+        }
+    }
+    Shortcut {
+        sequences: ["Escape", "Ctrl+W"]
+        onActivated: root.close()
+    }
+}
