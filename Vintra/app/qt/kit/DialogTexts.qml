@@ -44,6 +44,6 @@ Column {
         color: DesignColor.textSecondary
         wrapMode: Text.Wrap
         lineHeightMode: Text.FixedHeight
-        lineHeight: Measures.dialogLine
+        lineHeight: DialogMeasures.dialogLine
     }
 }

@@ -134,21 +134,6 @@ QtObject {
     readonly property real panelLinePadding: 8
     readonly property real panelLineRadius: 6
 
-    // Windows about the program itself
-    readonly property real dialogWidth: 480
-    readonly property real dialogPadding: 20
-    readonly property real dialogGap: 12
-    readonly property real dialogLine: 18
-    readonly property real notesHeight: 180
-    readonly property real notesPadding: 12
-    readonly property real aboutWidth: 320
-    readonly property real aboutLogo: 64
-    readonly property real licencesMargin: 28
-    readonly property real licencesTop: 24
-    readonly property real scrollStep: 48
-    readonly property real programMenu: 190
-    readonly property real programMenuButton: 24
-
     // A camera's window
     readonly property real previewInset: 8
     readonly property real previewControl: 20

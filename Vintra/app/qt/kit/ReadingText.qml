@@ -46,8 +46,8 @@ Flickable {
         // Keys alone scroll; with Shift they select.
         Keys.priority: Keys.BeforeItem
         Keys.onPressed: event => {
-            const places = new Map([[Qt.Key_Up, view.contentY - Measures.scrollStep],
-                                    [Qt.Key_Down, view.contentY + Measures.scrollStep],
+            const places = new Map([[Qt.Key_Up, view.contentY - DialogMeasures.scrollStep],
+                                    [Qt.Key_Down, view.contentY + DialogMeasures.scrollStep],
                                     [Qt.Key_PageUp, view.contentY - view.height],
                                     [Qt.Key_PageDown, view.contentY + view.height],
                                     [Qt.Key_Home, 0], [Qt.Key_End, view.lowest]]);

@@ -11,8 +11,8 @@ FlatAction {
 
     name: commands.menuTitle
     isOnGround: true
-    implicitWidth: Measures.programMenuButton
-    implicitHeight: Measures.programMenuButton
+    implicitWidth: DialogMeasures.programMenuButton
+    implicitHeight: DialogMeasures.programMenuButton
     Keys.onDownPressed: menu.open()
     onClicked: menu.visible ? menu.close() : menu.open()
 
@@ -33,7 +33,7 @@ FlatAction {
         id: menu
 
         y: button.height + Measures.controlGap / 2
-        width: Measures.programMenu
+        width: DialogMeasures.programMenu
         implicitHeight: implicitContentHeight + topPadding + bottomPadding
         padding: Measures.menuPadding
         margins: Measures.controlGap

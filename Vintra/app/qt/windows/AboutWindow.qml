@@ -13,7 +13,7 @@ T.ApplicationWindow {
     color: DesignColor.bg
     font.family: Qt.application.font.family
     flags: Qt.Dialog
-    width: Measures.aboutWidth
+    width: DialogMeasures.aboutWidth
     height: Math.ceil(column.height)
     minimumWidth: width
     maximumWidth: width
@@ -26,16 +26,16 @@ T.ApplicationWindow {
     Column {
         id: column
 
-        x: Measures.dialogPadding
+        x: DialogMeasures.dialogPadding
         width: parent.width - 2 * x
-        topPadding: Measures.dialogPadding
-        bottomPadding: Measures.dialogPadding
+        topPadding: DialogMeasures.dialogPadding
+        bottomPadding: DialogMeasures.dialogPadding
         spacing: Measures.controlGap
 
         Image {
             anchors.horizontalCenter: parent.horizontalCenter
             source: "qrc:/qt/qml/Vintra/icons/" + root.model.logoImage + ".svg"
-            sourceSize: Qt.size(Measures.aboutLogo, Measures.aboutLogo)
+            sourceSize: Qt.size(DialogMeasures.aboutLogo, DialogMeasures.aboutLogo)
             Accessible.ignored: true
         }
         Words {

@@ -29,8 +29,8 @@ T.ApplicationWindow {
         color: DesignColor.textSecondary
         font.family: root.model.fixedFamily
         font.pixelSize: root.model.textSize
-        horizontalPadding: Measures.licencesMargin
-        verticalPadding: Measures.licencesTop
+        horizontalPadding: DialogMeasures.licencesMargin
+        verticalPadding: DialogMeasures.licencesTop
         Component.onCompleted: root.model.layOut(licences.document)
     }
     Shortcut {

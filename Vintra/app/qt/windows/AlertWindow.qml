@@ -14,7 +14,7 @@ T.ApplicationWindow {
     font.family: Qt.application.font.family
     flags: Qt.Dialog
     modality: Qt.ApplicationModal
-    width: Measures.dialogWidth
+    width: DialogMeasures.dialogWidth
     height: Math.ceil(column.height)
     minimumWidth: width
     maximumWidth: width
@@ -35,11 +35,11 @@ T.ApplicationWindow {
         Column {
             id: column
 
-            x: Measures.dialogPadding
+            x: DialogMeasures.dialogPadding
             width: parent.width - 2 * x
-            topPadding: Measures.dialogPadding
-            bottomPadding: Measures.dialogPadding
-            spacing: Measures.dialogPadding
+            topPadding: DialogMeasures.dialogPadding
+            bottomPadding: DialogMeasures.dialogPadding
+            spacing: DialogMeasures.dialogPadding
 
             DialogTexts {
                 width: parent.width

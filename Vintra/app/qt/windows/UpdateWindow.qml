@@ -12,7 +12,7 @@ T.ApplicationWindow {
     title: model.windowTitle
     color: DesignColor.bg
     font.family: Qt.application.font.family
-    width: Measures.dialogWidth
+    width: DialogMeasures.dialogWidth
     height: Math.ceil(column.height)
     minimumWidth: width
     maximumWidth: width
@@ -27,11 +27,11 @@ T.ApplicationWindow {
     Column {
         id: column
 
-        x: Measures.dialogPadding
+        x: DialogMeasures.dialogPadding
         width: parent.width - 2 * x
-        topPadding: Measures.dialogPadding
-        bottomPadding: Measures.dialogPadding
-        spacing: Measures.dialogGap
+        topPadding: DialogMeasures.dialogPadding
+        bottomPadding: DialogMeasures.dialogPadding
+        spacing: DialogMeasures.dialogGap
 
         DialogTexts {
             width: parent.width
@@ -39,7 +39,7 @@ T.ApplicationWindow {
         }
         Rectangle {
             width: parent.width
-            height: Measures.notesHeight
+            height: DialogMeasures.notesHeight
             radius: Measures.sectionRadius
             visible: root.model.releaseNotes !== ""
             color: DesignColor.surface
@@ -53,8 +53,8 @@ T.ApplicationWindow {
                 anchors.margins: Measures.focusWidth
                 name: "What is new"
                 text: root.model.releaseNotes
-                horizontalPadding: Measures.notesPadding
-                verticalPadding: Measures.notesPadding
+                horizontalPadding: DialogMeasures.notesPadding
+                verticalPadding: DialogMeasures.notesPadding
             }
         }
         FlatProgress {
