@@ -119,6 +119,10 @@ public:
     /// Before the capture. Held weakly. Throws `SystemError`.
     virtual void addStreamOutput(std::weak_ptr<SCStreamOutput> output, SCStreamOutputType type,
                                  std::shared_ptr<DispatchQueue> sampleHandlerQueue) = 0;
+    /// Gets what the capture needs, above all the user's permission where the system asks for it, so that the start takes no
+    /// time. At most once, before the start, which does without it. The completion may come on any thread; it carries the
+    /// error if there was one. `stopCapture` ends the wait.
+    virtual void prepareCapture(std::function<void(std::optional<SystemError>)> completion) = 0;
     /// The completion may come on any thread; it carries the error if there was one.
     virtual void startCapture(std::function<void(std::optional<SystemError>)> completion) = 0;
     /// After the completion no further sample is queued. It doesn't wait without end for a desktop that hangs.

@@ -132,6 +132,9 @@ Task<> ScreenRecorderManager::setUpScreen() {
     trackWriters->planEncoders(*take, &setup.configuration, *screenFrameRate);
     trackWriters->makeScreenRecordingWriter(*take, setup.configuration, *screenFrameRate);
     take->stream = screenTrack->makeStream(setup.filter, setup.configuration);
+    // The time in which the user is asked is no part of the take.
+    const auto error = co_await screenTrack->prepare(take->stream);
+    if (error) throw *error;
 }
 
 void ScreenRecorderManager::armAtCommonStart() {

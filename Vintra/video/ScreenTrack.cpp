@@ -89,6 +89,14 @@ Task<std::optional<SystemError>> ScreenTrack::start(std::shared_ptr<SCStream> st
     co_return error;
 }
 
+Task<std::optional<SystemError>> ScreenTrack::prepare(std::shared_ptr<SCStream> stream) {
+    const auto begin = [stream](auto done) { stream->prepareCapture(done); };
+    startingStream = stream;
+    auto error = co_await awaitCompletion<std::optional<SystemError>>(*mainThread, begin);
+    startingStream.reset();
+    co_return error;
+}
+
 void ScreenTrack::cancelStart() {
     if (const auto stream = startingStream.lock()) stream->stopCapture([](const auto&) {});
 }

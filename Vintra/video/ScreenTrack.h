@@ -56,6 +56,8 @@ public:
     void beginBeat(CMTime commonStart, const Movie& movie);
     /// Lets the frames through.
     void open(std::shared_ptr<AVAssetWriterInput> input);
+    /// Ends once the capture can start without a wait, with the error if it can't.
+    Task<std::optional<SystemError>> prepare(std::shared_ptr<SCStream> stream);
     /// Ends once the capture runs, with the error if there was one.
     Task<std::optional<SystemError>> start(std::shared_ptr<SCStream> stream);
     /// Ends a start that waits, as for the user's leave. Any other goes on.

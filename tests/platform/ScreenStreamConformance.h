@@ -299,6 +299,35 @@ TYPED_TEST_P(ScreenStreamConformance, aChangedPictureIsAFreshBufferAndTheEarlier
     EXPECT_TRUE(std::equal(pixels.begin(), pixels.end(), plane.baseAddress));
 }
 
+TYPED_TEST_P(ScreenStreamConformance, aPreparedStreamSendsNothingUntilItIsStartedAndIsStoppedLikeAnyOther) {
+    const SCDisplay display = this->content().displays.front();
+    for (const bool isStarted : {true, false}) {
+        this->collector->forget();
+        const auto stream = this->makeStream(display);
+        CompletionResult prepared;
+        stream->prepareCapture(prepared.function());
+        ASSERT_TRUE(this->backend.waitUntil([&] { return prepared.calls() == 1; }));
+        EXPECT_FALSE(prepared.error().has_value());
+        this->backend.changePicture();
+        this->backend.letPass(0.3);
+        EXPECT_TRUE(this->collector->samples().empty());
+        if (isStarted) {
+            const CMTime before = this->backend.now();
+            ASSERT_FALSE(this->start(*stream).has_value());
+            ASSERT_TRUE(this->waitForFrames(1));
+            EXPECT_GE(this->collector->completeSamples().front().presentationTimeStamp(), before);
+            this->backend.changePicture();
+            ASSERT_TRUE(this->waitForFrames(2));
+        }
+        this->stop(*stream);
+        const size_t sent = this->collector->samples().size();
+        this->backend.changePicture();
+        this->backend.letPass(0.2);
+        EXPECT_EQ(this->collector->samples().size(), sent);
+        EXPECT_EQ(prepared.calls(), 1);
+    }
+}
+
 TYPED_TEST_P(ScreenStreamConformance, noSampleComesAfterTheStop) {
     const auto stream = this->runningStream();
     ASSERT_NE(stream, nullptr);
@@ -366,6 +395,7 @@ REGISTER_TYPED_TEST_SUITE_P(
     onlyCompleteFramesCarryAPictureAndEveryFrameAStatus, picturesAreOfThePixelFormatAskedFor,
     stampsIncreaseByTheMinimumIntervalAndLieBetweenTheStartAndNow, aStillScreenSendsNoFurtherPicture,
     aChangedPictureIsAFreshBufferAndTheEarlierOneStaysAsItWas, noSampleComesAfterTheStop,
+    aPreparedStreamSendsNothingUntilItIsStartedAndIsStoppedLikeAnyOther,
     aStreamThatEndsByItselfSaysSoOnceInASentence, aDisplayThatIsNotThereIsRefused,
     anOutputThatHasGoneIsNoTrouble, aStreamLetGoOfWhileItRunsJustEnds);
 

@@ -83,6 +83,26 @@ TEST_F(StartOrderTest, theCommonStartIsReadWhenTheEncodersHaveWhatTheyNeed) {
     EXPECT_EQ(*recorder->statusMessage, "Saved") << lastError();
 }
 
+TEST_F(StartOrderTest, theTimeOfTheQuestionIsNoPartOfTheTake) {
+    machine.screenCapture->script.prepareSeconds = 5;
+    const CMTime pressed = machine.now();
+    start();
+    EXPECT_GE(*recorder->recordingCommonStartTime - pressed, CMTimeMake(5, 1));
+    machine.run(2);
+    stop();
+    EXPECT_EQ(*recorder->statusMessage, "Saved") << lastError();
+    EXPECT_LT(videoTrack()->presentationTimes().front() - *recorder->recordingCommonStartTime,
+              CMTimeMake(2, 10));
+}
+
+TEST_F(StartOrderTest, aRefusedQuestionLeavesNoFile) {
+    machine.screenCapture->script.prepareError = SystemError("portal", 2, "The screen wasn't shared.");
+    start();
+    EXPECT_FALSE(*recorder->isRecording);
+    EXPECT_NE(lastError().find("The screen wasn't shared."), std::string::npos) << lastError();
+    EXPECT_TRUE(files().empty());
+}
+
 TEST_F(StartOrderTest, oneReadingOfTheClockIsTheCommonStartOfAll) {
     // No multiple of a frame's or a sample's length, and longer than the warm-up is.
     machine.hostClock->secondsAfterReading = 0.3337;
@@ -134,7 +154,8 @@ TEST_F(StartOrderTest, theWarmUpIsMeasuredFromTheCommonStartHoweverLongTheWriter
 
 TEST_F(StartOrderTest, writersOpenOneAfterAnotherInTheirOrder) {
     start();
-    std::vector<std::string> expected = {"screen content: query", "take_video.mov: prepare"};
+    std::vector<std::string> expected = {"screen content: query", "screen stream: prepareCapture",
+                                         "take_video.mov: prepare"};
     for (const char* name : {"take_video.mov", "take_mic.wav", "take_computer-audio.wav",
                              "take_Stage Box_ch3.wav", "take_Stage Box_ch6.wav"}) {
         expected.push_back(std::string(name) + ": startWriting");

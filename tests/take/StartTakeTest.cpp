@@ -342,10 +342,24 @@ TEST_F(StartTakeTest, aCaptureThatDoesNotStartCancelsEveryWriter) {
     EXPECT_TRUE(files().empty());
 }
 
+TEST_F(StartTakeTest, aStartThatWaitsForTheUsersLeaveCanBeGivenUp) {
+    selectMic();
+    machine.screenCapture->script.prepareSeconds = 60;
+    TaskScope scope;
+    machine.mainThread->runNow([&] { scope.start(recorder->startRecording(videoURL())); });
+    machine.run(10);
+    EXPECT_TRUE(*recorder->isBusy);
+    EXPECT_TRUE(files().empty());
+    machine.mainThread->runNow([&] { recorder->cancelStart(); });
+    ASSERT_TRUE(machine.runMainUntil([&] { return !*recorder->isBusy; }));
+    expectUndone("The stream was stopped.");
+    EXPECT_TRUE(files().empty());
+}
+
 TEST_F(StartTakeTest, aStartThatWaitsForItsScreenCanBeGivenUp) {
     machine.mainThread->runNow([&] { recorder->cancelStart(); }); // nothing starts: nothing to give up
     selectMic();
-    machine.screenCapture->script.startSeconds = 60; // as when the user is asked
+    machine.screenCapture->script.startSeconds = 60;
     TaskScope scope;
     machine.mainThread->runNow([&] { scope.start(recorder->startRecording(videoURL())); });
     machine.run(10);

@@ -29,6 +29,19 @@ void SimulatedScreenStream::addStreamOutput(std::weak_ptr<SCStreamOutput> stream
     queue = std::move(sampleHandlerQueue);
 }
 
+void SimulatedScreenStream::prepareCapture(Completion completion) {
+    services.journal->note("screen stream: prepareCapture");
+    if (state != State::made || std::exchange(isPrepared, true))
+        services.violations->add("screen stream: prepared twice or after the start");
+    services.time->afterSeconds(script.prepareSeconds,
+                                [self = shared_from_this(), completion = std::move(completion)] {
+                                    if (self->state == State::made)
+                                        completion(self->script.prepareError);
+                                    else
+                                        completion(SystemError("simulated", 21, "The stream was stopped."));
+                                });
+}
+
 void SimulatedScreenStream::startCapture(Completion completion) {
     services.journal->note("screen stream: startCapture");
     if (state != State::made) {

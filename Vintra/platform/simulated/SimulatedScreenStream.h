@@ -17,9 +17,11 @@ namespace vintra {
 /// How a simulated stream behaves. By default everything works, and the picture always changes.
 struct SimulatedStreamScript {
     std::optional<SystemError> addOutputError;
+    std::optional<SystemError> prepareError;
     std::optional<SystemError> startError;
     std::optional<SystemError> stopError; ///< it stops all the same
     std::optional<std::string> endNote;
+    double prepareSeconds = 0; ///< as while the user is asked
     double startSeconds = 0.05;
     double stopSeconds = 0.02;
     SimulatedFrames frames = nullptr; ///< if not set, one a minimum frame interval
@@ -39,6 +41,7 @@ public:
 
     void addStreamOutput(std::weak_ptr<SCStreamOutput> output, SCStreamOutputType type,
                          std::shared_ptr<DispatchQueue> sampleHandlerQueue) override;
+    void prepareCapture(std::function<void(std::optional<SystemError>)> completion) override;
     void startCapture(std::function<void(std::optional<SystemError>)> completion) override;
     void stopCapture(std::function<void(std::optional<SystemError>)> completion) override;
     std::optional<std::string> endNote() const override { return script.endNote; }
@@ -57,6 +60,7 @@ public:
 
     const SCContentFilter filter;
     const SCStreamConfiguration configuration;
+    bool isPrepared = false;
     int64_t deliveredFrames = 0;
     int64_t leftOutFrames = 0; ///< because the output was behind by the queue depth
 

@@ -23,12 +23,35 @@ void LinuxScreenStream::addStreamOutput(std::weak_ptr<SCStreamOutput> output, SC
     }
 }
 
+void LinuxScreenStream::prepareCapture(std::function<void(std::optional<SystemError>)> completion) {
+    launch(&ScreenCaptureThread::prepare, std::move(completion));
+}
+
 void LinuxScreenStream::startCapture(std::function<void(std::optional<SystemError>)> completion) {
+    if (capture && capture->isPrepared())
+        capture->start(std::move(completion));
+    else
+        launch(&ScreenCaptureThread::start, std::move(completion));
+}
+
+void LinuxScreenStream::launch(void (ScreenCaptureThread::*how)(ScreenCaptureThread::Completion),
+                               ScreenCaptureThread::Completion completion) {
     if (capture && !capture->hasEnded()) {
         completion(SystemError("screen", 2, "The screen stream is already running."));
         return;
     }
     if (capture) capture->end();
+    capture = makeCapture(makeOutlets());
+    try {
+        ((*capture).*how)(completion);
+    } catch (const std::system_error& error) {
+        capture.reset();
+        completion(SystemError("posix", error.code().value(),
+                               "The screen can't be recorded: the system has no thread to spare."));
+    }
+}
+
+ScreenCaptureThread::Outlets LinuxScreenStream::makeOutlets() {
     const std::weak_ptr<LinuxScreenStream> weakStream = weak_from_this();
     ScreenCaptureThread::Outlets outlets;
     outlets.onFrame = [weakStream, to = outputs](const CMSampleBuffer& sample) {
@@ -54,14 +77,7 @@ void LinuxScreenStream::startCapture(std::function<void(std::optional<SystemErro
         const auto told = weakDelegate.lock();
         if (stream && told) told->stream(*stream, error);
     };
-    capture = makeCapture(std::move(outlets));
-    try {
-        capture->start(completion);
-    } catch (const std::system_error& error) {
-        capture.reset();
-        completion(SystemError("posix", error.code().value(),
-                               "The screen can't be recorded: the system has no thread to spare."));
-    }
+    return outlets;
 }
 
 void LinuxScreenStream::stopCapture(std::function<void(std::optional<SystemError>)> completion) {

@@ -21,6 +21,7 @@ public:
 
     void addStreamOutput(std::weak_ptr<SCStreamOutput> output, SCStreamOutputType type,
                          std::shared_ptr<DispatchQueue> sampleHandlerQueue) override;
+    void prepareCapture(std::function<void(std::optional<SystemError>)> completion) override;
     void startCapture(std::function<void(std::optional<SystemError>)> completion) override;
     void stopCapture(std::function<void(std::optional<SystemError>)> completion) override;
 
@@ -36,6 +37,10 @@ private:
         std::weak_ptr<SCStreamOutput> output;
         std::shared_ptr<DispatchQueue> queue;
     };
+
+    ScreenCaptureThread::Outlets makeOutlets();
+    void launch(void (ScreenCaptureThread::*how)(ScreenCaptureThread::Completion),
+                ScreenCaptureThread::Completion completion);
 
     const MakeCapture makeCapture;
     const std::weak_ptr<SCStreamDelegate> delegate;

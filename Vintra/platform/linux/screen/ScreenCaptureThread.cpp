@@ -19,17 +19,49 @@ int64_t nanosecondsFrom(CMTime interval) {
     return nearest < interval ? nearest.value + 1 : nearest.value;
 }
 
+SystemError stoppedBefore() {
+    return {"screen", 3, "The recording was ended before it had begun."};
+}
+
 } // namespace
 
 ScreenCaptureThread::ScreenCaptureThread(CMTime minimumFrameInterval, Outlets outlets)
     : interval(nanosecondsFrom(minimumFrameInterval))
     , outlets(std::move(outlets)) {}
 
+void ScreenCaptureThread::prepare(Completion completion) {
+    {
+        MutexLock lock(mutex);
+        prepared = std::move(completion);
+        prepares = true;
+    }
+    launch();
+}
+
+bool ScreenCaptureThread::isPrepared() const {
+    MutexLock lock(mutex);
+    return prepares && !prepared && !hasStarted && !ended;
+}
+
 void ScreenCaptureThread::start(Completion completion) {
+    bool hasThread = false;
+    {
+        MutexLock lock(mutex);
+        hasThread = prepares;
+        hasStarted = true;
+        if (!ended) started = std::exchange(completion, nullptr);
+    }
+    changed.notify_all();
+    wakeUp->set();
+    if (!hasThread) launch();
+    if (completion) completion(stoppedBefore());
+}
+
+void ScreenCaptureThread::launch() {
     const AllSignalsBlocked inheritedByTheThread;
-    thread = std::thread([self = shared_from_this(), started = std::move(completion)] {
+    thread = std::thread([self = shared_from_this()] {
         pthread_setname_np(pthread_self(), "screen capture");
-        self->run(started);
+        self->run();
     });
 }
 
@@ -42,6 +74,7 @@ void ScreenCaptureThread::stop(Completion completion) {
             completion = nullptr;
         }
     }
+    changed.notify_all();
     wakeUp->set();
     hurry();
     if (completion) completion(std::nullopt);
@@ -71,22 +104,48 @@ ScreenCaptureThread::Counts ScreenCaptureThread::counts() const {
     return {wakeUps.load(), frames.load(), leftOut.load()};
 }
 
-void ScreenCaptureThread::run(const Completion& started) {
+bool ScreenCaptureThread::isStartDue() const {
+    MutexLock lock(mutex);
+    return hasStarted || stopping;
+}
+
+void ScreenCaptureThread::awaitStart() {
+    MutexLock lock(mutex);
+    while (!hasStarted && !stopping)
+        changed.wait(lock);
+}
+
+void ScreenCaptureThread::run() {
     std::optional<SystemError> failure;
-    bool isOpen = false;
+    bool hasBegun = false;
     try {
         open();
-        isOpen = true;
+        Completion ready;
+        {
+            MutexLock lock(mutex);
+            ready = std::exchange(prepared, nullptr);
+        }
+        if (ready) ready(std::nullopt);
+        awaitStart();
+        Completion begun;
+        {
+            MutexLock lock(mutex);
+            begun = std::exchange(started, nullptr);
+        }
+        if (begun) {
+            hasBegun = true;
+            begun(std::nullopt);
+            failure = captureUntilStopped();
+            tellMissed(monotonicNanoseconds());
+        } else {
+            failure = stoppedBefore();
+        }
     } catch (const SystemError& error) {
         failure = error;
     }
-    if (isOpen) {
-        started(std::nullopt);
-        failure = captureUntilStopped();
-        tellMissed(monotonicNanoseconds());
-    }
     close();
 
+    std::vector<Completion> waiting;
     std::vector<Completion> stopped;
     bool endedByItself = false;
     {
@@ -94,9 +153,13 @@ void ScreenCaptureThread::run(const Completion& started) {
         ended = true;
         endedByItself = failure.has_value() && !stopping;
         stopped.swap(stopCompletions);
+        for (Completion* each : {&prepared, &started}) {
+            if (*each) waiting.push_back(std::exchange(*each, nullptr));
+        }
     }
-    if (!isOpen) started(failure);
-    if (isOpen && endedByItself) outlets.onFailure(*failure);
+    for (const Completion& completion : waiting)
+        completion(failure);
+    if (hasBegun && endedByItself) outlets.onFailure(*failure);
     for (const Completion& completion : stopped)
         completion(std::nullopt);
 }

@@ -5,6 +5,7 @@
 #include "Vintra/platform/linux/runtime/WakeUp.h"
 
 #include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -38,6 +39,11 @@ public:
     ScreenCaptureThread(const ScreenCaptureThread&) = delete;
     ScreenCaptureThread& operator=(const ScreenCaptureThread&) = delete;
 
+    /// Gets all that the capture needs and waits for the start. Once, before it. Throws `std::system_error` if there is no
+    /// thread.
+    void prepare(Completion completion);
+    /// Whether the capture waits for its start.
+    bool isPrepared() const;
     /// Once. The completion comes before the first frame. Throws `std::system_error` if there is no thread.
     void start(Completion completion);
     /// No frame comes after the completion. Any number of times, also before the start has ended.
@@ -56,6 +62,9 @@ protected:
     /// Throws `SystemError`; `close` is called all the same.
     virtual void open() = 0;
     virtual void close() = 0;
+    /// Returns when the start of an open capture has come, or `isStopping`. Throws `SystemError`.
+    virtual void awaitStart();
+    bool isStartDue() const;
     /// Returns when `isStopping`, or with what ended the capture.
     virtual std::optional<SystemError> captureUntilStopped() = 0;
     /// Bounds what the capture's thread may be waiting for: it is to stop. On any thread, any number of times.
@@ -77,7 +86,8 @@ protected:
     std::atomic<uint64_t> leftOut{0};
 
 private:
-    void run(const Completion& started);
+    void launch();
+    void run();
 
     const Outlets outlets;
     std::thread thread; ///< the main thread's
@@ -85,6 +95,11 @@ private:
     std::optional<int64_t> dueSince; ///< the capture's thread's
 
     mutable Mutex mutex;
+    std::condition_variable_any changed;
+    Completion prepared GUARDED_BY(mutex);   ///< until it is called
+    Completion started GUARDED_BY(mutex);    ///< from `start` until it is called
+    bool prepares GUARDED_BY(mutex) = false; ///< there is a thread that waits for `start`, or will
+    bool hasStarted GUARDED_BY(mutex) = false;
     bool stopping GUARDED_BY(mutex) = false;
     bool ended GUARDED_BY(mutex) = false;
     std::vector<Completion> stopCompletions GUARDED_BY(mutex);

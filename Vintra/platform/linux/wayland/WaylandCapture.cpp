@@ -125,6 +125,19 @@ std::optional<SystemError> WaylandCapture::problem() const {
     return std::nullopt;
 }
 
+/// The desktop's pictures are taken meanwhile, and the newest shows from the start on.
+void WaylandCapture::awaitStart() {
+    while (!isStartDue()) {
+        stream->dispatch();
+        bus->dispatch();
+        if (const auto error = problem()) throw SystemError(*error);
+        sleep(std::nullopt);
+    }
+    stream->dispatch();
+    begin = shownAt = lastShownAt = monotonicNanoseconds();
+    forgetDue();
+}
+
 std::optional<SystemError> WaylandCapture::captureUntilStopped() {
     while (!isStopping()) {
         stream->dispatch();

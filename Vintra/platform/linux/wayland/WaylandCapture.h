@@ -42,6 +42,7 @@ private:
     PortalScreenCast::Stream askForDisplay(const SCDisplay& display);
     void connect(PortalScreenCast::Stream granted, double displayWidth);
     void awaitStream();
+    void awaitStart() override;
     std::optional<SystemError> captureUntilStopped() override;
     std::optional<SystemError> problem() const;
     bool tookNotice(const PortalFrame& frame);
