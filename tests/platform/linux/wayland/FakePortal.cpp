@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <chrono>
 #include <fcntl.h>
-#include <poll.h>
 #include <unistd.h>
 
 namespace vintra {
@@ -52,7 +51,8 @@ std::string textOf(const std::map<std::string, FakePortal::Value>& options, cons
 } // namespace
 
 FakePortal::FakePortal(const std::string& busAddress, Script script)
-    : script(std::move(script)) {
+    : script(std::move(script))
+    , bus(busAddress) {
     static const sd_bus_vtable table[] = {
         SD_BUS_VTABLE_START(0),
         SD_BUS_METHOD("CreateSession", "a{sv}", "o", called, SD_BUS_VTABLE_UNPRIVILEGED),
@@ -63,51 +63,10 @@ FakePortal::FakePortal(const std::string& busAddress, Script script)
         SD_BUS_PROPERTY("AvailableSourceTypes", "u", property, 0, 0),
         SD_BUS_PROPERTY("AvailableCursorModes", "u", property, 0, 0),
         SD_BUS_VTABLE_END};
-    sd_bus_new(&bus);
-    sd_bus_set_address(bus, busAddress.c_str());
-    sd_bus_set_bus_client(bus, true);
-    sd_bus_start(bus);
-    if (this->script.hasScreenCast) sd_bus_add_object_vtable(bus, nullptr, kPath, kInterface, table, this);
-    sd_bus_request_name(bus, "org.freedesktop.portal.Desktop", 0);
-    thread = std::thread([this] { run(); });
-}
-
-FakePortal::~FakePortal() {
-    {
-        MutexLock lock(mutex);
-        ended = true;
-    }
-    wakeUp.set();
-    thread.join();
-    sd_bus_close_unref(bus);
-}
-
-void FakePortal::run() {
-    while (true) {
-        std::vector<std::function<void()>> work;
-        {
-            MutexLock lock(mutex);
-            if (ended) return;
-            work.swap(posted);
-        }
-        for (const auto& each : work)
-            each();
-        while (sd_bus_is_open(bus) && sd_bus_process(bus, nullptr) > 0) {
-        }
-        if (sd_bus_is_open(bus)) sd_bus_flush(bus);
-        pollfd descriptors[] = {{sd_bus_is_open(bus) ? sd_bus_get_fd(bus) : -1, POLLIN, 0},
-                                {wakeUp.fileDescriptor(), POLLIN, 0}};
-        ::poll(descriptors, 2, -1);
-        if (descriptors[1].revents != 0) wakeUp.clear();
-    }
-}
-
-void FakePortal::post(std::function<void()> work) {
-    {
-        MutexLock lock(mutex);
-        posted.push_back(std::move(work));
-    }
-    wakeUp.set();
+    if (this->script.hasScreenCast)
+        sd_bus_add_object_vtable(bus.get(), nullptr, kPath, kInterface, table, this);
+    sd_bus_request_name(bus.get(), "org.freedesktop.portal.Desktop", 0);
+    bus.begin();
 }
 
 int FakePortal::property(sd_bus*, const char*, const char*, const char* name, sd_bus_message* reply,
@@ -158,11 +117,11 @@ void FakePortal::respond(const std::string& path, const std::string& sender, con
     const auto found = script.codes.find(member);
     const uint32_t code = found == script.codes.end() ? 0 : found->second;
     sd_bus_message* signal = nullptr;
-    sd_bus_message_new_signal(bus, &signal, path.c_str(), "org.freedesktop.portal.Request", "Response");
+    sd_bus_message_new_signal(bus.get(), &signal, path.c_str(), "org.freedesktop.portal.Request", "Response");
     sd_bus_message_set_destination(signal, sender.c_str());
     sd_bus_message_append(signal, "u", code);
     appendResults(signal, member, code);
-    sd_bus_send(bus, signal, nullptr);
+    sd_bus_send(bus.get(), signal, nullptr);
     sd_bus_message_unref(signal);
 }
 
@@ -226,12 +185,13 @@ std::map<std::string, FakePortal::Value> FakePortal::options(const std::string& 
 }
 
 void FakePortal::close() {
-    post(
-        [this] { sd_bus_emit_signal(bus, session.c_str(), "org.freedesktop.portal.Session", "Closed", ""); });
+    bus.post([this] {
+        sd_bus_emit_signal(bus.get(), session.c_str(), "org.freedesktop.portal.Session", "Closed", "");
+    });
 }
 
 void FakePortal::leave() {
-    post([this] { sd_bus_close(bus); });
+    bus.post([this] { sd_bus_close(bus.get()); });
 }
 
 } // namespace vintra

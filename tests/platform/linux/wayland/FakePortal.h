@@ -1,23 +1,20 @@
 #pragma once
 
 #include "Vintra/platform/Mutex.h"
-#include "Vintra/platform/linux/runtime/WakeUp.h"
+#include "tests/support/ServedBus.h"
 
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <optional>
 #include <string>
 #include <systemd/sd-bus.h>
-#include <thread>
 #include <utility>
 #include <variant>
 #include <vector>
 
 namespace vintra {
 
-/// A desktop portal that follows a script, on a bus of the test's own. It runs on a thread of its own, from
-/// the construction, when it is on the bus, to the end of this object.
+/// A desktop portal that follows a script, on a bus of the test's own, from the construction to the end of this object.
 class FakePortal {
 public:
     struct Script {
@@ -42,7 +39,6 @@ public:
     static constexpr uint32_t kNode = 42;
 
     FakePortal(const std::string& busAddress, Script script);
-    ~FakePortal();
     FakePortal(const FakePortal&) = delete;
     FakePortal& operator=(const FakePortal&) = delete;
 
@@ -64,18 +60,12 @@ private:
     int openRemote(sd_bus_message* message);
     void respond(const std::string& path, const std::string& sender, const std::string& member);
     void appendResults(sd_bus_message* signal, const std::string& member, uint32_t code) const;
-    void run();
-    void post(std::function<void()> work);
 
     const Script script;
-    sd_bus* bus = nullptr; ///< the thread's, once it runs
-    std::string session;   ///< the thread's
-    WakeUp wakeUp;
+    std::string session; ///< the bus's thread's
     mutable Mutex mutex;
     std::vector<Call> calls_ GUARDED_BY(mutex);
-    std::vector<std::function<void()>> posted GUARDED_BY(mutex);
-    bool ended GUARDED_BY(mutex) = false;
-    std::thread thread;
+    ServedBus bus;
 };
 
 } // namespace vintra
