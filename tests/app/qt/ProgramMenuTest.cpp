@@ -12,6 +12,17 @@ protected:
         click("Vintra");
         click(command);
     }
+    /// Once it is made and has drawn; else null.
+    QQuickWindow* shownAbout() {
+        return awaited([this] { return program->informationWindows().aboutWindow(); });
+    }
+    QQuickWindow* shownLicences() {
+        return awaited([this] { return program->informationWindows().acknowledgementsWindow(); });
+    }
+    QQuickWindow* awaited(const std::function<QQuickWindow*()>& window) {
+        return hand.until([&] { return window() != nullptr; }) && hand.awaitShown(window()) ? window()
+                                                                                            : nullptr;
+    }
     QAction* trayCommand(const QString& title) {
         for (QAction* action : program->trayItem().contextMenu().actions()) {
             if (action->text() == title) return action;
@@ -38,13 +49,13 @@ TEST_F(ProgramMenuTest, keysOpenItAndChooseInIt) {
     EXPECT_TRUE(hand.until([&] { return control(window(), "About Vintra") != nullptr; }));
     hand.key("Down");
     hand.key("Return");
-    EXPECT_TRUE(hand.awaitShown(program->informationWindows().aboutWindow()));
+    EXPECT_NE(shownAbout(), nullptr);
 }
 
 TEST_F(ProgramMenuTest, thePanelAboutTheProgramSaysItsVersion) {
     choose("About Vintra");
-    QQuickWindow* const about = program->informationWindows().aboutWindow();
-    ASSERT_TRUE(hand.awaitShown(about));
+    QQuickWindow* const about = shownAbout();
+    ASSERT_NE(about, nullptr);
     EXPECT_EQ(about->title(), "About Vintra");
     EXPECT_TRUE(shows(*about, "Version 0 (0)"));
     EXPECT_TRUE(shows(*about,
@@ -64,8 +75,8 @@ TEST_F(ProgramMenuTest, theLicencesAreShownWithTheirHeadings) {
         text += "line " + std::to_string(n) + "\n";
     machine.fileManager->put(kAcknowledgements, text);
     choose("Acknowledgements");
-    QQuickWindow* const licences = program->informationWindows().acknowledgementsWindow();
-    ASSERT_TRUE(hand.awaitShown(licences));
+    QQuickWindow* const licences = shownLicences();
+    ASSERT_NE(licences, nullptr);
     EXPECT_EQ(licences->title(), "Acknowledgements");
     EXPECT_EQ(licences->size(), QSize(640, 600));
     QQuickItem* const field = named(*licences, "Acknowledgements");
@@ -92,8 +103,8 @@ TEST_F(ProgramMenuTest, theLicencesAreShownWithTheirHeadings) {
 
 TEST_F(ProgramMenuTest, aMissingTextIsSaid) {
     choose("Acknowledgements");
-    QQuickWindow* const licences = program->informationWindows().acknowledgementsWindow();
-    ASSERT_TRUE(hand.awaitShown(licences));
+    QQuickWindow* const licences = shownLicences();
+    ASSERT_NE(licences, nullptr);
     EXPECT_TRUE(shows(*licences, "The acknowledgements are missing from this copy of Vintra.\n"));
 }
 
@@ -114,10 +125,10 @@ TEST_F(ProgramMenuTest, removalCannotBeChosenInATake) {
 TEST_F(ProgramMenuTest, theTraysMenuHasTheSameCommands) {
     ASSERT_NE(trayCommand("About Vintra"), nullptr);
     trayCommand("About Vintra")->trigger();
-    EXPECT_TRUE(hand.awaitShown(program->informationWindows().aboutWindow()));
+    EXPECT_NE(shownAbout(), nullptr);
     ASSERT_NE(trayCommand("Acknowledgements"), nullptr);
     trayCommand("Acknowledgements")->trigger();
-    EXPECT_TRUE(hand.awaitShown(program->informationWindows().acknowledgementsWindow()));
+    EXPECT_NE(shownLicences(), nullptr);
     web->holdsBack = true;
     ASSERT_NE(trayCommand("Check for Updates…"), nullptr);
     trayCommand("Check for Updates…")->trigger();

@@ -29,6 +29,12 @@ QPoint onScreen(const QQuickItem* item) {
     return item->mapToGlobal(QPointF(item->width() / 2, item->height() / 2)).toPoint();
 }
 
+/// Rows and columns put what is new in them to its place when the next frame is made ready, which may be late.
+void putInPlace(QQuickItem* item) {
+    for (QQuickItem* around = item; around; around = around->parentItem())
+        around->ensurePolished();
+}
+
 } // namespace
 
 WindowHand::WindowHand(std::function<void()> pass)
@@ -86,6 +92,7 @@ void WindowHand::click(QQuickWindow& window, const QString& name) {
     EXPECT_TRUE(until([&] {
         item = control(window, name);
         if (!item || !item->isEnabled()) return false;
+        putInPlace(item);
         looks = onScreen(item) == place ? looks + 1 : 0;
         place = onScreen(item);
         return looks >= kSteadyLooks;
