@@ -350,5 +350,35 @@ TEST_P(OverlayTakeTest, keysChooseTheAspectAndEscapeKeepsTheOldRegion) {
     EXPECT_NEAR(recorder->captureRegion->value().rect.midY(), before.midY(), 1);
 }
 
+TEST_P(OverlayTakeTest, aMonitorThatGoesWhileAnOverlayIsOnItTakesThatAlong) {
+    ASSERT_TRUE(server.xrandr({"--setmonitor", "LEFT", "400/400x600/600+0+0", "screen"}));
+    ASSERT_TRUE(server.xrandr({"--setmonitor", "RIGHT", "400/400x600/600+400+0", "none"}));
+    ASSERT_TRUE(await([&] { return recorder->availableDisplays->size() == 2; }));
+    const auto right = std::ranges::find(*recorder->availableDisplays, "RIGHT", &CaptureDisplay::name);
+    ASSERT_NE(right, recorder->availableDisplays->end());
+    const CaptureRegion region{right->id, {{100, 100}, {200, 200}}};
+    recorder->selectedDisplayID.set(right->id);
+    recorder->captureRegion.set(region);
+    recorder->chooseCaptureMode(CaptureModeChoice::region);
+    EXPECT_TRUE(await([&] { return at(499, 200) == 0xffffff; })) << "the guide";
+    recorder->chooseCaptureMode(CaptureModeChoice::region);
+    ASSERT_TRUE(await([&] { return ownWindows->isActive() && at(499, 200) == 0xffffff; })) << "the selection";
+
+    ASSERT_TRUE(server.xrandr({"--delmonitor", "RIGHT"}));
+    ASSERT_TRUE(await([&] { return recorder->availableDisplays->size() == 1; }));
+    EXPECT_TRUE(await([&] { return at(499, 200) == kGroundGrey && at(450, 50) == kGroundGrey; }));
+    EXPECT_FALSE(ownWindows->isActive());
+    EXPECT_EQ(**recorder->captureRegion, region) << "kept for when the monitor is back";
+    EXPECT_EQ(recorder->effectiveCaptureMode(), CaptureModeChoice::fullScreen);
+
+    recorder->chooseCaptureMode(CaptureModeChoice::region);
+    ASSERT_TRUE(await([&] { return ownWindows->isActive(); }));
+    hand.drag(50, 50, 250, 250);
+    hand.type("Return");
+    ASSERT_TRUE(await([&] { return (*recorder->captureRegion)->displayID != region.displayID; }));
+    EXPECT_EQ((*recorder->captureRegion)->rect, (CGRect{{50, 50}, {200, 200}}));
+    EXPECT_TRUE(await([&] { return at(49, 100) == 0xffffff; })) << "the guide, on the monitor that is left";
+}
+
 } // namespace
 } // namespace vintra

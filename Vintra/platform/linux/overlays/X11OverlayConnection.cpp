@@ -26,7 +26,8 @@ std::shared_ptr<X11OverlayConnection> X11OverlayConnection::open(EventLoop& even
 
 X11OverlayConnection::X11OverlayConnection(EventLoop& eventLoop, std::unique_ptr<X11Display> opened)
     : eventLoop(eventLoop)
-    , display(std::move(opened)) {
+    , display(std::move(opened))
+    , ownWindows(*display) {
     XSelectInput(get(), display->root(), SubstructureNotifyMask | PropertyChangeMask);
     watchCompositor();
     pixelsPerPoint = readScale(*display);
@@ -65,7 +66,23 @@ void X11OverlayConnection::remove(const X11OverlayPart& part) {
     std::erase(overlays, &part);
 }
 
+bool X11OverlayConnection::isOverlay(::Window window) const {
+    return std::ranges::any_of(overlays, [window](const auto* part) { return part->owns(window); });
+}
+
+void X11OverlayConnection::readOwnWindowPlaces() {
+    const bool isAnyShown =
+        std::ranges::any_of(overlays, [](const auto* part) { return part->description().isVisible; });
+    if (!isAnyShown || isDead()) return;
+    auto places = ownWindows.places([this](::Window window) { return isOverlay(window); });
+    if (places == ownPlaces) return;
+    ownPlaces = std::move(places);
+    for (X11OverlayPart* const part : overlays)
+        part->ownWindowsMoved();
+}
+
 void X11OverlayConnection::raiseAll() {
+    readOwnWindowPlaces();
     std::vector<X11OverlayPart*> byLevel = overlays;
     std::stable_sort(byLevel.begin(), byLevel.end(), [](const X11OverlayPart* a, const X11OverlayPart* b) {
         return a->level() < b->level();
@@ -96,7 +113,20 @@ void X11OverlayConnection::handleEvents() {
         return;
     }
     if (std::exchange(mayBeCovered, false) && isCovered()) raiseAll();
-    XFlush(get());
+    if (toldStructure != structureChanges) readOwnWindowPlaces();
+    settle();
+    if (std::exchange(toldStructure, structureChanges) == structureChanges) return;
+    const auto all = structureBlocks;
+    for (const auto& weak : all) {
+        if (const auto block = weak.lock()) (*block)();
+    }
+}
+
+Observation X11OverlayConnection::observeStructure(std::function<void()> block) {
+    std::erase_if(structureBlocks, [](const auto& weak) { return weak.expired(); });
+    auto kept = std::make_shared<std::function<void()>>(std::move(block));
+    structureBlocks.push_back(kept);
+    return kept;
 }
 
 void X11OverlayConnection::handle(XEvent& event) {
@@ -118,19 +148,16 @@ void X11OverlayConnection::handle(XEvent& event) {
 }
 
 void X11OverlayConnection::handleOfRoot(const XEvent& event) {
-    const auto isOwn = [this](::Window window) {
-        return std::ranges::any_of(overlays, [window](const auto* part) { return part->owns(window); });
-    };
     switch (event.type) {
     case PropertyNotify:
         if (event.xproperty.atom == XA_RESOURCE_MANAGER) pixelsPerPoint = readScale(*display);
         return;
     case ConfigureNotify:
-        if (isOwn(event.xconfigure.window)) return;
+        if (isOverlay(event.xconfigure.window)) return;
         mayBeCovered = mayBeCovered || !event.xconfigure.override_redirect;
         break;
     case MapNotify:
-        if (isOwn(event.xmap.window)) return;
+        if (isOverlay(event.xmap.window)) return;
         mayBeCovered = mayBeCovered || !event.xmap.override_redirect;
         break;
     case ReparentNotify:
@@ -141,6 +168,7 @@ void X11OverlayConnection::handleOfRoot(const XEvent& event) {
     default:
         return;
     }
+    ownWindows.note(event);
     ++structureChanges;
 }
 

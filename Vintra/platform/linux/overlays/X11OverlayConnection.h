@@ -3,6 +3,8 @@
 #include "Vintra/platform/EventLoop.h"
 #include "Vintra/platform/Observation.h"
 #include "Vintra/platform/OwnWindows.h"
+#include "Vintra/platform/linux/overlays/X11OwnWindowPlaces.h"
+#include "Vintra/platform/linux/screen/PixelRegion.h"
 #include "Vintra/platform/linux/x11/X11Display.h"
 
 #include <X11/Xlib.h>
@@ -24,6 +26,8 @@ public:
     virtual void handle(const XEvent& event) = 0;
     /// A compositor has come or gone.
     virtual void compositorChanged() = 0;
+    /// Those of `ownWindowPlaces` are others now.
+    virtual void ownWindowsMoved() = 0;
     /// Above everything; the next ones of the same level lie above this.
     virtual void raise() = 0;
     virtual int level() const = 0;
@@ -51,11 +55,15 @@ public:
     double scale() const { return pixelsPerPoint; }
     /// Another number whenever windows may have come, gone, moved or been stacked otherwise.
     uint64_t structureNumber() const { return structureChanges; }
+    /// Calls the block when that number has changed, once for all that has come by then.
+    Observation observeStructure(std::function<void()> block);
     Atom atom(const char* name) const { return XInternAtom(get(), name, False); }
 
     void add(X11OverlayPart& part);
     void remove(const X11OverlayPart& part);
     const std::vector<X11OverlayPart*>& parts() const { return overlays; }
+    /// Where the program's own windows lie, which the overlays leave free. Known while one is on the screen.
+    const std::vector<PixelRect>& ownWindowPlaces() const { return ownPlaces; }
     /// Puts the overlays that are on the screen above all windows, by their levels.
     void raiseAll();
     /// After every use: sends what was asked for, and sees to events that came meanwhile.
@@ -77,13 +85,19 @@ private:
     void watchCompositor();
     void readCompositor();
     bool isCovered() const;
+    bool isOverlay(::Window window) const;
+    void readOwnWindowPlaces();
 
     EventLoop& eventLoop;
     const std::unique_ptr<X11Display> display;
     std::vector<X11OverlayPart*> overlays; ///< in the order of their making
+    X11OwnWindowPlaces ownWindows;
+    std::vector<PixelRect> ownPlaces;
     bool composited = false;
     double pixelsPerPoint = 1;
     uint64_t structureChanges = 0;
+    uint64_t toldStructure = 0;
+    std::vector<std::weak_ptr<std::function<void()>>> structureBlocks;
     bool mayBeCovered = false;
     Atom compositorSelection = 0;
     int fixesEvents = -1;

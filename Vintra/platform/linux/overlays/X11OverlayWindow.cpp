@@ -17,6 +17,8 @@
 namespace vintra {
 namespace {
 
+constexpr int kAboveOwnWindows = 25; // the level of the click ripples
+
 unsigned cursorShape(OverlayCursor cursor) {
     switch (cursor) {
     case OverlayCursor::crosshair:
@@ -147,6 +149,7 @@ void X11OverlayWindow::setFrame(const CGRect& newFrame) {
         makePixels();
         repaint(wanted);
     }
+    if (!connection->ownWindowPlaces().empty()) ownWindowsMoved(); // it has moved over them
     connection->settle();
 }
 
@@ -202,6 +205,34 @@ void X11OverlayWindow::setShape(const DrawList& list) {
     }
     XShapeCombineRectangles(connection->get(), window, ShapeBounding, 0, 0, rectangles.data(),
                             static_cast<int>(rectangles.size()), ShapeSet, Unsorted);
+    leaveOwnWindowsFree();
+}
+
+void X11OverlayWindow::ownWindowsMoved() {
+    if (connection->isDead() || recipe.level >= kAboveOwnWindows) return;
+    if (connection->isComposited()) {
+        XShapeCombineMask(connection->get(), window, ShapeBounding, 0, 0, None, ShapeSet);
+    } else {
+        setShape(painted);
+    }
+    XShapeCombineMask(connection->get(), glass, ShapeBounding, 0, 0, None, ShapeSet);
+    leaveOwnWindowsFree();
+}
+
+/// Of shapes that are set anew.
+void X11OverlayWindow::leaveOwnWindowsFree() {
+    if (recipe.level >= kAboveOwnWindows) return;
+    std::vector<XRectangle> holes;
+    for (const PixelRect& place : connection->ownWindowPlaces()) {
+        const PixelRect hole = intersection(place, pixelFrame);
+        if (hole.isEmpty()) continue;
+        holes.push_back({static_cast<short>(hole.x - pixelFrame.x), static_cast<short>(hole.y - pixelFrame.y),
+                         static_cast<unsigned short>(hole.width), static_cast<unsigned short>(hole.height)});
+    }
+    if (holes.empty()) return;
+    for (const ::Window each : {window, glass})
+        XShapeCombineRectangles(connection->get(), each, ShapeBounding, 0, 0, holes.data(),
+                                static_cast<int>(holes.size()), ShapeSubtract, Unsorted);
 }
 
 void X11OverlayWindow::put(const std::vector<PixelRect>& rects) {
@@ -210,12 +241,11 @@ void X11OverlayWindow::put(const std::vector<PixelRect>& rects) {
 
 void X11OverlayWindow::orderFront() {
     if (connection->isDead()) return;
-    if (!isOnScreen) {
-        isOnScreen = true;
-        XMapWindow(connection->get(), window);
-    }
-    showOrHideGlass();
+    const bool isNew = !std::exchange(isOnScreen, true);
     connection->raiseAll();
+    if (!connection->ownWindowPlaces().empty()) ownWindowsMoved();
+    if (isNew) XMapWindow(connection->get(), window);
+    showOrHideGlass();
     if (recipe.takesKeyboard) takeKeyboard();
     connection->settle();
 }
@@ -274,6 +304,7 @@ void X11OverlayWindow::compositorChanged() {
     if (connection->isDead()) return;
     if (connection->isComposited()) {
         XShapeCombineMask(connection->get(), window, ShapeBounding, 0, 0, None, ShapeSet);
+        leaveOwnWindowsFree();
     }
     makePixels();
     repaint(wanted);

@@ -25,6 +25,8 @@ namespace vintra {
 /// Painted are the pixels that changed, and they are copied to the server once it is done with those before: on a
 /// busy machine pictures are left out rather than queued up.
 ///
+/// Where a window of the program itself lies, neither of them is.
+///
 /// With a compositor the window is translucent. Without one it has the shape of what is drawn, all of it opaque, and
 /// the dimmed surround, which would be black, is a narrow border.
 ///
@@ -48,6 +50,7 @@ private:
     bool owns(::Window other) const override { return other == window || other == glass; }
     void handle(const XEvent& event) override;
     void compositorChanged() override;
+    void ownWindowsMoved() override;
     void raise() override;
     int level() const override { return recipe.level; }
     OwnWindows::Window description() const override;
@@ -60,6 +63,7 @@ private:
     void giveKeyboardBack();
     void repaint(const DrawList& list);
     void setShape(const DrawList& list);
+    void leaveOwnWindowsFree();
     void put(const std::vector<PixelRect>& rects);
     void handlePointer(const XEvent& event);
     CGPoint pointOf(int x, int y, bool isDragged) const;

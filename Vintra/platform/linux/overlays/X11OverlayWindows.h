@@ -16,6 +16,7 @@ public:
     X11OverlayWindows(std::shared_ptr<X11OverlayConnection> connection, OverlayPainter& painter);
 
     std::unique_ptr<OverlayWindow> makeWindow(const OverlayRecipe& recipe, OverlayInput& input) override;
+    bool canLetClicksThrough() const override { return true; }
     const TextMeasure& textMeasure() const override { return painter; }
     bool areCaptured() const override { return true; }
     int64_t nanosecondsUntilShown() const override;

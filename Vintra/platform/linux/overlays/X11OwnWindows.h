@@ -18,6 +18,9 @@ public:
 
     bool isActive() const override;
     std::vector<Window> windows() const override;
+    Observation observeChanges(std::function<void()> block) override {
+        return connection->observeStructure(std::move(block));
+    }
 
 private:
     void refreshIfNeeded() const;

@@ -205,5 +205,33 @@ TEST_F(X11CompositorChangeTest, aSmallChangePaintsLittle) {
     EXPECT_LT(solid.paintedPixels, 60 * 60) << "of 480,000";
 }
 
+TEST_P(X11OverlayWindowsTest, theProgramsOwnWindowsAreAboveTheOverlays) {
+    painter.openWindow(500, 50, 100, 100, "below", ::getpid());
+    const auto own = painter.openWindow(50, 50, 200, 100, "main window", ::getpid());
+    X11TestWindow other(server.displayName(), {.x = 500, .y = 60, .width = 100, .height = 20});
+    const auto window = open({.frame = kScreen, .ignoresMouseEvents = false});
+    const DrawList redEverywhere{{DrawList::FilledRect{kScreen, 0, kRed}}};
+    window->present(redEverywhere);
+    window->orderFront();
+    ASSERT_TRUE(isBlockShown(10, 10));
+    const auto isOwn = [this](int x, int y) { return looks(x, y, 0x336699); };
+    EXPECT_TRUE(await([&] { return isOwn(50, 50) && isOwn(249, 149); }));
+    EXPECT_TRUE(looks(49, 50, 0xff0000));
+    EXPECT_TRUE(looks(250, 149, 0xff0000));
+    EXPECT_TRUE(looks(550, 120, 0xff0000)) << "it lies below a window of another program";
+    hand.move(100, 100);
+    EXPECT_TRUE(await([&] { return connection->pointer().child == own; })) << "and can be used";
+    hand.move(300, 300);
+    EXPECT_TRUE(await([&] { return connection->pointer().child != own; }));
+
+    painter.moveWindow(own, 90, 50);
+    EXPECT_TRUE(await([&] { return looks(60, 60, 0xff0000) && isOwn(280, 60); })) << "it was moved";
+    window->present({{DrawList::FilledRect{{{0, 0}, {800, 599}}, 0, kRed}}});
+    EXPECT_TRUE(await([&] { return looks(60, 0, 0xffffff); }));
+    EXPECT_TRUE(isOwn(280, 60)) << "drawn anew";
+    painter.closeWindow(own);
+    EXPECT_TRUE(await([&] { return looks(200, 100, 0xff0000); }));
+}
+
 } // namespace
 } // namespace vintra

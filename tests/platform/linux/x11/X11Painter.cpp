@@ -123,6 +123,16 @@ unsigned long X11Painter::openWindow(int x, int y, int width, int height, const 
     return window;
 }
 
+void X11Painter::moveWindow(unsigned long window, int x, int y) {
+    XMoveWindow(display, window, x, y);
+    XSync(display, False);
+}
+
+void X11Painter::closeWindow(unsigned long window) {
+    XDestroyWindow(display, window);
+    XSync(display, False);
+}
+
 void X11Painter::setManagedWindows(const std::vector<unsigned long>& windows) {
     XChangeProperty(display, DefaultRootWindow(display),
                     XInternAtom(display, "_NET_CLIENT_LIST_STACKING", False), XA_WINDOW, 32, PropModeReplace,

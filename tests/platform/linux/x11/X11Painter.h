@@ -41,8 +41,10 @@ public:
     /// What the screen shows, without the pointer: 0xRRGGBB, row by row.
     std::vector<uint32_t> pixels(int x, int y, int width, int height);
 
-    /// A mapped window with a title and a process; its id.
+    /// A mapped window with a title and a process, 0x336699 all over; its id.
     unsigned long openWindow(int x, int y, int width, int height, const std::string& title, int processID);
+    void moveWindow(unsigned long window, int x, int y);
+    void closeWindow(unsigned long window);
     /// What a window manager says of the windows that it looks after, back to front.
     void setManagedWindows(const std::vector<unsigned long>& windows);
     /// What a desktop says of itself to programs, such as "Xft.dpi:\t192\n".
