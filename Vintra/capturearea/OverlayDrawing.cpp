@@ -9,7 +9,7 @@ namespace {
 
 constexpr double kDimAlpha = 0.55;
 constexpr double kCardAlpha = 0.8;
-constexpr NSFont kTagFont{.size = 12, .weight = NSFontWeight::medium, .family = {}};
+constexpr NSFont kTagFont{.size = 12, .weight = NSFontWeight::medium, .family = {}, .hasEqualDigits = true};
 constexpr NSFont kHintFont{.size = 13, .weight = NSFontWeight::medium, .family = {}};
 constexpr NSFont kCardTitleFont{.size = 14, .weight = NSFontWeight::bold, .family = "HelveticaNeue-Bold"};
 constexpr NSFont kCardLineFont{.size = 12, .weight = NSFontWeight::medium, .family = "HelveticaNeue-Medium"};

@@ -27,6 +27,7 @@ struct NSFont {
     NSFontWeight weight = NSFontWeight::regular;
     /// A literal; empty for the system's font, which also stands in for a missing one.
     std::string_view family{};
+    bool hasEqualDigits = false; ///< each as wide as "0", so that a number that changes keeps its width
     bool operator==(const NSFont&) const = default;
 };
 

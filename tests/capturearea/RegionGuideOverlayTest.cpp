@@ -86,7 +86,7 @@ TEST_F(RegionGuideOverlayTest, whileComposingTheSurroundIsDimmedAndAHintIsShown)
     // 19 characters: 95 wide, 14 around; 8 above the hole.
     expected.emplace_back(DrawList::FilledRect{{{669.5, 608}, {109, 17}}, 5, {0, 0, 0, 0.8}});
     expected.emplace_back(
-        DrawList::Text{guide.label, {676.5, 611.5}, {12, NSFontWeight::medium, {}}, kOpaqueWhite});
+        DrawList::Text{guide.label, {676.5, 611.5}, {12, NSFontWeight::medium, {}, true}, kOpaqueWhite});
     for (const auto& shape : barShapes(kGuideBounds, guide.state))
         expected.push_back(shape);
     // 24 and 43 characters: 120 and 215 wide, each 10 high; 40 and 24 around them; 94 above the edge.
@@ -124,7 +124,7 @@ TEST_F(RegionGuideOverlayTest, inATakeThereIsALineAroundTheFrameAndNoDimming) {
     expected.emplace_back(DrawList::StrokedRect{{{403.5, 239.5}, {641, 361}}, 1, kOpaqueWhite});
     expected.emplace_back(DrawList::FilledRect{{{669.5, 608}, {109, 17}}, 5, {0, 0, 0, 0.8}});
     expected.emplace_back(
-        DrawList::Text{guide.label, {676.5, 611.5}, {12, NSFontWeight::medium, {}}, kOpaqueWhite});
+        DrawList::Text{guide.label, {676.5, 611.5}, {12, NSFontWeight::medium, {}, true}, kOpaqueWhite});
     for (const auto& shape : barShapes(kGuideBounds, guide.state))
         expected.push_back(shape);
     EXPECT_EQ(window().list.shapes, expected);

@@ -86,7 +86,8 @@ TEST_F(RegionSelectOverlayTest, aSelectionIsClearFramedAndMeasured) {
         expected.emplace_back(DrawList::FilledRect{{corner, {10, 10}}, 0, white});
     // "640 × 360" at two pixels a point: 45 wide and 10 high, 14 and 7 around it, 8 above the selection.
     expected.emplace_back(DrawList::FilledRect{{{430.5, 388}, {59, 17}}, 5, {0, 0, 0, 0.8}});
-    expected.emplace_back(DrawList::Text{"640 × 360", {437.5, 391.5}, {12, NSFontWeight::medium, {}}, white});
+    expected.emplace_back(
+        DrawList::Text{"640 × 360", {437.5, 391.5}, {12, NSFontWeight::medium, {}, true}, white});
     // 74 characters: 370 wide.
     expected.emplace_back(DrawList::FilledRect{{{441, 347}, {398, 26}}, 8, {0, 0, 0, 0.8}});
     expected.emplace_back(DrawList::Text{kChosenHint, {455, 355}, {13, NSFontWeight::medium, {}}, white});

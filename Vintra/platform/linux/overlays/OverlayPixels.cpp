@@ -92,6 +92,30 @@ Sides sidesOf(const DrawList::StrokedRect& shape, const Grid& grid) {
             .right = {inner.right(), inner.y, right - inner.right(), inner.height}};
 }
 
+PixelRect reachOf(const DrawList::Shape& shape, const Grid& grid, const TextMeasure& measure) {
+    return std::visit(
+        [&](const auto& drawn) {
+            using Shape = std::decay_t<decltype(drawn)>;
+            if constexpr (std::is_same_v<Shape, DrawList::FilledRect>) {
+                return touched(drawn.rect, grid);
+            } else if constexpr (std::is_same_v<Shape, DrawList::FilledSurround>) {
+                return pixelsOf(drawn.outer, grid);
+            } else if constexpr (std::is_same_v<Shape, DrawList::StrokedRect>) {
+                const Sides sides = sidesOf(drawn, grid);
+                return boundingBox(sides.top, sides.bottom);
+            } else if constexpr (std::is_same_v<Shape, DrawList::FilledEllipse>) {
+                return touched(drawn.in, grid);
+            } else if constexpr (std::is_same_v<Shape, DrawList::StrokedEllipse>) {
+                const double reach = drawn.lineWidth / 2;
+                return touched(drawn.in.insetBy(-reach, -reach), grid);
+            } else {
+                static_assert(std::is_same_v<Shape, DrawList::Text>);
+                return touched({drawn.at, measure.textSize(drawn.text, drawn.font)}, grid);
+            }
+        },
+        shape);
+}
+
 /// Goal: after a small change only a small part is painted anew. Method: what is the same at the beginning and at
 /// the end of both lists looks the same, but for where something between them has changed; all shapes between
 /// count as changed. Of two surrounds in the same place that differ in their holes alone, only the difference of

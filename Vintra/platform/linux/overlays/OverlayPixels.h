@@ -29,6 +29,8 @@ struct Sides {
     PixelRect right;
 };
 Sides sidesOf(const DrawList::StrokedRect& shape, const Grid& grid);
+/// All pixels that the shape may be drawn in, and more.
+PixelRect reachOf(const DrawList::Shape& shape, const Grid& grid, const TextMeasure& measure);
 /// All pixels that may look otherwise when the first list gives way to the second, in few rectangles.
 PixelRegion changedPixels(const DrawList& before, const DrawList& after, const Grid& grid,
                           const TextMeasure& measure);

@@ -59,13 +59,39 @@ const OverlayFonts::Face& OverlayFonts::face(const NSFont& font) const {
 CGSize OverlayFonts::textSize(const std::string& text, const NSFont& font) const {
     const Face& used = face(font);
     const double height = used.ascent + used.descent;
-    TextKey key{text, {font.size, font.weight}};
+    TextKey key{text, font.size, font.weight, font.hasEqualDigits};
     const auto known = widths.find(key);
     if (known != widths.end()) return {known->second, height};
-    const double width = QFontMetricsF(used.font).horizontalAdvance(QString::fromStdString(text));
+    const double width = laidOut(text, font).second;
     if (widths.size() >= kMostWidths) widths.clear();
     widths.emplace(std::move(key), width);
     return {width, height};
+}
+
+std::vector<OverlayFonts::Piece> OverlayFonts::pieces(const std::string& text, const NSFont& font) const {
+    return laidOut(text, font).first;
+}
+
+std::pair<std::vector<OverlayFonts::Piece>, double> OverlayFonts::laidOut(const std::string& text,
+                                                                          const NSFont& font) const {
+    const QFontMetricsF metrics(face(font).font);
+    const QString all = QString::fromStdString(text);
+    if (!font.hasEqualDigits) return {{{all, 0}}, metrics.horizontalAdvance(all)};
+    const double cell = metrics.horizontalAdvance(QLatin1Char('0'));
+    std::vector<Piece> result;
+    double x = 0;
+    for (qsizetype at = 0; at < all.size();) {
+        qsizetype end = at + 1;
+        const bool isDigit = all[at].isDigit();
+        while (!isDigit && end < all.size() && !all[end].isDigit())
+            ++end;
+        const QString part = all.mid(at, end - at);
+        const double width = metrics.horizontalAdvance(part);
+        result.push_back({part, isDigit ? x + (cell - width) / 2 : x});
+        x += isDigit ? cell : width;
+        at = end;
+    }
+    return {std::move(result), x};
 }
 
 } // namespace vintra

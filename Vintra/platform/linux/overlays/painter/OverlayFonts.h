@@ -7,6 +7,7 @@
 
 #include <map>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -25,16 +26,26 @@ public:
     };
     const Face& face(const NSFont& font) const;
     CGSize textSize(const std::string& text, const NSFont& font) const;
+    /// A piece of a text, and how far to the right of the text's beginning it stands, points.
+    struct Piece {
+        QString text;
+        double x = 0;
+    };
+    /// One, unless digits stand in cells of their own.
+    std::vector<Piece> pieces(const std::string& text, const NSFont& font) const;
     /// The family that all text has.
     const QString& family() const { return chosenFamily; }
 
 private:
+    /// The pieces, and the width of all.
+    std::pair<std::vector<Piece>, double> laidOut(const std::string& text, const NSFont& font) const;
+
     struct Known {
         double size;
         NSFontWeight weight;
         Face face;
     };
-    using TextKey = std::pair<std::string, std::pair<double, NSFontWeight>>;
+    using TextKey = std::tuple<std::string, double, NSFontWeight, bool>;
 
     QString chosenFamily;
     mutable std::vector<Known> faces;

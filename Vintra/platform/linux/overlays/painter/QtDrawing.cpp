@@ -88,7 +88,8 @@ void QtDrawing::drawText(const std::string& text, CGPoint at, const NSFont& font
     painter.scale(grid.scale, grid.scale);
     painter.setFont(face.font);
     painter.setPen(qtColor(color));
-    painter.drawText(QPointF(0, 0), QString::fromStdString(text));
+    for (const OverlayFonts::Piece& piece : fonts.pieces(text, font))
+        painter.drawText(QPointF(piece.x, 0), piece.text);
     painter.restore();
 }
 

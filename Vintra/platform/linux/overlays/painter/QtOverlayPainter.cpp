@@ -3,9 +3,10 @@
 #include "Vintra/platform/linux/overlays/painter/QtDrawing.h"
 
 #include <QImage>
-#include <QRegion>
 
+#include <cstddef>
 #include <type_traits>
+#include <vector>
 
 namespace vintra {
 namespace {
@@ -38,17 +39,24 @@ void QtOverlayPainter::paint(const DrawList& list, const OverlayCanvas& canvas,
                              const std::vector<PixelRect>& within) {
     QImage image(reinterpret_cast<uchar*>(canvas.pixels), canvas.width, canvas.height, canvas.width * 4,
                  QImage::Format_ARGB32_Premultiplied);
-    QRegion region;
-    for (const PixelRect& rect : within)
-        region += QRect(rect.x, rect.y, rect.width, rect.height);
-    QPainter painter(&image);
-    painter.setClipRegion(region);
-    painter.setCompositionMode(QPainter::CompositionMode_Source);
-    painter.fillRect(region.boundingRect(), Qt::transparent);
-    painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
-    QtDrawing drawing(painter, {canvas.width, canvas.height, canvas.scale}, fonts);
+    const OverlayPixels::Grid grid{canvas.width, canvas.height, canvas.scale};
+    std::vector<PixelRect> reaches;
     for (const auto& shape : list.shapes)
-        draw(shape, drawing);
+        reaches.push_back(OverlayPixels::reachOf(shape, grid, *this));
+    QPainter painter(&image);
+    QtDrawing drawing(painter, grid, fonts);
+    // One after the other, with what reaches into each: most shapes stand far from what has changed, and a clip of
+    // several rectangles is slow.
+    for (const PixelRect& rect : within) {
+        const QRect part(rect.x, rect.y, rect.width, rect.height);
+        painter.setClipRect(part);
+        painter.setCompositionMode(QPainter::CompositionMode_Source);
+        painter.fillRect(part, Qt::transparent);
+        painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
+        for (size_t n = 0; n < reaches.size(); ++n) {
+            if (!intersection(reaches[n], rect).isEmpty()) draw(list.shapes[n], drawing);
+        }
+    }
 }
 
 } // namespace vintra

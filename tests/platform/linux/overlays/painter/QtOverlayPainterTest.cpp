@@ -1,6 +1,7 @@
 #include "Vintra/platform/linux/overlays/painter/QtOverlayPainter.h"
 
 #include "Vintra/platform/linux/overlays/OverlayPixels.h"
+#include "Vintra/platform/linux/overlays/painter/OverlayFonts.h"
 
 #include <gtest/gtest.h>
 
@@ -155,6 +156,48 @@ TEST_P(QtOverlayPainterTest, pixelsOutsideOfThoseAskedForAreLeftAlone) {
         }
     }
     EXPECT_EQ(changed, 20 * 8 + 5 * 5);
+}
+
+TEST_P(QtOverlayPainterTest, aChangeIsPaintedAsIfAllHadBeen) {
+    const auto screen = [](const CGRect& hole, const std::string& size) {
+        DrawList list{
+            {DrawList::FilledSurround{hole, {{0, 0}, {100, 60}}, NSColor::black(0.55)},
+             DrawList::StrokedRect{hole.insetBy(-0.5, -0.5), 1, NSColor::white()},
+             DrawList::FilledRect{{{hole.minX() - 5, hole.minY() - 5}, {10, 10}}, 0, NSColor::white()},
+             DrawList::FilledRect{{{10, 2}, {80, 18}}, 5, NSColor::black(0.8)},
+             DrawList::FilledEllipse{{{70, 4}, {14, 14}}, {1, 0.8, 0, 1}},
+             DrawList::StrokedEllipse{{{70, 4}, {14, 14}}, 1, NSColor::white()},
+             DrawList::Text{size, {hole.minX(), hole.maxY() + 2}, kMediumFont, NSColor::white()}}};
+        return list;
+    };
+    DrawList before = screen({{20, 25}, {40, 20}}, "40 × 20");
+    paint(before);
+    for (int step = 1; step < 20; ++step) {
+        const DrawList after =
+            screen({{20.0 + step % 7, 25.0 - step}, {40.0 + step, 20.0 + step % 5}}, std::to_string(step));
+        paint(after, OverlayPixels::changedPixels(before, after, grid, painter).rects());
+        const auto inParts = pixels;
+        paint(after);
+        ASSERT_EQ(inParts, pixels) << "step " << step;
+        before = after;
+    }
+}
+
+TEST(OverlayFontsTest, aNumberThatChangesKeepsItsWidthWhereItsDigitsAreEqual) {
+    const OverlayFonts fonts;
+    NSFont font = kMediumFont;
+    EXPECT_LT(fonts.textSize("1111 × 111", font).width, fonts.textSize("4000 × 000", font).width - 5)
+        << "a one is narrow in this font";
+    font.hasEqualDigits = true;
+    EXPECT_EQ(fonts.textSize("1111 × 111", font).width, fonts.textSize("4000 × 000", font).width);
+    const auto pieces = fonts.pieces("11 × 7", font);
+    ASSERT_EQ(pieces.size(), 4u);
+    EXPECT_EQ(pieces[2].text, " × ");
+    const double zero = fonts.textSize("0", font).width;
+    EXPECT_DOUBLE_EQ(pieces[2].x, 2 * zero);
+    EXPECT_GT(pieces[0].x, 0) << "in the middle of its cell";
+    EXPECT_DOUBLE_EQ(pieces[1].x - pieces[0].x, zero);
+    EXPECT_EQ(fonts.pieces("11 × 7", kMediumFont).size(), 1u);
 }
 
 /// Widths as a browser has them on the same font: the buttons and the tag of the drawn screens, without their
