@@ -7,7 +7,16 @@ namespace vintra {
 
 /// A note over the tracks that says something and offers what can be done about it.
 struct Card {
-    enum class Kind { crash, recovery, update, feedbackAsking, feedbackNote, feedbackAnswered, cameraRate };
+    enum class Kind {
+        crash,
+        recovery,
+        update,
+        feedbackAsking,
+        feedbackNote,
+        feedbackAnswered,
+        cameraRate,
+        ownWindow
+    };
     struct Button {
         std::string title;
         bool isFilled = false;

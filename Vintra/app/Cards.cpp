@@ -1,6 +1,7 @@
 #include "Vintra/app/Cards.h"
 
 #include "Vintra/app/UpdateNotice.h"
+#include "Vintra/platform/UserDefaults.h"
 #include "Vintra/take/FeedbackAsk.h"
 #include "Vintra/take/ScreenRecorderManager.h"
 
@@ -9,15 +10,26 @@
 #include <variant>
 
 namespace vintra {
+namespace {
+
+constexpr const char* kToldOfOwnWindowKey = "hasToldOfWindowInPicture";
+
+} // namespace
 
 Cards::Cards(const AppSurroundings& surroundings, DiagnosticsSharing& diagnostics)
     : surroundings(surroundings)
     , diagnostics(diagnostics)
+    , hasToldOfOwnWindow(boolForKey(*surroundings.platform.userDefaults, kToldOfOwnWindowKey).value_or(false))
     , refresher(*surroundings.platform.mainThread, [this] { publish(cards, currentCards()); }) {
     ScreenRecorderManager& recorder = surroundings.recorder;
     refresher.follow(recorder.pendingCrashReport, recorder.crashReportCopied, recorder.recoveryNote,
                      surroundings.updateNotice.waiting, surroundings.feedbackAsk.state,
-                     recorder.multiCameraScreenRateNote, recorder.screenFrameRate);
+                     recorder.multiCameraScreenRateNote, recorder.screenFrameRate,
+                     recorder.isOwnWindowInPicture);
+    starts = recorder.isBusy.observe([this](bool isBusy) {
+        if (isBusy && std::ranges::find(*cards, Card::Kind::ownWindow, &Card::kind) != cards->end())
+            noteToldOfOwnWindow();
+    });
     cards.set(currentCards());
 }
 
@@ -35,6 +47,7 @@ std::vector<Card> Cards::currentCards() const {
     if (auto feedback = feedbackCard()) current.push_back(std::move(*feedback));
     if (*recorder.multiCameraScreenRateNote)
         current.push_back(cameraRateCard(**recorder.multiCameraScreenRateNote));
+    if (*recorder.isOwnWindowInPicture && !hasToldOfOwnWindow) current.push_back(ownWindowCard());
     return current;
 }
 
@@ -103,6 +116,23 @@ Card Cards::cameraRateCard(int rateBefore) const {
                     " anyway, pick it on the Control bar."};
 }
 
+Card Cards::ownWindowCard() const {
+    return {
+        .kind = Card::Kind::ownWindow,
+        .title = "This window would be in the recording.",
+        .text =
+            "Whatever lies on the recorded part of the screen is in the picture. Hide this window and start "
+            "with Vintra's icon beside the clock or with the command vintra --start, or put it where nothing "
+            "is recorded.",
+        .buttons = {{.title = "Hide this window", .isFilled = true}, {.title = "Leave it there"}}};
+}
+
+void Cards::noteToldOfOwnWindow() {
+    hasToldOfOwnWindow = true;
+    surroundings.platform.userDefaults->set(kToldOfOwnWindowKey, true);
+    refresher.note();
+}
+
 bool Cards::stands(Card::Kind kind) const {
     const std::vector<Card> current = currentCards();
     return std::ranges::find(current, kind, &Card::kind) != current.end();
@@ -135,6 +165,10 @@ void Cards::press(Card::Kind of, size_t button) {
         } else {
             feedback.skipNote();
         }
+        break;
+    case Card::Kind::ownWindow:
+        noteToldOfOwnWindow();
+        if (button == 0 && onHideMainWindow) onHideMainWindow();
         break;
     case Card::Kind::recovery:
     case Card::Kind::feedbackAnswered:

@@ -7,6 +7,7 @@
 #include "Vintra/platform/Published.h"
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -20,6 +21,8 @@ public:
     Cards(const AppSurroundings& surroundings, DiagnosticsSharing& diagnostics);
 
     Published<std::vector<Card>> cards;
+    /// Set by the program that has a main window.
+    std::function<void()> onHideMainWindow;
 
     /// The button of that index was pressed. A card that has gone does nothing.
     void press(Card::Kind of, size_t button);
@@ -33,11 +36,15 @@ private:
     std::optional<Card> feedbackCard() const;
     Card cameraRateCard(int rateBefore) const;
     bool stands(Card::Kind kind) const;
+    Card ownWindowCard() const;
     void pressCrash(size_t button);
+    void noteToldOfOwnWindow();
 
     const AppSurroundings surroundings;
     DiagnosticsSharing& diagnostics;
+    bool hasToldOfOwnWindow;
     Refresher refresher;
+    Observation starts;
 };
 
 } // namespace vintra

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "Vintra/platform/Geometry.h"
+#include "Vintra/platform/Observation.h"
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 namespace vintra {
@@ -25,6 +27,9 @@ public:
     virtual bool isActive() const = 0;
     /// Every window, overlays included.
     virtual std::vector<Window> windows() const = 0;
+    /// Calls the block when one of them may have come, gone or moved, for as long as the result is kept. Where that
+    /// isn't told it is never called.
+    virtual Observation observeChanges(std::function<void()> block) = 0;
 };
 
 } // namespace vintra

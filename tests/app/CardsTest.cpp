@@ -177,5 +177,33 @@ TEST_F(CardsTest, aLoweredRateIsExplained) {
     EXPECT_TRUE(cards().empty());
 }
 
+TEST_F(CardsTest, aWindowThatWouldBeInThePictureIsSaidOnceWithAButtonThatHidesIt) {
+    int timesHidden = 0;
+    view->cards.onHideMainWindow = [&] { ++timesHidden; };
+    recorder->isOwnWindowInPicture.set(true);
+    EXPECT_EQ(card().title, "This window would be in the recording.");
+    EXPECT_EQ(buttons(), (std::vector<std::string>{"Hide this window", "Leave it there"}));
+    recorder->isOwnWindowInPicture.set(false);
+    EXPECT_TRUE(cards().empty()) << "it was put elsewhere";
+    recorder->isOwnWindowInPicture.set(true);
+    EXPECT_EQ(cards().size(), 1u);
+    view->cards.press(Card::Kind::ownWindow, 0);
+    EXPECT_EQ(timesHidden, 1);
+    EXPECT_TRUE(cards().empty());
+    recorder->isOwnWindowInPicture.set(false);
+    recorder->isOwnWindowInPicture.set(true);
+    EXPECT_TRUE(cards().empty()) << "once";
+    EXPECT_EQ(machine.userDefaults->value("hasToldOfWindowInPicture"), DefaultsValue(true));
+}
+
+TEST_F(CardsTest, aTakeThatIsStartedAllTheSameHasHeardOfTheWindowInItsPicture) {
+    recorder->isOwnWindowInPicture.set(true);
+    EXPECT_EQ(cards().size(), 1u);
+    press();
+    ASSERT_TRUE(*recorder->isRecording) << lastError();
+    EXPECT_TRUE(cards().empty());
+    press();
+}
+
 } // namespace
 } // namespace vintra

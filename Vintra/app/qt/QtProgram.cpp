@@ -50,6 +50,7 @@ QtProgram::QtProgram(Services given)
     waitingUpdate.controller = updater;
     mainWindowModel->showMarkerHelp(marker.note);
     programWindows.setModel(*mainWindowModel);
+    view.cards.onHideMainWindow = [this] { programWindows.hideMainWindow(); };
     programWindows.onDismissPanel = [this] { tray->dismissPanel(); };
     programWindows.onFirstAppearance = [this] {
         delegate.recorder = manager;

@@ -80,12 +80,17 @@ bool QtProgramWindows::eventFilter(QObject* watched, QEvent* event) {
     if (event->type() == QEvent::Expose || event->type() == QEvent::Move) limitHeight();
     if (event->type() != QEvent::Close) return false;
     event->ignore();
+    hideMainWindow();
+    return true;
+}
+
+void QtProgramWindows::hideMainWindow() {
+    if (!window) return;
     if (hasTray()) {
         window->hide();
     } else {
         window->showMinimized();
     }
-    return true;
 }
 
 void QtProgramWindows::dismissPanel() {

@@ -32,6 +32,8 @@ public:
     bool bringMainWindowToFront() override;
     void openMainWindow() override;
     void dismissPanel() override;
+    /// As when it is closed: it goes to the tray, or to the desktop's list of windows.
+    void hideMainWindow();
     void terminate() override;
 
     /// Before what it shows goes.

@@ -52,6 +52,15 @@ TEST_F(CardsInWindowTest, feedbackIsAskedForNotedAndThankedFor) {
     EXPECT_TRUE(gone("Thanks."));
 }
 
+TEST_F(CardsInWindowTest, aWindowInThePictureIsToldAndHides) {
+    live().isOwnWindowInPicture.set(true);
+    EXPECT_TRUE(shown("This window would be in the recording."));
+    hand.picture(window(), "card-own-window");
+    click("Hide this window");
+    EXPECT_TRUE(
+        hand.until([&] { return !window().isVisible() || window().visibility() == QWindow::Minimized; }));
+}
+
 TEST_F(CardsInWindowTest, theRateOfTheScreenIsExplained) {
     live().multiCameraScreenRateNote.set(60);
     EXPECT_TRUE(shown("Screen switched to 30 fps for multiple cameras."));
