@@ -28,7 +28,10 @@ std::vector<TrackRow> ScreenRows::rows() const {
                                                     .summary = recorder.captureAreaLabel(),
                                                     .disabled = isLocked}}};
     if (!*recorder.screenEnabled) return rows;
-    CaptureAreaRow area{.mode = *recorder.screenCaptureMode, .disabled = isLocked};
+    CaptureAreaRow area{.mode = *recorder.screenCaptureMode,
+                        .modes = recorder.offeredModes(),
+                        .limits = recorder.captureLimits(),
+                        .disabled = isLocked};
     for (const CaptureDisplay& display : *recorder.availableDisplays)
         area.displays.options.push_back({std::to_string(display.id), display.name});
     if (const auto display = recorder.effectiveDisplay()) {

@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <variant>
+#include <vector>
 
 namespace vintra {
 
@@ -44,6 +45,8 @@ struct ScreenRow {
 struct CaptureAreaRow {
     MenuState displays; ///< option ids are display numbers
     CaptureModeChoice mode = CaptureModeChoice::fullScreen;
+    std::vector<CaptureModeChoice> modes{}; ///< those that are offered
+    std::string limits{};                   ///< what this desktop doesn't allow; mostly empty
     bool disabled = false;
     bool operator==(const CaptureAreaRow&) const = default;
 };

@@ -20,7 +20,7 @@ TracksSection::TracksSection(const AppSurroundings& surroundings)
                      recorder.extraAudioInputs);
     refresher.follow(recorder.screenEnabled, recorder.availableDisplays, recorder.selectedDisplayID,
                      recorder.screenCaptureMode, recorder.captureRegion, recorder.aspectPreset,
-                     recorder.selectedWindowID, recorder.selectedWindowTitle);
+                     recorder.selectedWindowID, recorder.selectedWindowTitle, recorder.windowOffer);
     refresher.follow(recorder.availableCameraDevices, recorder.selectedCameraDeviceID, recorder.extraCameras,
                      recorder.cameraResolutions, recorder.webcamPreviewVisible,
                      recorder.hiddenExtraCameraPreviews);

@@ -18,6 +18,7 @@ struct BarState {
     bool clicksAvailable = false;
     NSColor clickColour;
     bool isRecording = false;
+    bool windowsAvailable = true; ///< whether a single window can be captured
     bool operator==(const BarState&) const = default;
 };
 

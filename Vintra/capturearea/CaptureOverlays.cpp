@@ -13,6 +13,8 @@ CaptureOverlays::CaptureOverlays(std::shared_ptr<CaptureOverlayWindows> windows,
     selection.screenFrameRate.onChange(sync);
     selection.selectedDisplayID.onChange(sync);
     selection.selectedWindowID.onChange(sync);
+    selection.isAskingForWindow.onChange(sync);
+    selection.windowOffer.onChange(sync);
     selection.screenCaptureMode.onChange(sync);
     selection.captureRegion.onChange(sync);
     selection.showMouseClicks.onChange([this](bool) { syncClickHighlight(); });

@@ -31,6 +31,7 @@ public:
     std::optional<uint32_t> placeClickHighlight(const NSScreen& on) {
         return windows->placeClickHighlight(on);
     }
+    bool canShowGuide() const { return windows->canShowGuide(); }
     bool canShowClicks() const { return windows->canShowClicks(); }
     void takeWillStart(std::function<void()> whenShown) { windows->takeWillStart(std::move(whenShown)); }
     void takeDidNotStart() { windows->takeDidNotStart(); }

@@ -79,6 +79,7 @@ std::vector<Part> parts(const BarState& state, const TextMeasure& measure) {
     } else {
         for (const auto choice :
              {CaptureModeChoice::fullScreen, CaptureModeChoice::region, CaptureModeChoice::window}) {
+            if (choice == CaptureModeChoice::window && !state.windowsAvailable) continue;
             addText({BarAction::Mode{choice}}, false);
         }
         if (state.mode == CaptureModeChoice::region) addText({BarAction::AspectMenu{}}, true);

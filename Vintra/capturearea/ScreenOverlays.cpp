@@ -8,6 +8,12 @@ namespace vintra {
 namespace {
 
 constexpr int64_t kWindowFrameNanoseconds = 500'000'000;
+/// A window that is dragged moves many times a second.
+constexpr int64_t kOwnWindowsNanoseconds = 250'000'000;
+
+bool overlapsPicture(const CGRect& a, const CGRect& b) {
+    return a.minX() < b.maxX() && b.minX() < a.maxX() && a.minY() < b.maxY() && b.minY() < a.maxY();
+}
 
 /// 0xRRGGBB.
 uint32_t hexOf(const NSColor& color) {
@@ -48,6 +54,8 @@ ScreenOverlays::ScreenOverlays(const Services& services)
 void ScreenOverlays::attach(Recorder newRecorder) {
     recorder.emplace(std::move(newRecorder));
     screenChanges = services.screens.observeChanges([this] { syncRegionGuide(); });
+    screenTrackChanges = recorder->selection.screenEnabled.observe([this](bool) { noteOwnWindows(); });
+    ownWindowChanges = services.ownWindows.observeChanges([this] { noteOwnWindowsSoon(); });
     syncRegionGuide();
 }
 
@@ -56,6 +64,9 @@ void ScreenOverlays::detach() {
     isTakeStarting = false;
     callAfterShown();
     screenChanges.reset();
+    ownWindowChanges.reset();
+    screenTrackChanges.reset();
+    ownWindowsSettle.reset();
     windowFrameTimer.reset();
     regionSelect.finish(std::nullopt);
     windowPicker.dismiss();
@@ -93,6 +104,11 @@ void ScreenOverlays::connectCallbacks() {
 void ScreenOverlays::syncRegionGuide() {
     if (!recorder) return;
     if (*recorder->isRecording) isTakeStarting = false;
+    showWhatIsToBe();
+    noteOwnWindows();
+}
+
+void ScreenOverlays::showWhatIsToBe() {
     const BarState state = barState();
     windowPicker.refresh(state);
     regionSelect.refresh(state);
@@ -105,7 +121,46 @@ void ScreenOverlays::syncRegionGuide() {
         return;
     }
     if (regionSelect.isOpen() || windowPicker.isOpen()) return; // the guide would lie below
+    if (*recorder->selection.isAskingForWindow && !isInTake()) {
+        regionGuide.hide(); // it would lie over the desktop's question
+        windowFrameTimer.reset();
+        return;
+    }
     showGuide(state);
+}
+
+void ScreenOverlays::noteOwnWindowsSoon() {
+    if (ownWindowsSettle) return;
+    ownWindowsSettle = std::make_unique<MainThreadTimer>(services.dispatchQueues, services.mainThread,
+                                                         kOwnWindowsNanoseconds, [this] {
+                                                             ownWindowsSettle.reset();
+                                                             noteOwnWindows();
+                                                         });
+}
+
+void ScreenOverlays::noteOwnWindows() {
+    if (!recorder) return;
+    const auto captured = isInTake() ? std::nullopt : capturedPart();
+    bool isInPicture = false;
+    if (captured && services.windows.areCaptured()) {
+        isInPicture = std::ranges::any_of(services.ownWindows.windows(), [&](const OwnWindows::Window& each) {
+            return each.isVisible && !each.isPanel && overlapsPicture(each.frame, *captured);
+        });
+    }
+    if (isInPicture != *recorder->selection.isOwnWindowInPicture)
+        recorder->selection.isOwnWindowInPicture.set(isInPicture);
+}
+
+std::optional<CGRect> ScreenOverlays::capturedPart() const {
+    const ScreenSelection& selection = recorder->selection;
+    if (!*selection.screenEnabled || *selection.screenCaptureMode == CaptureModeChoice::window)
+        return std::nullopt;
+    const bool isRegion = selection.effectiveCaptureMode() == CaptureModeChoice::region;
+    const auto screen =
+        isRegion ? screenWithNumber((*selection.captureRegion)->displayID) : screenForEffectiveDisplay();
+    if (!screen || !isRegion) return screen ? std::optional(screen->frame) : std::nullopt;
+    const CGRect& rect = (*selection.captureRegion)->rect;
+    return CGRect{{screen->frame.minX() + rect.minX(), screen->frame.minY() + rect.minY()}, rect.size};
 }
 
 BarState ScreenOverlays::barState() const {
@@ -183,7 +238,8 @@ RegionGuideOverlay::Guide ScreenOverlays::guideOf(const BarState& state) const {
 }
 
 void ScreenOverlays::showWindow(const BarState& state) {
-    startWindowFrameTracking();
+    // A window that the desktop alone knows has no place.
+    if (*recorder->selection.windowOffer == WindowQuestion::Offer::needless) startWindowFrameTracking();
     const auto region = recorder->selectedWindowRegion();
     const auto screen = region ? screenWithNumber(region->displayID) : std::nullopt;
     if (!screen) {

@@ -60,6 +60,7 @@ public:
     void beginWindowSelection() override;
     void syncClickHighlight() override;
     std::optional<uint32_t> placeClickHighlight(const NSScreen& on) override;
+    bool canShowGuide() const override { return services.windows.canLetClicksThrough(); }
     bool canShowClicks() const override { return services.monitors.canObserveClicks(); }
     void takeWillStart(std::function<void()> whenShown) override;
     void takeDidNotStart() override;
@@ -68,6 +69,9 @@ private:
     BarCallbacks barCallbacks();
     void connectCallbacks();
     void closePickersOutOfPlace();
+    void showWhatIsToBe();
+    void noteOwnWindows();
+    void noteOwnWindowsSoon();
     /// From just before its first picture on.
     bool isInTake() const { return isTakeStarting || *recorder->isRecording; }
     BarState barState() const;
@@ -81,6 +85,8 @@ private:
     void presentClickColourPanel();
     std::optional<NSScreen> screenWithNumber(uint32_t number) const;
     std::optional<NSScreen> screenForEffectiveDisplay() const;
+    /// What the next take would capture of the desktop; nothing for a window by itself.
+    std::optional<CGRect> capturedPart() const;
     /// Where clicks are to be seen now.
     std::optional<NSScreen> clickScreen() const;
 
@@ -93,6 +99,9 @@ private:
     std::optional<uint32_t> pickerScreen;    ///< on which a picker is, or was last
     std::optional<NSScreen> highlightScreen; ///< on which clicks are shown
     std::unique_ptr<MainThreadTimer> windowFrameTimer;
+    Observation ownWindowChanges;
+    Observation screenTrackChanges;
+    std::unique_ptr<MainThreadTimer> ownWindowsSettle; ///< until they are looked at
     bool isTakeStarting = false;
     bool hasToldOfClicks = false;             ///< that none are shown
     std::unique_ptr<MainThreadTimer> showing; ///< until the screen shows what a take begins with

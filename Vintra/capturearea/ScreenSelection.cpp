@@ -33,4 +33,10 @@ CaptureModeChoice ScreenSelection::effectiveCaptureMode() const {
     return CaptureModeChoice::fullScreen;
 }
 
+std::vector<CaptureModeChoice> ScreenSelection::offeredModes() const {
+    std::vector<CaptureModeChoice> modes{CaptureModeChoice::fullScreen, CaptureModeChoice::region};
+    if (*windowOffer != WindowQuestion::Offer::refused) modes.push_back(CaptureModeChoice::window);
+    return modes;
+}
+
 } // namespace vintra

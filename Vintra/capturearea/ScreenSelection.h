@@ -5,6 +5,7 @@
 #include "Vintra/capturearea/CaptureModeChoice.h"
 #include "Vintra/capturearea/CaptureRegion.h"
 #include "Vintra/platform/Published.h"
+#include "Vintra/platform/WindowQuestion.h"
 
 #include <cstdint>
 #include <optional>
@@ -25,6 +26,10 @@ struct ScreenSelection {
     Published<bool> regionGuideVisible{false};
     Published<std::optional<uint32_t>> selectedWindowID;
     Published<std::optional<std::string>> selectedWindowTitle;
+    Published<WindowQuestion::Offer> windowOffer{WindowQuestion::Offer::needless};
+    Published<bool> isAskingForWindow{false}; ///< the desktop's question is open
+    /// One of this program's windows lies where the next take's picture is taken, and would be in it.
+    Published<bool> isOwnWindowInPicture{false};
     Published<bool> showMouseClicks{false};
     Published<uint32_t> clickRippleColor{0xffcc00}; ///< 0xRRGGBB
 
@@ -33,6 +38,8 @@ struct ScreenSelection {
     /// The chosen mode; a region on a display that isn't there, and window mode without a window, count as
     /// the full screen.
     CaptureModeChoice effectiveCaptureMode() const;
+    /// Those that can be chosen here.
+    std::vector<CaptureModeChoice> offeredModes() const;
 };
 
 } // namespace vintra

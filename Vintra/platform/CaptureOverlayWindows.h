@@ -22,6 +22,8 @@ public:
     /// Puts the click highlight over the whole screen, in front. Its window's number; nothing if there is
     /// none.
     virtual std::optional<uint32_t> placeClickHighlight(const NSScreen& on) = 0;
+    /// Whether the machine can show the guide at all.
+    virtual bool canShowGuide() const = 0;
     /// Whether the machine can show clicks at all.
     virtual bool canShowClicks() const = 0;
     /// What is in the picture of the take leaves the screen. Calls back once that can be seen, perhaps at once.
@@ -38,6 +40,7 @@ public:
     void beginWindowSelection() override {}
     void syncClickHighlight() override {}
     std::optional<uint32_t> placeClickHighlight(const NSScreen&) override { return std::nullopt; }
+    bool canShowGuide() const override { return false; }
     bool canShowClicks() const override { return false; }
     void takeWillStart(std::function<void()> whenShown) override { whenShown(); }
     void takeDidNotStart() override {}

@@ -64,8 +64,11 @@ class OverlayWindows {
 public:
     virtual ~OverlayWindows() = default;
     /// Not yet on the screen. The input outlives the window; it isn't called from within a call to the
-    /// window. Null where the machine has no such windows.
+    /// window. Null where the machine has no such windows, and for one that ignores mouse events where it has none
+    /// that do.
     virtual std::unique_ptr<OverlayWindow> makeWindow(const OverlayRecipe& recipe, OverlayInput& input) = 0;
+    /// Whether there are windows that clicks go through to what lies below.
+    virtual bool canLetClicksThrough() const = 0;
     /// Of the text that the windows draw. It lives as long as this.
     virtual const TextMeasure& textMeasure() const = 0;
     /// Whether the program's own windows are in the picture of a captured display, as everything on it is.

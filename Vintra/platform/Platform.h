@@ -27,6 +27,7 @@ class Screens;
 class UserDefaults;
 class WallClock;
 class WindowList;
+class WindowQuestion;
 class Workspace;
 
 /// Every service of the machine, built once by a `main` or a test and handed down. None is null. A test takes
@@ -48,6 +49,7 @@ struct Platform {
     std::shared_ptr<CaptureOverlayWindows> captureOverlayWindows;
     std::shared_ptr<FloatingPreviewWindows> floatingPreviewWindows;
     std::shared_ptr<WindowList> windowList;
+    std::shared_ptr<WindowQuestion> windowQuestion;
     std::shared_ptr<AudioHardware> audioHardware;
     std::shared_ptr<AudioDeviceIO> audioDeviceIO;
     std::shared_ptr<AssetProbing> assetProbing;

@@ -29,6 +29,8 @@ struct SCWindow {
     uint32_t windowID = 0;
     CGRect frame; ///< points
     std::string title;
+    int pixelWidth = 0; ///< 0 where the machine tells points alone
+    int pixelHeight = 0;
     bool operator==(const SCWindow&) const = default;
 };
 

@@ -4,13 +4,17 @@
 #include "Vintra/platform/ProcessInfo.h"
 #include "Vintra/platform/UserDefaults.h"
 #include "Vintra/platform/WindowList.h"
+#include "Vintra/take/RecordingError.h"
+#include "Vintra/take/Words.h"
 #include "Vintra/video/CappedCaptureSize.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace vintra {
 namespace {
 
+constexpr const char* kWindowOfDesktop = "chosen on the desktop"; // as no program is told its title
 constexpr double kScaleWithoutScreen = 2.0; // pixels a point of a display that no screen matches
 
 /// Of 0xRRGGBB.
@@ -29,7 +33,12 @@ CaptureArea::CaptureArea(const Surroundings& surroundings)
     : platform(surroundings.platform)
     , selection(surroundings.selection)
     , overlays(surroundings.overlays)
-    , isRecording(surroundings.isRecording) {
+    , isRecording(surroundings.isRecording)
+    , lastError(surroundings.lastError)
+    , tasks(*platform.mainThread) {
+    const auto noteOffer = [this] { selection.windowOffer.set(platform.windowQuestion->offer()); };
+    noteOffer();
+    windowOfferChanges = platform.windowQuestion->observeOffer(noteOffer);
     selection.aspectPreset.onChange([this](AspectPreset) {
         reshapeRegionToAspect();
         overlays.syncRegionGuide();
@@ -71,6 +80,15 @@ std::string CaptureArea::captureAreaLabel() const {
     return selection.availableDisplays->size() < 2 ? display->name + " · " + size : size;
 }
 
+std::string CaptureArea::captureLimits() const {
+    std::vector<std::string> missing;
+    if (*selection.windowOffer == WindowQuestion::Offer::refused)
+        missing.emplace_back("recording a single window");
+    if (!overlays.canShowGuide()) missing.emplace_back("a frame around the area");
+    if (!overlays.canShowClicks()) missing.emplace_back("showing clicks");
+    return missing.empty() ? "" : "Not possible on this desktop: " + naturalList(missing, "and") + ".";
+}
+
 BarState CaptureArea::currentBarState() const {
     return {.mode = *selection.screenCaptureMode,
             .aspect = *selection.aspectPreset,
@@ -80,17 +98,20 @@ BarState CaptureArea::currentBarState() const {
             .clicksAvailable =
                 *selection.screenCaptureMode != CaptureModeChoice::window && overlays.canShowClicks(),
             .clickColour = colourOf(*selection.clickRippleColor),
-            .isRecording = *isRecording};
+            .isRecording = *isRecording,
+            .windowsAvailable = *selection.windowOffer != WindowQuestion::Offer::refused};
 }
 
 void CaptureArea::chooseCaptureMode(CaptureModeChoice mode) {
+    const auto offered = selection.offeredModes();
+    if (std::ranges::find(offered, mode) == offered.end()) return;
     const bool wasRegion = *selection.screenCaptureMode == CaptureModeChoice::region;
     selection.screenCaptureMode.set(mode);
     switch (mode) {
     case CaptureModeChoice::window:
         selection.regionGuideVisible.set(true);
         overlays.syncRegionGuide();
-        overlays.beginWindowSelection();
+        beginWindowSelection();
         return;
     case CaptureModeChoice::region:
         if (!*selection.captureRegion || wasRegion) {
@@ -103,6 +124,40 @@ void CaptureArea::chooseCaptureMode(CaptureModeChoice mode) {
     }
     selection.regionGuideVisible.set(true);
     overlays.syncRegionGuide();
+}
+
+void CaptureArea::beginWindowSelection() {
+    if (*selection.windowOffer == WindowQuestion::Offer::needless) {
+        overlays.beginWindowSelection();
+    } else {
+        tasks.start(askForWindow());
+    }
+}
+
+Task<> CaptureArea::askForWindow() {
+    if (*isRecording || *selection.isAskingForWindow) co_return;
+    const WindowQuestion::Answer answer = co_await answerOfDesktop(WindowQuestion::Wish::another);
+    if (answer.error) lastError.set(answer.error->localizedDescription());
+}
+
+Task<WindowQuestion::Answer> CaptureArea::answerOfDesktop(WindowQuestion::Wish wish) {
+    selection.isAskingForWindow.set(true);
+    const auto ask = [question = platform.windowQuestion, wish](auto done) { question->ask(wish, done); };
+    WindowQuestion::Answer answer =
+        co_await awaitCompletion<WindowQuestion::Answer>(*platform.mainThread, ask);
+    selection.isAskingForWindow.set(false);
+    if (answer.window) {
+        selection.selectedWindowTitle.set(kWindowOfDesktop);
+        selection.selectedWindowID.set(answer.window->windowID);
+    }
+    co_return answer;
+}
+
+Task<SCWindow> CaptureArea::sharedWindow() {
+    const WindowQuestion::Answer answer = co_await answerOfDesktop(WindowQuestion::Wish::same);
+    if (answer.error) throw *answer.error;
+    if (!answer.window) throw RecordingError::windowUnavailable();
+    co_return *answer.window;
 }
 
 void CaptureArea::reshapeRegionToAspect() {

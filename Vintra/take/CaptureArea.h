@@ -7,8 +7,12 @@
 #include "Vintra/capturearea/PickableWindow.h"
 #include "Vintra/capturearea/ScreenSelection.h"
 #include "Vintra/platform/CMSampleBuffer.h"
+#include "Vintra/platform/MainThreadTasks.h"
+#include "Vintra/platform/Observation.h"
 #include "Vintra/platform/Platform.h"
 #include "Vintra/platform/Screens.h"
+#include "Vintra/platform/Task.h"
+#include "Vintra/platform/WindowQuestion.h"
 
 #include <cstdint>
 #include <optional>
@@ -27,15 +31,18 @@ public:
         ScreenSelection& selection;
         CaptureOverlays& overlays;
         const Published<bool>& isRecording;
+        Published<std::optional<std::string>>& lastError;
     };
 
     explicit CaptureArea(const Surroundings& surroundings);
 
     /// One line: "Area · 1280×720 · 16:9".
     std::string captureAreaLabel() const;
+    /// A sentence that says what of the choices this desktop doesn't allow; empty if it allows all.
+    std::string captureLimits() const;
     BarState currentBarState() const;
     /// What the bar's mode buttons do: takes the mode over, and shows what it captures or lets the user
-    /// choose it. Choosing the region mode again draws a new region.
+    /// choose it. Choosing the region mode again draws a new region. A mode that isn't offered is left alone.
     void chooseCaptureMode(CaptureModeChoice mode);
     /// Gives the chosen region the chosen aspect: of the same area around the same centre, within its
     /// display. Freeform leaves it alone, and so does a display without a screen.
@@ -53,11 +60,21 @@ public:
     /// The size at which so many pixels are captured.
     CMVideoDimensions cappedSize(int width, int height) const;
 
+    /// The window that the desktop's question gives. Throws `SystemError`, and `RecordingError` if the user wants none.
+    Task<SCWindow> sharedWindow();
+
 private:
+    void beginWindowSelection();
+    Task<> askForWindow();
+    Task<WindowQuestion::Answer> answerOfDesktop(WindowQuestion::Wish wish);
+
     const Platform& platform;
     ScreenSelection& selection;
     CaptureOverlays& overlays;
     const Published<bool>& isRecording;
+    Published<std::optional<std::string>>& lastError;
+    Observation windowOfferChanges;
+    MainThreadTasks tasks;
 };
 
 } // namespace vintra

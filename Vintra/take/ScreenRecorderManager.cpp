@@ -81,8 +81,11 @@ ScreenRecorderManager::ScreenRecorderManager(Platform services)
     , multiCameraScreenRate(
           std::make_unique<MultiCameraScreenRate>(platform.userDefaults, *this, *this, isRecording))
     , overlays(std::make_unique<CaptureOverlays>(platform.captureOverlayWindows, *this, isRecording))
-    , captureArea(std::make_unique<CaptureArea>(CaptureArea::Surroundings{
-          .platform = platform, .selection = *this, .overlays = *overlays, .isRecording = isRecording}))
+    , captureArea(std::make_unique<CaptureArea>(CaptureArea::Surroundings{.platform = platform,
+                                                                          .selection = *this,
+                                                                          .overlays = *overlays,
+                                                                          .isRecording = isRecording,
+                                                                          .lastError = lastError}))
     , screenSource(std::make_unique<ScreenSource>(ScreenSource::Surroundings{
           .platform = platform, .selection = *this, .area = *captureArea, .overlays = *overlays}))
     , screenTrack(ScreenTrack::make(platform))
@@ -292,6 +295,10 @@ int ScreenRecorderManager::armedTrackCount() const {
         *extraAudioInputs, [](const ExtraAudioInputConfig& row) { return row.deviceID.has_value(); });
     return armedCameraCount() + (*screenEnabled ? 1 : 0) + (*selectedMicDeviceID ? 1 : 0) +
            static_cast<int>(extras) + (*captureSystemAudioForDaw || *selectedDawDeviceID ? 1 : 0);
+}
+
+std::string ScreenRecorderManager::captureLimits() const {
+    return captureArea->captureLimits();
 }
 
 std::string ScreenRecorderManager::captureAreaLabel() const {

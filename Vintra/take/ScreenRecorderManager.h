@@ -130,6 +130,7 @@ public:
     /// Whether the camera has a format worth recording above 1080p.
     bool cameraOffers4K(const std::string& camera) const;
     std::string captureAreaLabel() const;
+    std::string captureLimits() const;
     BarState currentBarState() const;
     std::vector<PickableWindow> pickableWindows() const;
     std::optional<CaptureRegion> selectedWindowRegion() const;

@@ -50,7 +50,14 @@ Task<ScreenSource::Setup> ScreenSource::setUp() {
     std::optional<SCWindow> highlight;
     if (*selection.showMouseClicks && selection.effectiveCaptureMode() != CaptureModeChoice::window && screen)
         highlight = co_await placeClickHighlight(*screen);
-    const std::optional<SCWindow> window = chosenWindow(content);
+    const bool isAsked = *selection.screenCaptureMode == CaptureModeChoice::window &&
+                         *selection.windowOffer != WindowQuestion::Offer::needless;
+    std::optional<SCWindow> window;
+    if (isAsked) {
+        window = co_await area.sharedWindow();
+    } else {
+        window = chosenWindow(content);
+    }
     Setup setup;
     if (window) {
         setup.filter.content = SCContentFilter::DesktopIndependentWindow{*window};
@@ -111,7 +118,9 @@ SCStreamConfiguration ScreenSource::makeStreamConfiguration(const SCDisplay& dis
     const auto& region = *selection.captureRegion;
     SCStreamConfiguration configuration;
     CMVideoDimensions size;
-    if (window) {
+    if (window && window->pixelWidth > 0 && window->pixelHeight > 0) {
+        size = {evenSide(window->pixelWidth), evenSide(window->pixelHeight)};
+    } else if (window) {
         size = {evenSide(scale * window->frame.size.width), evenSide(scale * window->frame.size.height)};
     } else if (selection.effectiveCaptureMode() == CaptureModeChoice::region && region &&
                region->displayID == display.displayID) {

@@ -11,6 +11,7 @@
 #include "Vintra/platform/HostClock.h"
 #include "Vintra/platform/Log.h"
 #include "Vintra/platform/ProcessInfo.h"
+#include "Vintra/platform/WindowQuestion.h"
 #include "Vintra/take/FeedbackAsk.h"
 #include "Vintra/take/PictureMonitors.h"
 #include "Vintra/take/RecordingError.h"
@@ -99,6 +100,7 @@ Task<> ScreenRecorderManager::setUpTake() {
 }
 
 void ScreenRecorderManager::cancelStart() {
+    platform.windowQuestion->cancel();
     screenTrack->cancelStart();
 }
 

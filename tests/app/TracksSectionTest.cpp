@@ -71,6 +71,15 @@ TEST_F(TracksSectionTest, theModesAreThoseOfTheControlBar) {
     EXPECT_EQ(row<CaptureAreaRow>("captureArea").mode, CaptureModeChoice::window);
 }
 
+TEST_F(TracksSectionTest, whatTheDesktopDoesntAllowIsSaidAndNotOffered) {
+    const auto area = [this] { return row<CaptureAreaRow>("captureArea"); };
+    EXPECT_EQ(area().limits, "");
+    EXPECT_EQ(area().modes.size(), 3u);
+    machine.windowQuestion->change(WindowQuestion::Offer::refused);
+    EXPECT_EQ(area().modes, (std::vector{CaptureModeChoice::fullScreen, CaptureModeChoice::region}));
+    EXPECT_EQ(area().limits, "Not possible on this desktop: recording a single window.");
+}
+
 TEST_F(TracksSectionTest, theScreensControlsRestInATake) {
     press();
     ASSERT_TRUE(*recorder->isRecording) << lastError();

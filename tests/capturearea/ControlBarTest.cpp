@@ -289,5 +289,19 @@ TEST(ControlBarTest, theMenuMarksTheItemThatIsOn) {
     EXPECT_LT(drawing.texts[2].at.x + 5, items[1].rect.maxX());
 }
 
+TEST(ControlBarTest, aWindowThatCannotBeCapturedIsntOffered) {
+    BarState state = stateOf(CaptureModeChoice::fullScreen);
+    state.windowsAvailable = false;
+    std::vector<BarAction> actions;
+    for (const auto& item : layoutOf(state))
+        actions.push_back(item.action);
+    EXPECT_EQ(actions, (std::vector<BarAction>{mode(CaptureModeChoice::fullScreen),
+                                               mode(CaptureModeChoice::region),
+                                               kFrameRateMenu,
+                                               kClicks,
+                                               {BarAction::ClickColour{}},
+                                               {BarAction::Done{}}}));
+}
+
 } // namespace
 } // namespace vintra

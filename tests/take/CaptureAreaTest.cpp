@@ -1,5 +1,6 @@
 #include "tests/take/RecorderFixture.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace vintra {
@@ -109,6 +110,47 @@ TEST_F(CaptureAreaTest, windowsOfOthersMayBePicked) {
     EXPECT_EQ(recorder->pickableWindows(),
               (std::vector<PickableWindow>{
                   {.id = 9, .appName = "Editor", .title = "Notes", .frame = {{10, 20}, {300, 200}}}}));
+}
+
+TEST_F(CaptureAreaTest, whereOnlyTheDesktopKnowsWindowsItAsksForOne) {
+    machine.windowQuestion->change(WindowQuestion::Offer::asked);
+    recorder->chooseCaptureMode(CaptureModeChoice::window);
+    machine.run(0.1);
+    EXPECT_EQ(machine.windowQuestion->wishes, std::vector{WindowQuestion::Wish::another});
+    EXPECT_EQ(std::ranges::count(machine.captureOverlayWindows->calls, "window selection"), 0);
+    EXPECT_TRUE(*recorder->isAskingForWindow);
+    recorder->chooseCaptureMode(CaptureModeChoice::window);
+    machine.run(0.1);
+    EXPECT_EQ(machine.windowQuestion->wishes.size(), 1u) << "one question at a time";
+    machine.windowQuestion->answer({.window = SCWindow{.pixelWidth = 640, .pixelHeight = 480}});
+    machine.run(0.1);
+    EXPECT_FALSE(*recorder->isAskingForWindow);
+    EXPECT_EQ(recorder->captureAreaLabel(), "Window · chosen on the desktop");
+    EXPECT_EQ(recorder->effectiveCaptureMode(), CaptureModeChoice::window);
+    EXPECT_FALSE(recorder->selectedWindowRegion()) << "no program is told where it is";
+
+    recorder->chooseCaptureMode(CaptureModeChoice::window);
+    machine.windowQuestion->answer({});
+    machine.run(0.1);
+    EXPECT_EQ(*recorder->selectedWindowID, 0u) << "a user who wants none keeps the one before";
+    EXPECT_EQ(*recorder->lastError, std::nullopt);
+    recorder->chooseCaptureMode(CaptureModeChoice::window);
+    machine.windowQuestion->answer({.error = SystemError("portal", 2, "There is no portal.")});
+    machine.run(0.1);
+    EXPECT_EQ(*recorder->lastError, "There is no portal.");
+}
+
+TEST_F(CaptureAreaTest, whereNoWindowCanBeCapturedTheModeIsntOffered) {
+    EXPECT_EQ(recorder->captureLimits(), "");
+    machine.windowQuestion->change(WindowQuestion::Offer::refused);
+    EXPECT_EQ(recorder->offeredModes(),
+              (std::vector{CaptureModeChoice::fullScreen, CaptureModeChoice::region}));
+    EXPECT_FALSE(recorder->currentBarState().windowsAvailable);
+    EXPECT_EQ(recorder->captureLimits(), "Not possible on this desktop: recording a single window.");
+    recorder->chooseCaptureMode(CaptureModeChoice::window);
+    machine.run(0.1);
+    EXPECT_EQ(*recorder->screenCaptureMode, CaptureModeChoice::fullScreen);
+    EXPECT_TRUE(machine.windowQuestion->wishes.empty());
 }
 
 TEST_F(CaptureAreaTest, theChosenWindowIsFollowedFromScreenToScreen) {

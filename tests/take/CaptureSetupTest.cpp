@@ -40,8 +40,12 @@ protected:
     Published<bool> isRecording{false};
     SimulatedCaptureOverlayWindows& windows = *machine.captureOverlayWindows;
     CaptureOverlays overlays{machine.captureOverlayWindows, selection, isRecording};
-    CaptureArea area{
-        {.platform = platform, .selection = selection, .overlays = overlays, .isRecording = isRecording}};
+    Published<std::optional<std::string>> lastError;
+    CaptureArea area{{.platform = platform,
+                      .selection = selection,
+                      .overlays = overlays,
+                      .isRecording = isRecording,
+                      .lastError = lastError}};
     ScreenSource source{{.platform = platform, .selection = selection, .area = area, .overlays = overlays}};
 };
 

@@ -68,8 +68,11 @@ protected:
     CameraTestState cameraState{machine};
     Cameras cameras{cameraState.surroundings()};
     CaptureOverlays overlays{machine.captureOverlayWindows, screen, isRecording};
-    CaptureArea area{
-        {.platform = platform, .selection = screen, .overlays = overlays, .isRecording = isRecording}};
+    CaptureArea area{{.platform = platform,
+                      .selection = screen,
+                      .overlays = overlays,
+                      .isRecording = isRecording,
+                      .lastError = lastError}};
     ScreenSource screenSource{
         {.platform = platform, .selection = screen, .area = area, .overlays = overlays}};
     DeviceInventory inventory{{.platform = platform,

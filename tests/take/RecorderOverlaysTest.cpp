@@ -163,6 +163,37 @@ TEST_F(RecorderOverlaysTest, aWindowIsPickedAndFollowedWithinHalfASecond) {
     EXPECT_FALSE(showsText(window().list, "840 × 600  ·  Editor — Notes"));
 }
 
+TEST_F(RecorderOverlaysTest, theGuideMakesRoomForTheDesktopsQuestion) {
+    machine.windowQuestion->change(WindowQuestion::Offer::asked);
+    pressButton({BarAction::Mode{CaptureModeChoice::window}});
+    machine.run(0.1);
+    ASSERT_TRUE(machine.windowQuestion->isOpen());
+    EXPECT_EQ(onScreen(), 0u) << "it would lie over the question";
+    machine.windowQuestion->answer({.window = SCWindow{.pixelWidth = 640, .pixelHeight = 480}});
+    machine.run(0.1);
+    EXPECT_EQ(onScreen(), 1u);
+    EXPECT_FALSE(std::holds_alternative<DrawList::FilledSurround>(window().list.shapes.at(0)))
+        << "a window that has no place has no frame";
+    const int before = window().presentations;
+    machine.run(5);
+    EXPECT_EQ(window().presentations, before);
+    machine.windowQuestion->change(WindowQuestion::Offer::refused);
+    EXPECT_FALSE(showsText(window().list, "Window"));
+}
+
+TEST_F(RecorderOverlaysTest, withoutWindowsThatLetClicksThroughThereIsASelectionAndNoGuide) {
+    recorder->regionGuideVisible.set(false);
+    overlays->syncRegionGuide();
+    windows.letsClicksThrough = false;
+    EXPECT_EQ(recorder->captureLimits(), "Not possible on this desktop: a frame around the area.");
+    recorder->chooseCaptureMode(CaptureModeChoice::region);
+    ASSERT_EQ(onScreen(), 1u);
+    drag({200, 300}, {840, 660});
+    window().input->keyDown(kKeyReturn);
+    EXPECT_EQ(**recorder->captureRegion, (CaptureRegion{1, {{200, 240}, {640, 360}}}));
+    EXPECT_EQ(onScreen(), 0u);
+}
+
 TEST_F(RecorderOverlaysTest, theGuideIsLockedDuringATake) {
     recorder->captureRegion.set(CaptureRegion{1, {{200, 240}, {640, 360}}});
     recorder->chooseCaptureMode(CaptureModeChoice::region);
@@ -301,6 +332,43 @@ TEST_F(RecorderOverlaysTest, aScreenThatGoesTakesItsOverlaysAlong) {
     EXPECT_EQ(onScreen(), 0u);
     recorder->chooseCaptureMode(CaptureModeChoice::window);
     EXPECT_EQ(onScreen(), 0u) << "there is no screen to pick on";
+}
+
+TEST_F(RecorderOverlaysTest, anOwnWindowOnWhatIsRecordedWouldBeInThePicture) {
+    windows.inPicture = true;
+    ownWindows.list = {{.number = 8, .frame = {{100, 100}, {744, 692}}, .isVisible = true}};
+    ownWindows.notify();
+    EXPECT_FALSE(*recorder->isOwnWindowInPicture) << "it may still be moving";
+    machine.run(0.3);
+    EXPECT_TRUE(*recorder->isOwnWindowInPicture);
+    recorder->captureRegion.set(CaptureRegion{1, {{844, 0}, {300, 300}}});
+    recorder->chooseCaptureMode(CaptureModeChoice::region);
+    EXPECT_FALSE(*recorder->isOwnWindowInPicture) << "it ends where the region begins";
+    recorder->captureRegion.set(CaptureRegion{1, {{843, 0}, {300, 300}}});
+    EXPECT_TRUE(*recorder->isOwnWindowInPicture);
+    recorder->screenEnabled.set(false);
+    EXPECT_FALSE(*recorder->isOwnWindowInPicture);
+    recorder->screenEnabled.set(true);
+    EXPECT_TRUE(*recorder->isOwnWindowInPicture);
+    start();
+    EXPECT_FALSE(*recorder->isOwnWindowInPicture) << "it is said before a take";
+    stop();
+    EXPECT_TRUE(*recorder->isOwnWindowInPicture);
+    ownWindows.list[0].isVisible = false;
+    ownWindows.notify();
+    machine.run(0.3);
+    EXPECT_FALSE(*recorder->isOwnWindowInPicture);
+    ownWindows.list[0] = {.number = 8, .frame = {{850, 100}, {240, 135}}, .isVisible = true, .isPanel = true};
+    ownWindows.notify();
+    machine.run(0.3);
+    EXPECT_FALSE(*recorder->isOwnWindowInPicture) << "a camera's window is where the user wants it";
+}
+
+TEST_F(RecorderOverlaysTest, whereNoOwnWindowIsCapturedNoneIsInThePicture) {
+    ownWindows.list = {{.number = 8, .frame = {{100, 100}, {744, 692}}, .isVisible = true}};
+    ownWindows.notify();
+    machine.run(0.3);
+    EXPECT_FALSE(*recorder->isOwnWindowInPicture);
 }
 
 } // namespace

@@ -65,6 +65,50 @@ TEST_F(ScreenSourceTest, theFullScreenIsCapturedWithTheStreamsFixedSettings) {
     EXPECT_TRUE(displayFilter().exceptingWindows.empty());
 }
 
+TEST_F(ScreenSourceTest, aWindowThatOnlyTheDesktopKnowsIsCapturedInItsPixels) {
+    machine.windowQuestion->change(WindowQuestion::Offer::asked);
+    recorder->screenCaptureMode.set(CaptureModeChoice::window);
+    machine.windowQuestion->nextAnswer = {
+        .window =
+            SCWindow{.frame = {{0, 0}, {641, 480}}, .title = {}, .pixelWidth = 641, .pixelHeight = 480}};
+    recordFor(0.5);
+    EXPECT_EQ(machine.windowQuestion->wishes, std::vector{WindowQuestion::Wish::same})
+        << "the one that is remembered";
+    EXPECT_EQ(machine.screenCapture->streamsMade, 1);
+    EXPECT_EQ(configuration().width, 640);
+    EXPECT_EQ(configuration().height, 480);
+    const auto& filter =
+        std::get<SCContentFilter::DesktopIndependentWindow>(machine.screenCapture->lastFilter->content);
+    EXPECT_EQ(filter.window.windowID, 0u);
+}
+
+TEST_F(ScreenSourceTest, aWindowThatTheDesktopDoesntGiveNeverBecomesItsDisplay) {
+    recorder->screenCaptureMode.set(CaptureModeChoice::window);
+    for (const auto offer : {WindowQuestion::Offer::asked, WindowQuestion::Offer::refused}) {
+        machine.windowQuestion->change(offer);
+        machine.windowQuestion->nextAnswer = {.window = {},
+                                              .error = SystemError("portal", 6, "The user said no.")};
+        machine.complete(recorder->startRecording(videoURL()));
+        EXPECT_EQ(*recorder->lastError, "The user said no.");
+        EXPECT_EQ(*recorder->statusMessage, "Failed to start");
+    }
+    EXPECT_EQ(machine.screenCapture->streamsMade, 0);
+}
+
+TEST_F(ScreenSourceTest, aStartThatWaitsForTheDesktopsQuestionCanBeEnded) {
+    machine.windowQuestion->change(WindowQuestion::Offer::asked);
+    recorder->screenCaptureMode.set(CaptureModeChoice::window);
+    TaskScope scope;
+    scope.start(recorder->startRecording(videoURL()));
+    machine.run(1);
+    ASSERT_TRUE(machine.windowQuestion->isOpen());
+    EXPECT_TRUE(*recorder->isBusy);
+    recorder->cancelStart();
+    machine.run(1);
+    EXPECT_FALSE(*recorder->isBusy);
+    EXPECT_EQ(*recorder->statusMessage, "Failed to start");
+}
+
 TEST_F(ScreenSourceTest, theChosenDisplayIsCaptured) {
     recorder->selectedDisplayID.set(5);
     recordFor(0.5);

@@ -315,7 +315,8 @@ std::string usageText() {
                                      inside of the display
   --aspect freeform|widescreen|vertical|square
                                      hold the region's picture to 16:9, 9:16 or 1:1 (default: freeform)
-  --window ID                        only this window, whatever lies over it
+  --window ID                        only this window, whatever lies over it; on a Wayland desktop 0, for the
+                                     one that you choose in the desktop's own question
   --fps 24|30|60                     frames a second of the screen movie (default: 60)
   --codec h264|hevc                  its codec (default: h264)
   --mic ID[:CHANNEL]                 record this microphone; channels count from 1

@@ -55,6 +55,10 @@ Task<TakeRunner::Problem> TakeRunner::chooseRegion() {
 
 Task<TakeRunner::Problem> TakeRunner::chooseWindow() {
     if (!options.window) co_return std::nullopt;
+    if (*options.window == 0 && !machine.namesWindows()) { // the start asks for it
+        manager->screenCaptureMode.set(CaptureModeChoice::window);
+        co_return std::nullopt;
+    }
     const auto window = machine.services.windowList->window(*options.window);
     if (!window) {
         std::string advice = "--list shows the ones there are.";
@@ -80,7 +84,8 @@ Task<std::optional<std::string>> TakeRunner::screenProblem() {
 
 std::optional<std::string> TakeRunner::windowProblem() const {
     if (machine.namesWindows()) return std::nullopt;
-    return "This desktop doesn't tell programs of its windows: record a display or a region of it.";
+    return "This desktop doesn't tell programs of its windows: record a display, a region of it, or with --window 0 "
+           "what you choose in the desktop's own question.";
 }
 
 } // namespace vintra

@@ -9,8 +9,7 @@ namespace {
 
 MenuState modeMenuOf(const CaptureAreaRow& row) {
     MenuState menu{.selectedID = rawValue(row.mode), .isEnabled = !row.disabled};
-    for (const CaptureModeChoice mode :
-         {CaptureModeChoice::fullScreen, CaptureModeChoice::region, CaptureModeChoice::window})
+    for (const CaptureModeChoice mode : row.modes)
         menu.options.push_back({rawValue(mode), segmentTitle(mode)});
     return menu;
 }

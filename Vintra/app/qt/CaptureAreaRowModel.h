@@ -13,6 +13,7 @@ class CaptureAreaRowModel : public TrackRowModel {
     QML_ELEMENT
     QML_UNCREATABLE("made by the models")
     Q_PROPERTY(bool disabled READ disabled NOTIFY changed)
+    Q_PROPERTY(QString limits READ limits NOTIFY changed)
     Q_PROPERTY(QString title READ title CONSTANT)
     Q_PROPERTY(QString image READ image CONSTANT)
     Q_PROPERTY(QString displayLabel READ displayLabel CONSTANT)
@@ -27,6 +28,7 @@ public:
     void show(const TrackRow& newRow) override;
 
     bool disabled() const { return row.disabled; }
+    QString limits() const { return QString::fromStdString(row.limits); }
     QString title() const;
     QString image() const;
     QString displayLabel() const;

@@ -32,6 +32,7 @@
 #include "Vintra/platform/linux/wayland/WaylandOutputs.h"
 #include "Vintra/platform/linux/wayland/WaylandScreenCapture.h"
 #include "Vintra/platform/linux/wayland/WaylandScreens.h"
+#include "Vintra/platform/linux/wayland/WaylandWindowQuestion.h"
 #include "Vintra/platform/linux/x11/X11ScreenCapture.h"
 #include "Vintra/platform/linux/x11/X11Screens.h"
 #include "Vintra/platform/linux/x11/X11WindowList.h"
@@ -62,14 +63,17 @@ bool isWaylandSession() {
     return isSaid && isWaylandReachable();
 }
 
-void addScreenServices(Platform& services) {
+void addScreenServices(Platform& services, EventLoop& eventLoop) {
     services.captureOverlayWindows = std::make_shared<NoCaptureOverlayWindows>();
     services.floatingPreviewWindows = std::make_shared<NoFloatingPreviewWindows>();
     if (isWaylandSession()) {
-        services.screenCapture = std::make_shared<WaylandScreenCapture>();
-        services.screens = std::make_shared<WaylandScreens>();
+        const auto question = std::make_shared<WaylandWindowQuestion>(WaylandDesktop{}, services.mainThread);
+        services.windowQuestion = question;
+        services.screenCapture = std::make_shared<WaylandScreenCapture>(WaylandDesktop{}, question);
+        services.screens = std::make_shared<WaylandScreens>(std::string(), eventLoop);
         services.windowList = std::make_shared<NoWindowList>();
     } else {
+        services.windowQuestion = std::make_shared<NoWindowQuestion>();
         services.screenCapture = std::make_shared<X11ScreenCapture>();
         services.screens = std::make_shared<X11Screens>(services.mainThread);
         services.windowList = std::make_shared<X11WindowList>();
@@ -162,7 +166,7 @@ LinuxPlatform LinuxPlatform::make(std::shared_ptr<EventLoop> eventLoop, Settings
         };
     }
     if (settings.reportsCrashes) reportCrashes(services);
-    addScreenServices(services);
+    addScreenServices(services, *eventLoop);
     services.audioHardware = std::make_shared<PipeWireAudioHardware>(connection, eventLoop);
     services.assetProbing = std::make_shared<LinuxAssetProbing>();
     services.workspace = std::make_shared<LinuxWorkspace>();
@@ -183,7 +187,7 @@ void LinuxPlatform::claimSoundRouting(const std::string& outputToPutBackKey) {
 }
 
 LinuxOverlays LinuxPlatform::makeOverlays(EventLoop& eventLoop, OverlayPainter& painter) const {
-    if (isWaylandSession()) return LinuxOverlays::ofWayland(eventLoop, painter);
+    if (isWaylandSession()) return LinuxOverlays::ofWayland(eventLoop, painter, WaylandDesktop{});
     return LinuxOverlays::ofX11(eventLoop, painter);
 }
 

@@ -19,6 +19,7 @@ public:
         return clickHighlightWindow;
     }
 
+    bool canShowGuide() const override { return true; }
     bool canShowClicks() const override { return true; }
     void takeWillStart(std::function<void()> whenShown) override {
         calls.emplace_back("take will start");

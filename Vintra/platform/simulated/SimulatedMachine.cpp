@@ -31,6 +31,7 @@ SimulatedMachine::SimulatedMachine()
     , captureOverlayWindows(std::make_shared<SimulatedCaptureOverlayWindows>())
     , floatingPreviewWindows(std::make_shared<SimulatedFloatingPreviewWindows>())
     , windowList(std::make_shared<SimulatedWindowList>())
+    , windowQuestion(std::make_shared<SimulatedWindowQuestion>())
     , workspace(std::make_shared<SimulatedWorkspace>()) {
     assetProbing->setFallback([files = fileManager, writers = assetWriters](const URL& url) {
         return probeSimulatedFile(*files, *writers, url);
@@ -62,6 +63,7 @@ Platform SimulatedMachine::platform() const {
     bundle.captureOverlayWindows = captureOverlayWindows;
     bundle.floatingPreviewWindows = floatingPreviewWindows;
     bundle.windowList = windowList;
+    bundle.windowQuestion = windowQuestion;
     bundle.workspace = workspace;
     bundle.facts = facts;
     bundle.crashReports = crashReports;

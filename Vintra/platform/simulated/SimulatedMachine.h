@@ -24,6 +24,7 @@
 #include "Vintra/platform/simulated/SimulatedViolations.h"
 #include "Vintra/platform/simulated/SimulatedWallClock.h"
 #include "Vintra/platform/simulated/SimulatedWindowList.h"
+#include "Vintra/platform/simulated/SimulatedWindowQuestion.h"
 #include "Vintra/platform/simulated/SimulatedWorkspace.h"
 #include "Vintra/platform/simulated/VirtualTime.h"
 
@@ -95,6 +96,7 @@ public:
     const std::shared_ptr<SimulatedCaptureOverlayWindows> captureOverlayWindows;
     const std::shared_ptr<SimulatedFloatingPreviewWindows> floatingPreviewWindows;
     const std::shared_ptr<SimulatedWindowList> windowList;
+    const std::shared_ptr<SimulatedWindowQuestion> windowQuestion;
     const std::shared_ptr<SimulatedWorkspace> workspace;
     MachineFacts facts;
     CrashReportFolder crashReports{.folder = URL::fileURL("/reports"), .pathExtension = "ips"};

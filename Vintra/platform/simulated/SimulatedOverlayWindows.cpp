@@ -35,7 +35,7 @@ CGSize SimulatedOverlayWindows::Measure::textSize(const std::string& text, const
 
 std::unique_ptr<OverlayWindow> SimulatedOverlayWindows::makeWindow(const OverlayRecipe& recipe,
                                                                    OverlayInput& input) {
-    if (makesNone) return nullptr;
+    if (makesNone || (recipe.ignoresMouseEvents && !letsClicksThrough)) return nullptr;
     constexpr uint32_t firstNumber = 900;
     auto window = std::make_unique<SimulatedOverlayWindow>(recipe, input,
                                                            firstNumber + static_cast<uint32_t>(made.size()));

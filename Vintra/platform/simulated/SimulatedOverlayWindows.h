@@ -48,6 +48,7 @@ public:
     };
 
     std::unique_ptr<OverlayWindow> makeWindow(const OverlayRecipe& recipe, OverlayInput& input) override;
+    bool canLetClicksThrough() const override { return letsClicksThrough; }
     const TextMeasure& textMeasure() const override { return measure; }
     bool areCaptured() const override { return inPicture; }
     int64_t nanosecondsUntilShown() const override { return untilShown; }
@@ -56,6 +57,7 @@ public:
     SimulatedOverlayWindow::State& last() { return *made.back(); }
 
     bool makesNone = false;
+    bool letsClicksThrough = true;
     bool inPicture = false;
     int64_t untilShown = 0;
     std::vector<std::shared_ptr<SimulatedOverlayWindow::State>> made; ///< every one, in order

@@ -48,7 +48,8 @@ bool SimulatedScreenCapture::isThere(const SCContentFilter& filter) const {
         });
     }
     const auto& window = std::get<SCContentFilter::DesktopIndependentWindow>(filter.content).window;
-    return std::ranges::any_of(content.windows,
+    return window.windowID == 0 || // which the user chose in the desktop's question
+           std::ranges::any_of(content.windows,
                                [&](const SCWindow& each) { return each.windowID == window.windowID; });
 }
 

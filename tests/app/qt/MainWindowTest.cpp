@@ -259,5 +259,13 @@ TEST(MeasuresTest, theMeasuresThatAreGivenAreThoseOfTheKit) {
     EXPECT_EQ(measure("segmentedRadius"), FlatControls::segmented.cornerRadius);
 }
 
+TEST_F(MainWindowTest, whatTheDesktopDoesntAllowIsSaidUnderTheCaptureOptions) {
+    machine.windowQuestion->change(WindowQuestion::Offer::refused);
+    EXPECT_TRUE(shown("Not possible on this desktop: recording a single window."));
+    EXPECT_EQ(control(window(), "Capture options: Window"), nullptr);
+    EXPECT_NE(control(window(), "Capture options: Selected area"), nullptr);
+    hand.picture(window(), "main-limits");
+}
+
 } // namespace
 } // namespace vintra

@@ -1,6 +1,7 @@
 // Takes by the program itself on a Wayland desktop, looked at with other eyes.
 
 #include "tests/platform/linux/wayland/WaylandScreenFixture.h"
+#include "tests/platform/linux/wayland/WindowSharingPortal.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/MediaProbe.h"
 #include "tests/support/MuteBus.h"
@@ -133,7 +134,8 @@ TEST_F(WaylandTakeTest, aWindowCannotBeNamed) {
     ChildProcess list({WaylandSession::program("vintra-take"), "--list", "--json"}, environment());
     const Json machine = Json::parse(list.restOfOutput(), nullptr, false);
     const std::string reason =
-        "This desktop doesn't tell programs of its windows: record a display or a region of it.";
+        "This desktop doesn't tell programs of its windows: record a display, a region of it, or with --window 0 "
+        "what you choose in the desktop's own question.";
     EXPECT_TRUE(machine["windows"].empty());
     EXPECT_EQ(machine["windowProblem"], reason);
     ChildProcess take(command("window", {"--seconds", "1", "--window", "5"}), environment());
@@ -141,6 +143,35 @@ TEST_F(WaylandTakeTest, aWindowCannotBeNamed) {
     EXPECT_EQ(take.wait(), 1);
     EXPECT_EQ(json["lastError"], "There is no window 5. " + reason);
     EXPECT_FALSE(std::filesystem::exists(movie("window").path()));
+}
+
+TEST_F(WaylandTakeTest, aWindowThatTheUserChoosesIsTheWholePicture) {
+    window->fill({0, 0, 640, 480}, 0xC86432);
+    window->fill({0, 0, 20, 480}, 0x3264C8);
+    window->showAndAwaitFrame();
+    const WindowSharingPortal portal({.restoreToken = "again"});
+    auto surroundings = environment();
+    surroundings.push_back("DBUS_SESSION_BUS_ADDRESS=" + portal.busAddress());
+    ChildProcess take(command("chosen", {"--seconds", "1", "--window", "0"}), surroundings);
+    keepShowing();
+    const std::string text = take.restOfOutput();
+    ASSERT_EQ(take.wait(), 0) << text;
+    const MediaProbe probe(movie("chosen"));
+    EXPECT_EQ(probe.track(0).width, 640);
+    EXPECT_EQ(probe.track(0).height, 480);
+    EXPECT_NEAR(MediaProbe::meanColour(movie("chosen"), 0, {0, 0, 20, 480})[2], 0xC8, 12);
+    EXPECT_NEAR(MediaProbe::meanColour(movie("chosen"), 0, {20, 0, 620, 480})[0], 0xC8, 12);
+    EXPECT_EQ(std::get<uint32_t>(portal.calls().options("SelectSources")["types"]), 2u);
+}
+
+TEST_F(WaylandTakeTest, whereThePortalSharesNoWindowsTheStartSaysSo) {
+    ChildProcess take(command("none", {"--seconds", "1", "--window", "0"}), environment());
+    const Json json = Json::parse(take.restOfOutput(), nullptr, false);
+    EXPECT_EQ(take.wait(), 1);
+    EXPECT_EQ(json["lastError"],
+              "A single window can't be recorded: the portal of this desktop shares only whole "
+              "displays. Record the display, or a region of it.");
+    EXPECT_FALSE(std::filesystem::exists(movie("none").path())) << "and never the display instead";
 }
 
 TEST_F(WaylandTakeTest, aRegionIsJustThatPartOfTheDisplay) {

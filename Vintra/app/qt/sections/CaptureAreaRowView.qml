@@ -8,7 +8,7 @@ Item {
 
     required property CaptureAreaRowModel row
 
-    implicitHeight: Measures.subRow + Measures.subRowsPadding
+    implicitHeight: Measures.subRow + (limits.text === "" ? 0 : Measures.messageRow) + Measures.subRowsPadding
 
     Icon {
         x: Measures.iconX
@@ -36,5 +36,17 @@ Item {
         enabled: !view.row.disabled
         menu: view.row.modes
         name: view.row.title
+    }
+    Words {
+        id: limits
+
+        x: Measures.nameX
+        y: Measures.subRow
+        width: Measures.messageWidth
+        height: Measures.messageLine
+        visible: text !== ""
+        text: view.row.limits
+        color: DesignColor.sectionSecondary
+        font.pixelSize: Measures.secondarySize
     }
 }

@@ -5,14 +5,15 @@
 #include "Vintra/platform/linux/overlays/X11OverlayConnection.h"
 #include "Vintra/platform/linux/overlays/X11OverlayWindows.h"
 #include "Vintra/platform/linux/overlays/X11OwnWindows.h"
+#include "Vintra/platform/linux/wayland/WaylandDesktop.h"
 
 namespace vintra {
 
 LinuxOverlays LinuxOverlays::ofWayland(EventLoop& eventLoop, OverlayPainter& painter,
-                                       const std::string& displayName) {
-    const auto connection = WaylandOverlayConnection::open(eventLoop, displayName);
+                                       const WaylandDesktop& desktop, bool usesLayers) {
+    const auto connection = WaylandOverlayConnection::open(eventLoop, desktop.displayName, usesLayers);
     if (!connection) return {};
-    return {.windows = std::make_shared<WaylandOverlayWindows>(connection, painter, displayName),
+    return {.windows = std::make_shared<WaylandOverlayWindows>(connection, painter, desktop),
             .monitors = std::make_shared<WaylandEventMonitors>(connection),
             .ownWindows = std::make_shared<WaylandOwnWindows>()};
 }

@@ -2,6 +2,7 @@
 
 #include "Vintra/platform/linux/screen/DisplayID.h"
 #include "wlr-layer-shell-unstable-v1-client-protocol.h"
+#include "xdg-shell-client-protocol.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -95,9 +96,9 @@ const wl_keyboard_listener WaylandOverlayConnection::Listeners::keyboard = {
     .repeat_info = [](void*, wl_keyboard*, int32_t, int32_t) {},
 };
 
-std::shared_ptr<WaylandOverlayConnection> WaylandOverlayConnection::open(EventLoop& eventLoop,
-                                                                         const std::string& displayName) {
-    std::shared_ptr<WaylandOverlayConnection> made(new WaylandOverlayConnection(eventLoop));
+std::shared_ptr<WaylandOverlayConnection>
+WaylandOverlayConnection::open(EventLoop& eventLoop, const std::string& displayName, bool usesLayers) {
+    std::shared_ptr<WaylandOverlayConnection> made(new WaylandOverlayConnection(eventLoop, usesLayers));
     return made->connect(displayName) ? made : nullptr;
 }
 
@@ -107,7 +108,7 @@ bool WaylandOverlayConnection::connect(const std::string& displayName) {
     registry = wl_display_get_registry(display);
     wl_registry_add_listener(registry, &Listeners::registry, this);
     if (wl_display_roundtrip(display) < 0 || wl_display_roundtrip(display) < 0) return false;
-    if (!compositor_ || !memory_ || !layers) return false;
+    if (!compositor_ || !memory_ || (!layers && !shell)) return false;
     cursors = wl_cursor_theme_load(nullptr, kCursorSize, memory_);
     cursorSurface = wl_compositor_create_surface(compositor_);
     watch = eventLoop.watch(wl_display_get_fd(display), EventLoop::Readiness::readable,
@@ -127,6 +128,7 @@ WaylandOverlayConnection::~WaylandOverlayConnection() {
     for (const auto& told : outputs)
         wl_output_destroy(told->output.output);
     if (layers) zwlr_layer_shell_v1_destroy(layers);
+    if (shell) xdg_wm_base_destroy(shell);
     if (memory_) wl_shm_destroy(memory_);
     if (compositor_) wl_compositor_destroy(compositor_);
     wl_registry_destroy(registry);
@@ -141,7 +143,12 @@ void WaylandOverlayConnection::announced(uint32_t id, std::string_view interface
         compositor_ = static_cast<wl_compositor*>(bind(wl_compositor_interface, 4));
     } else if (interface == wl_shm_interface.name) {
         memory_ = static_cast<wl_shm*>(bind(wl_shm_interface, 1));
-    } else if (interface == zwlr_layer_shell_v1_interface.name) {
+    } else if (interface == xdg_wm_base_interface.name) {
+        static constexpr xdg_wm_base_listener alive = {
+            .ping = [](void*, xdg_wm_base* asked, uint32_t serial) { xdg_wm_base_pong(asked, serial); }};
+        shell = static_cast<xdg_wm_base*>(bind(xdg_wm_base_interface, 1));
+        xdg_wm_base_add_listener(shell, &alive, nullptr);
+    } else if (interface == zwlr_layer_shell_v1_interface.name && usesLayers) {
         layers = static_cast<zwlr_layer_shell_v1*>(bind(zwlr_layer_shell_v1_interface, 1));
     } else if (interface == wl_seat_interface.name && !seat) {
         seat = static_cast<wl_seat*>(bind(wl_seat_interface, 5));

@@ -14,6 +14,7 @@
 #include <wayland-client.h>
 
 struct wl_cursor_theme;
+struct xdg_wm_base;
 struct zwlr_layer_shell_v1;
 
 namespace vintra {
@@ -37,9 +38,10 @@ public:
 /// them. Once the compositor has gone nothing happens any more. Owned by whoever uses it; main thread.
 class WaylandOverlayConnection : public std::enable_shared_from_this<WaylandOverlayConnection> {
 public:
-    /// Null without a compositor, or with one that has no layers for programs. The event loop outlives it.
-    static std::shared_ptr<WaylandOverlayConnection> open(EventLoop& eventLoop,
-                                                          const std::string& displayName);
+    /// Null without a compositor. The event loop outlives it. Without `usesLayers` it does without those that the
+    /// compositor may have for programs.
+    static std::shared_ptr<WaylandOverlayConnection>
+    open(EventLoop& eventLoop, const std::string& displayName, bool usesLayers = true);
     ~WaylandOverlayConnection();
     WaylandOverlayConnection(const WaylandOverlayConnection&) = delete;
     WaylandOverlayConnection& operator=(const WaylandOverlayConnection&) = delete;
@@ -54,7 +56,11 @@ public:
     bool isDead() const { return dead; }
     wl_compositor* compositor() const { return compositor_; }
     wl_shm* memory() const { return memory_; }
+    /// Null where the compositor has none.
     zwlr_layer_shell_v1* layerShell() const { return layers; }
+    xdg_wm_base* windowShell() const { return shell; }
+    /// Runs the work later on the main thread. Any thread.
+    void post(std::function<void()> work) { eventLoop.post(std::move(work)); }
     /// The display with that number; null if there is none.
     const Output* output(uint32_t displayID) const;
     void add(WaylandOverlayPart& part) { overlays.push_back(&part); }
@@ -67,8 +73,9 @@ public:
     Observation observeMoves(std::function<void()> block);
 
 private:
-    explicit WaylandOverlayConnection(EventLoop& eventLoop)
-        : eventLoop(eventLoop) {}
+    WaylandOverlayConnection(EventLoop& eventLoop, bool usesLayers)
+        : eventLoop(eventLoop)
+        , usesLayers(usesLayers) {}
     bool connect(const std::string& displayName);
     void announced(uint32_t id, std::string_view interface, uint32_t version);
     void withdrawn(uint32_t id);
@@ -85,6 +92,7 @@ private:
     struct Listeners;
 
     EventLoop& eventLoop;
+    const bool usesLayers;
     wl_display* display = nullptr;
     wl_registry* registry = nullptr;
     wl_compositor* compositor_ = nullptr;
@@ -93,6 +101,7 @@ private:
     wl_pointer* pointer = nullptr;
     wl_keyboard* keyboard = nullptr;
     zwlr_layer_shell_v1* layers = nullptr;
+    xdg_wm_base* shell = nullptr;
     wl_cursor_theme* cursors = nullptr;
     wl_surface* cursorSurface = nullptr;
     std::vector<std::unique_ptr<Told>> outputs;

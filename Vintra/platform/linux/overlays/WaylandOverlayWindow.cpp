@@ -1,21 +1,17 @@
 #include "Vintra/platform/linux/overlays/WaylandOverlayWindow.h"
 
-#include "wlr-layer-shell-unstable-v1-client-protocol.h"
+#include "Vintra/platform/linux/screen/DisplayID.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <iterator>
+#include <memory>
 #include <optional>
 #include <utility>
 
 namespace vintra {
 namespace {
-
-/// Above panels, as all overlays are; within a layer the later ones lie above.
-constexpr uint32_t kOverlayLayer = ZWLR_LAYER_SHELL_V1_LAYER_OVERLAY;
-constexpr uint32_t kWholeOutput = ZWLR_LAYER_SURFACE_V1_ANCHOR_TOP | ZWLR_LAYER_SURFACE_V1_ANCHOR_BOTTOM |
-                                  ZWLR_LAYER_SURFACE_V1_ANCHOR_LEFT | ZWLR_LAYER_SURFACE_V1_ANCHOR_RIGHT;
-constexpr int kUnderPanels = -1; // it isn't moved out of the way of them
-constexpr uint32_t kTakesKeyboard = 1;
 
 /// Of the kernel.
 std::optional<KeyCode> keyCodeOfKernel(uint32_t key) {
@@ -33,18 +29,18 @@ std::optional<KeyCode> keyCodeOfKernel(uint32_t key) {
 
 } // namespace
 
-WaylandOverlayWindow::WaylandOverlayWindow(std::shared_ptr<WaylandOverlayConnection> connection,
-                                           OverlayPainter& painter, const OverlayRecipe& recipe,
-                                           OverlayInput& input, uint32_t number, FindOutput findOutput)
-    : connection(std::move(connection))
-    , painter(painter)
+WaylandOverlayWindow::WaylandOverlayWindow(const Surroundings& surroundings, const OverlayRecipe& recipe,
+                                           OverlayInput& input, uint32_t number)
+    : connection(surroundings.connection)
+    , painter(surroundings.painter)
+    , desktop(surroundings.desktop)
     , recipe(recipe)
     , input(input)
     , number(number)
-    , findOutput(std::move(findOutput))
+    , findOutput(surroundings.findOutput)
     , frame(recipe.frame)
     , ignoresMouseEvents(recipe.ignoresMouseEvents) {
-    this->connection->add(*this);
+    connection->add(*this);
 }
 
 WaylandOverlayWindow::~WaylandOverlayWindow() {
@@ -61,45 +57,73 @@ void WaylandOverlayWindow::setFrame(const CGRect& newFrame) {
 }
 
 void WaylandOverlayWindow::orderFront() {
-    if (shown || connection->isDead()) return;
+    if (shown || glance || connection->isDead()) return;
+    if (connection->layerShell()) {
+        makeSurface();
+    } else {
+        lookAtDisplay();
+    }
+}
+
+void WaylandOverlayWindow::lookAtDisplay() {
+    const auto* const output = findOutput(frame);
+    if (!output) return;
+    glance = std::make_unique<PortalGlance>(
+        desktop, PortalGlance::Subject{.displayID = displayIDFromName(output->name)},
+        [this, weak = std::weak_ptr(life), connection = connection](PortalGlance::Outcome seen) {
+            seen.sharing.reset(); // a picture is all that is wanted
+            connection->post([this, weak, seen] {
+                if (weak.lock()) sawDisplay(seen);
+            });
+        });
+}
+
+/// Without a picture there is nothing to choose a part of.
+void WaylandOverlayWindow::sawDisplay(const PortalGlance::Outcome& seen) {
+    if (!glance) return;
+    glance.reset();
+    backdrop = seen.picture;
+    if (backdrop) {
+        makeSurface();
+    } else {
+        input.cancelOperation(); // it may destroy this
+    }
+}
+
+void WaylandOverlayWindow::makeSurface() {
     const auto* const output = findOutput(frame);
     if (!output) return;
     scale = output->wholeScale;
     shown = wl_compositor_create_surface(connection->compositor());
     wl_surface_set_buffer_scale(shown, scale);
-    layer = zwlr_layer_shell_v1_get_layer_surface(connection->layerShell(), shown, output->output,
-                                                  kOverlayLayer, "vintra-overlay");
-    static constexpr zwlr_layer_surface_v1_listener listener = {
-        .configure =
-            [](void* data, zwlr_layer_surface_v1*, uint32_t serial, uint32_t width, uint32_t height) {
-                static_cast<WaylandOverlayWindow*>(data)->configured(serial, width, height);
-            },
-        .closed = [](void* data,
-                     zwlr_layer_surface_v1*) { static_cast<WaylandOverlayWindow*>(data)->orderOut(); },
-    };
-    zwlr_layer_surface_v1_add_listener(layer, &listener, this);
-    zwlr_layer_surface_v1_set_anchor(layer, kWholeOutput);
-    zwlr_layer_surface_v1_set_exclusive_zone(layer, kUnderPanels);
-    if (recipe.takesKeyboard) zwlr_layer_surface_v1_set_keyboard_interactivity(layer, kTakesKeyboard);
+    role = WaylandOverlayRole::make(*connection, shown, output->output, recipe.takesKeyboard,
+                                    {.onSize = [this](int width, int height) { configured(width, height); },
+                                     .onClosed = [this] { closed(); }});
     setInputRegion();
     wl_surface_commit(shown); // the compositor answers with the size
     connection->flush();
 }
 
 void WaylandOverlayWindow::orderOut() {
+    glance.reset();
     if (!shown) return;
     if (nextFrame) wl_callback_destroy(std::exchange(nextFrame, nullptr));
-    zwlr_layer_surface_v1_destroy(std::exchange(layer, nullptr));
+    role.reset();
     wl_surface_destroy(std::exchange(shown, nullptr));
     buffers.reset();
     isDragging = false;
     connection->flush();
 }
 
-void WaylandOverlayWindow::configured(uint32_t serial, uint32_t width, uint32_t height) {
-    zwlr_layer_surface_v1_ack_configure(layer, serial);
-    const int pixelWidth = static_cast<int>(width) * scale;
-    const int pixelHeight = static_cast<int>(height) * scale;
+void WaylandOverlayWindow::closed() {
+    orderOut();
+    if (recipe.isSelectionPanel) input.cancelOperation(); // its display has gone, or the user has closed it
+}
+
+void WaylandOverlayWindow::configured(int width, int height) {
+    // Before a window is on the screen some compositors leave its size to it.
+    const int pixelWidth = (width > 0 ? width : static_cast<int>(frame.size.width)) * scale;
+    const int pixelHeight = (height > 0 ? height : static_cast<int>(frame.size.height)) * scale;
     if (pixelWidth <= 0 || pixelHeight <= 0) return;
     if (!buffers || buffers->width() != pixelWidth || buffers->height() != pixelHeight) {
         buffers =
@@ -108,8 +132,41 @@ void WaylandOverlayWindow::configured(uint32_t serial, uint32_t width, uint32_t 
             });
         painted = {};
         isOutOfDate = true; // the first picture may be empty, but there must be one
+        PixelRegion whole;
+        whole.add({0, 0, pixelWidth, pixelHeight});
+        putOverBackdrop(whole);
     }
     repaint();
+}
+
+/// The canvas there, which is premultiplied.
+void WaylandOverlayWindow::putOverBackdrop(const PixelRegion& region) {
+    if (!backdrop) return;
+    const CVPixelBuffer::Plane& plane = backdrop->plane(0);
+    const auto mixed = [](uint32_t over, uint32_t under) {
+        const uint32_t left = 255 - (over >> 24);
+        uint32_t result = 0xff000000;
+        for (const int shift : {0, 8, 16}) {
+            const uint32_t part = (over >> shift & 0xff) + ((under >> shift & 0xff) * left + 127) / 255;
+            result |= std::min<uint32_t>(part, 255) << shift;
+        }
+        return result;
+    };
+    for (const PixelRect& rect : region.rects()) {
+        for (int y = rect.y; y < rect.bottom(); ++y) {
+            // A display whose scale is no whole number has fewer pixels than the surface.
+            const size_t row = static_cast<size_t>(y) * plane.height / static_cast<size_t>(buffers->height());
+            const auto* const under =
+                reinterpret_cast<const uint32_t*>(plane.baseAddress + row * plane.bytesPerRow);
+            uint32_t* const line = buffers->canvas() + static_cast<ptrdiff_t>(y) * buffers->width();
+            for (int x = rect.x; x < rect.right(); ++x) {
+                const size_t column =
+                    static_cast<size_t>(x) * plane.width / static_cast<size_t>(buffers->width());
+                line[x] = mixed(line[x], under[column]);
+            }
+        }
+    }
+    buffers->touched(region);
 }
 
 void WaylandOverlayWindow::present(const DrawList& list) {
@@ -127,6 +184,7 @@ void WaylandOverlayWindow::repaint() {
                        .height = buffers->height(),
                        .scale = static_cast<double>(scale)},
                       changed.rects());
+        putOverBackdrop(changed);
         buffers->touched(changed);
         isOutOfDate = true;
     }

@@ -5,18 +5,22 @@
 #include "Vintra/platform/linux/overlays/OverlayPixels.h"
 #include "Vintra/platform/linux/overlays/WaylandOverlayBuffers.h"
 #include "Vintra/platform/linux/overlays/WaylandOverlayConnection.h"
+#include "Vintra/platform/linux/overlays/WaylandOverlayRole.h"
+#include "Vintra/platform/linux/wayland/PortalGlance.h"
+#include "Vintra/platform/linux/wayland/WaylandDesktop.h"
 
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <vector>
 
-struct zwlr_layer_surface_v1;
-
 namespace vintra {
 
-/// One overlay on a Wayland desktop: a surface of its own in the uppermost of the compositor's layers, above panels and
-/// windows on every workspace, painted into shared memory.
+/// One overlay on a Wayland desktop: a surface of its own in the uppermost of the compositor's layers, painted into shared
+/// memory.
+///
+/// A compositor without layers has a full-screen window in their place, behind which nothing of the desktop shows. So it
+/// is painted over a picture of the display, which the desktop's portal gives, and comes up with that.
 ///
 /// No program is told where the pointer is over others' windows. So while it lets clicks through it still takes those
 /// in its interactive parts, and the compositor itself turns from one to the other as the pointer moves.
@@ -27,10 +31,17 @@ public:
     /// How the compositor knows the display of a frame; nothing for a place without one.
     using FindOutput = std::function<const WaylandOverlayConnection::Output*(const CGRect&)>;
 
-    /// The painter and the input outlive this.
-    WaylandOverlayWindow(std::shared_ptr<WaylandOverlayConnection> connection, OverlayPainter& painter,
-                         const OverlayRecipe& recipe, OverlayInput& input, uint32_t number,
-                         FindOutput findOutput);
+    /// The painter outlives this.
+    struct Surroundings {
+        std::shared_ptr<WaylandOverlayConnection> connection;
+        OverlayPainter& painter;
+        WaylandDesktop desktop;
+        FindOutput findOutput;
+    };
+
+    /// The input outlives this.
+    WaylandOverlayWindow(const Surroundings& surroundings, const OverlayRecipe& recipe, OverlayInput& input,
+                         uint32_t number);
     ~WaylandOverlayWindow() override;
 
     uint32_t windowNumber() const override { return number; }
@@ -50,7 +61,12 @@ private:
     void buttonReleased() override;
     void keyPressed(uint32_t key) override;
 
-    void configured(uint32_t serial, uint32_t width, uint32_t height);
+    void lookAtDisplay();
+    void sawDisplay(const PortalGlance::Outcome& seen);
+    void makeSurface();
+    void configured(int width, int height);
+    void closed();
+    void putOverBackdrop(const PixelRegion& region);
     void setInputRegion();
     void repaint();
     void show();
@@ -59,6 +75,7 @@ private:
 
     const std::shared_ptr<WaylandOverlayConnection> connection;
     OverlayPainter& painter;
+    const WaylandDesktop desktop;
     const OverlayRecipe recipe;
     OverlayInput& input;
     const uint32_t number;
@@ -68,13 +85,16 @@ private:
     bool ignoresMouseEvents;
     std::vector<CGRect> interactiveParts; ///< points, the origin at the bottom left
     wl_surface* shown = nullptr;          ///< while it is on the screen
-    zwlr_layer_surface_v1* layer = nullptr;
+    std::unique_ptr<WaylandOverlayRole> role;
+    std::shared_ptr<CVPixelBuffer> backdrop; ///< what shows where nothing is drawn, of a full-screen window
     std::unique_ptr<WaylandOverlayBuffers> buffers; ///< once the compositor has said how large it is
     wl_callback* nextFrame = nullptr;               ///< until the compositor wants another picture
     DrawList wanted;
     DrawList painted;
     bool isOutOfDate = false; ///< the surface, not the canvas
     bool isDragging = false;
+    std::shared_ptr<int> life = std::make_shared<int>(); ///< for what comes from another thread
+    std::unique_ptr<PortalGlance> glance;                ///< until the backdrop has come
 };
 
 } // namespace vintra

@@ -15,15 +15,15 @@ constexpr int64_t kWaylandNanoseconds = 100'000'000;
 } // namespace
 
 WaylandOverlayWindows::WaylandOverlayWindows(std::shared_ptr<WaylandOverlayConnection> connection,
-                                             OverlayPainter& painter, std::string displayName)
+                                             OverlayPainter& painter, WaylandDesktop desktop)
     : connection(std::move(connection))
     , painter(painter)
-    , displayName(std::move(displayName)) {}
+    , desktop(std::move(desktop)) {}
 
 std::unique_ptr<OverlayWindow> WaylandOverlayWindows::makeWindow(const OverlayRecipe& recipe,
                                                                  OverlayInput& input) {
-    if (connection->isDead()) return nullptr;
-    const auto findOutput = [server = connection.get(), name = displayName](
+    if (connection->isDead() || (recipe.ignoresMouseEvents && !canLetClicksThrough())) return nullptr;
+    const auto findOutput = [server = connection.get(), name = desktop.displayName](
                                 const CGRect& frame) -> const WaylandOverlayConnection::Output* {
         try {
             for (const WaylandOutput& output : readWaylandOutputs(name)) {
@@ -37,8 +37,10 @@ std::unique_ptr<OverlayWindow> WaylandOverlayWindows::makeWindow(const OverlayRe
         }
         return nullptr;
     };
-    return std::make_unique<WaylandOverlayWindow>(connection, painter, recipe, input, ++lastNumber,
-                                                  findOutput);
+    return std::make_unique<WaylandOverlayWindow>(
+        WaylandOverlayWindow::Surroundings{
+            .connection = connection, .painter = painter, .desktop = desktop, .findOutput = findOutput},
+        recipe, input, ++lastNumber);
 }
 
 int64_t WaylandOverlayWindows::nanosecondsUntilShown() const {

@@ -5,6 +5,7 @@
 #include "Vintra/platform/OwnWindows.h"
 #include "Vintra/platform/linux/overlays/OverlayPainter.h"
 #include "Vintra/platform/linux/overlays/WaylandOverlayConnection.h"
+#include "Vintra/platform/linux/wayland/WaylandDesktop.h"
 
 #include <cstdint>
 #include <functional>
@@ -14,14 +15,15 @@
 
 namespace vintra {
 
-/// The overlays of a Wayland desktop that has layers for programs. Main thread.
+/// The overlays of a Wayland desktop. Without layers for programs there are only those that take clicks. Main thread.
 class WaylandOverlayWindows final : public OverlayWindows {
 public:
     /// The painter outlives this and every window.
     WaylandOverlayWindows(std::shared_ptr<WaylandOverlayConnection> connection, OverlayPainter& painter,
-                          std::string displayName);
+                          WaylandDesktop desktop);
 
     std::unique_ptr<OverlayWindow> makeWindow(const OverlayRecipe& recipe, OverlayInput& input) override;
+    bool canLetClicksThrough() const override { return connection->layerShell() != nullptr; }
     const TextMeasure& textMeasure() const override { return painter; }
     bool areCaptured() const override { return true; }
     int64_t nanosecondsUntilShown() const override;
@@ -29,7 +31,7 @@ public:
 private:
     const std::shared_ptr<WaylandOverlayConnection> connection;
     OverlayPainter& painter;
-    const std::string displayName;
+    const WaylandDesktop desktop;
     uint32_t lastNumber = 0;
 };
 
@@ -58,6 +60,7 @@ class WaylandOwnWindows final : public OwnWindows {
 public:
     bool isActive() const override { return false; }
     std::vector<Window> windows() const override { return {}; }
+    Observation observeChanges(std::function<void()>) override { return nullptr; }
 };
 
 } // namespace vintra

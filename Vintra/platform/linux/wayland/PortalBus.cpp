@@ -24,7 +24,7 @@ SystemError noBus() {
 }
 
 SystemError hungBus() {
-    return SystemError("portal", 6,
+    return SystemError("portal", 11,
                        "The screen can't be recorded: the session bus doesn't answer. Log out and in again.");
 }
 

@@ -40,6 +40,9 @@ public:
     /// An empty address stands for the session's own bus. Throws `SystemError`.
     PortalBus(const std::string& address, GivingUp givingUp);
 
+    /// For the thread that it is handed to.
+    void setGivingUp(GivingUp newGivingUp) { givingUp = std::move(newGivingUp); }
+
     sd_bus* get() const { return bus.get(); }
     /// A call to the desktop portal's ScreenCast interface, or another one of it.
     PortalMessage makeCall(const char* path, const char* interface, const char* member) const;
@@ -60,7 +63,7 @@ public:
 
 private:
     std::unique_ptr<sd_bus, PortalBusDeleter> bus;
-    const GivingUp givingUp;
+    GivingUp givingUp;
     bool hasGone = false;
 };
 

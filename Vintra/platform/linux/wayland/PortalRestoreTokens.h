@@ -8,14 +8,16 @@
 
 namespace vintra {
 
-/// The portal's restore tokens, one a display: each lets the next recording of the display begin without the
-/// desktop's question, and is good for one use. They are the state of this desktop, not settings, so they
-/// have a file of their own, a line for each: the display's name, a tab, the token. A file that can't be read
+/// The portal's restore tokens, one a display and one for the window that was chosen last: each lets the next
+/// recording of it begin without the desktop's question, and is good for one use. They are the state of this
+/// desktop, not settings, so they have a file of their own, a line for each: the name, a tab, the token. A file that can't be read
 /// or written only means that the user is asked again. One thread.
 class PortalRestoreTokens {
 public:
     /// "screencast-restore-tokens" in the program's folder of $XDG_STATE_HOME, or of ".local/state" at home.
     static URL standardFile();
+    /// In the place of a display's name; no connector has such a one.
+    static constexpr const char* kWindow = "a window";
 
     explicit PortalRestoreTokens(URL file);
 

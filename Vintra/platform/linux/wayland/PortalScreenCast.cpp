@@ -169,7 +169,7 @@ std::string PortalScreenCast::createSession() {
 
 PortalScreenCast::Stream PortalScreenCast::start(const Request& request) {
     const auto source = static_cast<uint32_t>(request.source);
-    if ((sourceTypes & source) == 0) {
+    if (!shares(request.source)) {
         throw SystemError("portal", 3,
                           request.source == Source::window
                               ? "A single window can't be recorded: the portal of this desktop shares only "

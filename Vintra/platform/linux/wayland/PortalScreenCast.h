@@ -42,6 +42,8 @@ public:
 
     /// Each throws `SystemError` with a sentence for the user.
     explicit PortalScreenCast(PortalBus& bus);
+    /// Whether the desktop lets such things be shared.
+    bool shares(Source source) const { return (sourceTypes & static_cast<uint32_t>(source)) != 0; }
     /// Once. The desktop asks the user, unless the token saves the question.
     Stream start(const Request& request);
 

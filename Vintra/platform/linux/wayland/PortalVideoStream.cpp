@@ -89,6 +89,7 @@ void PortalVideoStream::connect(FileDescriptor remote) {
     loop = pw_loop_new(nullptr);
     if (loop) {
         pw_loop_enter(loop);
+        isInThread = true;
         context = pw_context_new(loop, nullptr, 0);
     }
     // From here on the connection owns the descriptor, also if connecting fails.
@@ -124,6 +125,7 @@ void PortalVideoStream::connectStream() {
 /// The hooks go first, so that nothing is reported of the end.
 void PortalVideoStream::disconnect() {
     held = nullptr;
+    if (loop && !std::exchange(isInThread, true)) pw_loop_enter(loop);
     if (stream) {
         spa_hook_remove(streamHook.get());
         pw_stream_destroy(stream);
@@ -142,6 +144,15 @@ void PortalVideoStream::disconnect() {
         pw_loop_destroy(loop);
     }
     pw_deinit();
+}
+
+void PortalVideoStream::leaveThread() {
+    if (std::exchange(isInThread, false)) pw_loop_leave(loop);
+}
+
+void PortalVideoStream::enterThread(Listener newListener) {
+    listener = std::move(newListener);
+    if (!std::exchange(isInThread, true)) pw_loop_enter(loop);
 }
 
 int PortalVideoStream::fileDescriptor() const {

@@ -26,7 +26,7 @@ namespace vintra {
 /// read by the processor, for which the desktop's own copy into shared memory is the quicker way.
 ///
 /// One thread, which sleeps on `fileDescriptor` and calls `dispatch`; the functions given are called in
-/// there.
+/// there. `leaveThread` and then `enterThread` on another one hand it on.
 class PortalVideoStream {
 public:
     struct Listener {
@@ -45,6 +45,8 @@ public:
 
     int fileDescriptor() const;
     void dispatch();
+    void leaveThread();
+    void enterThread(Listener newListener);
 
     bool isStreaming() const { return streaming; }
     /// Why no more frames will come; nothing while they do.
@@ -67,8 +69,9 @@ private:
     void disconnect();
 
     const uint32_t node;
-    const Listener listener;
+    Listener listener;
     pw_loop* loop = nullptr;
+    bool isInThread = false;
     pw_context* context = nullptr;
     pw_core* core = nullptr;
     pw_registry* registry = nullptr;

@@ -1,9 +1,7 @@
 #include "Vintra/platform/linux/wayland/WaylandCapture.h"
 
 #include "Vintra/platform/linux/runtime/LinuxHostClock.h"
-#include "Vintra/platform/linux/wayland/PortalGrant.h"
-#include "Vintra/platform/linux/wayland/PortalRestoreTokens.h"
-#include "Vintra/platform/linux/wayland/WaylandOutputs.h"
+#include "Vintra/platform/linux/wayland/PortalDisplayGrant.h"
 
 #include <algorithm>
 #include <poll.h>
@@ -25,55 +23,48 @@ WaylandCapture::WaylandCapture(Settings settings, Outlets outlets)
     , settings(std::move(settings)) {}
 
 void WaylandCapture::open() {
-    double displayWidth = 0; // points
-    PortalScreenCast::Stream granted;
     if (settings.display) {
-        granted = askForDisplay(*settings.display);
-        displayWidth = settings.display->width;
+        openPortal();
+        connect(grantOfDisplay(settings.desktop, *session, settings.display->displayID,
+                               settings.configuration.showsCursor),
+                settings.display->width);
+    } else if (settings.window && settings.window->stream) {
+        goOnWithWindow();
     } else {
-        bus = std::make_unique<PortalBus>(settings.desktop.busAddress,
-                                          PortalBus::GivingUp{wakeUp, [this] { return isStopping(); }});
-        session = std::make_unique<PortalScreenCast>(*bus);
-        granted = session->start({.source = PortalScreenCast::Source::window,
-                                  .showsCursor = settings.configuration.showsCursor,
-                                  .restoreToken = {},
-                                  .isRemembered = false});
+        connect(askForWindow(), 0);
     }
-    connect(std::move(granted), displayWidth);
     awaitStream();
 }
 
-PortalScreenCast::Stream WaylandCapture::askForDisplay(const SCDisplay& display) {
-    const auto outputs = readWaylandOutputs(settings.desktop.displayName);
-    const auto chosen = std::find_if(outputs.begin(), outputs.end(), [&](const WaylandOutput& output) {
-        return output.displayID == display.displayID;
-    });
-    if (chosen == outputs.end()) {
-        throw SystemError("wayland", 5,
-                          "The display to record isn't there: it was unplugged or switched off.");
-    }
+void WaylandCapture::openPortal() {
     bus = std::make_unique<PortalBus>(settings.desktop.busAddress,
                                       PortalBus::GivingUp{wakeUp, [this] { return isStopping(); }});
     session = std::make_unique<PortalScreenCast>(*bus);
+}
 
-    const std::string& file = settings.desktop.restoreTokensFile;
-    PortalRestoreTokens tokens(file.empty() ? PortalRestoreTokens::standardFile() : URL::fileURL(file));
-    auto granted = session->start({.source = PortalScreenCast::Source::monitor,
+PortalScreenCast::Stream WaylandCapture::askForWindow() {
+    openPortal();
+    PortalRestoreTokens tokens = portalRestoreTokens(settings.desktop);
+    auto granted = session->start({.source = PortalScreenCast::Source::window,
                                    .showsCursor = settings.configuration.showsCursor,
-                                   .restoreToken = tokens.take(chosen->name),
-                                   .isRemembered = true});
-    const std::string other = displayGrantedInstead(granted, *chosen, outputs, session->isOfWlroots());
-    if (!other.empty()) {
-        throw SystemError("portal", 8,
-                          "The desktop was told to share " + other + ", but " + chosen->name +
-                              " is to be recorded. Choose the same one "
-                              "in Vintra and in the desktop's question.");
-    }
-    tokens.keep(chosen->name, granted.restoreToken);
+                                   .restoreToken = tokens.take(PortalRestoreTokens::kWindow)});
+    tokens.keep(PortalRestoreTokens::kWindow, granted.restoreToken);
     return granted;
 }
 
-void WaylandCapture::connect(PortalScreenCast::Stream granted, double displayWidth) {
+/// With the picture that was looked at, since a window that shows nothing new may send no other.
+void WaylandCapture::goOnWithWindow() {
+    PortalSharing& window = *settings.window;
+    bus = std::move(window.bus);
+    bus->setGivingUp({wakeUp, [this] { return isStopping(); }});
+    session = std::move(window.session);
+    makeCopier(0);
+    stream = std::move(window.stream);
+    stream->enterThread(listener());
+    if (stream->frame()) tookNotice(*stream->frame());
+}
+
+void WaylandCapture::makeCopier(double displayWidth) {
     const auto& configuration = settings.configuration;
     begin = monotonicNanoseconds();
     copier = std::make_unique<PortalFrameCopier>(
@@ -81,11 +72,17 @@ void WaylandCapture::connect(PortalScreenCast::Stream granted, double displayWid
                                     .displayWidth = displayWidth,
                                     .queueDepth = configuration.queueDepth,
                                     .onFree = wakeUp});
-    stream = std::make_unique<PortalVideoStream>(
-        std::move(granted.remote), granted.node,
-        PortalVideoStream::Listener{.onFormat = [this](const PortalVideoFormat&) { copier->lost(); },
-                                    .onFrame = [this](const PortalFrame& frame) { return tookNotice(frame); },
-                                    .onLoss = [this] { copier->lost(); }});
+}
+
+PortalVideoStream::Listener WaylandCapture::listener() {
+    return {.onFormat = [this](const PortalVideoFormat&) { copier->lost(); },
+            .onFrame = [this](const PortalFrame& frame) { return tookNotice(frame); },
+            .onLoss = [this] { copier->lost(); }};
+}
+
+void WaylandCapture::connect(PortalScreenCast::Stream granted, double displayWidth) {
+    makeCopier(displayWidth);
+    stream = std::make_unique<PortalVideoStream>(std::move(granted.remote), granted.node, listener());
 }
 
 void WaylandCapture::awaitStream() {

@@ -5,6 +5,7 @@
 #include "Vintra/platform/linux/wayland/PortalBus.h"
 #include "Vintra/platform/linux/wayland/PortalFrameCopier.h"
 #include "Vintra/platform/linux/wayland/PortalScreenCast.h"
+#include "Vintra/platform/linux/wayland/PortalSharing.h"
 #include "Vintra/platform/linux/wayland/PortalVideoStream.h"
 #include "Vintra/platform/linux/wayland/WaylandDesktop.h"
 
@@ -28,6 +29,8 @@ public:
     struct Settings {
         WaylandDesktop desktop;
         std::optional<SCDisplay> display; ///< nothing for a window that the user chooses
+        /// Of that window, if the user has chosen it by now: the first run goes on with it.
+        std::shared_ptr<PortalSharing> window;
         SCStreamConfiguration configuration;
     };
     WaylandCapture(Settings settings, Outlets outlets);
@@ -39,7 +42,11 @@ private:
     // On the capture's thread.
     void open() override;
     void close() override;
-    PortalScreenCast::Stream askForDisplay(const SCDisplay& display);
+    PortalScreenCast::Stream askForWindow();
+    void openPortal();
+    void goOnWithWindow();
+    void makeCopier(double displayWidth);
+    PortalVideoStream::Listener listener();
     void connect(PortalScreenCast::Stream granted, double displayWidth);
     void awaitStream();
     void awaitStart() override;

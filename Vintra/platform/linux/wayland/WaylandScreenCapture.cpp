@@ -3,6 +3,7 @@
 #include "Vintra/platform/linux/screen/LinuxScreenStream.h"
 #include "Vintra/platform/linux/wayland/WaylandCapture.h"
 #include "Vintra/platform/linux/wayland/WaylandOutputs.h"
+#include "Vintra/platform/linux/wayland/WaylandWindowQuestion.h"
 
 #include <functional>
 #include <optional>
@@ -10,8 +11,10 @@
 
 namespace vintra {
 
-WaylandScreenCapture::WaylandScreenCapture(WaylandDesktop desktop)
-    : desktop(std::move(desktop)) {}
+WaylandScreenCapture::WaylandScreenCapture(WaylandDesktop desktop,
+                                           std::shared_ptr<WaylandWindowQuestion> windowQuestion)
+    : desktop(std::move(desktop))
+    , windowQuestion(std::move(windowQuestion)) {}
 
 void WaylandScreenCapture::getShareableContent(bool, bool, std::function<void(Content)> completion) {
     Content result;
@@ -46,7 +49,8 @@ std::shared_ptr<SCStream> WaylandScreenCapture::makeStream(const SCContentFilter
             "On a Wayland desktop no program can name a window to record: only the desktop's own "
             "question lets one be chosen. Record the display, or a region of it.");
     }
-    const auto makeCapture = [settings = WaylandCapture::Settings{desktop, captured, configuration}](
+    const auto sharing = captured || !windowQuestion ? nullptr : windowQuestion->takeSharing();
+    const auto makeCapture = [settings = WaylandCapture::Settings{desktop, captured, sharing, configuration}](
                                  ScreenCaptureThread::Outlets outlets) {
         return std::make_shared<WaylandCapture>(settings, std::move(outlets));
     };

@@ -4,15 +4,18 @@
 #include "Vintra/platform/linux/wayland/WaylandDesktop.h"
 
 #include <functional>
+#include <memory>
 
 namespace vintra {
+
+class WaylandWindowQuestion;
 
 /// What can be captured of a Wayland desktop, through its ScreenCast portal: a display, whole or a part.
 ///
 /// The desktop itself asks the user what to share, once for each display unless the user takes it back; a
 /// program can neither see the windows nor name one. So the list of windows is empty, and a window by number
 /// is refused. A window numbered 0 stands for the one that the user chooses in the desktop's question, where
-/// the desktop's portal can share windows. Nor can a window be left out of a display, so no application is
+/// the desktop's portal can share windows: its stream goes on with what `WaylandWindowQuestion` was granted, or asks. Nor can a window be left out of a display, so no application is
 /// listed that could be, and a filter that names one is refused.
 ///
 /// The first frame comes when the desktop sends it. The portal for wlroots' compositors (0.7) compares with
@@ -24,7 +27,8 @@ namespace vintra {
 /// Main thread; completions are called at once.
 class WaylandScreenCapture : public ScreenCapture {
 public:
-    explicit WaylandScreenCapture(WaylandDesktop desktop = {});
+    explicit WaylandScreenCapture(WaylandDesktop desktop = {},
+                                  std::shared_ptr<WaylandWindowQuestion> windowQuestion = nullptr);
 
     void getShareableContent(bool excludingDesktopWindows, bool onScreenWindowsOnly,
                              std::function<void(Content)> completion) override;
@@ -34,6 +38,7 @@ public:
 
 private:
     const WaylandDesktop desktop;
+    const std::shared_ptr<WaylandWindowQuestion> windowQuestion;
 };
 
 } // namespace vintra

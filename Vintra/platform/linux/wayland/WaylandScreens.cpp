@@ -2,6 +2,7 @@
 
 #include "Vintra/platform/SystemError.h"
 #include "Vintra/platform/linux/wayland/WaylandOutputs.h"
+#include "Vintra/platform/linux/wayland/WaylandScreenWatch.h"
 
 #include <functional>
 #include <utility>
@@ -10,6 +11,12 @@ namespace vintra {
 
 WaylandScreens::WaylandScreens(std::string displayName)
     : displayName(std::move(displayName)) {}
+
+WaylandScreens::WaylandScreens(std::string displayName, EventLoop& eventLoop)
+    : displayName(std::move(displayName))
+    , eventLoop(&eventLoop) {}
+
+WaylandScreens::~WaylandScreens() = default;
 
 std::vector<NSScreen> WaylandScreens::screens() const {
     std::vector<NSScreen> screens;
@@ -27,8 +34,10 @@ std::vector<NSScreen> WaylandScreens::screens() const {
     return screens;
 }
 
-Observation WaylandScreens::observeChanges(std::function<void()>) {
-    return nullptr;
+Observation WaylandScreens::observeChanges(std::function<void()> block) {
+    if (!eventLoop) return nullptr;
+    if (!watch) watch = std::make_unique<WaylandScreenWatch>(*eventLoop, displayName);
+    return watch->isConnected() ? watch->observe(std::move(block)) : nullptr;
 }
 
 } // namespace vintra

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <chrono>
 #include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 namespace vintra {
@@ -41,6 +43,15 @@ std::map<std::string, FakePortal::Value> readOptions(sd_bus_message* message) {
     }
     sd_bus_message_exit_container(message);
     return options;
+}
+
+int connectionTo(const std::string& socketPath) {
+    const int descriptor = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    socketPath.copy(address.sun_path, sizeof address.sun_path - 1);
+    ::connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+    return descriptor;
 }
 
 std::string textOf(const std::map<std::string, FakePortal::Value>& options, const std::string& key) {
@@ -107,7 +118,8 @@ int FakePortal::answer(sd_bus_message* message) {
 }
 
 int FakePortal::openRemote(sd_bus_message* message) {
-    const int descriptor = ::open("/dev/null", O_RDWR | O_CLOEXEC);
+    const int descriptor = script.pipeWireSocket.empty() ? ::open("/dev/null", O_RDWR | O_CLOEXEC)
+                                                         : connectionTo(script.pipeWireSocket);
     const int result = sd_bus_reply_method_return(message, "h", descriptor);
     ::close(descriptor);
     return result;
@@ -141,9 +153,9 @@ void FakePortal::appendResults(sd_bus_message* signal, const std::string& member
         sd_bus_message_open_container(signal, 'a', "(ua{sv})");
         if (script.givesStreams) {
             sd_bus_message_open_container(signal, 'r', "ua{sv}");
-            sd_bus_message_append(signal, "u", kNode);
+            sd_bus_message_append(signal, "u", script.node);
             sd_bus_message_open_container(signal, 'a', "{sv}");
-            sd_bus_message_append(signal, "{sv}", "source_type", "u", 1u);
+            sd_bus_message_append(signal, "{sv}", "source_type", "u", script.sourceTypes == 1 ? 1u : 2u);
             if (script.position) {
                 sd_bus_message_append(signal, "{sv}", "position", "(ii)", script.position->first,
                                       script.position->second);

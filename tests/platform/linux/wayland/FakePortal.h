@@ -17,6 +17,8 @@ namespace vintra {
 /// A desktop portal that follows a script, on a bus of the test's own, from the construction to the end of this object.
 class FakePortal {
 public:
+    static constexpr uint32_t kNode = 42;
+
     struct Script {
         uint32_t version = 4;
         uint32_t sourceTypes = 1;
@@ -30,14 +32,14 @@ public:
         std::optional<std::pair<int, int>> position;
         std::optional<std::pair<int, int>> size;
         std::string restoreToken;
+        uint32_t node = kNode;
+        std::string pipeWireSocket; ///< path, where the node is; without one the remote is of no use
     };
     using Value = std::variant<std::string, uint32_t, bool>;
     struct Call {
         std::string member;
         std::map<std::string, Value> options;
     };
-    static constexpr uint32_t kNode = 42;
-
     FakePortal(const std::string& busAddress, Script script);
     FakePortal(const FakePortal&) = delete;
     FakePortal& operator=(const FakePortal&) = delete;

@@ -2,11 +2,14 @@
 
 #include "Vintra/platform/linux/overlays/LinuxOverlays.h"
 #include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
+#include "Vintra/platform/linux/wayland/WaylandDesktop.h"
 #include "Vintra/platform/linux/wayland/WaylandScreens.h"
 #include "tests/platform/linux/overlays/OverlayInputLog.h"
 #include "tests/platform/linux/overlays/SolidPainter.h"
 #include "tests/platform/linux/wayland/WaylandHand.h"
 #include "tests/platform/linux/wayland/WaylandSession.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tools/painted-window/WaylandWindow.h"
 
 #include <chrono>
 #include <gtest/gtest.h>
@@ -75,7 +78,7 @@ protected:
     LinuxEventLoop loop;
     SolidPainter solid;
     OverlayInputLog input;
-    LinuxOverlays overlays = LinuxOverlays::ofWayland(loop, solid);
+    LinuxOverlays overlays = LinuxOverlays::ofWayland(loop, solid, WaylandDesktop{});
     WaylandHand hand;
     NSScreen screen;
 };
@@ -171,6 +174,74 @@ TEST_F(WaylandOverlayWindowsTest, noClicksOfOthersAreToldAndTheProgramIsNeverInF
     EXPECT_TRUE(overlays.windows->areCaptured());
     EXPECT_EQ(overlays.windows->makeWindow({.frame = {{5000, 0}, {10, 10}}}, input)->windowNumber(), 1u)
         << "made, though there is no display to show it on";
+}
+
+/// The same desktop as one whose compositor has no layers for programs.
+class WaylandFullScreenTest : public WaylandOverlayWindowsTest {
+protected:
+    void SetUp() override {
+        WaylandOverlayWindowsTest::SetUp();
+        if (IsSkipped() || HasFatalFailure()) return;
+        WaylandSession::choose(kDisplayName);
+        overlays = LinuxOverlays::ofWayland(
+            loop, solid,
+            {.displayName = {}, .busAddress = {}, .restoreTokensFile = folder.file("tokens").path()}, false);
+        below = std::make_unique<WaylandWindow>(kDisplayName);
+        ASSERT_TRUE(below->isOpen());
+        below->fill({0, 0, 640, 480}, kBelow);
+        below->showAndAwaitFrame();
+    }
+    void TearDown() override {
+        below.reset();
+        WaylandOverlayWindowsTest::TearDown();
+    }
+    /// This portal gives a picture when the screen changes.
+    bool awaitSelection() {
+        int shade = 0;
+        return await([&] {
+            if (looks(40, 50, 0xff0000)) return true;
+            below->fill({600, 440, 40, 40}, static_cast<uint32_t>(++shade % 200));
+            below->show();
+            return false;
+        });
+    }
+
+    static constexpr uint32_t kBelow = 0x60c0a0;
+    TemporaryFolder folder;
+    std::unique_ptr<WaylandWindow> below;
+};
+
+TEST_F(WaylandFullScreenTest, aSelectionIsAFullScreenWindowOverThePictureOfTheDisplay) {
+    ASSERT_TRUE(hand.isThere());
+    EXPECT_FALSE(overlays.windows->canLetClicksThrough());
+    EXPECT_EQ(overlays.windows->makeWindow({.frame = screen.frame}, input), nullptr) << "there is no guide";
+    auto selection = open({.takesKeyboard = true, .ignoresMouseEvents = false});
+    ASSERT_TRUE(awaitSelection());
+    EXPECT_TRUE(looks(400, 250, kBelow)) << "the hole";
+    EXPECT_TRUE(looks(100, 400, 0x306050)) << "half of its light";
+    move(100, 100);
+    hand.press();
+    move(200, 150);
+    hand.release();
+    ASSERT_TRUE(await([&] { return input.has("up"); }));
+    EXPECT_TRUE(input.has("down 100 380"));
+    EXPECT_TRUE(input.has("drag 200 330"));
+    selection->present(
+        {{DrawList::FilledSurround{{{300, 80}, {200, 100}}, {{0, 0}, {640, 480}}, NSColor::black(0.5)}}});
+    EXPECT_TRUE(await([&] { return looks(400, 350, kBelow) && looks(400, 250, 0x306050); }))
+        << "it was moved";
+    EXPECT_TRUE(looks(40, 50, 0x306050)) << "the block has gone";
+    hand.type(28);
+    ASSERT_TRUE(await([&] { return input.has("key 36"); }));
+    selection.reset();
+    EXPECT_TRUE(await([&] { return looks(40, 50, kBelow); }));
+}
+
+TEST_F(WaylandFullScreenTest, aUserWhoDoesntShareTheDisplayHasCancelledTheSelection) {
+    WaylandSession::choose("");
+    const auto selection = open({.takesKeyboard = true, .ignoresMouseEvents = false});
+    EXPECT_TRUE(await([&] { return input.has("cancel"); }));
+    WaylandSession::choose(kDisplayName);
 }
 
 } // namespace
