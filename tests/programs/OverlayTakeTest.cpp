@@ -315,6 +315,62 @@ TEST_P(OverlayTakeTest, theRegionIsMovedAndResizedWithTheBarsMenusOnTheGuide) {
     EXPECT_EQ(ground.clicks().back(), (X11ClickedWindow::Click{400, 200, 1}));
 }
 
+TEST_P(OverlayTakeTest, everyCornerResizesInEveryShape) {
+    struct Shape {
+        AspectPreset aspect;
+        double ratio; ///< width by height; 0 for any
+        CGSize size;
+    };
+    recorder->captureRegion.set(CaptureRegion{recorder->effectiveDisplay()->id, {{300, 200}, {240, 180}}});
+    pressButton({BarAction::Mode{CaptureModeChoice::region}});
+    ASSERT_TRUE(await([&] { return *recorder->screenCaptureMode == CaptureModeChoice::region; }));
+    for (const Shape& shape :
+         {Shape{AspectPreset::freeform, 0, {240, 180}},
+          Shape{AspectPreset::widescreen, 32.0 / 18, {320, 180}},
+          Shape{AspectPreset::vertical, 18.0 / 32, {180, 320}}, Shape{AspectPreset::square, 1, {240, 240}}}) {
+        recorder->aspectPreset.set(shape.aspect);
+        for (const auto& [right, down] :
+             {std::pair(0, 0), std::pair(1, 0), std::pair(0, 1), std::pair(1, 1)}) {
+            SCOPED_TRACE(barLabel(shape.aspect) + " " + std::to_string(right) + std::to_string(down));
+            const CGRect before{{400 - shape.size.width / 2, 290 - shape.size.height / 2}, shape.size};
+            recorder->captureRegion.set(CaptureRegion{recorder->effectiveDisplay()->id, before});
+            const CGPoint corner{right ? before.maxX() : before.minX(), down ? before.maxY() : before.minY()};
+            const CGPoint fixed{right ? before.minX() : before.maxX(), down ? before.minY() : before.maxY()};
+            const CGPoint to{corner.x + (right ? 37 : -37), corner.y + (down ? 11 : -11)};
+            double width = std::abs(to.x - fixed.x);
+            double height = std::abs(to.y - fixed.y);
+            if (shape.ratio > 0) {
+                width = std::max(width, height * shape.ratio); // the side that reaches further leads
+                height = width / shape.ratio;
+            }
+            const CGRect expected{{right ? fixed.x : fixed.x - width, down ? fixed.y : fixed.y - height},
+                                  {width, height}};
+            dragGuide(static_cast<int>(corner.x), static_cast<int>(corner.y), static_cast<int>(to.x),
+                      static_cast<int>(to.y));
+            EXPECT_TRUE(await([&] {
+                const CGRect& now = recorder->captureRegion->value().rect;
+                return std::abs(now.minX() - expected.minX()) < 0.01 &&
+                       std::abs(now.minY() - expected.minY()) < 0.01 &&
+                       std::abs(now.size.width - expected.size.width) < 0.01 &&
+                       std::abs(now.size.height - expected.size.height) < 0.01;
+            })) << "it is "
+                << recorder->captureRegion->value().rect.minX() << ", "
+                << recorder->captureRegion->value().rect.minY() << ", "
+                << recorder->captureRegion->value().rect.size.width << " × "
+                << recorder->captureRegion->value().rect.size.height;
+        }
+    }
+    pressButton({BarAction::FrameRateMenu{}});
+    const auto rates =
+        ControlBar::menuItems(kScreen, recorder->currentBarState(), BarMenuKind::frameRate, solid);
+    const CGRect slowest = rates.at(0).rect;
+    const int itemX = static_cast<int>(slowest.midX());
+    const int itemY = kHeight - static_cast<int>(slowest.midY());
+    ASSERT_TRUE(await([&] { return at(itemX + 30, itemY) == 0x000000; })) << "the menu is open";
+    hand.click(itemX, itemY);
+    EXPECT_TRUE(await([&] { return *recorder->screenFrameRate == 24; }));
+}
+
 TEST_P(OverlayTakeTest, besideTheRegionClicksReachTheProgramBelow) {
     drawRegion(300, 200, 500, 400);
     hand.setFocus(ground.id());
