@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace vintra {
 namespace {
@@ -15,8 +16,9 @@ constexpr const char* kNoMicrophone = "No microphone connected";
 
 } // namespace
 
-MicTrackRows::MicTrackRows(const AppSurroundings& surroundings)
-    : surroundings(surroundings) {}
+MicTrackRows::MicTrackRows(const AppSurroundings& surroundings, std::function<void()> changed)
+    : surroundings(surroundings)
+    , silence(surroundings, std::move(changed)) {}
 
 std::vector<TrackRow> MicTrackRows::rows() const {
     const auto& extras = *surroundings.recorder.extraAudioInputs;
@@ -43,6 +45,7 @@ MicTrackRow MicTrackRows::microphone() const {
             .channelCount = device ? recorder.channelCount(*device) : 1,
             .gainDB = *recorder.micGainDB,
             .meterSource = LevelKey::mic(),
+            .isSilent = silence.isSilent(LevelKey::mic()),
             .disabled = isLocked(),
             .canArm = deviceToArm(std::nullopt).has_value()};
 }
@@ -57,6 +60,7 @@ MicTrackRow MicTrackRows::extraInput(const ExtraAudioInputConfig& config, size_t
             .channelCount = config.deviceID ? surroundings.recorder.channelCount(*config.deviceID) : 1,
             .gainDB = config.gainDB,
             .meterSource = LevelKey::extra(config.id),
+            .isSilent = silence.isSilent(LevelKey::extra(config.id)),
             .disabled = isLocked(),
             .canArm = deviceToArm(config.id).has_value()};
 }

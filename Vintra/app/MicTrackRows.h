@@ -1,9 +1,11 @@
 #pragma once
 
 #include "Vintra/app/AppSurroundings.h"
+#include "Vintra/app/InputSilence.h"
 #include "Vintra/app/TrackRow.h"
 #include "Vintra/platform/UUID.h"
 
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -19,7 +21,8 @@ class MicTrackRows {
 public:
     using Row = std::optional<UUID>;
 
-    explicit MicTrackRows(const AppSurroundings& surroundings);
+    /// `changed` is called when a row has changed for a reason of this object's own.
+    MicTrackRows(const AppSurroundings& surroundings, std::function<void()> changed);
 
     std::vector<TrackRow> rows() const;
 
@@ -46,6 +49,7 @@ private:
     void change(const UUID& config, Change how);
 
     const AppSurroundings surroundings;
+    InputSilence silence;
     std::map<Row, std::string> lastDeviceIDs; ///< what a row had before it was disarmed
 };
 

@@ -24,6 +24,7 @@ struct MicTrackRow {
     int channelCount = 1; ///< of the chosen device; there is a menu of them above 1
     double gainDB = 0;
     LevelKey meterSource;
+    bool isSilent = false; ///< armed, but no sound has come for a while
     bool disabled = false; ///< all but the meter
     bool canArm = true;    ///< there is a device to arm
     bool showAddLink = false;
@@ -109,6 +110,7 @@ namespace TrackTexts {
 inline constexpr const char* tracks = "Tracks";
 inline constexpr const char* microphone = "Microphone";
 inline constexpr const char* addMicrophone = "Add another microphone";
+inline constexpr const char* noSound = "No sound";
 inline constexpr const char* screen = "Screen";
 inline constexpr const char* screenImage = "display";
 inline constexpr const char* captureOptions = "Capture options";

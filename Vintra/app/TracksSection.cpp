@@ -8,7 +8,7 @@
 namespace vintra {
 
 TracksSection::TracksSection(const AppSurroundings& surroundings)
-    : microphones(surroundings)
+    : microphones(surroundings, [this] { refresher.note(); })
     , screen(surroundings)
     , webcams(surroundings)
     , computerAudio(surroundings, [this] { refresher.note(); })

@@ -148,5 +148,44 @@ TEST_F(MicTrackRowsTest, withoutADeviceThereIsNothingToArm) {
     EXPECT_FALSE(mic().isArmed());
 }
 
+TEST_F(MicTrackRowsTest, anArmedRowThatBringsNoSoundSaysSo) {
+    const auto device = machine.audioHardware->device("mic.one");
+    ASSERT_NE(device, nullptr);
+    device->signal = [](uint32_t, int64_t, CMTime) { return 0.0f; };
+    machine.run(10);
+    EXPECT_FALSE(mic().isSilent) << "it isn't armed";
+    rows().setDevice(std::nullopt, "mic.one");
+    machine.run(4.5);
+    EXPECT_FALSE(mic().isSilent);
+    machine.run(1);
+    EXPECT_TRUE(mic().isSilent);
+    device->signal = [](uint32_t, int64_t frame, CMTime) { return frame % 2 == 0 ? 0.1f : -0.1f; };
+    machine.run(0.5);
+    EXPECT_FALSE(mic().isSilent);
+    // What sounds on is no silence, and a device that sends nothing at all is one.
+    machine.run(20);
+    EXPECT_FALSE(mic().isSilent);
+    device->isSilent = true;
+    machine.run(6);
+    EXPECT_TRUE(mic().isSilent);
+    rows().setDevice(std::nullopt, "multi.eight");
+    EXPECT_FALSE(mic().isSilent) << "another device has its time from the start";
+}
+
+TEST_F(MicTrackRowsTest, eachFurtherInputIsListenedToByItself) {
+    const auto quiet = machine.audioHardware->device("daw.two");
+    ASSERT_NE(quiet, nullptr);
+    quiet->signal = [](uint32_t, int64_t, CMTime) { return 0.0f; };
+    rows().setDevice(std::nullopt, "mic.one");
+    rows().addMicrophone();
+    rows().addMicrophone();
+    rows().setDevice(recorder->extraAudioInputs->at(0).id, "daw.two");
+    rows().setDevice(recorder->extraAudioInputs->at(1).id, "multi.eight");
+    machine.run(7);
+    EXPECT_FALSE(mic().isSilent);
+    EXPECT_TRUE(extra(0).isSilent);
+    EXPECT_FALSE(extra(1).isSilent);
+}
+
 } // namespace
 } // namespace vintra

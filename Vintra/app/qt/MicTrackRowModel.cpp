@@ -67,6 +67,10 @@ int MicTrackRowModel::decibels() const {
     return static_cast<int>(std::lround(row.gainDB));
 }
 
+QString MicTrackRowModel::warning() const {
+    return row.isSilent ? TrackTexts::noSound : "";
+}
+
 QString MicTrackRowModel::addTitle() const {
     return TrackTexts::addMicrophone;
 }

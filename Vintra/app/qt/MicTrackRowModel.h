@@ -30,6 +30,7 @@ class MicTrackRowModel : public TrackRowModel {
     Q_PROPERTY(vintra::MenuModel* devices READ devices CONSTANT)
     Q_PROPERTY(vintra::MenuModel* channels READ channels CONSTANT)
     Q_PROPERTY(vintra::MeterModel* meter READ meter CONSTANT)
+    Q_PROPERTY(QString warning READ warning NOTIFY changed)
     Q_PROPERTY(QString addTitle READ addTitle CONSTANT)
 
 public:
@@ -62,6 +63,7 @@ public:
     MenuModel* devices() { return &deviceMenu; }
     MenuModel* channels() { return &channelMenu; }
     MeterModel* meter() { return &levelMeter; }
+    QString warning() const; ///< under the meter; empty for none
     QString addTitle() const;
 
 private:

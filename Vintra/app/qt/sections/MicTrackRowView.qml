@@ -58,6 +58,22 @@ Item {
         meter: view.row.meter
         name: view.row.title
     }
+    Dot {
+        x: Measures.meterX
+        anchors.verticalCenter: warning.verticalCenter
+        visible: warning.visible
+        color: DesignColor.meterRed
+    }
+    Words {
+        id: warning
+
+        x: Measures.meterX + Measures.dot + Measures.controlGap / 2
+        y: (Measures.row + Measures.meterHeight) / 2 + 1
+        height: Measures.meterWarning
+        visible: text !== ""
+        text: view.row.warning
+        font.pixelSize: Measures.cardButtonSize
+    }
     Mark {
         x: Measures.markX
         y: (Measures.row - height) / 2
