@@ -10,6 +10,8 @@ public:
     virtual bool bringMainWindowToFront() = 0;
     /// Makes the main window, in front.
     virtual void openMainWindow() = 0;
+    /// Takes the main window away as its closing does. False if it isn't shown.
+    virtual bool putMainWindowAway() = 0;
     /// Takes the menu bar item's panel off the screen.
     virtual void dismissPanel() = 0;
     /// Ends the program's event loop.

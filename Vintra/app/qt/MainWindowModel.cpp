@@ -9,11 +9,12 @@
 namespace vintra {
 
 MainWindowModel::MainWindowModel(ContentView& view, const AppSurroundings& surroundings,
-                                 AppCommandsModel& commands, Published<bool>& isQuitting,
-                                 std::function<void()> quit)
+                                 AppCommandsModel& commands, WindowInPicture& inPicture,
+                                 Published<bool>& isQuitting, std::function<void()> quit)
     : view(view)
     , surroundings(surroundings)
     , commandsModel(commands)
+    , inPicture(inPicture)
     , isQuitting(isQuitting)
     , quitProgram(std::move(quit))
     , statusStripModel(view.statusStrip)
@@ -24,7 +25,8 @@ MainWindowModel::MainWindowModel(ContentView& view, const AppSurroundings& surro
     , recordButtonModel(view.take, [&view] { view.toggleRecording(); }) {
     const auto tell = [this](const auto&) { Q_EMIT changed(); };
     observations = {view.bugButtonTitle.observe(tell), view.diagnostics.diagnosticsCopied.observe(tell),
-                    surroundings.recorder.isRecording.observe(tell), isQuitting.observe(tell)};
+                    surroundings.recorder.isRecording.observe(tell), inPicture.state.observe(tell),
+                    isQuitting.observe(tell)};
 }
 
 MainWindowModel::~MainWindowModel() = default;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Vintra/app/AppSurroundings.h"
+#include "Vintra/app/WindowInPicture.h"
 #include "Vintra/app/qt/AppCommandsModel.h"
 #include "Vintra/app/qt/CardsModel.h"
 #include "Vintra/app/qt/OutputSectionModel.h"
@@ -36,6 +37,10 @@ class MainWindowModel : public QObject {
     Q_PROPERTY(QString tracksTitle READ tracksTitle CONSTANT)
     Q_PROPERTY(QString closingNote READ closingNote NOTIFY changed)
     Q_PROPERTY(QString markerHelp READ markerHelp NOTIFY changed)
+    Q_PROPERTY(bool isInPicture READ isInPicture NOTIFY changed)
+    Q_PROPERTY(bool minimizes READ minimizes WRITE setMinimizes NOTIFY changed)
+    Q_PROPERTY(QString minimizesTitle READ minimizesTitle CONSTANT)
+    Q_PROPERTY(QString inPictureHelp READ inPictureHelp CONSTANT)
     Q_PROPERTY(double heightLimit READ heightLimit NOTIFY heightLimitChanged)
     Q_PROPERTY(vintra::AppCommandsModel* commands READ commands CONSTANT)
     Q_PROPERTY(vintra::StatusStripModel* statusStrip READ statusStrip CONSTANT)
@@ -48,7 +53,7 @@ class MainWindowModel : public QObject {
 public:
     /// All outlive this. `quit` ends the program.
     MainWindowModel(ContentView& view, const AppSurroundings& surroundings, AppCommandsModel& commands,
-                    Published<bool>& isQuitting, std::function<void()> quit);
+                    WindowInPicture& inPicture, Published<bool>& isQuitting, std::function<void()> quit);
     ~MainWindowModel() override;
 
     QString title() const;
@@ -64,6 +69,11 @@ public:
     QString markerHelp() const { return markerNote; }
     /// From now on shows this text, which outlives this.
     void showMarkerHelp(Published<std::string>& note);
+    bool isInPicture() const { return inPicture.state->isInPicture; }
+    bool minimizes() const { return inPicture.state->minimizes; }
+    void setMinimizes(bool minimizes) { inPicture.setMinimizes(minimizes); }
+    QString minimizesTitle() const { return WindowInPicture::kTitle; }
+    QString inPictureHelp() const { return WindowInPicture::kHelp; }
     /// The most that the window's content may take, in points.
     double heightLimit() const { return limit; }
     void setHeightLimit(double newLimit);
@@ -89,6 +99,7 @@ private:
     ContentView& view;
     const AppSurroundings surroundings;
     AppCommandsModel& commandsModel;
+    WindowInPicture& inPicture;
     Published<bool>& isQuitting;
     const std::function<void()> quitProgram;
     QString markerNote;

@@ -32,6 +32,7 @@ QtProgram::QtProgram(Services given)
     , view(surroundings())
     , programWindows(
           engine, [this] { return tray && tray->hasHost(); }, services.endEventLoop)
+    , inPicture(surroundings(), programWindows)
     , delegate(platform, programWindows)
     , uninstall({.platform = platform,
                  .alerts = qtAlerts,
@@ -42,7 +43,7 @@ QtProgram::QtProgram(Services given)
     , item(surroundings(), view.take, programWindows, [this] { quit(); })
     , programCommands(surroundings(), view.take, [this] { quit(); })
     , marker(surroundings(), *services.hotKeys)
-    , mainWindowModel(std::make_unique<MainWindowModel>(view, surroundings(), commandsModel,
+    , mainWindowModel(std::make_unique<MainWindowModel>(view, surroundings(), commandsModel, inPicture,
                                                         delegate.isQuitting, [this] { quit(); }))
     , tray(std::make_unique<TrayItem>(engine, item, view.take, commandsModel)) {
     static_cast<void>(keptRegistration); // read, so that no compiler leaves it out
@@ -50,7 +51,9 @@ QtProgram::QtProgram(Services given)
     waitingUpdate.controller = updater;
     mainWindowModel->showMarkerHelp(marker.note);
     programWindows.setModel(*mainWindowModel);
-    view.cards.onHideMainWindow = [this] { programWindows.hideMainWindow(); };
+    view.cards.onHideMainWindow = [this] { programWindows.putMainWindowAway(); };
+    programWindows.onMoved = [this](const std::optional<CGRect>& frame) { inPicture.setWindowFrame(frame); };
+    tray->onHostGone = [this] { programWindows.keepWithinReach(); };
     programWindows.onDismissPanel = [this] { tray->dismissPanel(); };
     programWindows.onFirstAppearance = [this] {
         delegate.recorder = manager;

@@ -11,6 +11,7 @@
 #include "Vintra/app/UpdateWindow.h"
 #include "Vintra/app/UpdaterController.h"
 #include "Vintra/app/UpdaterState.h"
+#include "Vintra/app/WindowInPicture.h"
 #include "Vintra/app/qt/AppCommandsModel.h"
 #include "Vintra/app/qt/MainWindowModel.h"
 #include "Vintra/app/qt/QtAlerts.h"
@@ -92,6 +93,7 @@ private:
     UpdateWindow updateView;
     ContentView view;
     QtProgramWindows programWindows;
+    WindowInPicture inPicture;
     AppDelegate delegate;
     QtUpdateWindow qtUpdateWindow{engine, updateView};
     QtAlerts qtAlerts{engine};

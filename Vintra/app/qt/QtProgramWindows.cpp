@@ -4,6 +4,7 @@
 #include "Vintra/app/qt/QmlWindow.h"
 
 #include <QCloseEvent>
+#include <QGuiApplication>
 #include <QScreen>
 #include <QTimer>
 #include <utility>
@@ -77,20 +78,36 @@ void QtProgramWindows::limitHeight() {
 
 bool QtProgramWindows::eventFilter(QObject* watched, QEvent* event) {
     if (watched != window.get()) return false;
-    if (event->type() == QEvent::Expose || event->type() == QEvent::Move) limitHeight();
+    const bool isPlace = event->type() == QEvent::Move || event->type() == QEvent::Resize;
+    if (event->type() == QEvent::Expose || isPlace) limitHeight();
+    if (event->type() == QEvent::Expose || isPlace) tellPlace();
     if (event->type() != QEvent::Close) return false;
     event->ignore();
-    hideMainWindow();
+    putMainWindowAway();
     return true;
 }
 
-void QtProgramWindows::hideMainWindow() {
-    if (!window) return;
+bool QtProgramWindows::putMainWindowAway() {
+    if (!window || !isSeen(*window)) return false;
     if (hasTray()) {
         window->hide();
     } else {
         window->showMinimized();
     }
+    return true;
+}
+
+void QtProgramWindows::keepWithinReach() {
+    if (window && window->visibility() == QWindow::Hidden) window->showMinimized();
+}
+
+/// A Wayland desktop keeps the places of windows to itself.
+void QtProgramWindows::tellPlace() {
+    if (!window || !onMoved) return;
+    if (QGuiApplication::platformName() != "xcb") return onMoved(std::nullopt);
+    const QRect frame = window->frameGeometry();
+    onMoved(CGRect{{static_cast<double>(frame.x()), static_cast<double>(frame.y())},
+                   {static_cast<double>(frame.width()), static_cast<double>(frame.height())}});
 }
 
 void QtProgramWindows::dismissPanel() {

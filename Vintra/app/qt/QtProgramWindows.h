@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Vintra/platform/Geometry.h"
 #include "Vintra/platform/ProgramWindows.h"
 
 #include <QObject>
@@ -7,6 +8,7 @@
 #include <QQuickWindow>
 #include <functional>
 #include <memory>
+#include <optional>
 
 namespace vintra {
 
@@ -29,13 +31,17 @@ public:
     /// After a window was made and is about to be shown for the first time.
     std::function<void()> onFirstAppearance;
 
+    /// Where the window is now, in points on the desktop; nothing where the desktop doesn't tell.
+    std::function<void(const std::optional<CGRect>& frame)> onMoved;
+
     bool bringMainWindowToFront() override;
     void openMainWindow() override;
+    bool putMainWindowAway() override;
     void dismissPanel() override;
-    /// As when it is closed: it goes to the tray, or to the desktop's list of windows.
-    void hideMainWindow();
     void terminate() override;
 
+    /// A window that was hidden for a tray that has gone goes to the desktop's list of windows.
+    void keepWithinReach();
     /// Before what it shows goes.
     void closeMainWindow();
     QQuickWindow* mainWindow() const { return window.get(); }
@@ -47,6 +53,7 @@ private:
     void followWindow();
     void followScreen();
     void limitHeight();
+    void tellPlace();
 
     QQmlEngine& engine;
     const std::function<bool()> hasTray;

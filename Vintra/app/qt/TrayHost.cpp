@@ -1,17 +1,18 @@
 #include "Vintra/app/qt/TrayHost.h"
 
+#include "Vintra/app/qt/XTrayOwner.h"
+
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
-#include <QSystemTrayIcon>
 #include <utility>
 
 namespace vintra {
 namespace {
 
 constexpr const char* kWatcher = "org.kde.StatusNotifierWatcher";
-constexpr int kPatienceMilliseconds = 300;
+constexpr int kXLookMilliseconds = 3000;
 
 QDBusMessage question() {
     auto message = QDBusMessage::createMethodCall(kWatcher, "/StatusNotifierWatcher",
@@ -29,24 +30,42 @@ bool isYes(const QDBusPendingReply<QDBusVariant>& reply) {
 
 TrayHost::TrayHost(std::function<void()> changed)
     : changed(std::move(changed))
-    , watcher(kWatcher, QDBusConnection::sessionBus(), QDBusServiceWatcher::WatchForOwnerChange)
-    , hasNotifierHost(
-          isYes(QDBusConnection::sessionBus().call(question(), QDBus::Block, kPatienceMilliseconds)))
-    , speaksNotifierItem(hasNotifierHost) {
+    , watcher(kWatcher, QDBusConnection::sessionBus(), QDBusServiceWatcher::WatchForOwnerChange) {
     connect(&watcher, &QDBusServiceWatcher::serviceOwnerChanged, this, [this] { look(); });
-}
-
-bool TrayHost::isThere() const {
-    return speaksNotifierItem ? hasNotifierHost : QSystemTrayIcon::isSystemTrayAvailable();
+    // The tray itself may come after the service that knows of it.
+    QDBusConnection::sessionBus().connect(QString(), "/StatusNotifierWatcher", kWatcher,
+                                          "StatusNotifierHostRegistered", this, SLOT(look()));
+    xTimer.setInterval(kXLookMilliseconds);
+    connect(&xTimer, &QTimer::timeout, this, [this] { decide(false); });
+    look();
 }
 
 void TrayHost::look() {
     auto* const call = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(question()), this);
     connect(call, &QDBusPendingCallWatcher::finished, this, [this, call] {
         call->deleteLater();
-        const bool isNow = isYes(*call);
-        if (std::exchange(hasNotifierHost, isNow) != isNow) changed();
+        decide(isYes(*call));
     });
+}
+
+void TrayHost::decide(bool hasNotifierHost) {
+    const bool hasXTray = kind != Kind::notifier && isXTrayThere();
+    if (kind == Kind::undecided && hasNotifierHost) {
+        kind = Kind::notifier;
+    } else if (kind == Kind::undecided && hasXTray) {
+        kind = Kind::xWindows;
+    }
+    if (kind == Kind::notifier) {
+        xTimer.stop();
+        publish(hasNotifierHost);
+        return;
+    }
+    if (canHaveXTray()) xTimer.start();
+    publish(hasXTray);
+}
+
+void TrayHost::publish(bool isNow) {
+    if (std::exchange(isThereNow, isNow) != isNow) changed();
 }
 
 } // namespace vintra

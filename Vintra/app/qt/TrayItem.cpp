@@ -31,15 +31,14 @@ TrayItem::TrayItem(QQmlEngine& engine, MenuBarItem& item, TakeControl& take, App
     , item(item)
     , commands(commands)
     , model(item, take)
-    , host([this] { refresh(); }) {
+    , host([this] {
+        refresh();
+        if (!host.isThere() && onHostGone) onHostGone();
+    }) {
     menu.addAction(MenuBarItem::kOpen, this, [this] { this->item.openMainWindow(); });
     recordAction = menu.addAction({}, this, [this] { this->item.toggleRecording(); });
     addCommands();
     menu.addAction(MenuBarItem::kQuit, this, [this] { this->item.quit(); });
-    icon.setContextMenu(&menu);
-    connect(&icon, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
-        if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick) togglePanel();
-    });
     iconObservation = item.icon.observe([this](const MenuBarItem::Icon&) { refresh(); });
     buttonObservation = take.footerButton.observe([this](const TakeControl::Button&) { refreshMenu(); });
     refresh();
@@ -51,9 +50,19 @@ TrayItem::~TrayItem() {
 }
 
 void TrayItem::refresh() {
-    icon.setIcon(trayIcon(*item.icon));
-    icon.setToolTip(item.icon->isRed ? "VINTRA Recorder: recording" : "VINTRA Recorder");
-    icon.setVisible(host.isThere());
+    if (host.isThere() && !icon) makeIcon();
+    if (!icon) return;
+    icon->setIcon(trayIcon(*item.icon));
+    icon->setToolTip(item.icon->isRed ? "VINTRA Recorder: recording" : "VINTRA Recorder");
+    icon->setVisible(host.isThere());
+}
+
+void TrayItem::makeIcon() {
+    icon = std::make_unique<QSystemTrayIcon>();
+    icon->setContextMenu(&menu);
+    connect(icon.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+        if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick) togglePanel();
+    });
 }
 
 void TrayItem::addCommands() {
@@ -98,7 +107,7 @@ void TrayItem::dismissPanel() {
 
 /// Under the item or over it, where the desktop tells where that is; else by the pointer.
 void TrayItem::placePanel() {
-    const QRect known = icon.geometry();
+    const QRect known = icon ? icon->geometry() : QRect();
     const QRect at = known.isValid() ? known : QRect(QCursor::pos(), QSize(1, 1));
     const QScreen* screen = QGuiApplication::screenAt(at.center());
     if (!screen) screen = QGuiApplication::primaryScreen();

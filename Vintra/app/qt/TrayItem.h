@@ -10,6 +10,7 @@
 #include <QQmlEngine>
 #include <QQuickWindow>
 #include <QSystemTrayIcon>
+#include <functional>
 #include <memory>
 
 namespace vintra {
@@ -21,6 +22,9 @@ public:
     /// All outlive this.
     TrayItem(QQmlEngine& engine, MenuBarItem& item, TakeControl& take, AppCommandsModel& commands);
     ~TrayItem() override;
+
+    /// A tray has gone: what could be brought back from it alone is to be put where the user finds it.
+    std::function<void()> onHostGone;
 
     bool hasHost() const { return host.isThere(); }
     /// Opens the panel, or takes it away.
@@ -34,6 +38,7 @@ protected:
 
 private:
     void refresh();
+    void makeIcon();
     void refreshMenu();
     void addCommands();
     void placePanel();
@@ -46,8 +51,8 @@ private:
     QAction* recordAction = nullptr;
     QAction* checkAction = nullptr;
     QAction* removeAction = nullptr;
-    QSystemTrayIcon icon;
     TrayHost host;
+    std::unique_ptr<QSystemTrayIcon> icon;     ///< from a tray's first appearance on
     std::unique_ptr<QQuickWindow> panelWindow; ///< made when it is first opened
     Observation iconObservation;
     Observation buttonObservation;

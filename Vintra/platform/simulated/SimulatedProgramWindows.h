@@ -11,7 +11,8 @@ namespace vintra {
 class SimulatedProgramWindows final : public ProgramWindows {
 public:
     bool hasMainWindow = true;
-    std::vector<std::string> calls; ///< "front", "open", "dismiss", "terminate"
+    bool isMainWindowShown = true;
+    std::vector<std::string> calls; ///< "front", "open", "away", "dismiss", "terminate"
 
     bool bringMainWindowToFront() override {
         if (hasMainWindow) calls.emplace_back("front");
@@ -20,6 +21,10 @@ public:
     void openMainWindow() override {
         calls.emplace_back("open");
         hasMainWindow = true;
+    }
+    bool putMainWindowAway() override {
+        if (isMainWindowShown) calls.emplace_back("away");
+        return isMainWindowShown;
     }
     void dismissPanel() override { calls.emplace_back("dismiss"); }
     void terminate() override { calls.emplace_back("terminate"); }

@@ -23,11 +23,18 @@ FlatAction {
 
     Accessible.onToggleAction: box.clicked()
 
+    // The ground lies under the outline, which lets it through.
     background: Rectangle {
         radius: box.cornerRadius
-        color: box.isOn ? DesignColor.accent : DesignColor.sectionFill
-        border.width: Measures.checkboxStroke
-        border.color: DesignColor.sectionDivider
+        color: box.isOn ? DesignColor.accent : (box.isOnGround ? "transparent" : DesignColor.sectionFill)
+
+        Rectangle {
+            anchors.fill: parent
+            radius: parent.radius
+            color: "transparent"
+            border.width: Measures.checkboxStroke
+            border.color: box.isOnGround ? DesignColor.divider : DesignColor.sectionDivider
+        }
     }
     contentItem: Item {
         Icon {

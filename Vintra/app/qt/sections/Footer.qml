@@ -38,7 +38,50 @@ Item {
             font.pixelSize: Measures.secondarySize
         }
     }
+    Item {
+        id: choice
+
+        anchors.right: button.left
+        anchors.rightMargin: Measures.sideMargin
+        width: check.width + Measures.controlGap + words.implicitWidth
+        height: parent.height
+        visible: footer.window.isInPicture
+
+        FlatCheckbox {
+            id: check
+
+            anchors.verticalCenter: parent.verticalCenter
+            isOn: footer.window.minimizes
+            isOnGround: true
+            name: words.text
+            help: footer.window.inPictureHelp
+            onAsked: on => footer.window.minimizes = on
+        }
+        Words {
+            id: words
+
+            x: check.width + Measures.controlGap
+            height: parent.height
+            text: footer.window.minimizesTitle
+            color: DesignColor.textSecondary
+            font.pixelSize: Measures.secondarySize
+            Accessible.ignored: true
+
+            TapHandler {
+                onTapped: footer.window.minimizes = !footer.window.minimizes
+            }
+            HoverHandler {
+                id: pointer
+            }
+            HelpText {
+                text: footer.window.inPictureHelp
+                shown: pointer.hovered
+            }
+        }
+    }
     FlatButton {
+        id: button
+
         objectName: "recordButton"
         anchors.right: parent.right
         width: Measures.footerButtonWidth
