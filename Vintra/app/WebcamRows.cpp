@@ -48,14 +48,9 @@ WebcamRow WebcamRows::row(const Row& config, const std::string& label,
             // A camera without more is recorded at 1080p whatever was chosen.
             .resolution = deviceID && !offers4K ? CameraResolution::hd : chosen,
             .canChooseResolution = offers4K && !isLocked(),
-            .canShowPreview = deviceID && !isLocked() && isPreviewHidden(config),
+            .canShowPreview = deviceID && !isLocked(),
             .disabled = isLocked(),
             .canArm = deviceToArm(config).has_value()};
-}
-
-bool WebcamRows::isPreviewHidden(const Row& row) const {
-    const ScreenRecorderManager& recorder = surroundings.recorder;
-    return row ? recorder.hiddenExtraCameraPreviews->contains(*row) : !*recorder.webcamPreviewVisible;
 }
 
 std::vector<MenuOption> WebcamRows::cameras() const {

@@ -30,6 +30,7 @@ public:
     void setArmed(const Row& row, bool armed);
     void setDevice(const Row& row, const std::optional<std::string>& deviceID);
     void setResolution(const Row& row, CameraResolution resolution);
+    /// In front of other windows, if it is shown already.
     void showPreview(const Row& row);
     /// A further row, not armed.
     void addWebcam();
@@ -38,7 +39,6 @@ public:
 private:
     WebcamRow row(const Row& config, const std::string& label,
                   const std::optional<std::string>& deviceID) const;
-    bool isPreviewHidden(const Row& row) const;
     std::optional<std::string> deviceToArm(const Row& row) const;
     std::optional<std::string> deviceOf(const Row& row) const;
     bool isLocked() const;

@@ -28,7 +28,8 @@ FirstCamera::FirstCamera(const CameraSurroundings& surroundings, const CameraFor
     selection.selectedCameraDeviceID.onChange(
         [this](const auto&) { tasks.post([this] { return configure(); }); });
     selection.webcamPreviewSize.onChange([this](const auto&) { resizeFloatingPreviewWindow(); });
-    selection.webcamPreviewVisible.onChange([this](bool) { previewVisibleChanged(); });
+    // Also where it is visible already: it may lie under another window.
+    visibleObservation = selection.webcamPreviewVisible.observe([this](bool) { previewVisibleChanged(); });
 }
 
 bool FirstCamera::isAlive() const {

@@ -2,6 +2,7 @@
 
 #include "Vintra/platform/FloatingPreviewWindows.h"
 #include "Vintra/platform/MainThreadTasks.h"
+#include "Vintra/platform/Observation.h"
 #include "Vintra/platform/Task.h"
 #include "Vintra/video/CameraCaptureChain.h"
 #include "Vintra/video/CameraFormats.h"
@@ -70,6 +71,7 @@ private:
     bool isOwed = false; ///< a configure was asked for in a take
     int configuresUnderWay = 0;
     bool hasEnded = false;
+    Observation visibleObservation;
     MainThreadTasks tasks;
 };
 

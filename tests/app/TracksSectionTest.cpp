@@ -135,7 +135,7 @@ TEST_F(TracksSectionTest, aFurtherCameraIsCountedAndHasItsMark) {
     machine.run(0.5);
 }
 
-TEST_F(TracksSectionTest, aHiddenPreviewCanBeShown) {
+TEST_F(TracksSectionTest, aPreviewCanBeShownAndBroughtToTheFront) {
     plugCamera("cam.a", "First Camera");
     tracks().webcams.setArmed(std::nullopt, true);
     machine.run(0.5);
@@ -143,7 +143,14 @@ TEST_F(TracksSectionTest, aHiddenPreviewCanBeShown) {
     EXPECT_TRUE(row<WebcamRow>("webcam").canShowPreview);
     tracks().webcams.showPreview(std::nullopt);
     EXPECT_TRUE(*recorder->webcamPreviewVisible);
-    EXPECT_FALSE(row<WebcamRow>("webcam").canShowPreview);
+    ASSERT_EQ(machine.floatingPreviewWindows->windows.size(), 1u);
+    const auto preview = machine.floatingPreviewWindows->windows.front();
+    EXPECT_TRUE(preview->isOnScreen);
+    // It lies under another window.
+    preview->calls.clear();
+    EXPECT_TRUE(row<WebcamRow>("webcam").canShowPreview);
+    tracks().webcams.showPreview(std::nullopt);
+    EXPECT_EQ(preview->calls, std::vector<std::string>{"front"});
 }
 
 TEST_F(TracksSectionTest, aCameraWithoutMoreIsRecordedAt1080p) {
