@@ -16,7 +16,8 @@ MarkerShortcut::MarkerShortcut(const AppSurroundings& surroundings, GlobalHotKey
     : surroundings(surroundings)
     , hotKeys(hotKeys)
     , observation(surroundings.recorder.isRecording.observe([this](bool) { followTake(); }))
-    , problems(hotKeys.problem.observe([this](const std::string&) { describe(); })) {
+    , problems(hotKeys.problem.observe([this](const std::string&) { describe(); }))
+    , choices(hotKeys.chosenKeys.observe([this](const std::string&) { describe(); })) {
     followTake();
     describe();
 }
@@ -35,7 +36,14 @@ void MarkerShortcut::describe() {
     publish(note, problem.empty() ? help() : problem + " " + kInstead);
 }
 
-std::string MarkerShortcut::help() {
+/// A desktop may have given other keys than those that were asked for.
+std::string MarkerShortcut::help() const {
+    const std::string& chosen = *hotKeys.chosenKeys;
+    if (chosen.empty() || chosen == kKeys.title()) return usualHelp();
+    return "To set a marker in the timeline while you record: " + chosen + ".";
+}
+
+std::string MarkerShortcut::usualHelp() {
     return "Press " + kKeys.title() + " while you record to set a marker in the timeline.";
 }
 

@@ -21,20 +21,22 @@ public:
 
     /// Whether the key works now.
     bool isRegistered() const { return markerShortcut != nullptr; }
-    /// What the window says of a key that works.
-    static std::string help();
-    /// What the window says of it now: `help`, or why the key doesn't work here and what to do instead.
+    /// What the window says of the key where it works.
+    static std::string usualHelp();
+    /// What the window says of it now: that, or the key that the user has given it in the desktop's own settings, or why the key doesn't work here and what to do instead.
     Published<std::string> note;
 
 private:
     void followTake();
     void describe();
+    std::string help() const;
 
     const AppSurroundings surroundings;
     GlobalHotKeys& hotKeys;
     std::unique_ptr<GlobalHotKey> markerShortcut;
     Observation observation;
     Observation problems;
+    Observation choices;
 };
 
 } // namespace vintra

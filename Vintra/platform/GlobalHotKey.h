@@ -39,6 +39,9 @@ public:
 
     /// Why keys don't work, or the latest one doesn't: a sentence for the user. Empty as far as is known.
     Published<std::string> problem;
+    /// How the latest key is pressed, in the desktop's words, where its user may have chosen another one. Empty: as it
+    /// was asked for.
+    Published<std::string> chosenKeys;
 
 protected:
     /// The sentences of all backends.

@@ -124,7 +124,10 @@ TEST_F(MenuBarItemTest, aKeyThatIsTakenIsNoKey) {
     keys.areTaken = false;
     recorder->isRecording.set(true);
     EXPECT_TRUE(shortcut.isRegistered());
-    EXPECT_EQ(*shortcut.note, MarkerShortcut::help());
+    EXPECT_EQ(*shortcut.note, MarkerShortcut::usualHelp());
+    // The user chooses another key in the desktop's settings.
+    keys.chosenKeys.set("Meta+F9");
+    EXPECT_EQ(*shortcut.note, "To set a marker in the timeline while you record: Meta+F9.");
     recorder->isRecording.set(false);
 }
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <optional>
 #include <utility>
 
 namespace vintra {
@@ -29,17 +30,32 @@ std::string shortcutOf(const std::string& name) {
     return shortcut;
 }
 
-/// Whether the answer's list of shortcuts has any.
-bool isAnyBound(sd_bus_message* results) {
-    bool isBound = false;
-    forEachEntry(results, [&](const std::string& key, sd_bus_message* value) {
-        if (key != "shortcuts" || sd_bus_message_enter_container(value, 'a', "(sa{sv})") <= 0) return;
-        isBound = sd_bus_message_at_end(value, 0) == 0;
-        while (sd_bus_message_skip(value, nullptr) > 0) {
-        }
-        sd_bus_message_exit_container(value);
+/// How the first of a list of shortcuts is pressed, empty if that isn't said; nothing if the list is empty.
+std::optional<std::string> readTrigger(sd_bus_message* message) {
+    if (sd_bus_message_enter_container(message, 'a', "(sa{sv})") <= 0) return std::nullopt;
+    std::optional<std::string> trigger;
+    if (sd_bus_message_enter_container(message, 'r', "sa{sv}") > 0) {
+        trigger.emplace();
+        sd_bus_message_skip(message, "s");
+        forEachEntry(message, [&trigger](const std::string& key, sd_bus_message* value) {
+            const char* text = nullptr;
+            if (key == "trigger_description" && sd_bus_message_read(value, "s", &text) > 0) trigger = text;
+        });
+        sd_bus_message_exit_container(message);
+    }
+    while (sd_bus_message_skip(message, nullptr) > 0) {
+    }
+    sd_bus_message_exit_container(message);
+    return trigger;
+}
+
+/// Of the answer's list of shortcuts.
+std::optional<std::string> boundTrigger(sd_bus_message* results) {
+    std::optional<std::string> trigger;
+    forEachEntry(results, [&trigger](const std::string& key, sd_bus_message* value) {
+        if (key == "shortcuts") trigger = readTrigger(value);
     });
-    return isBound;
+    return trigger;
 }
 
 } // namespace
@@ -114,8 +130,9 @@ void PortalGlobalHotKeys::HotKey::bind() {
                                               [this](const PortalRequest::Answer& answer) {
                                                   if (answer.code != PortalRequest::Answer::Code::done)
                                                       return fail("not bound: " + answer.error);
-                                                  if (!isAnyBound(answer.results))
-                                                      fail("none of the keys was bound");
+                                                  const auto trigger = boundTrigger(answer.results);
+                                                  if (!trigger) return fail("none of the keys was bound");
+                                                  owner.chosenKeys.set(*trigger);
                                               });
 }
 
@@ -142,6 +159,16 @@ PortalGlobalHotKeys::PortalGlobalHotKeys(MainThreadBus& bus, std::shared_ptr<Log
                                     return;
                                 }
                             });
+    changes = bus.match(std::string("type='signal',interface='") + kShortcuts + "',member='ShortcutsChanged'",
+                        [this](sd_bus_message* signal) {
+                            const char* session = nullptr;
+                            if (sd_bus_message_read(signal, "o", &session) <= 0) return;
+                            const bool isOurs =
+                                std::any_of(hotKeys.begin(), hotKeys.end(),
+                                            [&](const HotKey* hotKey) { return hotKey->session == session; });
+                            const auto trigger = readTrigger(signal);
+                            if (isOurs && trigger) chosenKeys.set(*trigger);
+                        });
     probe();
 }
 

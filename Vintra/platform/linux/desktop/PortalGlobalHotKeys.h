@@ -37,6 +37,7 @@ private:
     std::list<HotKey*> hotKeys; ///< those that live
     BusSlot version;
     BusSlot activations;
+    BusSlot changes;
     const std::shared_ptr<int> life = std::make_shared<int>();
 };
 

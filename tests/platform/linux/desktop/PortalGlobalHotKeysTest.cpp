@@ -42,6 +42,17 @@ public:
         bus.update();
     }
 
+    void changeTrigger(const std::string& trigger, const std::string& description) {
+        sd_bus_message* signal = nullptr;
+        sd_bus_message_new_signal(bus.get(), &signal, "/org/freedesktop/portal/desktop",
+                                  "org.freedesktop.portal.GlobalShortcuts", "ShortcutsChanged");
+        const BusMessage owned(signal);
+        sd_bus_message_append(signal, "oa(sa{sv})", triggers.at(trigger).c_str(), 1, "any", 1,
+                              "trigger_description", "s", description.c_str());
+        sd_bus_send(bus.get(), signal, nullptr);
+        bus.update();
+    }
+
     std::map<std::string, std::string> triggers; ///< with their sessions' paths
     std::map<std::string, std::string> names;    ///< of the shortcuts, by trigger
     std::set<std::string> refused;               ///< triggers
@@ -128,6 +139,22 @@ TEST(PortalGlobalHotKeysTest, theDesktopIsToldWhatTheKeyIsFor) {
     backend.settle();
     EXPECT_EQ(backend.portal.names["CTRL+ALT+m"], "Set a marker in the recording");
     EXPECT_TRUE(backend.portal.wasCalled("Register"));
+}
+
+TEST(PortalGlobalHotKeysTest, theKeyThatTheUserHasChosenIsTold) {
+    PortalKeys backend;
+    const auto key = backend.keys.makeHotKey(kPortalKeys, "Marker", [] {});
+    backend.settle();
+    EXPECT_EQ(*backend.keys.chosenKeys, "Press it");
+    // Chosen anew in the desktop's settings.
+    backend.portal.changeTrigger("CTRL+ALT+m", "Meta+F9");
+    backend.settle();
+    EXPECT_EQ(*backend.keys.chosenKeys, "Meta+F9");
+    // Another program's session.
+    backend.portal.triggers["other"] = "/another/session";
+    backend.portal.changeTrigger("other", "Meta+F10");
+    backend.settle();
+    EXPECT_EQ(*backend.keys.chosenKeys, "Meta+F9");
 }
 
 TEST(PortalGlobalHotKeysTest, aDesktopThatBindsNoneOfTheKeysHasRefused) {
