@@ -17,6 +17,7 @@
 #include "Vintra/platform/linux/desktop/ProgramBus.h"
 #include "Vintra/platform/linux/desktop/QuitSignals.h"
 #include "Vintra/platform/linux/desktop/TakeInhibitors.h"
+#include "Vintra/platform/linux/desktop/WindowProblem.h"
 #include "Vintra/platform/linux/desktop/X11GlobalHotKeys.h"
 #include "Vintra/platform/linux/updates/LinuxProgramRemoval.h"
 #include "Vintra/platform/linux/updates/LinuxUpdateInstallation.h"
@@ -185,6 +186,10 @@ Ending runProgram(const ProgramBus::Activation& activation, bool isBusHung) {
 }
 
 Ending openWindow(int argumentCount, char** arguments) {
+    if (const std::string problem = windowProblem(); !problem.empty()) {
+        say(problem);
+        return {.exitCode = 1};
+    }
     const auto activation = ProgramBus::activationOfStart();
     const bool isBusHung = leaveHungSessionBus();
     prepareRendering();

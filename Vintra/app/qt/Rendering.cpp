@@ -16,6 +16,13 @@ bool hasGraphicsHardware() {
     return false;
 }
 
+/// Drawn by the processor at a scale below 1, a window of this Qt is cut off and garbled.
+void keepFullScale() {
+    constexpr const char* kScale = "QT_SCALE_FACTOR";
+    const double scale = qEnvironmentVariable(kScale).toDouble();
+    if (scale > 0 && scale < 1) qputenv(kScale, "1");
+}
+
 } // namespace
 
 void prepareRendering() {
@@ -23,6 +30,7 @@ void prepareRendering() {
     const bool isChosen =
         qEnvironmentVariableIsSet("QT_QUICK_BACKEND") || qEnvironmentVariableIsSet("QSG_RHI_BACKEND");
     if (!isChosen && !hasGraphicsHardware()) QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    keepFullScale();
 }
 
 } // namespace vintra
