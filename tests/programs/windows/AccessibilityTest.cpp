@@ -19,6 +19,7 @@ protected:
         std::string description;
         std::string states;
         std::string actions;
+        std::string value;
         bool is(const std::string& state) const { return states.find(state) != std::string::npos; }
     };
 
@@ -48,7 +49,7 @@ protected:
             std::istringstream fields(line);
             Shown shown;
             for (std::string* const field :
-                 {&shown.role, &shown.name, &shown.description, &shown.states, &shown.actions})
+                 {&shown.role, &shown.name, &shown.description, &shown.states, &shown.actions, &shown.value})
                 std::getline(fields, *field, '|');
             if (shown.is("showing")) all.push_back(shown);
         }
@@ -97,7 +98,11 @@ TEST_F(AccessibilityTest, whateverTakesTheFocusHasANameAndARole) {
     EXPECT_TRUE(isThere("push button", "Vintra"));
     EXPECT_TRUE(isThere("text", "Session name"));
     EXPECT_TRUE(isThere("combo box", "Display"));
-    EXPECT_TRUE(isThere("spin button", "Microphone, gain"));
+    const auto gain =
+        std::find_if(all.begin(), all.end(), [](const Shown& one) { return one.name == "Microphone, gain"; });
+    ASSERT_NE(gain, all.end());
+    EXPECT_EQ(gain->role, "spin button");
+    EXPECT_EQ(gain->value, "0");
 }
 
 TEST_F(AccessibilityTest, theProgramTellsOfItselfItsUpdatesAndItsRemoval) {

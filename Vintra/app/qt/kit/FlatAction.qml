@@ -13,7 +13,7 @@ T.AbstractButton {
     property real cornerRadius: Measures.controlRadius
     property bool isOnGround // it stands on the dark ground
 
-    implicitWidth: implicitContentWidth + leftPadding + rightPadding
+    implicitWidth: Math.ceil(implicitContentWidth) + leftPadding + rightPadding
     implicitHeight: implicitContentHeight + topPadding + bottomPadding
     focusPolicy: Qt.StrongFocus
     hoverEnabled: true

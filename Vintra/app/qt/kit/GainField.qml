@@ -16,6 +16,17 @@ Item {
     activeFocusOnTab: true
     opacity: enabled ? 1 : Measures.disabledOpacity
 
+    // What a screen reader is told, and may set.
+    property real value: decibels
+    readonly property real minimumValue: -Measures.gainMost
+    readonly property real maximumValue: Measures.gainMost
+    readonly property real stepSize: 1
+    onValueChanged: {
+        if (value === decibels)
+            return;
+        asked(Math.round(value));
+        value = Qt.binding(() => field.decibels);
+    }
     Accessible.role: Accessible.SpinBox
     Accessible.focusable: true
     Accessible.name: name

@@ -9,6 +9,7 @@ Item {
 
     property string text
     property bool shown
+    property bool isInMiddle // not below, where it would hide what lies there
 
     onShownChanged: if (shown && text !== "") loader.active = true
 
@@ -19,13 +20,17 @@ Item {
         sourceComponent: T.ToolTip {
             id: tip
 
+            readonly property real mostWords: help.isInMiddle
+                                              ? help.parent.width - 2 * Measures.controlGap - leftPadding - rightPadding
+                                              : Measures.helpWidth
+
             parent: help.parent
             visible: help.shown && help.text !== ""
             delay: Measures.helpDelay
             margins: Measures.controlGap
-            x: 0
-            y: help.parent.height + Measures.controlGap
-            implicitWidth: Math.min(words.implicitWidth, Measures.helpWidth) + leftPadding + rightPadding
+            x: help.isInMiddle ? (help.parent.width - width) / 2 : 0
+            y: help.isInMiddle ? (help.parent.height - height) / 2 : help.parent.height + Measures.controlGap
+            implicitWidth: Math.min(words.implicitWidth, mostWords) + leftPadding + rightPadding
             implicitHeight: contentHeight + topPadding + bottomPadding
             horizontalPadding: 10
             verticalPadding: 6

@@ -61,7 +61,7 @@ QtObject {
     readonly property real control: 32
     readonly property real controlRadius: 8
     readonly property real controlGap: 8
-    readonly property real textPadding: 10
+    readonly property real textPadding: 11 // with the outline
     readonly property real outline: 1
     readonly property real disabledOpacity: 0.5
     readonly property real focusWidth: 2
@@ -89,6 +89,7 @@ QtObject {
     readonly property real segmentRadius: 5
     readonly property real segmentPadding: 6
     readonly property real gainButton: 22
+    readonly property real gainMost: 60 // dB
     readonly property real mark: 20
     readonly property real markIcon: 10
     readonly property real linkRadius: 4
@@ -98,6 +99,7 @@ QtObject {
     readonly property real meterWidth: 120
     readonly property real meterHeight: 8
     readonly property real meterTick: 2
+    readonly property real meterWarning: 16
     readonly property real meterGreenWidth: 102
     readonly property real meterYellowWidth: 14.4
     readonly property real meterRedWidth: 3.6

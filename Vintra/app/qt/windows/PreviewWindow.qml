@@ -30,6 +30,7 @@ T.ApplicationWindow {
         }
         HelpText {
             text: root.model.help
+            isInMiddle: true
             shown: pointer.hovered && !close.hovered
         }
         Item {

@@ -20,6 +20,13 @@ T.ApplicationWindow {
         anchors.fill: parent
         radius: Measures.panelRadius
     }
+    Rectangle {
+        anchors.fill: parent
+        radius: Measures.panelRadius
+        color: "transparent"
+        border.width: Measures.outline
+        border.color: DesignColor.groundDivider
+    }
     Column {
         id: column
 
