@@ -2,6 +2,7 @@
 
 #include "Vintra/app/FlatControls.h"
 #include "Vintra/app/qt/MeterModel.h"
+#include "tests/app/qt/RepaintWatch.h"
 
 #include <QQmlComponent>
 
@@ -196,6 +197,61 @@ TEST_F(MainWindowTest, metersFollowTheLevelsWhileTheWindowIsSeen) {
     EXPECT_EQ(meter->barWidth(), 0);
     program->raise();
     EXPECT_TRUE(hand.until([&] { return meter->barWidth() > 0; }));
+}
+
+TEST_F(MainWindowTest, onlyTheBarsAreRepaintedWhileTheMetersMove) {
+    const auto device = machine.audioHardware->device("mic.one");
+    device->signal = [](uint32_t, int64_t frame, CMTime) {
+        return static_cast<float>((frame / 24'000 + 1) % 9) / 10 * (frame % 2 == 0 ? 1.0f : -1.0f);
+    };
+    click("Microphone");
+    QQuickItem* bars = nullptr;
+    for (QQuickItem* item : visibleItems(window())) {
+        if (accessibleName(item) == "Microphone, level") bars = item;
+    }
+    ASSERT_NE(bars, nullptr);
+    hand.moments(100); // what the click has changed is drawn
+    RepaintWatch watch(window().winId());
+    EXPECT_TRUE(hand.until([&] {
+        watch.look();
+        return watch.count() >= 10;
+    }));
+    const QRect meter = bars->mapRectToScene(QRectF(0, 0, bars->width(), bars->height())).toAlignedRect();
+    EXPECT_TRUE(meter.adjusted(-2, -2, 2, 2).contains(watch.bounds()))
+        << watch.bounds().x() << "," << watch.bounds().y() << " " << watch.bounds().width() << "x"
+        << watch.bounds().height();
+}
+
+TEST_F(MainWindowTest, theWindowGoesForATakeThatItWouldBeSeenIn) {
+    EXPECT_TRUE(shown("Minimize this window while recording"));
+    click("Minimize this window while recording");
+    hand.picture(window(), "main-in-picture");
+    click("Start Recording");
+    ASSERT_TRUE(hand.until([&] { return isRecording(); }));
+    EXPECT_TRUE(hand.until([&] { return window().visibility() == QWindow::Minimized; }));
+    program->menuBarItem().toggleRecording();
+    EXPECT_TRUE(hand.until([&] { return !isRecording() && window().visibility() == QWindow::Windowed; }));
+    // Where the screen isn't recorded nothing is said.
+    click("Screen");
+    EXPECT_TRUE(gone("Minimize this window while recording"));
+}
+
+TEST_F(MainWindowTest, aGainHasItsValueForScreenReaders) {
+    click("Microphone");
+    QQuickItem* const gain = control(window(), "Microphone, gain");
+    ASSERT_NE(gain, nullptr);
+    QAccessibleInterface* const interface = QAccessible::queryAccessibleInterface(gain);
+    QAccessibleValueInterface* const value = interface->valueInterface();
+    ASSERT_NE(value, nullptr);
+    EXPECT_EQ(value->minimumValue().toDouble(), -60);
+    EXPECT_EQ(value->maximumValue().toDouble(), 60);
+    EXPECT_EQ(value->currentValue().toDouble(), 0);
+    value->setCurrentValue(6.0);
+    EXPECT_TRUE(hand.until([&] { return *live().micGainDB == 6; }));
+    EXPECT_TRUE(hand.until([&] { return value->currentValue().toDouble() == 6; }));
+    value->setCurrentValue(100.0); // held at the most
+    EXPECT_TRUE(
+        hand.until([&] { return *live().micGainDB == 60 && value->currentValue().toDouble() == 60; }));
 }
 
 TEST_F(MainWindowTest, closingAsksNothingAndTheTakeGoesOn) {

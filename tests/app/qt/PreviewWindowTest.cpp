@@ -42,7 +42,7 @@ TEST_F(PreviewWindowTest, itsControlsShowUnderThePointer) {
     hand.picture(*opened, "preview-plain");
     hand.pointAt(opened->contentItem());
     EXPECT_TRUE(hand.until([&] { return shows(*opened, "Preview only") && shows(*opened, "S"); }));
-    hand.picture(*opened, "preview-hovered");
+    hand.pictureUnderPointer(*opened, "preview-hovered");
 }
 
 TEST_F(PreviewWindowTest, aPillSizesIt) {

@@ -36,6 +36,13 @@ void RealInput::release() {
     XSync(connection->display, False);
 }
 
+void RealInput::wheel(bool up) {
+    const unsigned button = up ? Button4 : Button5;
+    XTestFakeButtonEvent(connection->display, button, True, CurrentTime);
+    XTestFakeButtonEvent(connection->display, button, False, CurrentTime);
+    XSync(connection->display, False);
+}
+
 void RealInput::key(const std::string& name, bool control, bool shift) {
     const KeySym symbol = XStringToKeysym(name.c_str());
     if (control) connection->sendKey(XK_Control_L, true);

@@ -18,6 +18,8 @@ public:
     void moveTo(QPoint place);
     void press();
     void release();
+    /// One notch.
+    void wheel(bool up);
     /// A key by its X name, with modifiers held: "Tab", "Return", "a".
     void key(const std::string& name, bool control = false, bool shift = false);
     /// Small letters, digits and the underscore.

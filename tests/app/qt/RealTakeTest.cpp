@@ -1,112 +1,107 @@
-#include "Vintra/app/qt/PreviewModel.h"
-#include "Vintra/app/qt/QtEventLoop.h"
-#include "Vintra/app/qt/QtProgram.h"
-#include "Vintra/platform/UserDefaults.h"
-#include "Vintra/platform/linux/LinuxPlatform.h"
-#include "Vintra/platform/simulated/SimulatedDesktop.h"
-#include "Vintra/platform/simulated/SimulatedGlobalHotKeys.h"
-#include "Vintra/platform/simulated/SimulatedProgramRemoval.h"
-#include "Vintra/platform/simulated/SimulatedUpdateInstallation.h"
-#include "Vintra/platform/simulated/SimulatedWebRequests.h"
-#include "Vintra/take/ScreenRecorderManager.h"
-#include "tests/app/qt/WindowHand.h"
-#include "tests/support/MediaProbe.h"
-#include "tests/support/PublishedCamera.h"
-#include "tests/support/TemporaryFolder.h"
+// Whole takes in the window, of the real screen, microphone, camera and sound server.
 
-#include <QCoreApplication>
-#include <QGuiApplication>
-#include <QImage>
-#include <memory>
+#include "tests/app/qt/RealProgramFixture.h"
+#include "tests/support/ChildProcess.h"
+#include "tests/support/ProgramRun.h"
+#include "tests/support/PublishedMicrophone.h"
+
+#include <filesystem>
 
 namespace vintra {
 namespace {
 
-/// The program over the real screen, microphone, camera and sound server.
-class RealTakeTest : public ::testing::Test {
-protected:
-    void SetUp() override {
-        machine.services.userDefaults->set("outputFolderPath", folder.url().path());
-        machine.services.userDefaults->set("timelineEditor", std::string("resolve"));
-        program = std::make_unique<QtProgram>(QtProgram::Services{
-            .platform = machine.services,
-            .desktop = std::make_shared<SimulatedDesktop>(),
-            .hotKeys = std::make_shared<SimulatedGlobalHotKeys>(),
-            .sendFeedback = [](FeedbackAsk::Answer, const std::string&) {},
-            .endEventLoop = [] {},
-            .web = std::make_shared<SimulatedWebRequests>(machine.services.mainThread,
-                                                          machine.services.fileManager),
-            .updates = std::make_shared<SimulatedUpdateInstallation>(machine.services.mainThread),
-            .removal = std::make_shared<SimulatedProgramRemoval>(),
-            .acknowledgements = {}});
-        program->raise();
-        ASSERT_TRUE(hand.awaitShown(&window()));
-    }
-    void TearDown() override {
-        program->end([this](const std::function<bool()>& condition) { EXPECT_TRUE(hand.until(condition)); });
-        program = nullptr;
-    }
-    QQuickWindow& window() { return *program->windows().mainWindow(); }
-    void click(const QString& name) { hand.click(window(), name); }
-    bool shown(const QString& text) {
-        return hand.until([&] { return shows(window(), text); });
-    }
-    QQuickWindow* preview() {
-        for (QWindow* candidate : QGuiApplication::topLevelWindows()) {
-            auto* const found = qobject_cast<QQuickWindow*>(candidate);
-            if (found && found->isVisible() && found->property("model").value<PreviewModel*>()) return found;
-        }
-        return nullptr;
-    }
-    /// How far the picture is from one colour, 0 to 255.
-    static int contrast(const QImage& image) {
-        int least = 255;
-        int most = 0;
-        for (int x = 0; x < image.width(); x += 7) {
-            for (int y = 0; y < image.height(); y += 7) {
-                least = std::min(least, qGray(image.pixel(x, y)));
-                most = std::max(most, qGray(image.pixel(x, y)));
-            }
-        }
-        return most - least;
-    }
+class RealTakeTest : public RealProgramFixture {};
 
-    const TemporaryFolder folder;
-    const std::shared_ptr<QtEventLoop> loop = std::make_shared<QtEventLoop>();
-    LinuxPlatform machine = LinuxPlatform::make(loop, {.keepsSettingsInMemory = true});
-    std::unique_ptr<QtProgram> program;
-    WindowHand hand{[] {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    }};
-};
-
-TEST_F(RealTakeTest, fiveClicksRecordScreenCameraAndMicrophone) {
-    PublishedCamera camera("vintra.test.window.camera", {"--format", "MJPG:640x360@30"});
-    ASSERT_TRUE(camera.isPublished());
+/// Five clicks: three arm what the screen's row doesn't, one starts, one stops. Its name is typed meanwhile.
+TEST_F(RealTakeTest, fiveClicksRecordScreenCameraMicrophoneAndWhatTheComputerPlays) {
     click("Microphone");
     click("Webcam");
-    EXPECT_TRUE(shown("3 armed"));
+    click("Computer audio");
+    EXPECT_TRUE(shown("4 armed"));
+    EXPECT_TRUE(shown("Routing your audio through Vintra · you're hearing it via Headless Output"));
     ASSERT_TRUE(hand.until([&] { return preview() != nullptr; }));
     preview()->setPosition(1000, 100);
     EXPECT_TRUE(hand.until([&] { return contrast(preview()->grabWindow()) > 100; }))
         << "no picture in the preview";
     hand.picture(*preview(), "real-preview");
-    click("Session name");
+    hand.focus(window(), "Session name");
     hand.key("a", true);
     hand.type("interview");
     click("Start Recording");
-    EXPECT_TRUE(shown("0:02"));
+    ASSERT_TRUE(shown("0:01"));
+    // The computer plays 1 kHz.
+    const URL tone = folder.file("tone.wav");
+    ASSERT_EQ(runProgram({"sox", "-n", "-r", "48000", "-c", "2", tone.path(), "synth", "10", "sine", "1000",
+                          "gain", "-6"})
+                  .exitCode,
+              0);
+    const ChildProcess player({"pw-play", tone.path()});
+    EXPECT_TRUE(hand.until([&] { return program->recorder().levels->level(LevelKey::daw()) > 0.7f; }));
+    EXPECT_TRUE(shown("0:04"));
     hand.picture(window(), "real-recording");
     click("Stop Recording");
     EXPECT_TRUE(shown("Start Recording"));
-    EXPECT_TRUE(hand.until([&] { return program->recorder().statusMessage->starts_with("Saved"); }));
+    EXPECT_TRUE(hand.until([&] { return program->recorder().statusMessage->starts_with("Saved"); }))
+        << *program->recorder().statusMessage << ": " << program->recorder().lastError->value_or("");
     hand.picture(window(), "real-saved");
     for (const char* name : {"interview_video.mov", "interview_webcam.mov"}) {
         const MediaProbe movie(folder.file(name));
-        EXPECT_GE(movie.duration(), 1.5) << name;
+        EXPECT_GE(movie.duration(), 3.5) << name;
     }
-    EXPECT_EQ(MediaProbe(folder.file("interview_mic.wav")).track(0).sampleRate, 48000);
+    // The session's microphone plays at -12 dBFS from the start on, the computer at -6 dBFS for a while, of which its
+    // track leaves out 6 dB more.
+    EXPECT_GT(loudSeconds("interview_mic.wav", 1, 0.2), 2.5);
+    EXPECT_GT(loudSeconds("interview_computer-audio.wav", 2, 0.2), 1);
+    EXPECT_TRUE(std::filesystem::exists(folder.file("interview.otio").path()));
+    click("Computer audio");
+    EXPECT_TRUE(hand.until([&] { return !*program->recorder().isHoldingAudioRouting; }));
+}
+
+TEST_F(RealTakeTest, aMicrophonePulledOutInATakeIsToldOfInTheWindow) {
+    PublishedMicrophone microphone("vintra.test.window.microphone", {"--description", "Loose Plug"});
+    ASSERT_TRUE(microphone.isPublished());
+    click("Microphone, device");
+    EXPECT_TRUE(shown("Loose Plug"));
+    click("Loose Plug");
+    ASSERT_TRUE(hand.until([&] { return program->recorder().levels->level(LevelKey::mic()) > 0; }));
+    click("Start Recording");
+    ASSERT_TRUE(shown("0:01"));
+    microphone.unplug();
+    EXPECT_TRUE(
+        shown("Your microphone has stopped recording — everything from this point is missing from the mic "
+              "track. Stop and start a new recording; the other tracks are unaffected."));
+    hand.picture(window(), "real-microphone-unplugged");
+    click("Stop Recording");
+    EXPECT_TRUE(shown("Start Recording"));
+    EXPECT_TRUE(shown("Unavailable device"));
+}
+
+TEST_F(RealTakeTest, aFolderThatTakesNothingAndANameThatIsTooLongAreSaidAndTheNextTakeIsFine) {
+    const auto isSaid = [this](const std::string& words) {
+        return hand.until([&] {
+            const std::string error = program->recorder().lastError->value_or("");
+            return !*program->recorder().isBusy && error.find(words) != std::string::npos &&
+                   shows(window(), QString::fromStdString(error));
+        });
+    };
+    choose(URL::fileURL("/sys/kernel"));
+    click("Start Recording");
+    EXPECT_TRUE(isSaid("“/sys/kernel”")) << program->recorder().lastError->value_or("");
+    EXPECT_TRUE(shown("Failed to start"));
+    hand.picture(window(), "real-read-only");
+    choose(folder.url());
+    program->contentView().take.sessionName.set(std::string(300, 'n'));
+    click("Start Recording");
+    EXPECT_TRUE(isSaid("is too long. Choose a shorter one.")) << program->recorder().lastError->value_or("");
+    hand.picture(window(), "real-long-name");
+    click("Session name");
+    hand.key("a", true);
+    hand.type("after");
+    click("Start Recording");
+    EXPECT_TRUE(shown("0:01"));
+    click("Stop Recording");
+    EXPECT_TRUE(shown("Saved"));
+    EXPECT_TRUE(std::filesystem::exists(folder.file("after_video.mov").path()));
 }
 
 } // namespace

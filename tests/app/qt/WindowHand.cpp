@@ -124,8 +124,30 @@ void WindowHand::drag(const QQuickItem* item, QPoint by) {
     moments(2);
 }
 
+void WindowHand::focus(QQuickWindow& window, const QString& name) {
+    QQuickItem* item = nullptr;
+    EXPECT_TRUE(until([&] { return (item = control(window, name)) != nullptr; })) << name.toStdString();
+    if (item) item->forceActiveFocus(Qt::TabFocusReason);
+    EXPECT_TRUE(until([&] { return item && item->hasActiveFocus(); }));
+    moments(2);
+}
+
 void WindowHand::picture(QQuickWindow& window, const std::string& name) {
-    moments(5);
+    // Without the help text and the colours of what the pointer is on.
+    if (QGuiApplication::platformName() == "xcb") input.moveTo({0, 0});
+    pictureUnderPointer(window, name);
+}
+
+void WindowHand::pictureUnderPointer(QQuickWindow& window, const std::string& name) {
+    // A window that grows with its content is that of the server a few moments later.
+    constexpr int kSteadyLooks = 12;
+    QSize size;
+    int looks = 0;
+    EXPECT_TRUE(until([&] {
+        looks = window.size() == size ? looks + 1 : 0;
+        size = window.size();
+        return looks >= kSteadyLooks;
+    }));
     const QImage image = window.grabWindow();
     EXPECT_FALSE(image.isNull());
     std::filesystem::create_directories(VINTRA_PICTURES);

@@ -34,8 +34,13 @@ public:
     /// Presses there, moves by that much and lets go.
     void drag(const QQuickItem* item, QPoint by);
 
-    /// Leaves a picture of the window as it is now, once it is drawn.
+    /// Gives the control of that name the keyboard's focus.
+    void focus(QQuickWindow& window, const QString& name);
+
+    /// Leaves a picture of the window as it is now, once it is drawn, with the pointer elsewhere.
     void picture(QQuickWindow& window, const std::string& name);
+    /// The same with the pointer where it is.
+    void pictureUnderPointer(QQuickWindow& window, const std::string& name);
 
 private:
     const std::function<void()> pass;
