@@ -16,7 +16,8 @@ protected:
     }
     void startAndStop() {
         click("Start Recording");
-        ASSERT_TRUE(hand.until([&] { return isRecording(); }));
+        ASSERT_TRUE(hand.until([&] { return isRecording(); }))
+            << *live().statusMessage << ": " << live().lastError->value_or("");
         hand.moments(20);
         click("Stop Recording");
         EXPECT_TRUE(shown("Start Recording"));
@@ -50,7 +51,9 @@ TEST_F(NothingToRecordTest, whatIsntThereIsSaidAndCantBeArmed) {
     machine.audioHardware->plug("mic.new", "Late Microphone", 1);
     EXPECT_TRUE(hand.until([&] { return isOn("Microphone"); }));
     click("Microphone");
+    EXPECT_TRUE(hand.until([&] { return *live().selectedMicDeviceID == "mic.new"; }));
     click("Screen");
+    EXPECT_TRUE(hand.until([&] { return !*live().screenEnabled; }));
     startAndStop();
     EXPECT_TRUE(gone("No display available to capture."));
 }
