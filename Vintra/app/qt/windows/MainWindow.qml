@@ -12,16 +12,19 @@ T.ApplicationWindow {
     readonly property real fixedHeight: 2 * Measures.topMargin + Measures.brandHeight + Measures.labelMargin
                                         + Measures.footerHeight
     readonly property real wantedHeight: fixedHeight + Math.ceil(column.height)
+    readonly property real shownHeight: Math.min(wantedHeight,
+                                                 Math.max(model.heightLimit, fixedHeight + Measures.row))
 
     title: model.windowTitle
     font.family: Qt.application.font.family
     color: DesignColor.bg
     width: Measures.windowWidth
-    height: Math.min(wantedHeight, Math.max(model.heightLimit, fixedHeight + Measures.row))
+    height: shownHeight
     minimumWidth: width
     maximumWidth: width
-    minimumHeight: height
-    maximumHeight: height
+    // Not the height itself, which is the server's for a moment after a change: it would hold the window there.
+    minimumHeight: shownHeight
+    maximumHeight: shownHeight
     onActiveFocusItemChanged: scroller.reveal(activeFocusItem)
 
     WindowGround {
