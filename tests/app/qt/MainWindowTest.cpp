@@ -20,6 +20,22 @@ TEST_F(MainWindowTest, itIsAsHighAsItsContent) {
     hand.picture(window(), "main-two-microphones");
 }
 
+TEST_F(MainWindowTest, itFollowsItsContentHoweverFastThatChanges) {
+    for (int n = 0; n < 12; ++n) {
+        live().lastError.set(n % 2 == 0
+                                 ? std::optional<std::string>("It takes two lines. " + std::string(90, 'n'))
+                                 : std::nullopt);
+        live().captureSystemAudioForDaw.set(n % 3 == 0);
+        hand.moments(2);
+    }
+    live().lastError.set("The last of them.");
+    live().captureSystemAudioForDaw.set(true);
+    EXPECT_TRUE(shown("Low latency monitoring"));
+    hand.moments(60); // the server has answered every change
+    EXPECT_EQ(window().height(), window().property("wantedHeight").toInt());
+    EXPECT_GT(window().height(), 692);
+}
+
 TEST_F(MainWindowTest, whatTheScreenHasNoRoomForScrollsBetweenTheBrandRowAndTheFooter) {
     window().removeEventFilter(&program->windows()); // which asks the real screen
     program->mainWindow().setHeightLimit(500);

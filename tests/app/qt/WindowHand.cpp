@@ -65,6 +65,19 @@ void WindowHand::letDoubleClickPass() {
     until([end] { return std::chrono::steady_clock::now() > end; });
 }
 
+/// What has changed finds its place with the next frame only. The machine behind the windows stands still meanwhile.
+void WindowHand::drawAnew(QQuickWindow& window) {
+    if (!window.isExposed()) return;
+    bool isDrawn = false;
+    const auto connection =
+        QObject::connect(&window, &QQuickWindow::frameSwapped, [&isDrawn] { isDrawn = true; });
+    window.update();
+    const auto end = std::chrono::steady_clock::now() + kPatience;
+    while (!isDrawn && window.isExposed() && std::chrono::steady_clock::now() < end)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+    QObject::disconnect(connection);
+}
+
 void WindowHand::pointAt(const QQuickItem* item) {
     input.moveTo(onScreen(item));
     moments(3);
@@ -85,11 +98,12 @@ void WindowHand::clickItem(const QQuickItem* item) {
 
 void WindowHand::click(QQuickWindow& window, const QString& name) {
     // Where it is once the rows above it have found their places.
-    constexpr int kSteadyLooks = 4;
+    constexpr int kSteadyLooks = 2;
     QQuickItem* item = nullptr;
     QPoint place;
     int looks = 0;
     EXPECT_TRUE(until([&] {
+        drawAnew(window);
         item = control(window, name);
         if (!item || !item->isEnabled()) return false;
         putInPlace(item);
@@ -140,10 +154,11 @@ void WindowHand::picture(QQuickWindow& window, const std::string& name) {
 
 void WindowHand::pictureUnderPointer(QQuickWindow& window, const std::string& name) {
     // A window that grows with its content is that of the server a few moments later.
-    constexpr int kSteadyLooks = 12;
+    constexpr int kSteadyLooks = 3;
     QSize size;
     int looks = 0;
     EXPECT_TRUE(until([&] {
+        drawAnew(window);
         looks = window.size() == size ? looks + 1 : 0;
         size = window.size();
         return looks >= kSteadyLooks;

@@ -43,6 +43,8 @@ public:
     void pictureUnderPointer(QQuickWindow& window, const std::string& name);
 
 private:
+    void drawAnew(QQuickWindow& window);
+
     const std::function<void()> pass;
     RealInput input;
 };
