@@ -4,8 +4,10 @@
 #include "Vintra/platform/linux/runtime/FileDescriptor.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <fcntl.h>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -36,7 +38,16 @@ X11Display* connectionOf(::Display* display) {
     return found == handlers().connections.end() ? nullptr : found->second;
 }
 
+bool isOutOfDescriptors() {
+    const FileDescriptor probe(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+    return !probe.isOpen() && (errno == EMFILE || errno == ENFILE);
+}
+
 SystemError noDisplay(const std::string& name) {
+    if (isOutOfDescriptors())
+        return {
+            "x11", 18,
+            "The screen can't be recorded: too many files are open. Close other programs, then record again."};
     const std::string shown = XDisplayName(name.empty() ? nullptr : name.c_str());
     if (shown.empty()) {
         return {
