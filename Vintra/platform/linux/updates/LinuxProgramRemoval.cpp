@@ -85,6 +85,7 @@ void LinuxProgramRemoval::checkRemoved() {
 void LinuxProgramRemoval::removeTraces() {
     removeQuietly(machine.deviceOfUser);
     removeQuietly(machine.stateFolder.appendingPathComponent("crash-reports"));
+    removeQuietly(machine.stateFolder.appendingPathComponent("screencast-restore-tokens"));
     removeIfEmpty(machine.stateFolder.appendingPathComponent("unfinished-takes"));
     removeIfEmpty(machine.stateFolder);
 }

@@ -45,6 +45,7 @@ TEST_F(LinuxProgramRemovalTest, nothingStaysOfItsStateButWhatBelongsToRecordings
         files->createDirectory(folder.file("state/crash-reports"));
         files->createDirectory(folder.file("state/unfinished-takes"));
         folder.write("state/crash-reports/Vintra.ips", "a crash of last week");
+        folder.write("state/screencast-restore-tokens", "the desktop's leave to record");
     };
     makeState();
     serve({.installedAfterwards = std::vector<std::string>{}});
