@@ -1,6 +1,7 @@
 #include "Vintra/app/Cards.h"
 
 #include "Vintra/app/UpdateNotice.h"
+#include "Vintra/app/WindowInPicture.h"
 #include "Vintra/platform/UserDefaults.h"
 #include "Vintra/take/FeedbackAsk.h"
 #include "Vintra/take/ScreenRecorderManager.h"
@@ -47,7 +48,10 @@ std::vector<Card> Cards::currentCards() const {
     if (auto feedback = feedbackCard()) current.push_back(std::move(*feedback));
     if (*recorder.multiCameraScreenRateNote)
         current.push_back(cameraRateCard(**recorder.multiCameraScreenRateNote));
-    if (*recorder.isOwnWindowInPicture && !hasToldOfOwnWindow) current.push_back(ownWindowCard());
+    const bool goesByItself =
+        boolForKey(*surroundings.platform.userDefaults, WindowInPicture::kMinimizesKey).value_or(false);
+    if (*recorder.isOwnWindowInPicture && !hasToldOfOwnWindow && !goesByItself)
+        current.push_back(ownWindowCard());
     return current;
 }
 

@@ -11,8 +11,6 @@
 namespace vintra {
 namespace {
 
-constexpr const char* kMinimizesKey = "minimizesWhileRecording";
-
 bool overlap(const CGRect& a, const CGRect& b) {
     return a.minX() < b.maxX() && b.minX() < a.maxX() && a.minY() < b.maxY() && b.minY() < a.maxY();
 }

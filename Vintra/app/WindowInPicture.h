@@ -22,6 +22,7 @@ public:
         bool minimizes = false;   ///< the choice
         bool operator==(const State&) const = default;
     };
+    static constexpr const char* kMinimizesKey = "minimizesWhileRecording"; ///< where the choice is kept
     static constexpr const char* kTitle = "Minimize this window while recording";
     static constexpr const char* kHelp =
         "This window is on the screen that is recorded, so the recording shows it. Minimize it, or move it to another "

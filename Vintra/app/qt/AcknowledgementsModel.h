@@ -18,7 +18,6 @@ class AcknowledgementsModel : public QObject {
     Q_PROPERTY(QString text READ text CONSTANT)
     Q_PROPERTY(QString fixedFamily READ fixedFamily CONSTANT)
     Q_PROPERTY(double textSize READ textSize CONSTANT)
-    Q_PROPERTY(double textOpacity READ textOpacity CONSTANT)
     Q_PROPERTY(double width READ width CONSTANT)
     Q_PROPERTY(double height READ height CONSTANT)
 
@@ -29,7 +28,6 @@ public:
     QString text() const; ///< each run is a paragraph
     QString fixedFamily() const;
     double textSize() const { return AcknowledgementsView::kTextSize; }
-    double textOpacity() const { return AcknowledgementsView::kTextOpacity; }
     double width() const { return AcknowledgementsView::kWidth; }
     double height() const { return AcknowledgementsView::kHeight; }
     /// Gives the lines and the headings in the document, which shows `text`, their looks.

@@ -12,7 +12,9 @@ DialogModel::DialogModel(Actions actions, QObject* parent)
 
 void DialogModel::show(const Content& newContent) {
     if (content == newContent) return;
-    const bool hasOtherButtons = content.buttons != newContent.buttons;
+    const bool hasOtherButtons = content.buttons != newContent.buttons ||
+                                 content.hasDefault != newContent.hasDefault ||
+                                 content.isWarning != newContent.isWarning;
     content = newContent;
     Q_EMIT changed();
     // Buttons that stay keep the focus.

@@ -33,14 +33,20 @@ TrayHost::TrayHost(std::function<void()> changed)
     , watcher(kWatcher, QDBusConnection::sessionBus(), QDBusServiceWatcher::WatchForOwnerChange) {
     connect(&watcher, &QDBusServiceWatcher::serviceOwnerChanged, this, [this] { look(); });
     // The tray itself may come after the service that knows of it.
-    QDBusConnection::sessionBus().connect(QString(), "/StatusNotifierWatcher", kWatcher,
-                                          "StatusNotifierHostRegistered", this, SLOT(look()));
+    for (const char* const change : {"StatusNotifierHostRegistered", "StatusNotifierHostUnregistered"})
+        QDBusConnection::sessionBus().connect(QString(), "/StatusNotifierWatcher", kWatcher, change, this,
+                                              SLOT(look()));
     xTimer.setInterval(kXLookMilliseconds);
     connect(&xTimer, &QTimer::timeout, this, [this] { decide(false); });
     look();
 }
 
 void TrayHost::look() {
+    // Without a bus a question never ends.
+    if (!QDBusConnection::sessionBus().isConnected()) {
+        decide(false);
+        return;
+    }
     auto* const call = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(question()), this);
     connect(call, &QDBusPendingCallWatcher::finished, this, [this, call] {
         call->deleteLater();

@@ -38,7 +38,7 @@ TEST_F(ProgramMenuTest, itHoldsTheCommandsAboutTheProgram) {
         EXPECT_EQ(accessibleRole(control(window(), title)), QAccessible::MenuItem);
     }
     hand.pointAt(control(window(), "Acknowledgements"));
-    hand.picture(window(), "program-menu");
+    hand.pictureUnderPointer(window(), "program-menu");
     hand.key("Escape");
     EXPECT_TRUE(hand.until([&] { return !control(window(), "About Vintra"); }));
 }

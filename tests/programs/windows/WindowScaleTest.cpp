@@ -64,6 +64,7 @@ protected:
         const std::string shown = window();
         EXPECT_NEAR(width(shown), kWidth * scale, 1) << scale;
         double least = 255;
+        const bool isReference = !plain;
         const auto looksRight = [&] {
             const ScreenPicture now = picture(shown, scale);
             if (!plain) {
@@ -73,8 +74,8 @@ protected:
             }
             const double apart = difference(now, *plain);
             least = std::min(least, apart);
-            if (scale == 1) plain = now; // until it has settled
-            return scale == 1 ? apart == 0 : apart < kMostApart;
+            if (isReference) plain = now; // until it has settled
+            return isReference ? apart == 0 : apart < kMostApart;
         };
         EXPECT_TRUE(await(looksRight)) << "at scale " << scale << " " << least << " of 255 apart";
         program->signal(SIGTERM);

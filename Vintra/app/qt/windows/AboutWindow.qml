@@ -8,17 +8,19 @@ T.ApplicationWindow {
     id: root
 
     required property AboutModel model
+    readonly property real shownHeight: Math.ceil(column.height)
 
     title: model.windowTitle
     color: DesignColor.bg
     font.family: Qt.application.font.family
     flags: Qt.Dialog
     width: DialogMeasures.aboutWidth
-    height: Math.ceil(column.height)
+    height: shownHeight
     minimumWidth: width
     maximumWidth: width
-    minimumHeight: height
-    maximumHeight: height
+    // Not the height itself, which is the server's for a moment after a change.
+    minimumHeight: shownHeight
+    maximumHeight: shownHeight
 
     WindowGround {
         anchors.fill: parent

@@ -8,6 +8,7 @@ T.ApplicationWindow {
     id: root
 
     required property DialogModel model
+    readonly property real shownHeight: Math.ceil(column.height)
 
     title: model.windowTitle
     color: DesignColor.bg
@@ -15,13 +16,18 @@ T.ApplicationWindow {
     flags: Qt.Dialog
     modality: Qt.ApplicationModal
     width: DialogMeasures.dialogWidth
-    height: Math.ceil(column.height)
+    height: shownHeight
     minimumWidth: width
     maximumWidth: width
-    minimumHeight: height
-    maximumHeight: height
+    // Not the height itself, which is the server's for a moment after a change.
+    minimumHeight: shownHeight
+    maximumHeight: shownHeight
     onVisibleChanged: if (visible) buttons.focusDefault()
-    onClosing: model.close()
+    // An answer hides it, and may show the next.
+    onClosing: close => {
+        close.accepted = false;
+        model.close();
+    }
 
     WindowGround {
         anchors.fill: parent

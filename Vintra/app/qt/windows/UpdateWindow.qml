@@ -8,16 +8,18 @@ T.ApplicationWindow {
     id: root
 
     required property UpdateModel model
+    readonly property real shownHeight: Math.ceil(column.height)
 
     title: model.windowTitle
     color: DesignColor.bg
     font.family: Qt.application.font.family
     width: DialogMeasures.dialogWidth
-    height: Math.ceil(column.height)
+    height: shownHeight
     minimumWidth: width
     maximumWidth: width
-    minimumHeight: height
-    maximumHeight: height
+    // Not the height itself, which is the server's for a moment after a change.
+    minimumHeight: shownHeight
+    maximumHeight: shownHeight
     onVisibleChanged: if (visible) buttons.focusDefault()
     onClosing: model.close()
 
