@@ -142,10 +142,11 @@ Task<> CaptureArea::askForWindow() {
 
 Task<WindowQuestion::Answer> CaptureArea::answerOfDesktop(WindowQuestion::Wish wish) {
     selection.isAskingForWindow.set(true);
+    const int number = ++questions; // a later one ends this one
     const auto ask = [question = platform.windowQuestion, wish](auto done) { question->ask(wish, done); };
     WindowQuestion::Answer answer =
         co_await awaitCompletion<WindowQuestion::Answer>(*platform.mainThread, ask);
-    selection.isAskingForWindow.set(false);
+    if (number == questions) selection.isAskingForWindow.set(false);
     if (answer.window) {
         selection.selectedWindowTitle.set(kWindowOfDesktop);
         selection.selectedWindowID.set(answer.window->windowID);

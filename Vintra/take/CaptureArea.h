@@ -73,6 +73,7 @@ private:
     CaptureOverlays& overlays;
     const Published<bool>& isRecording;
     Published<std::optional<std::string>>& lastError;
+    int questions = 0; ///< asked of the desktop so far
     Observation windowOfferChanges;
     MainThreadTasks tasks;
 };

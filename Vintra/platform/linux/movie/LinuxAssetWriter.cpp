@@ -78,9 +78,9 @@ LinuxAssetWriter::LinuxAssetWriter(const URL& outputURL, AVFileType fileType,
 LinuxAssetWriter::~LinuxAssetWriter() {
     if (!finishing) shared->queue->abandon();
     // A completion may hold the last reference to its writer.
-    const auto end = [](std::thread& ended, bool isWaitedFor) {
+    const auto end = [](std::thread& ended, bool mayWait) {
         if (!ended.joinable()) return;
-        if (ended.get_id() == std::this_thread::get_id() || !isWaitedFor)
+        if (ended.get_id() == std::this_thread::get_id() || !mayWait)
             ended.detach();
         else
             ended.join();

@@ -54,10 +54,10 @@ public:
         , toplevel(xdg_surface_get_toplevel(window)) {
         static constexpr xdg_toplevel_listener told = {
             .configure =
-                [](void* data, xdg_toplevel*, int32_t width, int32_t height, wl_array*) {
+                [](void* data, xdg_toplevel*, int32_t wide, int32_t high, wl_array*) {
                     auto& self = *static_cast<FullScreenRole*>(data);
-                    self.width = width;
-                    self.height = height;
+                    self.width = wide;
+                    self.height = high;
                 },
             .close =
                 [](void* data, xdg_toplevel*) {

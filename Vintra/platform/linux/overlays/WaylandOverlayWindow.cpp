@@ -83,11 +83,8 @@ void WaylandOverlayWindow::sawDisplay(const PortalGlance::Outcome& seen) {
     if (!glance) return;
     glance.reset();
     backdrop = seen.picture;
-    if (backdrop) {
-        makeSurface();
-    } else {
-        input.cancelOperation(); // it may destroy this
-    }
+    if (backdrop) makeSurface();
+    if (!shown) input.cancelOperation(); // it may destroy this
 }
 
 void WaylandOverlayWindow::makeSurface() {

@@ -40,21 +40,23 @@ void ScreenCaptureThread::prepare(Completion completion) {
 
 bool ScreenCaptureThread::isPrepared() const {
     MutexLock lock(mutex);
-    return prepares && !prepared && !hasStarted && !ended;
+    return prepares && !prepared && !hasStarted;
 }
 
 void ScreenCaptureThread::start(Completion completion) {
     bool hasThread = false;
+    SystemError reason = stoppedBefore();
     {
         MutexLock lock(mutex);
         hasThread = prepares;
         hasStarted = true;
+        if (endedBecause) reason = *endedBecause;
         if (!ended) started = std::exchange(completion, nullptr);
     }
     changed.notify_all();
     wakeUp->set();
     if (!hasThread) launch();
-    if (completion) completion(stoppedBefore());
+    if (completion) completion(reason);
 }
 
 void ScreenCaptureThread::launch() {
@@ -151,6 +153,7 @@ void ScreenCaptureThread::run() {
     {
         MutexLock lock(mutex);
         ended = true;
+        endedBecause = failure;
         endedByItself = failure.has_value() && !stopping;
         stopped.swap(stopCompletions);
         for (Completion* each : {&prepared, &started}) {

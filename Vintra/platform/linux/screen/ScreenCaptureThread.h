@@ -42,7 +42,7 @@ public:
     /// Gets all that the capture needs and waits for the start. Once, before it. Throws `std::system_error` if there is no
     /// thread.
     void prepare(Completion completion);
-    /// Whether the capture waits for its start.
+    /// Whether the capture has been prepared and not been started, also if it has ended since.
     bool isPrepared() const;
     /// Once. The completion comes before the first frame. Throws `std::system_error` if there is no thread.
     void start(Completion completion);
@@ -102,6 +102,7 @@ private:
     bool hasStarted GUARDED_BY(mutex) = false;
     bool stopping GUARDED_BY(mutex) = false;
     bool ended GUARDED_BY(mutex) = false;
+    std::optional<SystemError> endedBecause GUARDED_BY(mutex);
     std::vector<Completion> stopCompletions GUARDED_BY(mutex);
 };
 

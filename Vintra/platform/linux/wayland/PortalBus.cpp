@@ -63,7 +63,7 @@ SystemError errorOf(const sd_bus_error& error) {
 } // namespace
 
 void requireBus(int result) {
-    if (result < 0) throw SystemError("portal", -result, "The desktop portal's answer can't be understood.");
+    if (result < 0) throw SystemError("sd-bus", -result, "The desktop portal's answer can't be understood.");
 }
 
 PortalBus::PortalBus(const std::string& address, GivingUp givingUp)

@@ -1,6 +1,7 @@
 #include "Vintra/platform/linux/wayland/WaylandScreenWatch.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <string_view>
 #include <utility>
 
@@ -70,8 +71,8 @@ void WaylandScreenWatch::handleEvents() {
     bool isAlive = true;
     while (isAlive && wl_display_prepare_read(display) != 0)
         isAlive = wl_display_dispatch_pending(display) >= 0;
-    isAlive = isAlive && wl_display_read_events(display) >= 0 && wl_display_dispatch_pending(display) >= 0 &&
-              wl_display_flush(display) >= 0;
+    isAlive = isAlive && wl_display_read_events(display) >= 0 && wl_display_dispatch_pending(display) >= 0;
+    if (isAlive && wl_display_flush(display) < 0 && errno != EAGAIN) isAlive = false;
     if (!isAlive) watch.reset();
     if (!std::exchange(isChanged, false)) return;
     const auto all = blocks;
