@@ -192,6 +192,7 @@ TEST_F(OverlayTakeOnWaylandTest, aTakeOfAWindowThatTheUserChoseShowsNothingOfThe
     press({BarAction::Mode{CaptureModeChoice::window}});
     ASSERT_TRUE(await([&] { return recorder->selectedWindowID->has_value(); }));
     EXPECT_EQ(recorder->captureAreaLabel(), "Window · chosen on the desktop");
+    ASSERT_TRUE(await([&] { return isBarShown(); })) << "it was gone while the desktop asked";
     press({BarAction::Done{}}); // for what is shared here isn't a window but the display
     ASSERT_TRUE(await([&] { return !*recorder->regionGuideVisible; }));
     moveAway();
