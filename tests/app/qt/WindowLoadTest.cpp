@@ -67,11 +67,12 @@ protected:
 };
 
 TEST_F(WindowLoadTest, DISABLED_aWindowThatIsDraggedAndScrolledCostsATakeAndItsMetersNothing) {
-    const ChildProcess manager({"openbox"});
-    const ChildProcess film({VINTRA_BIN_DIR "/moving-picture"});
     program->recorder().screenFrameRate.set(60);
     click("Microphone");
     click("Webcam");
+    ASSERT_TRUE(shown("3 armed"));
+    const ChildProcess manager({"openbox"});
+    const ChildProcess film({VINTRA_BIN_DIR "/moving-picture"});
     program->mainWindow().setHeightLimit(500); // there is something to scroll
     window().removeEventFilter(&program->windows());
     hand.moments(20);
