@@ -115,6 +115,17 @@ protected:
         }
         ADD_FAILURE() << "no such button";
     }
+    /// 200 × 160 points from (120, 60) on, confirmed by Return.
+    void drawRegion() {
+        hand.move(120, 60, 640, 480);
+        hand.press();
+        hand.move(320, 220, 640, 480);
+        hand.release();
+        hand.type(28);
+        ASSERT_TRUE(await([&] { return recorder->captureRegion->has_value(); }));
+        EXPECT_EQ(recorder->captureRegion->value().rect, (CGRect{{120, 60}, {200, 160}}));
+        moveAway();
+    }
     void take(double seconds) {
         const auto start = [](ScreenRecorderManager& manager, URL to) -> Task<> {
             co_await manager.startRecording(to);
@@ -164,14 +175,7 @@ TEST_F(OverlayTakeOnWaylandTest, aTakeOfADrawnRegionShowsExactlyWhatWasFramedAnd
     press({BarAction::Mode{CaptureModeChoice::region}});
     ASSERT_TRUE(await([&] { return *recorder->screenCaptureMode == CaptureModeChoice::region; }));
     ASSERT_TRUE(await([&] { return at(10, 10) < 0x606060; })) << "the selection dims the display";
-    hand.move(120, 60, 640, 480);
-    hand.press();
-    hand.move(320, 220, 640, 480);
-    hand.release();
-    hand.type(28);
-    ASSERT_TRUE(await([&] { return recorder->captureRegion->has_value(); }));
-    EXPECT_EQ(recorder->captureRegion->value().rect, (CGRect{{120, 60}, {200, 160}}));
-    moveAway();
+    drawRegion();
     EXPECT_TRUE(await([&] { return at(119, 100) == 0xffffff && at(320, 100) == 0xffffff; })) << "the guide";
     take(1);
     expectNothingButGround(200, 160);
@@ -231,14 +235,7 @@ TEST_F(OverlayTakeOnWaylandTest, withoutLayersARegionIsDrawnOnAPictureOfTheDispl
     EXPECT_NE(recorder->captureLimits().find("a frame around the area"), std::string::npos);
     recorder->chooseCaptureMode(CaptureModeChoice::region);
     ASSERT_TRUE(await([&] { return at(10, 10) < 0x606060; })) << "the selection dims the display's picture";
-    hand.move(120, 60, 640, 480);
-    hand.press();
-    hand.move(320, 220, 640, 480);
-    hand.release();
-    hand.type(28);
-    ASSERT_TRUE(await([&] { return recorder->captureRegion->has_value(); }));
-    EXPECT_EQ(recorder->captureRegion->value().rect, (CGRect{{120, 60}, {200, 160}}));
-    moveAway();
+    drawRegion();
     take(1);
     expectNothingButGround(200, 160);
 }
