@@ -129,8 +129,11 @@ public:
     virtual void startCapture(std::function<void(std::optional<SystemError>)> completion) = 0;
     /// After the completion no further sample is queued. It doesn't wait without end for a desktop that hangs.
     virtual void stopCapture(std::function<void(std::optional<SystemError>)> completion) = 0;
-    /// A sentence for the user if the end of what was captured is missing; after the stop's completion.
+    /// A sentence for the user if a part of what was captured is missing, such as its end; after the stop's completion.
     virtual std::optional<std::string> endNote() const = 0;
+    /// Why nothing can be seen at the moment of what is captured, as a sentence, while the capture waits for it to come back:
+    /// a display that is switched off. No frames come meanwhile.
+    virtual std::optional<std::string> interruption() const = 0;
 };
 
 /// What can be captured of the screen. Main thread.

@@ -53,11 +53,13 @@ void PictureMonitors::begin() {
     recentFrameLoss.clear();
     frameLossCounted.clear();
     reportedFrameLoss = false;
+    reportedScreenGone = false;
 }
 
 void PictureMonitors::check() {
     if (!*surroundings.isRecording || !surroundings.take) return;
     checkCameraPictures();
+    checkScreen();
     checkFrameLoss();
 }
 
@@ -75,6 +77,16 @@ void PictureMonitors::checkCameraPictures() {
                                          "camera picture stalled mid-take on " + camera.label + ": " +
                                              text.word);
     }
+}
+
+void PictureMonitors::checkScreen() {
+    const auto& stream = surroundings.take->stream;
+    if (reportedScreenGone || !stream) return;
+    const auto reason = stream->interruption();
+    if (!reason) return;
+    reportedScreenGone = true;
+    addToLastError(*reason + " The movie shows its last picture until it is back." + kGoesOn);
+    surroundings.platform.log->write(kHealthLog, LogLevel::error, "screen gone mid-take: " + *reason);
 }
 
 void PictureMonitors::checkFrameLoss() {

@@ -19,8 +19,9 @@
 
 namespace vintra {
 
-/// Tells during a take, in plain words, that a camera's picture stands still or has gone, and that frames are
-/// being lost again and again. Each camera once a take, the losses once a take.
+/// Tells during a take, in plain words, that a camera's picture stands still or has gone, that what is recorded of the
+/// screen has gone for a while, and that frames are being lost again and again. Each camera once a take, the screen and
+/// the losses once a take.
 ///
 /// Owned by the controller, which calls `check` every 2 seconds for as long as it lives. Main thread.
 class PictureMonitors {
@@ -40,7 +41,7 @@ public:
 
     /// Forgets the take before, at a start.
     void begin();
-    /// The pictures of the cameras, then the losses.
+    /// The pictures of the cameras, then the screen, then the losses.
     void check();
 
 private:
@@ -50,6 +51,7 @@ private:
     };
 
     void checkCameraPictures();
+    void checkScreen();
     void checkFrameLoss();
     /// What each source of pictures has lost since the check before.
     std::vector<Loss> newLosses();
@@ -61,6 +63,7 @@ private:
     std::deque<std::vector<Loss>> recentFrameLoss;   ///< of the last checks, oldest first
     std::map<std::string, int64_t> frameLossCounted; ///< by label, totals at the last check
     bool reportedFrameLoss = false;
+    bool reportedScreenGone = false;
 };
 
 } // namespace vintra

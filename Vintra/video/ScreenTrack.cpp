@@ -82,23 +82,31 @@ void ScreenTrack::close() {
 }
 
 Task<std::optional<SystemError>> ScreenTrack::start(std::shared_ptr<SCStream> stream) {
-    const auto begin = [stream](auto done) { stream->startCapture(done); };
-    startingStream = stream;
-    auto error = co_await awaitCompletion<std::optional<SystemError>>(*mainThread, begin);
-    startingStream.reset();
-    co_return error;
+    return awaitStart(std::move(stream), &SCStream::startCapture);
 }
 
 Task<std::optional<SystemError>> ScreenTrack::prepare(std::shared_ptr<SCStream> stream) {
-    const auto begin = [stream](auto done) { stream->prepareCapture(done); };
+    return awaitStart(std::move(stream), &SCStream::prepareCapture);
+}
+
+/// A cancelling may come when the step has succeeded and this hasn't heard of it yet: the stream has been stopped all the
+/// same.
+Task<std::optional<SystemError>> ScreenTrack::awaitStart(std::shared_ptr<SCStream> stream, Step step) {
+    const auto begin = [stream, step](auto done) { ((*stream).*step)(done); };
     startingStream = stream;
+    isStartCancelled = false;
     auto error = co_await awaitCompletion<std::optional<SystemError>>(*mainThread, begin);
     startingStream.reset();
+    if (!error && isStartCancelled)
+        error = SystemError("screen", 4, "The recording was ended before it had begun.");
     co_return error;
 }
 
 void ScreenTrack::cancelStart() {
-    if (const auto stream = startingStream.lock()) stream->stopCapture([](const auto&) {});
+    const auto stream = startingStream.lock();
+    if (!stream) return;
+    isStartCancelled = true;
+    stream->stopCapture([](const auto&) {});
 }
 
 Task<std::optional<std::string>> ScreenTrack::stop(std::shared_ptr<SCStream> stream) {

@@ -91,7 +91,11 @@ public:
     void stream(SCStream& stream, const SystemError& didStopWithError) override;
 
 private:
+    /// A step of a start: `prepareCapture` or `startCapture`.
+    using Step = void (SCStream::*)(std::function<void(std::optional<SystemError>)>);
+
     explicit ScreenTrack(const Platform& platform);
+    Task<std::optional<SystemError>> awaitStart(std::shared_ptr<SCStream> stream, Step step);
 
     const std::shared_ptr<MainThread> mainThread;
     const std::shared_ptr<ScreenCapture> screenCapture;
@@ -104,6 +108,7 @@ private:
     const std::shared_ptr<LastFrameTime> lastScreenFrameTime;
     PictureSizeWatch pictureSize;
     std::weak_ptr<SCStream> startingStream; ///< set while its start is awaited
+    bool isStartCancelled = false;          ///< of that one
 };
 
 } // namespace vintra

@@ -102,15 +102,25 @@ TEST_F(X11AreaTakeTest, aWindowThatClosesEndsTheTakeWithWhatThereIs) {
     expectColour(0, {20, 20, 160, 80}, {0x30, 0x60, 0xc0});
 }
 
-TEST_F(X11AreaTakeTest, aDisplayThatGoesEndsTheTakeWithWhatThereIs) {
+TEST_F(X11AreaTakeTest, aTakeGoesOnWithoutItsDisplayUntilThatIsBack) {
     ASSERT_TRUE(server.xrandr({"--setmonitor", "LEFT", "400/400x480/480+0+0", "screen"}));
     ASSERT_TRUE(server.xrandr({"--setmonitor", "RIGHT", "240/240x480/480+400+0", "none"}));
     painter.fill(0, 0, 640, 480, 0x20a040);
     const auto take = startTake({});
     ASSERT_TRUE(server.xrandr({"--delmonitor", "LEFT"}));
-    const auto result = resultOf(*take);
-    EXPECT_EQ(result["status"], "Stopped unexpectedly") << result;
+    // Longer than a display is off that changes its mode.
+    std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+    painter.fill(0, 0, 640, 480, 0xc03060);
+    ASSERT_TRUE(server.xrandr({"--setmonitor", "LEFT", "400/400x480/480+0+0", "screen"}));
+    std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+    const auto result = finish(*take);
+    EXPECT_NE(result["status"], "Stopped unexpectedly") << result;
+    EXPECT_NE(result.dump().find("of the recording the movie shows the last picture."), std::string::npos)
+        << result;
     expectColour(0, {10, 10, 380, 460}, {0x20, 0xa0, 0x40});
+    const auto pictures = static_cast<int>(MediaProbe(movie).track(0).packets.size());
+    EXPECT_GE(pictures, 3 * 30);
+    expectColour(pictures - 1, {10, 10, 380, 460}, {0xc0, 0x30, 0x60});
 }
 
 TEST_F(X11AreaTakeTest, aRegionShowsThatPartOfTheDisplay) {

@@ -119,6 +119,30 @@ TEST_F(PictureMonitorsTest, aPictureThatChangesEvery1Point9SecondsIsLive) {
     EXPECT_EQ(told(), "");
 }
 
+TEST_F(PictureMonitorsTest, aDisplayThatHasGoneIsToldOnceATake) {
+    take->stream = machine.screenCapture->makeStream({}, {}, {});
+    const auto stream = machine.screenCapture->stream();
+    checkAt(2);
+    EXPECT_EQ(told(), "");
+    stream->interruptedBecause = "The display to record isn't there.";
+    checkAt(4);
+    const std::string sentence =
+        "The display to record isn't there. The movie shows its last picture until it is back. "
+        "The recording is still running.";
+    EXPECT_EQ(told(), sentence);
+    EXPECT_EQ(healthLines(), (Lines{"screen gone mid-take: The display to record isn't there."}));
+    stream->interruptedBecause.reset();
+    checkAt(6);
+    stream->interruptedBecause = "The display to record isn't there.";
+    checkAt(8);
+    EXPECT_EQ(told(), sentence);
+    // A take later it is told again.
+    lastError.set(std::nullopt);
+    monitors.begin();
+    checkAt(10);
+    EXPECT_EQ(told(), sentence);
+}
+
 TEST_F(PictureMonitorsTest, aSentenceStandsBehindWhatTheUserIsBeingTold) {
     lastError.set("Something else.");
     addCamera(2, "Cam");

@@ -184,6 +184,44 @@ TEST_F(StartOrderTest, theFirstFrameOfTheStreamIsTheFirstOfTheMovieHoweverBusyTh
     EXPECT_EQ(*recorder->statusMessage, "Saved") << lastError();
 }
 
+TEST_F(StartOrderTest, aStartThatIsCancelledWhenItsStreamHasJustBegunIsNoTake) {
+    machine.screenCapture->script.startSeconds = 0.5;
+    TaskScope scope;
+    machine.mainThread->runNow([&] { scope.start(recorder->startRecording(videoURL())); });
+    // The stream runs from 0.6 s on, while the main thread is busy; it cancels the start before it hears of that.
+    machine.run(0.55);
+    machine.mainThread->post([&] {
+        machine.hostClock->sleep(250'000);
+        EXPECT_TRUE(machine.screenCapture->stream()->isRunning());
+        recorder->cancelStart();
+    });
+    ASSERT_TRUE(machine.runMainUntil([&] { return !*recorder->isBusy; }));
+    EXPECT_FALSE(*recorder->isRecording);
+    EXPECT_EQ(*recorder->statusMessage, "Failed to start");
+    EXPECT_EQ(lastError(), "The recording was ended before it had begun.");
+    EXPECT_TRUE(files().empty());
+}
+
+TEST_F(StartOrderTest, aStartThatIsCancelledWhenItsStreamIsJustPreparedIsNoTake) {
+    machine.screenCapture->script.prepareSeconds = 0.5;
+    TaskScope scope;
+    machine.mainThread->runNow([&] { scope.start(recorder->startRecording(videoURL())); });
+    machine.run(0.55);
+    machine.mainThread->post([&] {
+        machine.hostClock->sleep(250'000);
+        recorder->cancelStart();
+    });
+    ASSERT_TRUE(machine.runMainUntil([&] { return !*recorder->isBusy; }));
+    EXPECT_FALSE(*recorder->isRecording);
+    EXPECT_EQ(lastError(), "The recording was ended before it had begun.");
+    EXPECT_EQ(std::ranges::count(calls(), "screen stream: startCapture"), 0);
+    EXPECT_TRUE(files().empty());
+    // The next one isn't concerned.
+    start();
+    EXPECT_TRUE(*recorder->isRecording) << lastError();
+    stop();
+}
+
 TEST_F(StartOrderTest, soundIsRecordedWhileTheStreamIsStillStarting) {
     machine.screenCapture->script.startSeconds = 0.8;
     start();

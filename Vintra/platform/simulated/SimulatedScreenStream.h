@@ -45,6 +45,7 @@ public:
     void startCapture(std::function<void(std::optional<SystemError>)> completion) override;
     void stopCapture(std::function<void(std::optional<SystemError>)> completion) override;
     std::optional<std::string> endNote() const override { return script.endNote; }
+    std::optional<std::string> interruption() const override { return interruptedBecause; }
 
     /// Shows something new: a frame now, or when the minimum frame interval is over. For streams whose
     /// scripted frames end.
@@ -60,6 +61,7 @@ public:
 
     const SCContentFilter filter;
     const SCStreamConfiguration configuration;
+    std::optional<std::string> interruptedBecause; ///< what is captured has gone for a while; a test's to set
     bool isPrepared = false;
     int64_t deliveredFrames = 0;
     int64_t leftOutFrames = 0; ///< because the output was behind by the queue depth

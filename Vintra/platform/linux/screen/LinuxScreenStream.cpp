@@ -93,6 +93,11 @@ std::optional<std::string> LinuxScreenStream::endNote() const {
     return problem ? std::optional(problem->localizedDescription()) : std::nullopt;
 }
 
+std::optional<std::string> LinuxScreenStream::interruption() const {
+    const auto reason = capture ? capture->interruption() : std::nullopt;
+    return reason ? std::optional(reason->localizedDescription()) : std::nullopt;
+}
+
 uint64_t LinuxScreenStream::wakeUps() const {
     return capture ? capture->counts().wakeUps : 0;
 }

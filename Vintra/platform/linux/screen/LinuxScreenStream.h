@@ -26,6 +26,7 @@ public:
     void stopCapture(std::function<void(std::optional<SystemError>)> completion) override;
 
     std::optional<std::string> endNote() const override;
+    std::optional<std::string> interruption() const override;
 
     /// Counts of the newest capture: its thread's wake-ups, the frames it sent, and the frames it left out.
     uint64_t wakeUps() const;

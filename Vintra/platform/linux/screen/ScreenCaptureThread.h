@@ -53,6 +53,8 @@ public:
     bool hasEnded() const;
     /// What went wrong with a capture that was stopped, once it has ended. Any thread.
     virtual std::optional<SystemError> problemAtTheEnd() const = 0;
+    /// Why there is nothing to take of what is captured, while that lasts and may pass. Any thread.
+    virtual std::optional<SystemError> interruption() const { return std::nullopt; }
     /// Any thread.
     Counts counts() const;
 

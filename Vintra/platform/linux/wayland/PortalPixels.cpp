@@ -1,5 +1,7 @@
 #include "Vintra/platform/linux/wayland/PortalPixels.h"
 
+#include "Vintra/platform/linux/screen/PackedColours.h"
+
 #include <cstring>
 
 namespace vintra {
@@ -17,9 +19,11 @@ uint32_t bgrx(uint32_t blue, uint32_t green, uint32_t red) {
 
 /// The 10 bits from there on as 8, rounded.
 uint32_t tenBits(uint32_t word, int from) {
-    constexpr uint32_t kMostOfTen = 1023;
-    return ((word >> from & kMostOfTen) * 255 + kMostOfTen / 2) / kMostOfTen;
+    return eightBitsOf(word >> from & 1023u, 10);
 }
+
+constexpr PackedColours kXrgb2101010{.bytesPerPixel = 4, .red = {20, 10}, .green = {10, 10}, .blue = {0, 10}};
+constexpr PackedColours kXbgr2101010{.bytesPerPixel = 4, .red = {0, 10}, .green = {10, 10}, .blue = {20, 10}};
 
 template <PortalPixels kPixels>
 uint32_t pixelAt(const uint8_t* from) {
@@ -79,6 +83,8 @@ void copyPixels(uint8_t* to, const uint8_t* from, size_t count, PortalPixels pix
         std::memcpy(to, from, 4 * count);
         return;
     }
+    if (pixels == PortalPixels::xrgb2101010) return convertToBgrx(to, from, count, kXrgb2101010);
+    if (pixels == PortalPixels::xbgr2101010) return convertToBgrx(to, from, count, kXbgr2101010);
     withPixels(pixels, [&]<PortalPixels kPixels>() { copyAll<kPixels>(to, from, count); });
 }
 

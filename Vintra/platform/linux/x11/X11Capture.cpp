@@ -14,6 +14,10 @@ constexpr int32_t kSecond = 1'000'000'000; // nanoseconds
 /// For the server's answers when a capture begins, and for those under way when it ends.
 constexpr int64_t kOpeningPatience = 5LL * kSecond;
 constexpr int64_t kLastPatience = 2LL * kSecond;
+/// A display that changes its mode is gone for less than this, which isn't worth a word.
+constexpr int64_t kMomentaryAbsence = 1LL * kSecond;
+/// How often a display that is gone is looked for besides when the server tells of a change.
+constexpr int64_t kLookForDisplay = 1LL * kSecond;
 
 } // namespace
 
@@ -46,13 +50,46 @@ void X11Capture::hurry() {
     limitConnection(kLastPatience);
 }
 
-/// A server that hung when the capture was to end: what it showed last isn't in the movie.
+/// A server that hung when the capture was to end: what it showed last isn't in the movie. And a display that was gone.
 std::optional<SystemError> X11Capture::problemAtTheEnd() const {
+    std::string text;
+    {
+        MutexLock lock(absenceMutex);
+        if (absence.longest >= kMomentaryAbsence) {
+            const int64_t seconds = (absence.sum + kSecond / 2) / kSecond;
+            text = absence.reason->localizedDescription() + " For " + std::to_string(seconds) +
+                   (seconds == 1 ? " second" : " seconds") +
+                   " of the recording the movie shows the last picture.";
+        }
+    }
     MutexLock lock(connectionMutex);
-    if (!patience || !patience->isOver()) return std::nullopt;
-    return SystemError("x11", 19,
-                       "The X server no longer answered when the recording ended: the movie of the screen "
-                       "holds the last picture that it gave.");
+    if (patience && patience->isOver()) {
+        text += std::string(text.empty() ? "" : " ") +
+                "The X server no longer answered when the recording ended: the movie of the screen "
+                "holds the last picture that it gave.";
+    }
+    return text.empty() ? std::nullopt : std::optional(SystemError("x11", 19, text));
+}
+
+std::optional<SystemError> X11Capture::interruption() const {
+    MutexLock lock(absenceMutex);
+    if (!absence.since || monotonicNanoseconds() - *absence.since < kMomentaryAbsence) return std::nullopt;
+    return absence.reason;
+}
+
+void X11Capture::noteAbsence(const SystemError& reason) {
+    MutexLock lock(absenceMutex);
+    if (!absence.since) absence.since = monotonicNanoseconds();
+    absence.reason = reason;
+}
+
+void X11Capture::noteReturn() {
+    MutexLock lock(absenceMutex);
+    if (!absence.since) return;
+    const int64_t length = monotonicNanoseconds() - *absence.since;
+    absence.longest = std::max(absence.longest, length);
+    absence.sum += length;
+    absence.since.reset();
 }
 
 void X11Capture::close() {
@@ -95,21 +132,28 @@ void X11Capture::makePool() {
             .width = area.width,
             .height = area.height,
             .limit = picturesOfACapture(area.width, area.height, settings.configuration.queueDepth)},
-        place.depth, wakeUp);
+        place.format, wakeUp);
     owesFrame = true;
 }
 
 std::optional<SystemError> X11Capture::captureUntilStopped() {
+    auto error = lookUntilStopped();
+    noteReturn();
+    return error;
+}
+
+std::optional<SystemError> X11Capture::lookUntilStopped() {
     while (!isStopping()) {
         handleEvents();
         if (display->isDead()) return X11Display::serverGone();
         if (source->isOutOfDate()) {
             if (auto error = adoptDesktop()) {
-                if (hasBeenGone()) return error;
-                sleep(true, goneUntil);
+                if (display->isDead() || !source->mayReturn()) return error;
+                noteAbsence(*error);
+                sleep(true, monotonicNanoseconds() + kLookForDisplay);
                 continue;
             }
-            goneUntil.reset();
+            noteReturn();
         }
         if (!mayHaveChanged()) {
             sleep(true, std::nullopt);
@@ -125,14 +169,6 @@ std::optional<SystemError> X11Capture::captureUntilStopped() {
         sleptForLook = false;
     }
     return std::nullopt;
-}
-
-/// True once what is recorded has been gone for too long to come back.
-bool X11Capture::hasBeenGone() {
-    const int64_t now = monotonicNanoseconds();
-    if (display->isDead()) return true;
-    if (!goneUntil) goneUntil = now + source->longestAbsence();
-    return now >= *goneUntil;
 }
 
 /// When what is pending was drawn. The server stamps it by a clock of milliseconds, which is the monotonic one
@@ -220,9 +256,10 @@ bool X11Capture::pointerHasChanged() {
 
 void X11Capture::deliver(PicturePool::Picture& picture, int64_t stampNanoseconds) {
     if (!pointer.isEmpty()) {
-        const PixelRect& area = source->place().onRoot;
-        cursor.blend(pool->plane(picture), area);
-        picture.stale.add(intersection(pointer, {0, 0, area.width, area.height}));
+        const CVPixelBuffer::Plane plane = pool->plane(picture);
+        cursor.blend(plane, source->place().onRoot);
+        picture.stale.add(
+            intersection(pointer, {0, 0, static_cast<int>(plane.width), static_cast<int>(plane.height)}));
     }
     send(pool->handOut(picture), stampNanoseconds);
 }

@@ -24,7 +24,7 @@ namespace vintra {
 /// just that, the damage first, so that nothing drawn meanwhile goes untold. Until the minimum interval has
 /// gone by it doesn't listen, so what happens in it is one wake-up. If every picture is still out it leaves
 /// the frame out and sleeps until one comes back. What it could not take in time, by when the server says that
-/// it was drawn, it tells. Rejected: looking at fixed times, which costs the same for
+/// it was drawn, it tells. A display that goes is waited for: until it is back, the last picture stands. Rejected: looking at fixed times, which costs the same for
 /// a still screen as for a busy one.
 ///
 /// Made and let go on the main thread; the functions given to it are called on its own.
@@ -37,6 +37,7 @@ public:
     };
     X11Capture(Settings settings, Outlets outlets);
     std::optional<SystemError> problemAtTheEnd() const override;
+    std::optional<SystemError> interruption() const override;
 
 private:
     void hurry() override; // any thread
@@ -46,10 +47,12 @@ private:
     void close() override;
     std::optional<SystemError> captureUntilStopped() override;
     void limitConnection(int64_t nanoseconds) EXCLUDES(connectionMutex);
+    std::optional<SystemError> lookUntilStopped();
     std::optional<SystemError> look(int64_t now);
     std::optional<SystemError> adoptDesktop();
     void makePool();
-    bool hasBeenGone();
+    void noteAbsence(const SystemError& reason);
+    void noteReturn();
     int64_t drawnAt(int64_t now) const;
     std::optional<SystemError> readingFailed(int64_t now);
     bool takeChanges();
@@ -68,16 +71,25 @@ private:
     X11CursorImage cursor;
     PixelRect pointer; ///< what its picture covers of the captured one, and beyond; empty if it isn't on it
     std::shared_ptr<X11PicturePool> pool;
-    bool owesFrame = true;            ///< the next look sends a frame even if nothing changed
-    int64_t earliestLook = 0;         ///< nanoseconds of the monotonic clock
-    int64_t lastTaken = 0;            ///< when the damage was taken last, likewise; 0 before that
-    bool sleptForLook = false;        ///< something had changed before `earliestLook`
-    int refusedReads = 0;             ///< reads in a row that the server refused
-    std::optional<int64_t> goneUntil; ///< when to give up; set while the display or window isn't there
+    bool owesFrame = true;     ///< the next look sends a frame even if nothing changed
+    int64_t earliestLook = 0;  ///< nanoseconds of the monotonic clock
+    int64_t lastTaken = 0;     ///< when the damage was taken last, likewise; 0 before that
+    bool sleptForLook = false; ///< something had changed before `earliestLook`
+    int refusedReads = 0;      ///< reads in a row that the server refused
 
     mutable Mutex connectionMutex;
     int connection GUARDED_BY(connectionMutex) = -1;                   ///< its descriptor while it is open
     std::unique_ptr<X11Patience> patience GUARDED_BY(connectionMutex); ///< while the server's time is limited
+
+    /// When what is captured wasn't there.
+    struct Absence {
+        std::optional<int64_t> since; ///< nanoseconds of the monotonic clock; set while it lasts
+        std::optional<SystemError> reason;
+        int64_t longest = 0; ///< nanoseconds, of those that are over
+        int64_t sum = 0;     ///< likewise
+    };
+    mutable Mutex absenceMutex;
+    Absence absence GUARDED_BY(absenceMutex);
 };
 
 } // namespace vintra

@@ -106,7 +106,9 @@ PixelRect X11CursorImage::frame() const {
 
 void X11CursorImage::blend(const CVPixelBuffer::Plane& plane, const PixelRect& shown) const {
     const PixelRect whole = frame();
-    const PixelRect visible = intersection(whole, shown);
+    const PixelRect visible =
+        intersection(whole, intersection(shown, {shown.x, shown.y, static_cast<int>(plane.width),
+                                                 static_cast<int>(plane.height)}));
     for (int y = visible.y; y < visible.bottom(); ++y) {
         const uint32_t* const over = pixels.data() + int64_t{y - whole.y} * whole.width - whole.x;
         auto* const row = reinterpret_cast<uint32_t*>(plane.baseAddress +

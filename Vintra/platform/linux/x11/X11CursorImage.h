@@ -30,7 +30,7 @@ public:
     ::Window windowBelow() const { return child; }
     /// Something other than the pointer asks for an `update`.
     void expectMove() { hasMoved = true; }
-    /// Draws the picture over `plane`, which shows the part `shown` of the root window.
+    /// Draws the picture over `plane`, which shows the part `shown` of the root window, and never beyond it.
     void blend(const CVPixelBuffer::Plane& plane, const PixelRect& shown) const;
 
 private:

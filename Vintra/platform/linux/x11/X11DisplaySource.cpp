@@ -9,13 +9,16 @@
 namespace vintra {
 namespace {
 
-void requireReadablePixels(X11Display& display) {
+X11PixelFormat requirePixelFormat(X11Display& display) {
     const int screen = DefaultScreen(display.get());
     const int depth = DefaultDepth(display.get(), screen);
-    if (hasReadablePixels(display, *DefaultVisual(display.get(), screen), depth)) return;
-    throw SystemError("x11", 4,
-                      "This X display can't be recorded: its pixels have " + std::to_string(depth) +
-                          " bits. Set the display to 24-bit colour.");
+    const auto format = pixelFormatOf(display, *DefaultVisual(display.get(), screen), depth);
+    if (format) return *format;
+    throw SystemError(
+        "x11", 4,
+        "This X display can't be recorded: its pixels have " + std::to_string(depth) +
+            " bits, which aren't red, green and blue in this machine's order. Set the display to 24-bit "
+            "colour.");
 }
 
 /// The pixels of `part`, in points of a display that has `frame` on the root window. What rounding, or a
@@ -39,7 +42,7 @@ X11DisplaySource::X11DisplaySource(X11Display& display, const SCDisplay& capture
     , sourceRect(sourceRect)
     , scale(readScale(display))
     , root(display.root()) {
-    requireReadablePixels(display);
+    place_.format = requirePixelFormat(display);
     int errorBase = 0;
     if (XRRQueryExtension(display.get(), &randrEvents, &errorBase)) {
         XRRSelectInput(display.get(), root,
@@ -49,7 +52,6 @@ X11DisplaySource::X11DisplaySource(X11Display& display, const SCDisplay& capture
     }
     XSelectInput(display.get(), root, StructureNotifyMask);
     place_.drawable = root;
-    place_.depth = DefaultDepth(display.get(), DefaultScreen(display.get()));
     const auto outcome = update(display);
     if (const auto* error = std::get_if<SystemError>(&outcome)) throw SystemError(*error);
 }

@@ -9,8 +9,7 @@ namespace vintra {
 /// The pixels of a display, or of a part of it, on the root window.
 class X11DisplaySource : public X11PictureSource {
 public:
-    /// Throws `SystemError` if there is no such display or its pixels aren't 8 bits of blue, green and red in
-    /// 32.
+    /// Throws `SystemError` if there is no such display or its pixels aren't red, green and blue.
     X11DisplaySource(X11Display& display, const SCDisplay& captured, std::optional<CGRect> sourceRect);
 
     Drawable watched() const override { return root; }
@@ -20,8 +19,8 @@ public:
     void handle(XEvent& event) override;
     bool isOutOfDate() const override { return outOfDate; }
     std::variant<Update, SystemError> update(X11Display& display) override;
-    /// A display is off for a moment while it changes its mode.
-    int64_t longestAbsence() const override { return 1'000'000'000; }
+    /// It is off for a moment while it changes its mode, and for longer when it is switched off or unplugged.
+    bool mayReturn() const override { return true; }
 
 private:
     const uint32_t displayID;

@@ -25,9 +25,9 @@ using BorrowingImage = std::unique_ptr<XImage, ImageDeleter>;
 
 } // namespace
 
-X11PicturePool::X11PicturePool(Shape shape, int depth, std::shared_ptr<WakeUp> wakeUp)
+X11PicturePool::X11PicturePool(Shape shape, const X11PixelFormat& format, std::shared_ptr<WakeUp> wakeUp)
     : PicturePool(shape, std::move(wakeUp))
-    , depth(depth) {}
+    , format(format) {}
 
 X11PicturePool::SharedPicture::~SharedPicture() {
     if (segment.shmid >= 0) {
@@ -43,8 +43,8 @@ PicturePool::Picture* X11PicturePool::acquire(X11Display& display) {
 
 std::unique_ptr<PicturePool::Picture> X11PicturePool::makePicture(X11Display& display) const {
     auto picture = std::make_unique<SharedPicture>();
-    if (!shareWithServer(display, *picture)) {
-        // The server is on another machine, or shared memory is used up.
+    if (!format.colours.isBgrx() || !shareWithServer(display, *picture)) {
+        // They are converted, the server is on another machine, or shared memory is used up.
         picture->segment.shmid = -1;
         picture->segment.shmaddr = reinterpret_cast<char*>(allocate());
     }
@@ -76,8 +76,9 @@ bool X11PicturePool::shareWithServer(X11Display& display, SharedPicture& picture
 
 bool X11PicturePool::refresh(X11Display& display, Drawable drawable, int x, int y, Picture& picture) {
     display.clearErrors();
-    const bool isRead = shared(picture).isShared ? readShared(display, drawable, x, y, shared(picture))
-                                                 : readOverConnection(display, drawable, x, y, picture);
+    const bool isRead = !format.colours.isBgrx()   ? readConverted(display, drawable, x, y, picture)
+                        : shared(picture).isShared ? readShared(display, drawable, x, y, shared(picture))
+                                                   : readOverConnection(display, drawable, x, y, picture);
     if (isRead) picture.stale.clear();
     return isRead;
 }
@@ -87,7 +88,7 @@ bool X11PicturePool::readShared(X11Display& display, Drawable drawable, int x, i
     ::Display* const connection = display.get();
     const BorrowingImage image(
         XShmCreateImage(connection, DefaultVisual(connection, DefaultScreen(connection)),
-                        static_cast<unsigned>(depth), ZPixmap, nullptr, &picture.segment,
+                        static_cast<unsigned>(format.depth), ZPixmap, nullptr, &picture.segment,
                         static_cast<unsigned>(shape.width), static_cast<unsigned>(shape.height)));
     if (!image) return false;
     // Whole rows, since the server packs what it reads: rows as wide as the picture land in their places.
@@ -117,7 +118,54 @@ bool X11PicturePool::readOverConnection(X11Display& display, Drawable drawable, 
     return !display.hasError();
 }
 
+bool X11PicturePool::readConverted(X11Display& display, Drawable drawable, int x, int y, Picture& picture) {
+    if (!transfer) {
+        transfer = std::make_unique<SharedPicture>();
+        if (!shareWithServer(display, *transfer)) {
+            transfer->segment.shmid = -1;
+            transfer->segment.shmaddr = nullptr;
+            display.clearErrors();
+        }
+    }
+    for (const PixelRect& rect : picture.stale.rects()) {
+        if (!convert(display, drawable, x, y, rect, picture)) return false;
+    }
+    return !display.hasError();
+}
+
+bool X11PicturePool::convert(X11Display& display, Drawable drawable, int x, int y, const PixelRect& rect,
+                             Picture& picture) {
+    ::Display* const connection = display.get();
+    const auto width = static_cast<unsigned>(rect.width);
+    const auto height = static_cast<unsigned>(rect.height);
+    BorrowingImage shared;
+    std::unique_ptr<XImage, int (*)(XImage*)> sent(nullptr,
+                                                   [](XImage* image) { return XDestroyImage(image); });
+    if (transfer->isShared) {
+        shared.reset(XShmCreateImage(connection, DefaultVisual(connection, DefaultScreen(connection)),
+                                     static_cast<unsigned>(format.depth), ZPixmap, transfer->segment.shmaddr,
+                                     &transfer->segment, width, height));
+        if (!shared || !XShmGetImage(connection, drawable, shared.get(), x + rect.x, y + rect.y, AllPlanes))
+            return false;
+    } else {
+        sent.reset(
+            XGetImage(connection, drawable, x + rect.x, y + rect.y, width, height, AllPlanes, ZPixmap));
+        if (!sent) return false;
+    }
+    const XImage& image = shared ? *shared : *sent;
+    if (image.bits_per_pixel != 8 * format.colours.bytesPerPixel) return false;
+    for (int row = 0; row < rect.height; ++row) {
+        convertToBgrx(picture.pixels + static_cast<size_t>(rect.y + row) * bytesPerRow() +
+                          static_cast<size_t>(rect.x) * 4,
+                      reinterpret_cast<const uint8_t*>(image.data) +
+                          static_cast<ptrdiff_t>(row) * image.bytes_per_line,
+                      static_cast<size_t>(rect.width), format.colours);
+    }
+    return true;
+}
+
 void X11PicturePool::detach(X11Display& display) {
+    if (transfer && transfer->isShared && !display.isDead()) XShmDetach(display.get(), &transfer->segment);
     for (const auto& picture : pictures) {
         SharedPicture& each = shared(*picture);
         if (each.isShared && !display.isDead()) XShmDetach(display.get(), &each.segment);

@@ -2,6 +2,7 @@
 
 #include "Vintra/platform/linux/screen/PicturePool.h"
 #include "Vintra/platform/linux/x11/X11Display.h"
+#include "Vintra/platform/linux/x11/X11PixelFormat.h"
 
 #include <X11/Xutil.h>
 #include <X11/extensions/XShm.h>
@@ -10,11 +11,12 @@
 
 namespace vintra {
 
-/// Pictures that the X server writes into, in memory that it shares where it can. They outlive the server.
+/// Pictures that the X server writes into, in memory that it shares where it can. They outlive the server. Pixels of
+/// another format than the pictures' own are read into memory beside them and converted from there.
 class X11PicturePool : public PicturePool {
 public:
-    /// `depth`: of the drawables that are read.
-    X11PicturePool(Shape shape, int depth, std::shared_ptr<WakeUp> onFree);
+    /// `format`: of the drawables that are read.
+    X11PicturePool(Shape shape, const X11PixelFormat& format, std::shared_ptr<WakeUp> onFree);
 
     Picture* acquire(X11Display& display);
     /// Reads the picture's stale parts from a drawable, of which it shows the part from `x`, `y` on. False if
@@ -37,7 +39,13 @@ private:
     bool readShared(X11Display& display, Drawable drawable, int x, int y, SharedPicture& picture) const;
     bool readOverConnection(X11Display& display, Drawable drawable, int x, int y, Picture& picture) const;
 
-    const int depth;
+    bool readConverted(X11Display& display, Drawable drawable, int x, int y, Picture& picture);
+    bool convert(X11Display& display, Drawable drawable, int x, int y, const PixelRect& rect,
+                 Picture& picture);
+
+    const X11PixelFormat format;
+    std::unique_ptr<SharedPicture>
+        transfer; ///< where pixels are read to that are converted; null before the first
 };
 
 } // namespace vintra

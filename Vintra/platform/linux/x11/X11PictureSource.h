@@ -3,6 +3,7 @@
 #include "Vintra/platform/ScreenCapture.h"
 #include "Vintra/platform/linux/screen/PixelRegion.h"
 #include "Vintra/platform/linux/x11/X11Display.h"
+#include "Vintra/platform/linux/x11/X11PixelFormat.h"
 
 #include <memory>
 #include <optional>
@@ -15,7 +16,7 @@ struct X11PicturePlace {
     Drawable drawable = 0; ///< to read from
     int x = 0;             ///< of the picture's corner on `drawable`
     int y = 0;
-    int depth = 24;
+    X11PixelFormat format;
     PixelRect watched; ///< the picture on the drawable whose damage is watched
     PixelRect onRoot;  ///< the picture on the root window
 };
@@ -43,8 +44,8 @@ public:
     };
     /// Reads the desktop again. With an error there is nothing to take, and it stays out of date.
     virtual std::variant<Update, SystemError> update(X11Display& display) = 0;
-    /// Nanoseconds that an error of `update` may last and pass.
-    virtual int64_t longestAbsence() const = 0;
+    /// Whether what was there at the start may come back after an error of `update`.
+    virtual bool mayReturn() const = 0;
 };
 
 /// A display, or one window by itself.
@@ -53,8 +54,5 @@ using X11PictureSubject = std::variant<SCDisplay, SCWindow>;
 /// `sourceRect` is of a display alone. Throws `SystemError` if the subject isn't there or can't be read.
 std::unique_ptr<X11PictureSource> makePictureSource(X11Display& display, const X11PictureSubject& subject,
                                                     std::optional<CGRect> sourceRect);
-
-/// Are a drawable's pixels 8 bits of blue, green and red in 32, in this order?
-bool hasReadablePixels(X11Display& display, const Visual& visual, int depth);
 
 } // namespace vintra

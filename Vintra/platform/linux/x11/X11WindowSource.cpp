@@ -44,13 +44,15 @@ X11WindowSource::X11WindowSource(X11Display& display, uint32_t windowID)
             "x11", 14,
             "The window to record isn't shown: it is minimised or hidden. Bring it up, and start again.");
     }
-    if (attributes.c_class != InputOutput ||
-        !hasReadablePixels(display, *attributes.visual, attributes.depth)) {
+    std::optional<X11PixelFormat> format;
+    if (attributes.c_class == InputOutput)
+        format = pixelFormatOf(display, *attributes.visual, attributes.depth);
+    if (!format) {
         throw SystemError("x11", 15,
-                          "This window can't be recorded: its pixels aren't those of a 24-bit or 32-bit "
-                          "colour display. Record the display, or a region of it.");
+                          "This window can't be recorded: its pixels aren't red, green and blue. Record the "
+                          "display, or a region of it.");
     }
-    place_.depth = attributes.depth;
+    place_.format = *format;
     XCompositeRedirectWindow(display.get(), window, CompositeRedirectAutomatic);
     if (display.failed()) {
         if (display.isDead()) throw X11Display::serverGone();
@@ -167,9 +169,12 @@ std::variant<X11PictureSource::Update, SystemError> X11WindowSource::update(X11D
     int x = 0;
     int y = 0;
     if (XTranslateCoordinates(display.get(), window, display.root(), 0, 0, &x, &y, &child)) {
-        place_.onRoot = {x + place_.watched.x, y + place_.watched.y, place_.watched.width,
-                         place_.watched.height};
+        place_.onRoot.x = x + place_.watched.x;
+        place_.onRoot.y = y + place_.watched.y;
     }
+    // Of the picture's size also where the window has gone since its pixmap was named.
+    place_.onRoot.width = place_.watched.width;
+    place_.onRoot.height = place_.watched.height;
     if (display.isDead()) return X11Display::serverGone();
     outOfDate = false;
     return isShown_ && (wasOld || !wasShown) ? Update::renewed : Update::moved;

@@ -15,8 +15,8 @@ namespace vintra {
 /// mapped, as when it is minimised, there is nothing to read.
 class X11WindowSource : public X11PictureSource {
 public:
-    /// Throws `SystemError` if the server lacks Composite, or the window isn't there, isn't shown, or has
-    /// pixels of other than 8 bits of blue, green and red in 32.
+    /// Throws `SystemError` if the server lacks Composite, or the window isn't there, isn't shown, or its
+    /// pixels aren't red, green and blue.
     X11WindowSource(X11Display& display, uint32_t windowID);
 
     Drawable watched() const override { return window; }
@@ -27,7 +27,7 @@ public:
     void handle(XEvent& event) override;
     bool isOutOfDate() const override { return outOfDate; }
     std::variant<Update, SystemError> update(X11Display& display) override;
-    int64_t longestAbsence() const override { return 0; }
+    bool mayReturn() const override { return false; }
 
 private:
     bool isInChain(::Window candidate) const;

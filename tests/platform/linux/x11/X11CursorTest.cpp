@@ -1,5 +1,7 @@
 #include "tests/platform/linux/x11/X11ScreenFixture.h"
 
+#include "Vintra/platform/linux/x11/X11CursorImage.h"
+
 #include <cmath>
 
 namespace vintra {
@@ -111,6 +113,24 @@ TEST_F(X11CursorTest, aPointerOutsideOfTheAreaIsNoFrameButItsComingAndGoingAre) 
     EXPECT_TRUE(waitForPicture(ScreenPicture(320, 480)));
     EXPECT_EQ(collector->samples().size(), 3u);
     stop(*stream);
+}
+
+// A window that shrinks may go before it is asked where it stands.
+TEST_F(X11CursorTest, thePointerNeverGoesBeyondAPictureThatIsSmallerThanWhatItIsSaidToShow) {
+    painter.setSquarePointer(30, 0xff00ff00);
+    painter.movePointer(15, 25);
+    const auto connection = X11Display::open(server.displayName());
+    X11CursorImage cursor;
+    cursor.watch(*connection);
+    cursor.update(*connection);
+    // 20 × 30 pixels of 20 each row, and more memory around them.
+    constexpr size_t kAround = 100 * 100;
+    std::vector<uint32_t> memory(2 * kAround + 20 * 30, 0x5a5a5a);
+    cursor.blend({reinterpret_cast<uint8_t*>(memory.data() + kAround), 20, 30, 20 * 4}, {0, 0, 640, 480});
+    std::vector<uint32_t> expected(memory.size(), 0x5a5a5a);
+    for (size_t y = 25; y < 30; ++y)
+        std::fill_n(expected.begin() + static_cast<ptrdiff_t>(kAround + y * 20 + 15), 5, 0x00ff00u);
+    EXPECT_EQ(memory, expected);
 }
 
 } // namespace vintra

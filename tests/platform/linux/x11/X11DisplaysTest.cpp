@@ -70,13 +70,39 @@ TEST_F(X11DisplaysTest, everyDisplayIsCapturedByItself) {
     stop(*right);
 }
 
-TEST_F(X11DisplaysTest, aDisplayThatGoesEndsTheStreamWithASentence) {
+TEST_F(X11DisplaysTest, aDisplayThatGoesIsToldAndItsPictureComesBackWithIt) {
+    splitScreen();
+    painter.fill(400, 0, 240, 480, 0x112233);
+    const auto stream = run(displayNamed("RIGHT"));
+    EXPECT_EQ(stream->interruption(), std::nullopt);
+    ASSERT_TRUE(server.xrandr({"--delmonitor", "RIGHT"}));
+    ASSERT_TRUE(waitUntil([&] { return stream->interruption().has_value(); }));
+    EXPECT_EQ(stream->interruption(), "The display to record isn't there: it was unplugged or switched off.");
+    const size_t before = collector->samples().size();
+    painter.fill(400, 0, 240, 480, 0x445566);
+    clock.sleep(1'500'000); // longer than it takes to look for the display again
+    EXPECT_EQ(collector->samples().size(), before);
+    ASSERT_TRUE(server.xrandr({"--setmonitor", "RIGHT", "240/240x480/480+400+0", "none"}));
+    EXPECT_TRUE(waitForColour(239, 479, 0x445566));
+    EXPECT_EQ(stream->interruption(), std::nullopt);
+    painter.fill(400, 0, 240, 480, 0x778899);
+    EXPECT_TRUE(waitForColour(239, 479, 0x778899));
+    EXPECT_TRUE(listener->errors().empty());
+    stop(*stream);
+    const std::string note = stream->endNote().value_or("");
+    EXPECT_TRUE(note.starts_with("The display to record isn't there: it was unplugged or switched off. For "))
+        << note;
+    EXPECT_TRUE(note.ends_with(" seconds of the recording the movie shows the last picture.")) << note;
+}
+
+TEST_F(X11DisplaysTest, aStreamWhoseDisplayIsGoneStopsAndSaysSo) {
     splitScreen();
     const auto stream = run(displayNamed("RIGHT"));
     ASSERT_TRUE(server.xrandr({"--delmonitor", "RIGHT"}));
-    ASSERT_TRUE(waitUntil([&] { return !listener->errors().empty(); }));
-    EXPECT_EQ(listener->errors().front().localizedDescription(),
-              "The display to record isn't there: it was unplugged or switched off.");
+    ASSERT_TRUE(waitUntil([&] { return stream->interruption().has_value(); }));
+    stop(*stream);
+    EXPECT_TRUE(stream->endNote().has_value());
+    EXPECT_TRUE(listener->errors().empty());
 }
 
 TEST_F(X11DisplaysTest, aDisplayThatIsOffForAMomentGoesOn) {
@@ -88,6 +114,7 @@ TEST_F(X11DisplaysTest, aDisplayThatIsOffForAMomentGoesOn) {
     EXPECT_TRUE(waitForColour(0, 0, 0x998877));
     EXPECT_EQ(newestPicture()->width, 200);
     EXPECT_TRUE(listener->errors().empty());
+    EXPECT_EQ(stream->interruption(), std::nullopt);
     stop(*stream);
 }
 

@@ -308,17 +308,18 @@ TEST_F(X11ScreenStreamTest, anotherPixelFormatIsRefused) {
     EXPECT_THROW(makeStream(content().content.displays.at(0)), SystemError);
 }
 
-class X11ScreenOfFewColoursTest : public X11ScreenFixture {
+class X11ScreenWithAPaletteTest : public X11ScreenFixture {
 protected:
-    X11ScreenOfFewColoursTest()
-        : X11ScreenFixture("640x480x16") {}
+    X11ScreenWithAPaletteTest()
+        : X11ScreenFixture("640x480x8") {}
 };
 
-TEST_F(X11ScreenOfFewColoursTest, isRefusedInASentence) {
+TEST_F(X11ScreenWithAPaletteTest, isRefusedInASentence) {
     const auto error = start(*makeStream(content().content.displays.at(0)));
     ASSERT_TRUE(error.has_value());
-    EXPECT_EQ(error->localizedDescription(), "This X display can't be recorded: its pixels have 16 bits. Set "
-                                             "the display to 24-bit colour.");
+    EXPECT_EQ(error->localizedDescription(),
+              "This X display can't be recorded: its pixels have 8 bits, which aren't red, green and blue in "
+              "this machine's order. Set the display to 24-bit colour.");
 }
 
 class X11ScreenWithoutSharedMemoryTest : public X11ScreenFixture {

@@ -14,7 +14,8 @@ X11TestWindow::X11TestWindow(const std::string& displayName, const Settings& set
     const int screen = DefaultScreen(display);
     const ::Window root = DefaultRootWindow(display);
     XVisualInfo format{};
-    if (!XMatchVisualInfo(display, screen, settings.hasAlpha ? 32 : 24, TrueColor, &format)) {
+    const int depth = settings.isOfDisplay ? DefaultDepth(display, screen) : settings.hasAlpha ? 32 : 24;
+    if (!XMatchVisualInfo(display, screen, depth, TrueColor, &format)) {
         throw std::runtime_error("no such pixels");
     }
     XSetWindowAttributes attributes{};

@@ -19,6 +19,7 @@ public:
         int border = 0;           ///< pixels, outside of the size
         uint32_t ground = 0;      ///< what the server paints where nothing was drawn; ARGB if `hasAlpha`
         bool hasAlpha = false;    ///< 32 bits deep, as programs with translucent windows have them
+        bool isOfDisplay = false; ///< as deep as the display instead of 24 bits; the colours are its pixels
         bool hasFrame = false;    ///< put into a frame, as a window manager does
         bool isUnmanaged = false; ///< as menus are
         std::string type = {};    ///< what follows _NET_WM_WINDOW_TYPE_; empty for none

@@ -376,9 +376,10 @@ TEST_F(X11WindowStreamTest, aWindowThatIsntShownIsRefused) {
 
 TEST_F(X11WindowStreamTest, aWindowWithoutPixelsIsRefused) {
     X11TestWindow window = open({.isInputOnly = true});
-    EXPECT_EQ(refusal(window.id()),
-              "This window can't be recorded: its pixels aren't those of a 24-bit or 32-bit colour display. "
-              "Record the display, or a region of it.");
+    EXPECT_EQ(
+        refusal(window.id()),
+        "This window can't be recorded: its pixels aren't red, green and blue. Record the display, or a region "
+        "of it.");
 }
 
 class X11WindowWithoutCompositeTest : public X11WindowStreamTest {
