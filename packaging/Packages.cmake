@@ -25,7 +25,8 @@ if(VINTRA_SITE_URL)
   set(CPACK_DEBIAN_PACKAGE_HOMEPAGE ${VINTRA_SITE_URL})
 endif()
 set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
-# The libraries are read from the programs. What they load by name can't be: modules of QML, fonts, sessions of sound.
+# The libraries are read from the programs. What they load by name can't be: modules of QML, fonts, sessions of sound,
+# and the graphics driver, which is needed on the few desktops that share the screen in its memory alone.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "pipewire")
 if(TARGET vintra)
@@ -34,7 +35,8 @@ qml6-module-qtquick-layouts, qml6-module-qtquick-templates, qml6-module-qtquick-
 qml6-module-qtqml-workerscript, libqt6svg6")
 endif()
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS
-    "wireplumber, xdg-desktop-portal, packagekit, fonts-inter, qt6-wayland, bash-completion")
+    "wireplumber, xdg-desktop-portal, packagekit, fonts-inter, qt6-wayland, bash-completion, \
+libegl1, libgles2")
 
 set(CPACK_SOURCE_GENERATOR TXZ)
 set(CPACK_SOURCE_PACKAGE_FILE_NAME vintra-${PROJECT_VERSION})

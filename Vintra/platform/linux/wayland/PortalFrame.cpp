@@ -43,37 +43,52 @@ PictureTransform transformOf(const spa_buffer& buffer) {
             .isFlipped = meta->transform >= SPA_META_TRANSFORMATION_Flipped};
 }
 
-/// Where the first row begins and how far it is to the next. False if the buffer doesn't hold what its format says.
-bool findRows(const spa_data& data, const PortalVideoFormat& format, PortalFrame& frame) {
+/// Where the first row begins and how far it is to the next. False if the memory doesn't hold what its format says.
+bool findRows(const PortalMemory& memory, const spa_chunk& chunk, const PortalVideoFormat& format,
+              PortalFrame& frame) {
     const auto rowBytes = static_cast<ptrdiff_t>(format.width * bytesPerPixel(format.pixels));
     const auto below = static_cast<ptrdiff_t>(format.height - 1);
-    frame.bytesPerRow = data.chunk->stride != 0 ? data.chunk->stride : rowBytes;
+    frame.bytesPerRow = chunk.stride != 0 ? chunk.stride : rowBytes;
     const ptrdiff_t apart = std::abs(frame.bytesPerRow);
-    const auto offset = static_cast<ptrdiff_t>(data.chunk->offset);
-    const auto size = static_cast<ptrdiff_t>(data.maxsize);
+    const auto offset = static_cast<ptrdiff_t>(chunk.offset);
+    const auto size = static_cast<ptrdiff_t>(memory.size);
     if (apart < rowBytes || offset > size || apart * below + rowBytes > size - offset) return false;
-    frame.bytes = static_cast<const uint8_t*>(data.data) + offset;
+    frame.bytes = memory.bytes + offset;
     if (frame.bytesPerRow < 0) frame.bytes += apart * below;
     return true;
 }
 
-bool isIntact(const spa_buffer& buffer, const spa_meta_header* header) {
-    if (header && (header->flags & SPA_META_HEADER_FLAG_CORRUPTED) != 0) return false;
-    if (buffer.n_datas < 1) return false;
-    const spa_data& data = buffer.datas[0];
-    return data.data && data.chunk && data.chunk->size > 0 &&
-           (data.chunk->flags & SPA_CHUNK_FLAG_CORRUPTED) == 0;
+bool findPixels(const spa_data& data, const PortalVideoFormat& format, const PortalMemory* memory,
+                PortalFrame& frame) {
+    frame.pixels = format.pixels;
+    if (!memory) {
+        const PortalMemory plain{static_cast<const uint8_t*>(data.data), data.maxsize};
+        return plain.bytes && findRows(plain, *data.chunk, format, frame);
+    }
+    frame.access = memory->access;
+    if (!memory->copied) return findRows(*memory, *data.chunk, format, frame);
+    frame.bytes = memory->bytes;
+    frame.pixels = *memory->copied;
+    frame.bytesPerRow = static_cast<ptrdiff_t>(format.width * bytesPerPixel(frame.pixels));
+    return true;
 }
 
 } // namespace
 
-std::optional<PortalFrame> readPortalFrame(const spa_buffer& buffer, const PortalVideoFormat& format) {
+bool isPortalFrameIntact(const spa_buffer& buffer) {
     const auto* const header = findMeta<spa_meta_header>(buffer, SPA_META_Header);
-    if (!isIntact(buffer, header) || format.width <= 0 || format.height <= 0) return std::nullopt;
+    if (header && (header->flags & SPA_META_HEADER_FLAG_CORRUPTED) != 0) return false;
+    if (buffer.n_datas < 1) return false;
+    const spa_chunk* const chunk = buffer.datas[0].chunk;
+    return chunk && chunk->size > 0 && (chunk->flags & SPA_CHUNK_FLAG_CORRUPTED) == 0;
+}
+
+std::optional<PortalFrame> readPortalFrame(const spa_buffer& buffer, const PortalVideoFormat& format,
+                                           const PortalMemory* memory) {
+    if (!isPortalFrameIntact(buffer) || format.width <= 0 || format.height <= 0) return std::nullopt;
 
     PortalFrame frame;
-    if (!findRows(buffer.datas[0], format, frame)) return std::nullopt;
-    frame.pixels = format.pixels;
+    if (!findPixels(buffer.datas[0], format, memory, frame)) return std::nullopt;
     frame.transform = transformOf(buffer);
     frame.whole = frame.transform.uprightSize(format.width, format.height);
 
@@ -88,7 +103,7 @@ std::optional<PortalFrame> readPortalFrame(const spa_buffer& buffer, const Porta
     if (frame.damage)
         for (PixelRect& rect : *frame.damage)
             rect = frame.transform.upright(rect, frame.whole);
-    if (header) {
+    if (const auto* const header = findMeta<spa_meta_header>(buffer, SPA_META_Header)) {
         if (header->pts > 0) frame.nanoseconds = header->pts;
         frame.sequence = header->seq;
     }

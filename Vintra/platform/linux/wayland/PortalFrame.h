@@ -1,7 +1,9 @@
 #pragma once
 
 #include "Vintra/platform/linux/screen/PixelRegion.h"
+#include "Vintra/platform/linux/wayland/DmaBufLayout.h"
 #include "Vintra/platform/linux/wayland/PictureTransform.h"
+#include "Vintra/platform/linux/wayland/PortalPixelAccess.h"
 #include "Vintra/platform/linux/wayland/PortalPixels.h"
 
 #include <cstddef>
@@ -18,14 +20,17 @@ struct PortalVideoFormat {
     int width = 0;
     int height = 0;
     PortalPixels pixels = PortalPixels::bgrx;
+    std::optional<DmaBufLayout> dmaBuf =
+        std::nullopt; ///< of memory of the graphics card; nothing for plain memory
     bool operator==(const PortalVideoFormat&) const = default;
 };
 
 /// One buffer of such a stream, as it lies in memory that the desktop shares. Valid until the buffer is given
 /// back.
 struct PortalFrame {
-    const uint8_t* bytes = nullptr; ///< the first row of the whole buffer
-    ptrdiff_t bytesPerRow = 0;      ///< to the next row; below 0 if that lies before it in memory
+    const uint8_t* bytes = nullptr;      ///< the first row of the whole buffer
+    PortalPixelAccess* access = nullptr; ///< opens `bytes` for reading; null if they can be read as they are
+    ptrdiff_t bytesPerRow = 0;           ///< to the next row; below 0 if that lies before it in memory
     PortalPixels pixels = PortalPixels::bgrx;
     PictureTransform transform;         ///< what the desktop did to the picture; all that follows is upright
     PixelRect whole;                    ///< the size of the buffer
@@ -37,8 +42,20 @@ struct PortalFrame {
     std::optional<std::vector<PixelRect>> damage;
 };
 
+/// Where the pixels of a buffer lie that isn't plain memory.
+struct PortalMemory {
+    const uint8_t* bytes = nullptr;
+    size_t size = 0; ///< bytes
+    PortalPixelAccess* access = nullptr;
+    /// Set if it is a copy in the process's memory, without gaps and in this form, whatever the buffer says of itself.
+    std::optional<PortalPixels> copied = std::nullopt;
+};
+
 /// Nothing if the buffer carries no picture: it is marked as corrupted, is empty, or doesn't hold what its
-/// format says.
-std::optional<PortalFrame> readPortalFrame(const spa_buffer& buffer, const PortalVideoFormat& format);
+/// format says. `memory` is null for plain memory.
+std::optional<PortalFrame> readPortalFrame(const spa_buffer& buffer, const PortalVideoFormat& format,
+                                           const PortalMemory* memory = nullptr);
+/// Whether a buffer carries a picture at all, wherever its pixels lie.
+bool isPortalFrameIntact(const spa_buffer& buffer);
 
 } // namespace vintra

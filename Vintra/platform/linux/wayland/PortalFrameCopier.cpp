@@ -88,7 +88,10 @@ std::shared_ptr<CVPixelBuffer> PortalFrameCopier::copy(const PortalFrame& frame)
         if (pool->isEmpty()) fail(4, "There is too little memory to record the screen.");
         return nullptr;
     }
-    pool->refresh(*picture, frame, area.x, area.y);
+    if (auto error = pool->refresh(*picture, frame, area.x, area.y)) {
+        if (!problem_) problem_ = std::move(error);
+        return nullptr;
+    }
     return pool->handOut(*picture);
 }
 

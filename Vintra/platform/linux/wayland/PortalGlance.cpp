@@ -113,10 +113,9 @@ void PortalGlance::awaitPicture(PortalSharing& sharing, PixelRect& content) {
         const int64_t left = deadline - monotonicNanoseconds();
         if (left <= 0 && isRunning) return;
         if (left <= 0) {
-            throw SystemError(
-                "pipewire", 4,
-                "The desktop granted the window, but its picture doesn't come. See that a PipeWire "
-                "session manager (wireplumber) is running.");
+            throw SystemError("pipewire", 4,
+                              "The desktop granted the window, but its picture doesn't come: " +
+                                  sharing.stream->whyNoPicture());
         }
         const timespec rest{left / kGlanceSecond, left % kGlanceSecond};
         pollfd descriptors[] = {{sharing.stream->fileDescriptor(), POLLIN, 0},

@@ -47,7 +47,10 @@ PicturePool::Picture* PortalPicturePool::acquire() {
     });
 }
 
-void PortalPicturePool::refresh(Picture& picture, const PortalFrame& frame, int x, int y) const {
+std::optional<SystemError> PortalPicturePool::refresh(Picture& picture, const PortalFrame& frame, int x,
+                                                      int y) const {
+    const PortalPixelReading reading(frame.access);
+    if (reading.problem()) return reading.problem();
     for (const PixelRect& rect : picture.stale.rects()) {
         const PixelRect from{x + rect.x, y + rect.y, rect.width, rect.height};
         uint8_t* const to =
@@ -58,12 +61,15 @@ void PortalPicturePool::refresh(Picture& picture, const PortalFrame& frame, int 
             copyTurned(rect, frame, from, to, bytesPerRow());
     }
     picture.stale.clear();
+    return std::nullopt;
 }
 
 bool PortalPicturePool::hasPictureOf(const PortalFrame& frame, int x, int y) const {
     if (!frame.transform.isUpright() || frame.pixels != PortalPixels::bgrx) return false;
     const auto fresh = std::ranges::find_if(pictures, [](const auto& one) { return one->stale.isEmpty(); });
-    if (fresh == pictures.end()) return false;
+    if (fresh == pictures.end() || (frame.access && frame.access->isUncached())) return false;
+    const PortalPixelReading reading(frame.access);
+    if (reading.problem()) return false;
     const uint8_t* from = frame.bytes + y * frame.bytesPerRow + ptrdiff_t{x} * 4;
     const uint8_t* have = (*fresh)->pixels;
     for (int row = 0; row < shape.height; ++row, from += frame.bytesPerRow, have += bytesPerRow())

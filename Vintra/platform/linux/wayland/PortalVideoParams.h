@@ -2,9 +2,9 @@
 
 #include "Vintra/platform/linux/wayland/PortalFrame.h"
 
-#include <array>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <vector>
 
 struct spa_pod;
@@ -15,8 +15,9 @@ namespace vintra {
 /// object's. One thread.
 class PortalVideoParams {
 public:
-    /// The pixel formats that can be read, of any size and any rate.
-    static PortalVideoParams formats();
+    /// The pixel formats that can be read, of any size and any rate: in plain memory, which needs the least, and then
+    /// in what is offered of the graphics card's.
+    static PortalVideoParams formats(std::span<const DmaBufOffer> offers);
     /// The buffers and what they are to tell, once the format is agreed.
     static PortalVideoParams buffers(const PortalVideoFormat& format);
 
@@ -24,10 +25,14 @@ public:
     std::vector<const spa_pod*> pods() const;
 
 private:
-    std::array<uint8_t, 4096> memory{};
+    std::vector<uint8_t> memory;
     std::vector<uint32_t> offsets;
 };
 
+/// The kernel's numbers of the pixel formats that can be read.
+std::vector<uint32_t> readableDmaBufFormats();
+/// True of a format whose modifier is still a choice: the desktop tries which it can make, and then says it.
+bool isModifierUndecided(const spa_pod* param);
 /// Nothing if the parameter isn't one of the formats asked for.
 std::optional<PortalVideoFormat> readPortalVideoFormat(const spa_pod* param);
 

@@ -6,6 +6,7 @@
 #include <spa/utils/result.h>
 
 #include <cerrno>
+#include <cstring>
 #include <utility>
 
 namespace vintra {
@@ -13,33 +14,31 @@ namespace vintra {
 struct PortalVideoStream::Events {
     static PortalVideoStream& self(void* data) { return *static_cast<PortalVideoStream*>(data); }
 
-    static void error(void* data, uint32_t id, int, int result, const char*) {
+    static void error(void* data, uint32_t id, int, int result, const char* message) {
         if (id == PW_ID_CORE && result == -EPIPE) {
             self(data).endWith(2, "The PipeWire server, which hands out the screen, has stopped");
+        } else {
+            self(data).complaint_ = message && *message ? message : spa_strerror(result);
         }
     }
     static void globalRemoved(void* data, uint32_t id) {
-        if (id == self(data).node) self(data).endWith(3, "The desktop no longer shares the screen");
+        if (id == self(data).nodeID) self(data).endWith(3, "The desktop no longer shares the screen");
     }
     static void stateChanged(void* data, pw_stream_state, pw_stream_state now, const char* reason) {
         PortalVideoStream& owner = self(data);
         // The stream pauses while its size changes or the screen rests: there is no new frame until it resumes.
         owner.streaming = now == PW_STREAM_STATE_STREAMING;
-        if (now == PW_STREAM_STATE_ERROR || now == PW_STREAM_STATE_UNCONNECTED) {
-            owner.endWith(3,
-                          owner.format ? "The desktop no longer shares the screen"
-                                       : "The desktop shares the screen in no form that can be read",
-                          reason);
-        }
+        if (now == PW_STREAM_STATE_ERROR || now == PW_STREAM_STATE_UNCONNECTED) owner.streamEnded(reason);
     }
     static void paramChanged(void* data, uint32_t id, const spa_pod* param) {
         if (id == SPA_PARAM_Format && param) self(data).formatChanged(param);
     }
     static void removeBuffer(void* data, pw_buffer* buffer) {
         PortalVideoStream& owner = self(data);
-        if (owner.held != buffer) return;
-        owner.held = nullptr;
-        owner.listener.onLoss();
+        const bool isHeld = owner.held == buffer;
+        if (isHeld) owner.held = nullptr;
+        if (buffer->buffer) owner.graphics.forget(*buffer->buffer);
+        if (isHeld) owner.listener.onLoss();
     }
     static void process(void* data) { self(data).process(); }
 
@@ -66,12 +65,14 @@ struct PortalVideoStream::Events {
     }();
 };
 
-PortalVideoStream::PortalVideoStream(FileDescriptor remote, uint32_t node, Listener listener)
-    : node(node)
+PortalVideoStream::PortalVideoStream(FileDescriptor remote, uint32_t node, Listener listener,
+                                     EglLibraries libraries)
+    : nodeID(node)
     , listener(std::move(listener))
     , coreHook(std::make_unique<spa_hook>())
     , registryHook(std::make_unique<spa_hook>())
-    , streamHook(std::make_unique<spa_hook>()) {
+    , streamHook(std::make_unique<spa_hook>())
+    , graphics(std::move(libraries)) {
     pw_init(nullptr, nullptr);
     try {
         connect(std::move(remote));
@@ -93,17 +94,21 @@ void PortalVideoStream::connect(FileDescriptor remote) {
         context = pw_context_new(loop, nullptr, 0);
     }
     // From here on the connection owns the descriptor, also if connecting fails.
+    errno = 0;
     if (context) core = pw_context_connect_fd(context, remote.release(), nullptr, 0);
     if (core) {
         pw_core_add_listener(core, coreHook.get(), &Events::core, this);
         registry = pw_core_get_registry(core, PW_VERSION_REGISTRY, 0);
     }
     if (registry) pw_registry_add_listener(registry, registryHook.get(), &Events::registry, this);
-    if (registry) connectStream();
-    if (!stream || end_) {
+    if (!registry) {
+        const std::string why = errno != 0 ? std::string(" (") + std::strerror(errno) + ")" : "";
         throw SystemError("pipewire", 1,
-                          "The screen can't be recorded: the PipeWire server, which hands it out, refused.");
+                          "The screen can't be recorded: the PipeWire server, which hands it out, refused" +
+                              why + ".");
     }
+    node = std::make_unique<PortalNode>(core, registry, nodeID,
+                                        PortalNode::Listener{.onFormats = [this] { negotiate(); }});
 }
 
 void PortalVideoStream::connectStream() {
@@ -111,15 +116,21 @@ void PortalVideoStream::connectStream() {
                            pw_properties_new(PW_KEY_MEDIA_TYPE, "Video", PW_KEY_MEDIA_CATEGORY, "Capture",
                                              PW_KEY_MEDIA_ROLE, "Screen", PW_KEY_NODE_DONT_RECONNECT, "true",
                                              nullptr));
-    if (!stream) return;
+    if (!stream) {
+        endWith(1, "The screen can't be recorded: PipeWire has no stream for it", std::strerror(errno));
+        return;
+    }
     pw_stream_add_listener(stream, streamHook.get(), &Events::stream, this);
-    const PortalVideoParams params = PortalVideoParams::formats();
+    offered = graphics.offers();
+    const PortalVideoParams params = PortalVideoParams::formats(offered);
     auto pods = params.pods();
     const int flags = PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS;
     const int result =
-        pw_stream_connect(stream, PW_DIRECTION_INPUT, node, static_cast<pw_stream_flags>(flags), pods.data(),
-                          static_cast<uint32_t>(pods.size()));
-    if (result < 0) endWith(1, "The PipeWire server refused the screen", spa_strerror(result));
+        pw_stream_connect(stream, PW_DIRECTION_INPUT, nodeID, static_cast<pw_stream_flags>(flags),
+                          pods.data(), static_cast<uint32_t>(pods.size()));
+    if (result < 0)
+        endWith(1, "The screen can't be recorded: the PipeWire server, which hands it out, refused",
+                spa_strerror(result));
 }
 
 /// The hooks go first, so that nothing is reported of the end.
@@ -130,6 +141,7 @@ void PortalVideoStream::disconnect() {
         spa_hook_remove(streamHook.get());
         pw_stream_destroy(stream);
     }
+    node.reset();
     if (registry) {
         spa_hook_remove(registryHook.get());
         pw_proxy_destroy(reinterpret_cast<pw_proxy*>(registry));
@@ -147,6 +159,7 @@ void PortalVideoStream::disconnect() {
 }
 
 void PortalVideoStream::leaveThread() {
+    graphics.leaveThread();
     if (std::exchange(isInThread, false)) pw_loop_leave(loop);
 }
 
@@ -164,15 +177,37 @@ void PortalVideoStream::dispatch() {
     }
 }
 
-void PortalVideoStream::endWith(int code, const std::string& sentence, const char* reason) {
+std::string PortalVideoStream::whyNoPicture() const {
+    const std::string complaint = complaint_.empty() ? "" : " (" + complaint_ + ")";
+    if (!stream) return "the PipeWire server doesn't answer" + complaint + ".";
+    if (format)
+        return "a form for it was agreed on, but the desktop provides no memory" + complaint +
+               ". Its graphics driver may have failed.";
+    return "nothing connects it" + complaint +
+           ". See that a PipeWire session manager (wireplumber) is running.";
+}
+
+void PortalVideoStream::endWith(int code, const std::string& sentence, const std::string& reason) {
     streaming = false;
     if (end_) return;
-    const bool isToldWhy = reason != nullptr && *reason != 0;
-    end_.emplace("pipewire", code,
-                 sentence + (isToldWhy ? std::string(" (") + reason + ")." : std::string(".")));
+    end_.emplace("pipewire", code, reason.empty() ? sentence + "." : sentence + " (" + reason + ").");
+}
+
+void PortalVideoStream::streamEnded(const char* reason) {
+    const std::string why = reason && *reason ? reason : complaint_;
+    if (!format && node->hasToldFormats()) return endWithoutFormat(why);
+    endWith(3, "The desktop no longer shares the screen", why);
+}
+
+void PortalVideoStream::endWithoutFormat(const std::string& reason) {
+    const std::string& problem = graphics.problem();
+    endWith(3, "The desktop shares the screen in no form that can be read",
+            reason + (reason.empty() || problem.empty() ? "" : "; ") + problem);
 }
 
 void PortalVideoStream::formatChanged(const spa_pod* param) {
+    format.reset();
+    if (isModifierUndecided(param)) return;
     format = readPortalVideoFormat(param);
     if (!format) {
         pw_stream_set_error(stream, -EINVAL, "no such format was asked for");
@@ -184,21 +219,49 @@ void PortalVideoStream::formatChanged(const spa_pod* param) {
     listener.onFormat(*format);
 }
 
+/// The graphics card is put to use only for what nothing else can read.
+bool PortalVideoStream::hasFormatInCommon() {
+    if (node->canSendAnyOf(PortalVideoParams::formats(graphics.offers()).pods())) return true;
+    return graphics.useCard() && node->canSendAnyOf(PortalVideoParams::formats(graphics.offers()).pods());
+}
+
+/// At the beginning, and whenever one of the two sides can do something else than before.
+void PortalVideoStream::negotiate() {
+    if (end_) return;
+    if (!hasFormatInCommon()) return endWithoutFormat(node->formatsInWords());
+    if (!stream) return connectStream();
+    if (graphics.offers() == offered) return;
+    offered = graphics.offers();
+    const PortalVideoParams params = PortalVideoParams::formats(offered);
+    auto pods = params.pods();
+    pw_stream_update_params(stream, pods.data(), static_cast<uint32_t>(pods.size()));
+}
+
 void PortalVideoStream::process() {
     while (pw_buffer* const buffer = pw_stream_dequeue_buffer(stream))
         take(buffer);
 }
 
 void PortalVideoStream::take(pw_buffer* buffer) {
-    const auto read = format && buffer->buffer ? readPortalFrame(*buffer->buffer, *format) : std::nullopt;
-    if (!read) listener.onLoss();
-    if (!read || !listener.onFrame(*read)) {
+    const auto frame = read(*buffer);
+    if (!frame) listener.onLoss();
+    if (!frame || !listener.onFrame(*frame)) {
         pw_stream_queue_buffer(stream, buffer);
         return;
     }
     releaseFrame();
     held = buffer;
-    heldFrame = *read;
+    heldFrame = *frame;
+}
+
+std::optional<PortalFrame> PortalVideoStream::read(const pw_buffer& buffer) {
+    if (!format || !buffer.buffer || !isPortalFrameIntact(*buffer.buffer)) return std::nullopt;
+    if (buffer.buffer->datas[0].type != SPA_DATA_DmaBuf) return readPortalFrame(*buffer.buffer, *format);
+    const auto memory = graphics.memory(*buffer.buffer, *format);
+    if (memory) return readPortalFrame(*buffer.buffer, *format, &*memory);
+    format.reset(); // until there is another
+    negotiate();
+    return std::nullopt;
 }
 
 void PortalVideoStream::releaseFrame() {

@@ -3,6 +3,8 @@
 #include "Vintra/platform/SystemError.h"
 #include "Vintra/platform/linux/runtime/FileDescriptor.h"
 #include "Vintra/platform/linux/wayland/PortalFrame.h"
+#include "Vintra/platform/linux/wayland/PortalGraphicsBuffers.h"
+#include "Vintra/platform/linux/wayland/PortalNode.h"
 
 #include <cstdint>
 #include <functional>
@@ -21,9 +23,9 @@ struct spa_pod;
 
 namespace vintra {
 
-/// The video stream that the desktop portal granted: frames in shared memory. It keeps the newest one
-/// until it is released or a newer one comes. Buffers of the graphics card aren't asked for: every pixel is
-/// read by the processor, for which the desktop's own copy into shared memory is the quicker way.
+/// The video stream that the desktop portal granted. It keeps the newest frame until it is released or a newer one
+/// comes. Frames in plain memory come first in what it asks for: every pixel is read by the processor, for which the
+/// desktop's own copy there is the quicker way. From a desktop that has none it takes buffers of the graphics card.
 ///
 /// One thread, which sleeps on `fileDescriptor` and calls `dispatch`; the functions given are called in
 /// there. `leaveThread` and then `enterThread` on another one hand it on.
@@ -38,7 +40,7 @@ public:
     };
 
     /// Connects to a node of the PipeWire server at the other end of `remote`. Throws `SystemError`.
-    PortalVideoStream(FileDescriptor remote, uint32_t node, Listener listener);
+    PortalVideoStream(FileDescriptor remote, uint32_t node, Listener listener, EglLibraries libraries = {});
     ~PortalVideoStream();
     PortalVideoStream(const PortalVideoStream&) = delete;
     PortalVideoStream& operator=(const PortalVideoStream&) = delete;
@@ -51,6 +53,8 @@ public:
     bool isStreaming() const { return streaming; }
     /// Why no more frames will come; nothing while they do.
     const std::optional<SystemError>& end() const { return end_; }
+    /// Of a stream that isn't streaming, some time after it was connected: the end of a sentence.
+    std::string whyNoPicture() const;
 
     /// The newest frame that the receiver asked to keep, or null.
     const PortalFrame* frame() const { return held ? &heldFrame : nullptr; }
@@ -62,26 +66,35 @@ private:
     void connect(FileDescriptor remote);
     void connectStream();
     void formatChanged(const spa_pod* param);
+    void negotiate();
+    bool hasFormatInCommon();
+    void endWithoutFormat(const std::string& reason);
+    void streamEnded(const char* reason);
     void process();
     void take(pw_buffer* buffer);
-    /// The sentence has no full stop; the reason is PipeWire's own, null if it gave none.
-    void endWith(int code, const std::string& sentence, const char* reason = nullptr);
+    std::optional<PortalFrame> read(const pw_buffer& buffer);
+    /// The sentence has no full stop; the reason is PipeWire's own, empty if it gave none.
+    void endWith(int code, const std::string& sentence, const std::string& reason = {});
     void disconnect();
 
-    const uint32_t node;
+    const uint32_t nodeID;
     Listener listener;
     pw_loop* loop = nullptr;
     bool isInThread = false;
     pw_context* context = nullptr;
     pw_core* core = nullptr;
     pw_registry* registry = nullptr;
-    pw_stream* stream = nullptr;
+    std::unique_ptr<PortalNode> node;
+    pw_stream* stream = nullptr; ///< null until the node's formats are known
     std::unique_ptr<spa_hook> coreHook;
     std::unique_ptr<spa_hook> registryHook;
     std::unique_ptr<spa_hook> streamHook;
-    std::optional<PortalVideoFormat> format;
+    PortalGraphicsBuffers graphics;
+    std::vector<DmaBufOffer> offered;        ///< to the desktop
+    std::optional<PortalVideoFormat> format; ///< nothing while it is negotiated
     bool streaming = false;
     std::optional<SystemError> end_;
+    std::string complaint_; ///< what PipeWire last complained of
     pw_buffer* held = nullptr;
     PortalFrame heldFrame;
 };

@@ -98,8 +98,8 @@ void WaylandCapture::awaitStream() {
         }
         if (monotonicNanoseconds() >= deadline) {
             throw SystemError("pipewire", 4,
-                              "The desktop granted the screen, but its picture doesn't come. See that a "
-                              "PipeWire session manager (wireplumber) is running.");
+                              "The desktop granted the screen, but its picture doesn't come: " +
+                                  stream->whyNoPicture());
         }
         sleep(deadline);
     }
