@@ -1,5 +1,8 @@
 #include "tests/support/ChildProcess.h"
+#include "tests/support/ProgramRun.h"
+#include "tests/support/TemporaryFolder.h"
 
+#include <array>
 #include <csignal>
 #include <filesystem>
 
@@ -34,6 +37,26 @@ TEST(HeadlessSession, aSignalIsPassedOnToTheCommandWhoseAnswerCounts) {
 TEST(HeadlessSession, theMicrophoneIsTheDefaultInput) {
     ChildProcess session(headless("exec pw-metadata -m 0 default.audio.source"));
     EXPECT_TRUE(session.awaitLineWith("vintra.headless.microphone"));
+}
+
+TEST(HeadlessSession, aDesktopWhoseHelperHasNotBeenBuiltSaysSoAtOnce) {
+    const TemporaryFolder bin;
+    for (const auto& [desktop, name, helper] :
+         {std::array{"sway", "sway", "shared-memory-screencopy"}, {"kde", "KDE", "kwin-output-frames"}}) {
+        const ProgramRun session = runProgram({VINTRA_CHECKOUT "/tools/headless-session", "--desktop",
+                                               desktop, "--bin", bin.url().path(), "true"});
+        EXPECT_EQ(session.exitCode, 1);
+        EXPECT_EQ(session.errors, std::string("headless-session: ") + helper + ".so, which the desktop " +
+                                      name + " needs, hasn't been built in " + bin.url().path() +
+                                      ". Build it and come again: cmake --preset release && cmake --build "
+                                      "--preset release --target " +
+                                      helper + "\n");
+    }
+}
+
+TEST(HeadlessSession, anUnknownDesktopIsAMistakeOfTheCommandLine) {
+    EXPECT_EQ(runProgram({VINTRA_CHECKOUT "/tools/headless-session", "--desktop", "weston", "true"}).exitCode,
+              2);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "tools/painted-window/WaylandWindow.h"
 
+#include "xdg-output-unstable-v1-client-protocol.h"
 #include "xdg-shell-client-protocol.h"
 
 #include <algorithm>
@@ -18,6 +19,7 @@ struct Buffer {
     wl_buffer* buffer = nullptr;
     uint32_t* pixels = nullptr;
     size_t bytes = 0;
+    int width = 0;
     bool isBusy = false;
 
     void release() {
@@ -32,7 +34,13 @@ constexpr wl_buffer_listener kBufferListener = {
 
 struct Output {
     wl_output* output = nullptr;
+    zxdg_output_v1* logical = nullptr; // names it where the output itself is too old for that
     std::string name;
+
+    ~Output() {
+        if (logical) zxdg_output_v1_destroy(logical);
+        wl_output_destroy(output);
+    }
 };
 
 constexpr wl_output_listener kOutputListener = {
@@ -44,6 +52,13 @@ constexpr wl_output_listener kOutputListener = {
     .name = [](void* data, wl_output*, const char* name) { static_cast<Output*>(data)->name = name; },
     .description = [](void*, wl_output*, const char*) {},
 };
+constexpr zxdg_output_v1_listener kLogicalOutputListener = {
+    .logical_position = [](void*, zxdg_output_v1*, int32_t, int32_t) {},
+    .logical_size = [](void*, zxdg_output_v1*, int32_t, int32_t) {},
+    .done = [](void*, zxdg_output_v1*) {},
+    .name = [](void* data, zxdg_output_v1*, const char* name) { static_cast<Output*>(data)->name = name; },
+    .description = [](void*, zxdg_output_v1*, const char*) {},
+};
 
 } // namespace
 
@@ -53,6 +68,7 @@ struct WaylandWindow::Client {
     wl_compositor* compositor = nullptr;
     wl_shm* memory = nullptr;
     xdg_wm_base* shell = nullptr;
+    zxdg_output_manager_v1* logicalOutputs = nullptr;
     std::vector<std::unique_ptr<Output>> outputs;
     wl_surface* surface = nullptr;
     xdg_surface* shellSurface = nullptr;
@@ -69,6 +85,7 @@ struct WaylandWindow::Client {
     static Client& self(void* data) { return *static_cast<Client*>(data); }
     void announced(uint32_t id, std::string_view interface, uint32_t version);
     bool open(const std::string& outputName);
+    wl_output* namedOutput(const std::string& name);
     void adoptSize();
     Buffer* freeBuffer();
     void makeBuffer(Buffer& buffer);
@@ -112,6 +129,9 @@ void WaylandWindow::Client::announced(uint32_t id, std::string_view interface, u
     } else if (interface == xdg_wm_base_interface.name) {
         shell = static_cast<xdg_wm_base*>(wl_registry_bind(registry, id, &xdg_wm_base_interface, 1));
         xdg_wm_base_add_listener(shell, &shellListener, this);
+    } else if (interface == zxdg_output_manager_v1_interface.name) {
+        logicalOutputs = static_cast<zxdg_output_manager_v1*>(
+            wl_registry_bind(registry, id, &zxdg_output_manager_v1_interface, std::min(version, 3u)));
     } else if (interface == wl_output_interface.name) {
         outputs.push_back(std::make_unique<Output>());
         outputs.back()->output = static_cast<wl_output*>(
@@ -126,7 +146,6 @@ bool WaylandWindow::Client::open(const std::string& outputName) {
     registry = wl_display_get_registry(display);
     wl_registry_add_listener(registry, &registryListener, this);
     wl_display_roundtrip(display);
-    wl_display_roundtrip(display); // the outputs' names
     if (!compositor || !memory || !shell) return false;
     surface = wl_compositor_create_surface(compositor);
     shellSurface = xdg_wm_base_get_xdg_surface(shell, surface);
@@ -134,11 +153,7 @@ bool WaylandWindow::Client::open(const std::string& outputName) {
     toplevel = xdg_surface_get_toplevel(shellSurface);
     xdg_toplevel_add_listener(toplevel, &toplevelListener, this);
     xdg_toplevel_set_title(toplevel, "Painted Window");
-    wl_output* where = nullptr;
-    for (const auto& output : outputs) {
-        if (!outputName.empty() && output->name == outputName) where = output->output;
-    }
-    xdg_toplevel_set_fullscreen(toplevel, where);
+    xdg_toplevel_set_fullscreen(toplevel, namedOutput(outputName));
     wl_surface_commit(surface);
     while (!isConfigured) {
         if (wl_display_dispatch(display) < 0) return false;
@@ -155,6 +170,20 @@ bool WaylandWindow::Client::open(const std::string& outputName) {
     return true;
 }
 
+/// Null if there is none of that name.
+wl_output* WaylandWindow::Client::namedOutput(const std::string& name) {
+    for (const auto& output : outputs) {
+        if (!logicalOutputs) break;
+        output->logical = zxdg_output_manager_v1_get_xdg_output(logicalOutputs, output->output);
+        zxdg_output_v1_add_listener(output->logical, &kLogicalOutputListener, output.get());
+    }
+    wl_display_roundtrip(display);
+    const auto found = std::find_if(outputs.begin(), outputs.end(), [&name](const auto& each) {
+        return !name.empty() && each->name == name;
+    });
+    return found == outputs.end() ? nullptr : (*found)->output;
+}
+
 void WaylandWindow::Client::adoptSize() {
     if (configuredWidth <= 0 || (configuredWidth == width && configuredHeight == height)) return;
     width = configuredWidth;
@@ -167,6 +196,7 @@ void WaylandWindow::Client::makeBuffer(Buffer& buffer) {
     buffer.release();
     const int stride = width * 4;
     buffer.bytes = static_cast<size_t>(stride) * static_cast<size_t>(height);
+    buffer.width = width;
     const int descriptor = memfd_create("painted-window", MFD_CLOEXEC);
     if (ftruncate(descriptor, static_cast<off_t>(buffer.bytes)) != 0) return;
     buffer.pixels = static_cast<uint32_t*>(
@@ -182,7 +212,7 @@ Buffer* WaylandWindow::Client::freeBuffer() {
     while (true) {
         for (Buffer& buffer : buffers) {
             if (buffer.isBusy) continue;
-            if (buffer.bytes != canvas.size() * 4) makeBuffer(buffer);
+            if (buffer.bytes != canvas.size() * 4 || buffer.width != width) makeBuffer(buffer);
             return &buffer;
         }
         if (wl_display_dispatch(display) < 0) return nullptr;
@@ -209,8 +239,8 @@ void WaylandWindow::Client::close() {
     if (toplevel) xdg_toplevel_destroy(toplevel);
     if (shellSurface) xdg_surface_destroy(shellSurface);
     if (surface) wl_surface_destroy(surface);
-    for (const auto& output : outputs)
-        wl_output_destroy(output->output);
+    outputs.clear();
+    if (logicalOutputs) zxdg_output_manager_v1_destroy(logicalOutputs);
     if (shell) xdg_wm_base_destroy(shell);
     if (memory) wl_shm_destroy(memory);
     if (compositor) wl_compositor_destroy(compositor);

@@ -154,8 +154,13 @@ private:
         output.description = told.description;
         output.pixelWidth = told.isTurned ? told.modeHeight : told.modeWidth;
         output.pixelHeight = told.isTurned ? told.modeWidth : told.modeHeight;
-        output.frame = told.frame.value_or(PixelRect{told.x, told.y, output.pixelWidth / told.wholeScale,
-                                                     output.pixelHeight / told.wholeScale});
+        output.frame = told.frame.value_or(PixelRect{told.x, told.y, output.pixelWidth, output.pixelHeight});
+        // Where displays lie side by side in pixels, as on GNOME without fractional scales, their sizes are told in
+        // pixels too.
+        if (output.frame.width == output.pixelWidth && output.frame.height == output.pixelHeight) {
+            output.frame.width /= told.wholeScale;
+            output.frame.height /= told.wholeScale;
+        }
         return output;
     }
 
