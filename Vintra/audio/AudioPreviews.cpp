@@ -102,15 +102,24 @@ void AudioPreviews::repairPreview(const std::shared_ptr<AVCaptureSession>& sessi
     }
 }
 
-void AudioPreviews::resume(const std::string& deviceID) {
+std::vector<std::shared_ptr<AVCaptureSession>>
+AudioPreviews::sessionsThatEnded(const std::string& deviceID) const {
     std::vector<std::shared_ptr<AVCaptureSession>> sessions;
     if (micPreview.deviceID() == deviceID) sessions.push_back(micPreview.session());
     if (dawPreview.deviceID() == deviceID) sessions.push_back(dawPreview.session());
     sessions.push_back(extraPreviews.sessionOf(deviceID));
-    for (const auto& session : sessions) {
-        if (session && !session->isRunning())
-            sessionControl.start(session, tasks.guarded([this] { syncRoutingCache(); }));
-    }
+    std::erase_if(sessions, [](const auto& session) { return !session || session->isRunning(); });
+    return sessions;
+}
+
+void AudioPreviews::resume(const std::string& deviceID) {
+    for (const auto& session : sessionsThatEnded(deviceID))
+        sessionControl.start(session, tasks.guarded([this] { syncRoutingCache(); }));
+}
+
+void AudioPreviews::repairDevice(const std::string& deviceID) {
+    for (const auto& session : sessionsThatEnded(deviceID))
+        repairPreview(session);
 }
 
 Task<> AudioPreviews::restore(bool isLastTry) {

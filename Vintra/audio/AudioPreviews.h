@@ -50,6 +50,8 @@ public:
     /// Starts the sessions of a device that has come back in a take, so that its tracks go on. They are the
     /// sessions that the take began with: their outputs feed its tracks. One that runs is left alone.
     void resume(const std::string& deviceID);
+    /// A new session for each preview of the device whose own has ended. Not in a take.
+    void repairDevice(const std::string& deviceID);
 
     /// After the sound service was away: routes the computer's sound again, and puts sessions in the place of those
     /// that have ended. In a take the sessions that it began with go on. What isn't there is left as it is;
@@ -71,6 +73,7 @@ public:
     static int dawChannelCount(const AVCaptureDevice& device);
 
 private:
+    std::vector<std::shared_ptr<AVCaptureSession>> sessionsThatEnded(const std::string& deviceID) const;
     AudioPreview::Surroundings previewSurroundings();
     AudioPreview::Role micRole() const;
     AudioPreview::Role dawRole() const;

@@ -386,7 +386,8 @@ void OutputRouting::lookAtHold() {
     // Where the device before has gone, the system has chosen the one that is.
     const bool isChosen = isLost && current && isThere(*current) && outputDeviceBeforeRecording &&
                           isThere(*outputDeviceBeforeRecording);
-    if (isChosen && (*isRecording || !mayTakeAgain())) {
+    const bool isContested = platform.audioHardware->isDefaultOutputContested();
+    if (isChosen && (*isRecording || isContested || !mayTakeAgain())) {
         respectChoice(*current);
     } else {
         tasks.start(takeAgain(isLost));

@@ -21,6 +21,9 @@ public:
     virtual bool isConnected() const = 0;
     /// The layout that a sound input runs at; nothing if it can't be read or this is a camera.
     virtual std::optional<AudioStreamBasicDescription> activeAudioFormat() const = 0;
+    /// Why a sound input can't be captured with all of its channels: the rest of a sentence that begins with its name,
+    /// without the full stop. Nothing if it can.
+    virtual std::optional<std::string> captureProblem() const { return std::nullopt; }
 };
 
 } // namespace vintra

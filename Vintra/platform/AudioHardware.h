@@ -66,6 +66,8 @@ public:
     /// False if the system refuses. When it returns true the choice can be read back.
     virtual bool setDefaultOutputDevice(AudioObjectID device) = 0;
     virtual bool setDefaultSystemOutputDevice(AudioObjectID device) = 0;
+    /// Whether a default output that this program had set was given up because somebody set another one again and again.
+    virtual bool isDefaultOutputContested() const = 0;
     /// Calls the block on the main thread after each change of the property. Null if the object is unknown.
     virtual std::unique_ptr<AudioPropertyListener>
     addPropertyListener(AudioObjectID object, AudioProperty property, std::function<void()> block) = 0;

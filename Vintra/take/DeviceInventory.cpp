@@ -70,6 +70,7 @@ void DeviceInventory::observe() {
         .deviceWasDisconnected = tasks.guarded([this](const auto& device) {
             handleDeviceDisconnected(device);
             handleDeviceInventoryChanged(); // nobody else tells of a camera that went
+            if (device) reviveIfBack(device->uniqueID());
         }),
         .sessionRuntimeError = tasks.guarded([this](const auto& session, const SystemError& error) {
             handleCaptureSessionRuntimeError(session, error);
@@ -83,6 +84,20 @@ void DeviceInventory::observe() {
 void DeviceInventory::handleDeviceConnected(const std::shared_ptr<AVCaptureDevice>& device) {
     handleDeviceInventoryChanged();
     if (*isRecording && device && !soundService.isAway()) previews.resume(device->uniqueID());
+}
+
+/// A device that has come back before its going could be handled is in the list as before, but nothing runs on it any
+/// more.
+void DeviceInventory::reviveIfBack(const std::string& deviceID) {
+    if (*isRecording || soundService.isUnsettled()) return;
+    if (knownDeviceIdentity.audio.contains(deviceID)) {
+        refreshAudioDevices(); // its format may be another one
+        previews.repairDevice(deviceID);
+    }
+    if (!knownDeviceIdentity.camera.contains(deviceID)) return;
+    refreshCameraDevices();
+    if (cameras.isWebcamMissing()) tasks.post([this] { return cameras.configureWebcamPreview(); });
+    cameras.scheduleExtraCameraReconcile();
 }
 
 /// One event may be told of twice, by the hardware and by the capture devices: the second call finds nothing

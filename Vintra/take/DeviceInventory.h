@@ -61,6 +61,7 @@ private:
     void handleDeviceInventoryChanged();
     void forgetDevicesThatWent();
     void handleDeviceConnected(const std::shared_ptr<AVCaptureDevice>& device);
+    void reviveIfBack(const std::string& deviceID);
     void forgetRowsThatWent();
     void handleDeviceDisconnected(const std::shared_ptr<AVCaptureDevice>& device);
     void forgetWhatWent();

@@ -22,6 +22,11 @@ int64_t screenBitRate(int32_t width, int32_t height, int frameRate) {
                                 std::sqrt(frameRate / 30.0));
 }
 
+/// What stands behind "because".
+std::string whyItDoesNotRun(const AVCaptureDevice& device, const std::string& name) {
+    return name + " " + device.captureProblem().value_or("isn't running. Select it again");
+}
+
 int64_t webcamBitRate(int32_t width, int32_t height) {
     return static_cast<int64_t>(width * static_cast<double>(height) * kBitsPerPixel);
 }
@@ -179,8 +184,8 @@ TrackWriters::makeMicTrack(const std::shared_ptr<AVCaptureDevice>& device, const
     track->device = device;
     track->dataOutput = previews.mic().outputOf(*device);
     if (!track->dataOutput) {
-        throw RecordingError::cannotConfigureWriter(
-            "the microphone track, because " + device->localizedName() + " isn't running. Select it again");
+        throw RecordingError::cannotConfigureWriter("the microphone track, because " +
+                                                    whyItDoesNotRun(*device, device->localizedName()));
     }
     makeFile(*track, wavURL, videoWriter, 1, "the microphone track file");
     for (const auto& writer : webcamWriters)
@@ -196,8 +201,7 @@ std::shared_ptr<AudioTrack> TrackWriters::makeAudioTrack(const std::shared_ptr<A
     track->dataOutput = previews.daw().outputOf(*device);
     if (!track->dataOutput) {
         throw RecordingError::cannotConfigureWriter("the virtual input track, because " +
-                                                    device->localizedName() +
-                                                    " isn't running. Select it again");
+                                                    whyItDoesNotRun(*device, device->localizedName()));
     }
     makeFile(*track, wavURL, videoWriter, AudioPreviews::dawChannelCount(*device),
              "the virtual input track file");
@@ -221,7 +225,7 @@ TrackWriters::makeExtraInputGroups(RunningTake& take) const {
         group->dataOutput = previews.extra().outputOf(deviceID);
         if (!group->dataOutput) {
             throw RecordingError::cannotConfigureWriter("the extra microphone " + device->localizedName() +
-                                                        ", because it isn't running. Select it again");
+                                                        ", because " + whyItDoesNotRun(*device, "it"));
         }
         group->device = device;
         group->totalChannels = audio.channelCount(deviceID);

@@ -177,6 +177,15 @@ TEST_F(OutputHoldTest, anotherProgramThatInsistsHasItsWayAndItIsTold) {
         "Vintra any more. The next recording tries again; end the program that switches it.");
 }
 
+TEST_F(OutputHoldTest, aHoldThatAnotherProgramHasWornDownIsGivenUpAtOnceAndTold) {
+    hardware.isContested = true;
+    choose(headphones);
+    expectLeftAlone(headphones);
+    ASSERT_TRUE(lastError->has_value());
+    EXPECT_TRUE((*lastError)->starts_with("Your sound output was switched to Headphones again and again"))
+        << **lastError;
+}
+
 TEST_F(OutputHoldTest, aStopWhileTheHoldIsTakenAgainLeavesTheSystemsChoice) {
     beginTake();
     hardware.unplug("speakers");

@@ -2,6 +2,7 @@
 
 #include "tests/support/ChildProcess.h"
 
+#include <csignal>
 #include <cstdlib>
 #include <memory>
 #include <string>
@@ -13,6 +14,11 @@ namespace vintra {
 class PrivatePipeWireServer {
 public:
     PrivatePipeWireServer() { isReady_ = startAgain(); }
+    ~PrivatePipeWireServer() {
+        if (policy) thawSessionManager(); // a process that stands still doesn't end
+    }
+    PrivatePipeWireServer(const PrivatePipeWireServer&) = delete;
+    PrivatePipeWireServer& operator=(const PrivatePipeWireServer&) = delete;
     /// It answers and links streams.
     bool isReady() const { return isReady_; }
     const std::string& name() const { return name_; }
@@ -30,6 +36,10 @@ public:
         return server->awaitLineWith("ready") && startSessionManager();
     }
     void killSessionManager() { policy->kill(); }
+    /// It links, ends and configures nothing until it is thawed: what it would do a test can do in its place. Its links
+    /// and tables stay.
+    void freezeSessionManager() { policy->signal(SIGSTOP); }
+    void thawSessionManager() { policy->signal(SIGCONT); }
     /// As after an update of the system. False if the new one doesn't begin.
     bool restartSessionManager() {
         policy.reset();

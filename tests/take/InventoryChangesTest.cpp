@@ -66,6 +66,27 @@ TEST_F(InventoryChangesTest, aDeviceThatComesBackIsListedButNotArmed) {
     EXPECT_EQ(recorder->availableAudioInputDevices->front()->uniqueID(), "mic.one") << "the last used first";
 }
 
+TEST_F(InventoryChangesTest, devicesThatGoAndComeBackBeforeItIsHandledRunAgain) {
+    selectMic();
+    selectVirtualInput();
+    addExtraInput("multi.eight", 3, "Keys");
+    machine.run(0.3);
+    const std::string all[] = {"mic.one", "daw.two", "multi.eight"};
+    for (const std::string& uid : all) {
+        const auto device = hardware.device(uid);
+        hardware.unplug(uid);
+        hardware.plug(SimulatedAudioDevice(*device));
+    }
+    machine.run(0.5);
+    for (const std::string& uid : all) {
+        ASSERT_TRUE(session(uid)) << uid;
+        EXPECT_TRUE(session(uid)->isRunning()) << uid;
+    }
+    EXPECT_EQ(*recorder->selectedMicDeviceID, "mic.one");
+    EXPECT_EQ(*recorder->selectedDawDeviceID, "daw.two");
+    EXPECT_EQ(recorder->extraAudioInputs->front().deviceID, "multi.eight");
+}
+
 TEST_F(InventoryChangesTest, aDevicePluggedInDuringATakeIsListedAndSelectionsStay) {
     selectMic();
     addExtraInput("multi.eight", 0);

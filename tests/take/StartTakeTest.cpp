@@ -211,6 +211,16 @@ TEST_F(StartTakeTest, aMicThatIsNotRunningFailsByItsName) {
         "Couldn't set up the microphone track, because Desk Microphone isn't running. Select it again.");
 }
 
+TEST_F(StartTakeTest, aMicThatCannotBeCapturedFailsByTheReason) {
+    machine.audioHardware->device("mic.one")->refusesOutput = true;
+    machine.audioHardware->device("mic.one")->captureProblem = "has 128 channels, which is too many";
+    selectMic();
+    start();
+    expectUndone(
+        "Couldn't set up the microphone track, because Desk Microphone has 128 channels, which is too "
+        "many.");
+}
+
 TEST_F(StartTakeTest, aVirtualInputThatIsNotRunningFailsByItsName) {
     machine.audioHardware->device("daw.two")->failsToOpen = true;
     selectVirtualInput();

@@ -17,7 +17,7 @@ namespace {
 constexpr const char* kUsage = R"(usage: published-microphone [options]
   --name NAME            node.name (vintra.headless.microphone)
   --description TEXT     node.description (Headless Microphone)
-  --channels N           1...64 (1)
+  --channels N           1...128 (1); above 64 PipeWire 0.3 shows it and delivers nothing
   --rate HZ              (48000)
   --signal KIND          sine, tones, counter, clock or silence (sine)
   --frequency HZ         of the sine, or of the first tone (440)
@@ -60,7 +60,7 @@ uint64_t clockFrame(int64_t time, uint32_t sampleRate) {
 }
 
 bool isUsable(const Options& options) {
-    return options.source.channels >= 1 && options.source.channels <= 64 &&
+    return options.source.channels >= 1 && options.source.channels <= 128 &&
            options.source.sampleRate >= 8000 && options.source.sampleRate <= 192000;
 }
 

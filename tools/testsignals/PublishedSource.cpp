@@ -71,6 +71,10 @@ bool PublishedSource::connectStream() {
     for (uint32_t channel = 0; channel < format.channels; ++channel) {
         format.position[channel] = SPA_AUDIO_CHANNEL_AUX0 + channel;
     }
+    if (options.channels > SPA_AUDIO_MAX_CHANNELS) {
+        format.channels = options.channels;
+        format.flags = SPA_AUDIO_FLAG_UNPOSITIONED;
+    }
     if (format.channels == 1) format.position[0] = SPA_AUDIO_CHANNEL_MONO;
     if (format.channels == 2) {
         format.position[0] = SPA_AUDIO_CHANNEL_FL;

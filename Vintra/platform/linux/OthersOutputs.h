@@ -51,6 +51,7 @@ public:
     }
     bool setDefaultOutputDevice(AudioObjectID) override { return false; }
     bool setDefaultSystemOutputDevice(AudioObjectID) override { return false; }
+    bool isDefaultOutputContested() const override { return false; }
     std::unique_ptr<AudioPropertyListener> addPropertyListener(AudioObjectID object, AudioProperty property,
                                                                std::function<void()> block) override {
         return machine->addPropertyListener(object, property, std::move(block));

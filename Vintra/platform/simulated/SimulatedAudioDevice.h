@@ -42,7 +42,8 @@ struct SimulatedAudioDevice {
     bool refusesInput = false;  ///< a session can't add it
     bool refusesOutput = false; ///< a session with it can't add an output
     bool failsToStart = false;  ///< the session doesn't run
-    bool isSilent = false;      ///< runs, but delivers no buffer, for as long as this holds
+    std::optional<std::string> captureProblem{}; ///< of the capture device
+    bool isSilent = false;                       ///< runs, but delivers no buffer, for as long as this holds
 
     double startSeconds = 0.02;      ///< how long `startRunning` blocks
     double firstFrameSeconds = 0.03; ///< from then to the first frame's host time

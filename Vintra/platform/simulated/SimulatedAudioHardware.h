@@ -31,6 +31,7 @@ public:
     std::optional<AudioObjectID> defaultSystemOutputDevice() const override;
     bool setDefaultOutputDevice(AudioObjectID device) override;
     bool setDefaultSystemOutputDevice(AudioObjectID device) override;
+    bool isDefaultOutputContested() const override { return isContested; }
     std::unique_ptr<AudioPropertyListener> addPropertyListener(AudioObjectID object, AudioProperty property,
                                                                std::function<void()> block) override;
 
@@ -63,6 +64,7 @@ public:
     std::shared_ptr<SimulatedAudioDevice> device(AudioObjectID id) const;
     size_t listenerCount() const;
 
+    bool isContested = false;          ///< `isDefaultOutputContested`
     bool hasUnreadableDevices = false; ///< the device list can't be read
     /// Nothing: the choice can't be read. 0: there is none. A device that goes stays the choice.
     std::optional<AudioObjectID> defaultOutput = 0;

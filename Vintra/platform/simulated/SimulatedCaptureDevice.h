@@ -19,6 +19,7 @@ public:
     const std::string& localizedName() const override { return device->name; }
     bool isConnected() const override { return hardware->device(device->uid) == device; }
     std::optional<AudioStreamBasicDescription> activeAudioFormat() const override;
+    std::optional<std::string> captureProblem() const override { return device->captureProblem; }
 
     const SimulatedAudioDevice& script() const { return *device; }
     /// The device that is plugged in now under the same id, if there is one.

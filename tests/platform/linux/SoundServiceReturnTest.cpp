@@ -1,10 +1,12 @@
 // A whole recorder on a PipeWire server that ends and begins anew.
 
 #include "Vintra/audio/SystemOutputRouter.h"
+#include "Vintra/platform/CaptureDevices.h"
 #include "Vintra/platform/Log.h"
 #include "Vintra/platform/Mutex.h"
 #include "Vintra/platform/linux/LinuxPlatform.h"
 #include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
+#include "Vintra/platform/linux/runtime/LinuxHostClock.h"
 #include "Vintra/take/ScreenRecorderManager.h"
 #include "tests/support/PrivatePipeWireServer.h"
 #include "tests/support/ProgramRun.h"
@@ -68,13 +70,16 @@ protected:
             ASSERT_TRUE(microphones.back()->isPublished());
         }
     }
-    void choose() {
-        recorder->selectedMicDeviceID.set(kMic);
+    void addKeys() {
         recorder->extraAudioInputs.set({{.id = machine->services.processInfo->makeUUID(),
                                          .deviceID = kKeys,
                                          .channelIndex = 0,
                                          .name = "keys",
                                          .gainDB = 0}});
+    }
+    void choose() {
+        recorder->selectedMicDeviceID.set(kMic);
+        addKeys();
         recorder->captureSystemAudioForDaw.set(true);
         ASSERT_TRUE(awaits([&] { return delivers(); })) << recorder->lastError->value_or("");
     }
@@ -174,6 +179,34 @@ TEST_F(SoundServiceReturnTest, betweenTakesAMicrophoneThatFallsSilentIsRepairedT
     EXPECT_TRUE(awaits([&] { return *recorder->arePreviewsDelivering; }));
     EXPECT_EQ(*recorder->selectedMicDeviceID, kMic);
     takeASecond("repaired", 1);
+}
+
+TEST_F(SoundServiceReturnTest, betweenTakesDevicesThatComeBackWhileTheMainThreadIsBusyAreHeardAgain) {
+    recorder->selectedMicDeviceID.set(kMic);
+    addKeys();
+    ASSERT_TRUE(awaits([&] { return *recorder->arePreviewsDelivering; }));
+    // From here on nothing is handled until both are back.
+    const auto areThere = [&](bool wanted) {
+        CaptureDevices& devices = *machine->services.captureDevices;
+        for (int look = 0; look < 5000; ++look) {
+            if ((devices.deviceWithUniqueID(kMic) != nullptr) == wanted &&
+                (devices.deviceWithUniqueID(kKeys) != nullptr) == wanted)
+                return true;
+            LinuxHostClock().sleep(2000);
+        }
+        return false;
+    };
+    microphones.clear();
+    ASSERT_TRUE(areThere(false));
+    plugIn();
+    ASSERT_TRUE(areThere(true));
+    const auto hasBeenLost = std::make_shared<bool>(false);
+    recorder->arePreviewsDelivering.onChange(
+        [hasBeenLost](bool wasDelivering) { *hasBeenLost = *hasBeenLost || wasDelivering; });
+    EXPECT_TRUE(awaits([&] { return *hasBeenLost && *recorder->arePreviewsDelivering; }));
+    EXPECT_EQ(*recorder->selectedMicDeviceID, kMic);
+    EXPECT_EQ(recorder->extraAudioInputs->front().deviceID, kKeys);
+    takeASecond("busy", 2);
 }
 
 TEST_F(SoundServiceReturnTest, betweenTakesARelayThatStopsIsMadeAnew) {

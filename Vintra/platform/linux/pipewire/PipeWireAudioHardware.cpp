@@ -153,6 +153,10 @@ bool PipeWireAudioHardware::setDefaultSystemOutputDevice(AudioObjectID device) {
     return device != 0 && device == defaultOutput->realDevice();
 }
 
+bool PipeWireAudioHardware::isDefaultOutputContested() const {
+    return defaultOutput->isContested();
+}
+
 std::optional<std::string> PipeWireAudioHardware::deviceUID(AudioObjectID device) const {
     const auto node = connection->devices().device(device);
     return node ? std::optional(node->name) : std::nullopt;

@@ -37,6 +37,7 @@ public:
     bool setDefaultOutputDevice(AudioObjectID device) override;
     /// PipeWire plays alerts to the default output, so only the device that it already is can be set.
     bool setDefaultSystemOutputDevice(AudioObjectID device) override;
+    bool isDefaultOutputContested() const override;
     std::unique_ptr<AudioPropertyListener> addPropertyListener(AudioObjectID object, AudioProperty property,
                                                                std::function<void()> block) override;
 

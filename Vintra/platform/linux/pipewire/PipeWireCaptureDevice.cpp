@@ -2,6 +2,8 @@
 
 #include "Vintra/platform/linux/pipewire/PipeWireConnection.h"
 
+#include <spa/param/audio/raw.h>
+
 #include <optional>
 #include <utility>
 
@@ -20,6 +22,14 @@ std::optional<AudioStreamBasicDescription> PipeWireCaptureDevice::activeAudioFor
     const auto current = connection->devices().deviceNamed(node.name);
     if (!current || current->format.channels == 0 || current->format.sampleRate == 0) return std::nullopt;
     return floatPCMDescription(current->format.sampleRate, current->format.channels);
+}
+
+std::optional<std::string> PipeWireCaptureDevice::captureProblem() const {
+    const auto current = connection->devices().deviceNamed(node.name);
+    if (!current || current->format.channels <= SPA_AUDIO_MAX_CHANNELS) return std::nullopt;
+    return "has " + std::to_string(current->format.channels) + " channels, and PipeWire passes on " +
+           std::to_string(SPA_AUDIO_MAX_CHANNELS) +
+           " of a device at most. Choose a profile of it with fewer channels in the sound settings";
 }
 
 } // namespace vintra

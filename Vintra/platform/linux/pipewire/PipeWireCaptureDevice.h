@@ -21,6 +21,7 @@ public:
     const std::string& localizedName() const override { return node.description; }
     bool isConnected() const override;
     std::optional<AudioStreamBasicDescription> activeAudioFormat() const override;
+    std::optional<std::string> captureProblem() const override;
 
 private:
     const std::shared_ptr<PipeWireConnection> connection;

@@ -8,6 +8,22 @@
 #include <utility>
 
 namespace vintra {
+namespace {
+
+std::string sentenceFor(CaptureEnd why, const std::string& device) {
+    switch (why) {
+    case CaptureEnd::stopped:
+        return "PipeWire has stopped delivering sound from " + device + ".";
+    case CaptureEnd::elsewhere:
+        return "PipeWire has connected another device in the place of " + device +
+               ", which isn't recorded under its name.";
+    case CaptureEnd::neverBegan:
+        return device + " hasn't begun to send sound within half a minute.";
+    }
+    return {};
+}
+
+} // namespace
 
 PipeWireCaptureNotifier::PipeWireCaptureNotifier(std::shared_ptr<PipeWireConnection> connection,
                                                  std::shared_ptr<MainThread> mainThread)
@@ -67,14 +83,15 @@ void PipeWireCaptureNotifier::post(const PipeWireNode& node, Call call) {
 }
 
 void PipeWireCaptureNotifier::sessionHasEnded(std::weak_ptr<AVCaptureSession> session,
-                                              const std::string& deviceName) {
+                                              const std::string& deviceName, CaptureEnd why) {
     // The server tells of a device's end before it tells what became of the streams on it.
     const auto node = connection->devices().deviceNamed(deviceName);
     if (!node) return;
-    mainThread->post([weak = weak_from_this(), session = std::move(session), name = node->description] {
+    mainThread->post([weak = weak_from_this(), session = std::move(session),
+                      sentence = sentenceFor(why, node->description)] {
         const auto self = weak.lock();
         const auto ended = session.lock();
-        if (self && ended) self->tellRuntimeError(ended, name);
+        if (self && ended) self->tellRuntimeError(ended, sentence);
     });
 }
 
@@ -99,8 +116,8 @@ void PipeWireCaptureNotifier::tellDisconnected(const PipeWireNode& node) {
 }
 
 void PipeWireCaptureNotifier::tellRuntimeError(const std::shared_ptr<AVCaptureSession>& session,
-                                               const std::string& device) {
-    const SystemError error("pipewire", EIO, "PipeWire has stopped delivering sound from " + device + ".");
+                                               const std::string& sentence) {
+    const SystemError error("pipewire", EIO, sentence);
     for (const auto& observer : present())
         observer->sessionRuntimeError(session, error);
 }

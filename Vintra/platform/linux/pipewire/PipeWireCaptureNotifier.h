@@ -15,6 +15,13 @@ namespace vintra {
 class Log;
 class PipeWireConnection;
 
+/// Why a session is no longer one that runs.
+enum class CaptureEnd {
+    stopped,
+    elsewhere, ///< its stream was linked to another device
+    neverBegan
+};
+
 /// Tells those who observe capture devices, on the main thread, what PipeWire's thread finds out. Shared by
 /// the capture devices and their sessions; the last reference must not go on PipeWire's thread.
 class PipeWireCaptureNotifier : public std::enable_shared_from_this<PipeWireCaptureNotifier> {
@@ -27,9 +34,10 @@ public:
 
     /// Main thread.
     Observation observe(CaptureDeviceNotifications notifications);
-    /// PipeWire's thread, with the loop's lock held: a session that was running no longer is. Told only if
+    /// PipeWire's thread, with the loop's lock held: a session that was running no longer is, or never began. Told only if
     /// its device is still there.
-    void sessionHasEnded(std::weak_ptr<AVCaptureSession> session, const std::string& deviceName);
+    void sessionHasEnded(std::weak_ptr<AVCaptureSession> session, const std::string& deviceName,
+                         CaptureEnd why);
     /// PipeWire's thread: the system has refused real-time rights to the thread that hears the graph. Logged
     /// once.
     void soundIsWithoutRealTime(Log& log);
@@ -47,7 +55,7 @@ private:
     // The rest is the main thread's.
     void tellConnected(const PipeWireNode& node);
     void tellDisconnected(const PipeWireNode& node);
-    void tellRuntimeError(const std::shared_ptr<AVCaptureSession>& session, const std::string& device);
+    void tellRuntimeError(const std::shared_ptr<AVCaptureSession>& session, const std::string& sentence);
     std::vector<std::shared_ptr<CaptureDeviceNotifications>> present();
 
     const std::shared_ptr<PipeWireConnection> connection;

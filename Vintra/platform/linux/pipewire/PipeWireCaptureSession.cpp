@@ -4,13 +4,16 @@
 #include "Vintra/platform/linux/pipewire/PipeWireCaptureNotifier.h"
 #include "Vintra/platform/linux/pipewire/PipeWireCaptureStream.h"
 #include "Vintra/platform/linux/pipewire/PipeWireConnection.h"
+#include "Vintra/platform/linux/pipewire/PipeWireTimer.h"
 
 #include <utility>
 
 namespace vintra {
 namespace {
 
-constexpr double kSecondsUntilCaptureRefused = 3.0;
+constexpr double kSecondsOfStart = 3.0;
+constexpr double kSecondsUntilCaptureRefused =
+    30.0; ///< after the start: Bluetooth takes up to 10 to change profiles
 
 AudioStreamBasicDescription layout(const AVAudioSettings& settings) {
     AudioStreamBasicDescription result = floatPCMDescription(settings.sampleRate, settings.numberOfChannels);
@@ -89,14 +92,26 @@ void PipeWireCaptureSession::addOutput(std::shared_ptr<AVCaptureOutput> newOutpu
 }
 
 void PipeWireCaptureSession::startRunning() {
-    if (!input || !output) return;
-    const auto [delegate, queue] = output->receiver();
+    if (!input || !output || !output->receiver().queue) return;
     const auto node = connection->devices().deviceNamed(input->deviceName);
-    if (!node || !queue) return;
+    if (!node) return;
 
     PipeWireLock lock(connection->loop());
     if (stream && stream->isStreaming()) return;
-    stream.reset();
+    if (!stream || !stream->isConnecting()) {
+        stream.reset();
+        stream = makeStream(*node);
+    }
+    const int64_t deadline = PipeWireLoop::deadlineIn(kSecondsOfStart);
+    while (!stream->isStreaming() && !stream->hasEnded()) {
+        if (!connection->loop().waitUntil(deadline)) break;
+    }
+    if (stream->hasEnded()) stream.reset();
+    if (stream && stream->isConnecting()) waitOn(node->name);
+}
+
+std::unique_ptr<PipeWireCaptureStream> PipeWireCaptureSession::makeStream(const PipeWireNode& node) {
+    const auto [delegate, queue] = output->receiver();
     auto handler = [delegate = delegate, queue = queue,
                     source = std::weak_ptr(output)](CMSampleBuffer sample) {
         queue->async([delegate, source, sample = std::move(sample)] {
@@ -106,27 +121,42 @@ void PipeWireCaptureSession::startRunning() {
         });
     };
     auto ended = [to = notifier, self = std::weak_ptr<AVCaptureSession>(weak_from_this()),
-                  name = node->name] { to->sessionHasEnded(self, name); };
-    auto missing = [to = log, name = node->name](const PipeWireCaptureStream::MissingSound& sound) {
+                  name = node.name](PipeWireCaptureStream::End how) {
+        const bool isElsewhere = how == PipeWireCaptureStream::End::elsewhere;
+        to->sessionHasEnded(self, name, isElsewhere ? CaptureEnd::elsewhere : CaptureEnd::stopped);
+    };
+    auto missing = [to = log, name = node.name](const PipeWireCaptureStream::MissingSound& sound) {
         to->write("audio-capture", LogLevel::info,
                   name + ": " + std::to_string(sound.frames) + reasonOf(sound));
     };
     auto withoutRealTime = [to = notifier, log = log] { to->soundIsWithoutRealTime(*log); };
-    stream = std::make_unique<PipeWireCaptureStream>(
-        *connection, *node, output->format(),
+    return std::make_unique<PipeWireCaptureStream>(
+        *connection, node, output->format(),
         PipeWireCaptureStream::Handlers{.sample = std::move(handler),
                                         .missing = std::move(missing),
                                         .withoutRealTime = std::move(withoutRealTime),
                                         .ended = std::move(ended)});
-    const int64_t deadline = PipeWireLoop::deadlineIn(kSecondsUntilCaptureRefused);
-    while (!stream->isStreaming() && !stream->hasEnded()) {
-        if (!connection->loop().waitUntil(deadline)) break;
-    }
-    if (!stream->isStreaming()) stream.reset();
+}
+
+void PipeWireCaptureSession::waitOn(const std::string& device) {
+    log->write("audio-capture", LogLevel::standard,
+               device + " hasn't begun to send sound. It may still within half a minute.");
+    const std::weak_ptr<AVCaptureSession> self = weak_from_this();
+    patience =
+        std::make_unique<PipeWireTimer>(connection->loop(), [this, self, device] { giveUp(self, device); });
+    patience->startOver(kSecondsUntilCaptureRefused);
+}
+
+/// PipeWire's thread, with the loop's lock held.
+void PipeWireCaptureSession::giveUp(const std::weak_ptr<AVCaptureSession>& self, const std::string& device) {
+    if (!stream || !stream->isConnecting()) return;
+    stream.reset();
+    notifier->sessionHasEnded(self, device, CaptureEnd::neverBegan);
 }
 
 void PipeWireCaptureSession::stopRunning() {
     PipeWireLock lock(connection->loop());
+    patience.reset();
     stream.reset();
 }
 

@@ -13,6 +13,8 @@ class Log;
 class PipeWireCaptureNotifier;
 class PipeWireCaptureStream;
 class PipeWireConnection;
+class PipeWireTimer;
+struct PipeWireNode;
 
 /// Names the device that a session is to open. Immutable.
 class PipeWireDeviceInput : public AVCaptureDeviceInput {
@@ -54,6 +56,8 @@ private:
 ///
 /// It never runs on another device than its own: when that one goes, the session is no longer running and
 /// stays so until it is started again.
+/// A device that takes its time, as one over Bluetooth does, is waited for: 3 s by the start, then half a minute more
+/// while the session isn't running yet.
 class PipeWireCaptureSession : public AVCaptureSession,
                                public std::enable_shared_from_this<PipeWireCaptureSession> {
 public:
@@ -65,18 +69,23 @@ public:
     void addInput(std::shared_ptr<AVCaptureDeviceInput> input) override;
     bool canAddOutput(const AVCaptureOutput& output) const override;
     void addOutput(std::shared_ptr<AVCaptureOutput> output) override;
-    /// A device that does not deliver within 3 s has refused.
+    /// Waits for 3 s at most. A session whose device hasn't begun by then isn't running, and begins when it does.
     void startRunning() override;
     void stopRunning() override;
     bool isRunning() const override;
 
 private:
+    std::unique_ptr<PipeWireCaptureStream> makeStream(const PipeWireNode& node);
+    void waitOn(const std::string& device);
+    void giveUp(const std::weak_ptr<AVCaptureSession>& self, const std::string& device);
+
     const std::shared_ptr<PipeWireConnection> connection;
     const std::shared_ptr<PipeWireCaptureNotifier> notifier;
     const std::shared_ptr<Log> log;
     std::shared_ptr<PipeWireDeviceInput> input;
     std::shared_ptr<PipeWireAudioDataOutput> output;
     std::unique_ptr<PipeWireCaptureStream> stream; ///< under the connection's loop lock
+    std::unique_ptr<PipeWireTimer> patience;       ///< likewise
 };
 
 } // namespace vintra

@@ -75,11 +75,14 @@ PipeWireCaptureStream::PipeWireCaptureStream(PipeWireConnection& connection, con
            kRingBlocks)
     , stamps(static_cast<uint32_t>(format.mSampleRate)) {
     this->connection.loop().assertHeld();
+    target = std::make_unique<PipeWireTarget>(this->connection, node, PipeWireStreamDirection::capture,
+                                              [this] { targetChanged(); });
     if (!connect(node)) status = Status::ended;
 }
 
 PipeWireCaptureStream::~PipeWireCaptureStream() {
     connection.loop().assertHeld();
+    target.reset();
     if (stream != nullptr) {
         // What it says of its end from here on is no news. Destroying takes it off the real-time thread and waits
         // for that.
@@ -116,16 +119,33 @@ void PipeWireCaptureStream::stateChanged(int, int now) {
     connection.loop().assertHeld();
     if (status == Status::ended) return;
     if (now == PW_STREAM_STATE_ERROR || now == PW_STREAM_STATE_UNCONNECTED) {
-        const bool wasStreaming = status == Status::streaming;
-        status = Status::ended;
-        if (wasStreaming) handlers.ended();
+        end(End::stopped);
     } else if (now == PW_STREAM_STATE_STREAMING) {
         status = Status::streaming;
         isPaused = false;
     } else {
         isPaused = status == Status::streaming;
     }
+    targetChanged();
     connection.loop().signal();
+}
+
+void PipeWireCaptureStream::targetChanged() {
+    connection.loop().assertHeld();
+    if (status == Status::ended) return;
+    const PipeWireTarget::Standing standing = target->standing(stream);
+    isReached.store(standing == PipeWireTarget::Standing::reached, std::memory_order_relaxed);
+    if (standing == PipeWireTarget::Standing::gone) end(End::stopped);
+    if (standing == PipeWireTarget::Standing::elsewhere) end(End::elsewhere);
+    connection.loop().signal();
+}
+
+void PipeWireCaptureStream::end(End how) {
+    const bool wasStreaming = status == Status::streaming;
+    status = Status::ended;
+    isReached.store(false, std::memory_order_relaxed);
+    target->letGoSoon(stream); // nothing may keep it for another device
+    if (wasStreaming) handlers.ended(how);
 }
 
 void PipeWireCaptureStream::process() {
@@ -151,13 +171,14 @@ void PipeWireCaptureStream::process() {
     const int64_t held = static_cast<int64_t>(time.buffered) * 1'000'000'000 / sampleRate;
     int64_t graphTime = time.now - delay - held;
 
+    const bool isHeard = isReached.load(std::memory_order_relaxed);
     bool hasWritten = false;
     while (pw_buffer* buffer = pw_stream_dequeue_buffer(stream)) {
         const spa_data& data = buffer->buffer->datas[0];
         const uint32_t offset = std::min(data.chunk->offset, data.maxsize);
         const uint32_t size = std::min(data.chunk->size, data.maxsize - offset);
         const uint32_t frames = size / format.mBytesPerFrame;
-        if (data.data != nullptr && frames > 0 && time.now != 0) {
+        if (data.data != nullptr && frames > 0 && time.now != 0 && isHeard) {
             const int64_t stamp = stamps.stamp(graphTime, frames);
             hasWritten |= ring.write(stamp, frames, static_cast<const uint8_t*>(data.data) + offset,
                                      size_t{frames} * format.mBytesPerFrame);

@@ -3,6 +3,7 @@
 #include "Vintra/platform/CMSampleBuffer.h"
 #include "Vintra/platform/linux/pipewire/CaptureRing.h"
 #include "Vintra/platform/linux/pipewire/PipeWireNode.h"
+#include "Vintra/platform/linux/pipewire/PipeWireTarget.h"
 #include "Vintra/platform/linux/pipewire/SampleStamps.h"
 
 #include <atomic>
@@ -26,12 +27,21 @@ class PipeWireConnection;
 /// PipeWire's real-time thread, which all streams of the program share, only stamps each buffer and copies it
 /// into the ring; PipeWire's other thread makes the samples and hands them on. So a queue that is slow to
 /// take its work never delays the graph.
+///
+///     connecting --(linked to its device, sound flows)--> streaming --(not its device's any more)--> ended
+///          \--(the server refuses, the device goes, another one is linked)--> ended
+///
+/// Sound is taken only while the stream is linked to its own device.
 class PipeWireCaptureStream {
 public:
     struct MissingSound {
         uint32_t frames = 0;    ///< between the two samples
         uint64_t leftOut = 0;   ///< blocks that found the ring full since the last time
         uint64_t graphGaps = 0; ///< times since then that the graph went on at another time than expected
+    };
+    enum class End {
+        stopped,  ///< the server or the device has ended it
+        elsewhere ///< another device was linked in the place of its own
     };
     /// All are called on PipeWire's thread, with the loop's lock held; they must not block.
     struct Handlers {
@@ -40,7 +50,8 @@ public:
         std::function<void(const MissingSound&)> missing;
         /// Once, with the first sample, if the thread that hears the graph was refused real-time rights.
         std::function<void()> withoutRealTime;
-        std::function<void()> ended; ///< once, if the stream ends by itself while it streams
+        /// Once, if the stream ends by itself while it streams.
+        std::function<void(End)> ended;
     };
 
     PipeWireCaptureStream(PipeWireConnection& connection, const PipeWireNode& node,
@@ -50,8 +61,10 @@ public:
     PipeWireCaptureStream(const PipeWireCaptureStream&) = delete;
     PipeWireCaptureStream& operator=(const PipeWireCaptureStream&) = delete;
 
-    bool isStreaming() const { return status == Status::streaming && !isPaused; }
-    /// The server refused it, or the device or the server is no longer there.
+    bool isStreaming() const { return status == Status::streaming && !isPaused && isReached; }
+    /// It has yet to begin.
+    bool isConnecting() const { return status == Status::connecting; }
+    /// The server refused it, the device or the server is no longer there, or it was linked to another device.
     bool hasEnded() const { return status == Status::ended; }
 
     /// Whether PipeWire can deliver that format.
@@ -63,6 +76,8 @@ private:
 
     bool connect(const PipeWireNode& node);
     void stateChanged(int before, int now);
+    void targetChanged();
+    void end(End how);
     /// Real-time: doesn't allocate, lock, block or throw.
     void process();
     void handOn();
@@ -79,6 +94,9 @@ private:
     Status status = Status::connecting;
     /// After it streamed: its link has gone, as with the session manager, and nobody makes it again.
     bool isPaused = false;
+    std::unique_ptr<PipeWireTarget> target;
+    std::atomic<bool> isReached{
+        false}; ///< linked to the device; the real-time thread takes nothing otherwise
     CaptureRing ring;
     SampleStamps stamps;                        ///< the real-time thread's
     std::atomic<bool> isWithoutRealTime{false}; ///< said by the real-time thread's first cycle

@@ -10,6 +10,7 @@ namespace vintra {
 struct PipeWireChange {
     bool devices = false;                   ///< one came, went, or has another name or other channels
     bool cameras = false;                   ///< one came, went, or has another name or other formats
+    bool links = false;                     ///< one node was linked to another, or no longer is
     std::optional<uint32_t> rateOfDevice;   ///< the one that has another nominal rate
     std::optional<uint32_t> volumeOfDevice; ///< the one whose volume control was turned
     std::string defaultsKey;                ///< of the `default` table; empty: not that

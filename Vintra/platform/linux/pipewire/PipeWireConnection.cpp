@@ -65,7 +65,7 @@ PipeWireConnection::PipeWireConnection(const std::string& serverName)
     : serverName_(serverName)
     , devices_(loop_, [this](const PipeWireChange& change) { notify(change); })
     , tables_(loop_, [this](const std::string& table, const std::string& key) { tableChanged(table, key); })
-    , videoSources_(loop_, [this](const PipeWireChange& change) { notify(change); }) {
+    , videoSources_(loop_, links_, [this](const PipeWireChange& change) { notify(change); }) {
     PipeWireLock lock(loop_);
     if (loop_.isUsable()) {
         retry = std::make_unique<PipeWireTimer>(loop_, [this] {
@@ -94,6 +94,7 @@ PipeWireConnection::~PipeWireConnection() {
 void PipeWireConnection::disconnect() {
     devices_.unbind();
     tables_.clear();
+    links_.clear();
     filters_.clear();
     videoSources_.unbind();
     if (registry != nullptr) {
@@ -165,6 +166,10 @@ void PipeWireConnection::coreInfo(const pw_core_info* info) {
 }
 
 void PipeWireConnection::globalAppeared(uint32_t id, const char* type, const spa_dict& properties) {
+    if (links_.bind(id, type, properties)) {
+        notify({.links = true});
+        return;
+    }
     if (std::string_view(type) == PW_TYPE_INTERFACE_Node) devices_.bind(*core_, *registry, id, properties);
     filters_.bind(*registry, id, type, properties);
     videoSources_.bind(*core_, *registry, id, type, properties);
@@ -196,6 +201,10 @@ uint32_t PipeWireConnection::graphRate() {
 }
 
 void PipeWireConnection::globalRemoved(uint32_t id) {
+    if (links_.remove(id)) {
+        notify({.links = true});
+        return;
+    }
     filters_.remove(id);
     videoSources_.remove(id);
     if (tables_.remove(id)) {
@@ -231,6 +240,7 @@ void PipeWireConnection::answered() {
 void PipeWireConnection::lost() {
     // This is a callback of the core's: it and the registry go when the timer has come.
     tables_.clear();
+    links_.clear();
     filters_.clear();
     syncsToCome = 0;
     {

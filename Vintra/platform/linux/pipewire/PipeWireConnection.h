@@ -4,6 +4,7 @@
 #include "Vintra/platform/linux/pipewire/PipeWireChange.h"
 #include "Vintra/platform/linux/pipewire/PipeWireDeviceList.h"
 #include "Vintra/platform/linux/pipewire/PipeWireFilters.h"
+#include "Vintra/platform/linux/pipewire/PipeWireLinks.h"
 #include "Vintra/platform/linux/pipewire/PipeWireLoop.h"
 #include "Vintra/platform/linux/pipewire/PipeWireTables.h"
 #include "Vintra/platform/linux/pipewire/PipeWireTimer.h"
@@ -49,6 +50,8 @@ public:
     const PipeWireDeviceList& devices() const { return devices_; }
     /// With the loop's lock held.
     PipeWireTables& tables() { return tables_; }
+    /// With the loop's lock held.
+    const PipeWireLinks& links() const { return links_; }
     /// With the loop's lock held.
     const PipeWireFilters& filters() const { return filters_; }
     /// With the loop's lock held.
@@ -109,7 +112,8 @@ private:
     std::unique_ptr<PipeWireTimer> retry GUARDED_BY(loop_);
     PipeWireDeviceList devices_;
     PipeWireTables tables_;
-    PipeWireFilters filters_{loop_};
+    PipeWireLinks links_{loop_};
+    PipeWireFilters filters_{loop_, links_};
     PipeWireVideoSources videoSources_;
 
     mutable Mutex mutex;

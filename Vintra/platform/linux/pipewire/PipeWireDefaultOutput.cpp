@@ -14,8 +14,6 @@ constexpr const char* kConfiguredKey = "default.configured.audio.sink";
 constexpr const char* kHeldKey = "vintra.default.audio.sink"; ///< what was in force before the virtual device
 constexpr double kSecondsUntilDefaultRefused = 1.0;
 constexpr double kSecondsUntilConfirmed = 0.2; // a server that answers at all has done so by then
-constexpr int64_t kOverruledWithin =
-    10'000'000'000; // nanoseconds in which a hold is overruled so often at most
 
 bool isVirtual(const std::optional<std::string>& name) {
     return name == kVirtualAudioDeviceName;
@@ -23,10 +21,13 @@ bool isVirtual(const std::optional<std::string>& name) {
 
 } // namespace
 
+PipeWireDefaultOutput::PipeWireDefaultOutput(std::shared_ptr<PipeWireConnection> connection)
+    : PipeWireDefaultOutput(std::move(connection), Patience{}) {}
+
 PipeWireDefaultOutput::PipeWireDefaultOutput(std::shared_ptr<PipeWireConnection> connection,
-                                             int mostReminders)
+                                             Patience patience)
     : connection(std::move(connection))
-    , mostReminders(mostReminders) {
+    , patience(patience) {
     PipeWireLock lock(this->connection->loop());
     reminder = std::make_unique<PipeWireTimer>(this->connection->loop(), [this] { insist(); });
     observation = this->connection->observe([this](const PipeWireChange& change) { changed(change); });
@@ -104,6 +105,7 @@ bool PipeWireDefaultOutput::setHere(uint32_t number) {
     const Release release = releaseTo(node->name);
     const auto begun = node->isVirtualDevice() ? std::optional(holdOf(*defaults, isRenewed)) : std::nullopt;
     hold = begun;
+    wasContested = false;
     // Of a release the end of the way back is said last: once that is read back, all else has been taken in.
     const auto isInForce = [&] {
         const PipeWireMetadata* const now = table();
@@ -215,19 +217,34 @@ void PipeWireDefaultOutput::effectiveTold(PipeWireMetadata& defaults) {
         return;
     }
     if (!hold->before) hold->before = idea; // there was none, and now there may be
-    const int64_t now = PipeWireLoop::deadlineIn(0);
-    if (now - hold->overruledSince > kOverruledWithin) {
-        hold->overruledSince = now;
-        hold->overruled = 0;
-    }
-    if (isGone(hold->before) || ++hold->overruled > mostReminders) {
+    const bool isGivenUp = !isGone(hold->before) && hasLostPatience();
+    if (isGivenUp || isGone(hold->before)) {
         loseHold();
+        wasContested = isGivenUp;
         return;
     }
     // A session manager that has just begun has left nothing of the way back.
     if (hold->before) defaults.setNodeName(kHeldKey, *hold->before);
     defaults.setNodeName(kEffectiveKey, kVirtualAudioDeviceName);
     reminder->startOver(kSecondsUntilConfirmed);
+}
+
+/// Each call is one time more that the hold was overruled.
+bool PipeWireDefaultOutput::hasLostPatience() {
+    const auto longest = static_cast<int64_t>(patience.seconds * 1e9);
+    const int64_t now = PipeWireLoop::deadlineIn(0);
+    if (now - std::exchange(hold->overruledLast, now) > longest) {
+        hold->overruledSince = now;
+        hold->overruled = 0;
+    }
+    ++hold->overruled;
+    return hold->overruled > patience.mostTimes ||
+           (hold->overruled > patience.someTimes && now - hold->overruledSince > longest);
+}
+
+bool PipeWireDefaultOutput::isContested() const {
+    PipeWireLock lock(connection->loop());
+    return wasContested;
 }
 
 /// To another device, which stays in force.
@@ -240,8 +257,9 @@ void PipeWireDefaultOutput::loseHold() {
 void PipeWireDefaultOutput::insist() {
     connection->loop().assertHeld();
     if (!hold || isVirtual(effectiveName())) return;
-    if (++hold->unconfirmed > mostReminders) {
+    if (++hold->unconfirmed > patience.mostTimes) {
         loseHold();
+        wasContested = true;
         connection->announce({.defaultsKey = kEffectiveKey});
         return;
     }

@@ -38,11 +38,16 @@ struct PipeWireChange;
 /// of file descriptors. Then it is given back over a connection of its own.
 class PipeWireDefaultOutput {
 public:
-    /// How often in a row a hold is written again, a fifth of a second apart, before it is given up.
-    static constexpr int kMostReminders = 50;
+    /// When a hold that is overruled again and again is given up: after so many times, or, of somebody who takes it
+    /// slower, after some times and a while. Nothing for that while is the end of a dispute.
+    struct Patience {
+        int mostTimes = 50;
+        int someTimes = 10;
+        double seconds = 10;
+    };
 
-    explicit PipeWireDefaultOutput(std::shared_ptr<PipeWireConnection> connection,
-                                   int mostReminders = kMostReminders);
+    explicit PipeWireDefaultOutput(std::shared_ptr<PipeWireConnection> connection);
+    PipeWireDefaultOutput(std::shared_ptr<PipeWireConnection> connection, Patience patience);
     ~PipeWireDefaultOutput();
     PipeWireDefaultOutput(const PipeWireDefaultOutput&) = delete;
     PipeWireDefaultOutput& operator=(const PipeWireDefaultOutput&) = delete;
@@ -56,6 +61,8 @@ public:
     uint32_t realDevice() const;
     /// True once the device is in force, which takes a second at most.
     bool setDevice(uint32_t number);
+    /// Whether the latest hold was given up because somebody insisted on another device.
+    bool isContested() const;
 
 private:
     /// Of the default output, by this process.
@@ -63,8 +70,9 @@ private:
         std::optional<std::string> before;     ///< what was in force
         std::optional<std::string> configured; ///< what the user had chosen
         int unconfirmed = 0;                   ///< times in a row that it was written again
-        int overruled = 0;                     ///< times since `overruledSince`
-        int64_t overruledSince = 0;
+        int overruled = 0;                     ///< times in this dispute
+        int64_t overruledSince = 0;            ///< when it began
+        int64_t overruledLast = 0;
         bool hasBegun = false; ///< it has been in force
     };
     /// To a device that isn't the virtual one.
@@ -87,12 +95,14 @@ private:
     void changed(const PipeWireChange& change);
     void choiceTold(PipeWireMetadata& defaults);
     void effectiveTold(PipeWireMetadata& defaults);
+    bool hasLostPatience();
     void insist();
 
     const std::shared_ptr<PipeWireConnection> connection;
-    const int mostReminders;
+    const Patience patience;
     std::shared_ptr<void> observation;
-    std::optional<Hold> hold; ///< under the loop's lock
+    std::optional<Hold> hold;  ///< under the loop's lock
+    bool wasContested = false; ///< likewise
     std::unique_ptr<PipeWireTimer> reminder;
 };
 

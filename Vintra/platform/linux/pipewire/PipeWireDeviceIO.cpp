@@ -142,16 +142,23 @@ bool PipeWireDeviceIO::setNominalSampleRate(AudioObjectID device, double rate) {
     PipeWireLock lock(connection->loop());
     const auto wanted = static_cast<uint32_t>(rate);
     const uint32_t forced = wanted == connection->graphRate() ? 0 : wanted;
-    {
+    const auto wish = [this](uint32_t hertz) {
         MutexLock values(mutex);
-        pinnedRate = forced;
+        return std::exchange(pinnedRate, hertz);
+    };
+    const uint32_t before = wish(forced);
+    if (!pin(*node)) {
+        // What has been refused must not come into force later.
+        wish(before);
+        say(*node);
+        return false;
     }
-    if (!pin(*node)) return false;
     connection->setForcedRate(device, forced);
     return true;
 }
 
-bool PipeWireDeviceIO::pin(const PipeWireNode& node) {
+/// What is to be, in the place of what was to be before.
+void PipeWireDeviceIO::say(const PipeWireNode& node) {
     connection->loop().assertHeld();
     pinned.reset();
     PipeWireCycleWishes wishes;
@@ -159,10 +166,16 @@ bool PipeWireDeviceIO::pin(const PipeWireNode& node) {
         MutexLock lock(mutex);
         wishes = {.rate = pinnedRate, .frames = pinnedFrames};
     }
-    if (wishes == PipeWireCycleWishes{}) return true;
+    if (wishes == PipeWireCycleWishes{}) return;
     pinned = std::make_unique<PipeWireDevicePin>(*connection, node, wishes);
+}
+
+/// False if it hasn't come into force.
+bool PipeWireDeviceIO::pin(const PipeWireNode& node) {
+    connection->loop().assertHeld();
+    say(node);
     const int64_t deadline = PipeWireLoop::deadlineIn(kSecondsUntilPinRefused);
-    while (!pinned->isInForce()) {
+    while (pinned && !pinned->isInForce()) {
         connection->loop().waitUntil(std::min(PipeWireLoop::deadlineIn(kSecondsBetweenLooks), deadline));
         if (PipeWireLoop::deadlineIn(0) >= deadline) return false;
     }

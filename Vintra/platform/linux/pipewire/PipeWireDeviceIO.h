@@ -51,6 +51,7 @@ private:
         uint32_t maximum = 8192;
     };
     Limits limits(uint32_t rate) const;
+    void say(const PipeWireNode& node) EXCLUDES(mutex);
     bool pin(const PipeWireNode& node) EXCLUDES(mutex);
     void forgetWishes() EXCLUDES(mutex);
     std::shared_ptr<PipeWireCycles> cyclesOf(AudioObjectID device) const EXCLUDES(mutex);

@@ -55,6 +55,18 @@ std::optional<uint32_t> PipeWireDeviceList::numberOfNode(uint32_t globalID) cons
     return found != devices.end() ? std::optional(found->first) : std::nullopt;
 }
 
+std::optional<std::string> PipeWireDeviceList::nameOfNode(uint32_t globalID) const {
+    loop.assertHeld();
+    const auto found = bindings.find(globalID);
+    return found != bindings.end() ? std::optional(found->second->name()) : std::nullopt;
+}
+
+std::optional<std::string> PipeWireDeviceList::linkGroupOfNode(uint32_t globalID) const {
+    loop.assertHeld();
+    const auto found = bindings.find(globalID);
+    return found != bindings.end() ? std::optional(found->second->linkGroup()) : std::nullopt;
+}
+
 void PipeWireDeviceList::bind(pw_core& core, pw_registry& registry, uint32_t globalID,
                               const spa_dict& properties) {
     loop.assertHeld();
@@ -87,7 +99,8 @@ bool PipeWireDeviceList::remove(uint32_t globalID) {
         hasGone =
             std::erase_if(devices, [&](const auto& entry) { return entry.second.globalID == globalID; }) > 0;
     }
-    if (hasGone) changed({.devices = true});
+    // One that has been replaced under its name is no change of the list, but streams on it have lost it.
+    changed(hasGone ? PipeWireChange{.devices = true} : PipeWireChange{.links = true});
     return true;
 }
 

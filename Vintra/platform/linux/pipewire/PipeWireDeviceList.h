@@ -44,6 +44,9 @@ public:
     /// Also of a device that has gone.
     std::optional<std::string> nameOf(uint32_t number) const EXCLUDES(mutex);
     std::optional<uint32_t> numberOfNode(uint32_t globalID) const EXCLUDES(mutex);
+    // Of every node that is a device, with the loop's lock held. Empty texts: it hasn't said yet.
+    std::optional<std::string> nameOfNode(uint32_t globalID) const;
+    std::optional<std::string> linkGroupOfNode(uint32_t globalID) const;
 
     // What follows is the connection's, with the loop's lock held.
 

@@ -1,11 +1,10 @@
 #include "Vintra/platform/linux/pipewire/PipeWireFilters.h"
 
+#include "Vintra/platform/linux/pipewire/PipeWireLinks.h"
 #include "Vintra/platform/linux/pipewire/PipeWireLoop.h"
 
 #include <pipewire/pipewire.h>
 
-#include <charconv>
-#include <cstring>
 #include <string_view>
 
 namespace vintra {
@@ -16,18 +15,12 @@ std::string textOf(const spa_dict* properties, const char* key) {
     return value != nullptr ? value : "";
 }
 
-uint32_t nodeOf(const spa_dict& properties, const char* key) {
-    const std::string text = textOf(&properties, key);
-    uint32_t id = PW_ID_ANY;
-    std::from_chars(text.data(), text.data() + text.size(), id);
-    return id;
-}
-
 } // namespace
 
 struct PipeWireFilters::Stream {
-    Stream(pw_proxy* proxy)
-        : proxy(proxy) {
+    Stream(pw_proxy* proxy, bool plays)
+        : proxy(proxy)
+        , plays(plays) {
         pw_node_add_listener(reinterpret_cast<pw_node*>(proxy), &hook, &table, this);
     }
     ~Stream() {
@@ -54,41 +47,37 @@ struct PipeWireFilters::Stream {
     }();
 
     pw_proxy* const proxy;
+    const bool plays;
     spa_hook hook{};
     std::string linkGroup;
     bool hasTarget = false;
 };
 
-PipeWireFilters::PipeWireFilters(PipeWireLoop& loop)
-    : loop(loop) {}
+PipeWireFilters::PipeWireFilters(PipeWireLoop& loop, const PipeWireLinks& links)
+    : loop(loop)
+    , links(links) {}
 
 PipeWireFilters::~PipeWireFilters() = default;
 
 void PipeWireFilters::bind(pw_registry& registry, uint32_t globalID, const char* type,
                            const spa_dict& properties) {
     loop.assertHeld();
-    if (std::string_view(type) == PW_TYPE_INTERFACE_Link) {
-        links[globalID] = {.output = nodeOf(properties, PW_KEY_LINK_OUTPUT_NODE),
-                           .input = nodeOf(properties, PW_KEY_LINK_INPUT_NODE)};
-        return;
-    }
-    if (std::string_view(type) != PW_TYPE_INTERFACE_Node ||
-        textOf(&properties, PW_KEY_MEDIA_CLASS) != "Stream/Output/Audio")
-        return;
+    if (std::string_view(type) != PW_TYPE_INTERFACE_Node) return;
+    const std::string mediaClass = textOf(&properties, PW_KEY_MEDIA_CLASS);
+    const bool plays = mediaClass == "Stream/Output/Audio";
+    if (!plays && mediaClass != "Stream/Input/Audio") return;
     void* const proxy = pw_registry_bind(&registry, globalID, PW_TYPE_INTERFACE_Node, PW_VERSION_NODE, 0);
-    if (proxy != nullptr) streams[globalID] = std::make_unique<Stream>(static_cast<pw_proxy*>(proxy));
+    if (proxy != nullptr) streams[globalID] = std::make_unique<Stream>(static_cast<pw_proxy*>(proxy), plays);
 }
 
 void PipeWireFilters::remove(uint32_t globalID) {
     loop.assertHeld();
     streams.erase(globalID);
-    links.erase(globalID);
 }
 
 void PipeWireFilters::clear() {
     loop.assertHeld();
     streams.clear();
-    links.clear();
 }
 
 const PipeWireFilters::Stream* PipeWireFilters::streamBehind(const PipeWireNode& sink,
@@ -96,7 +85,7 @@ const PipeWireFilters::Stream* PipeWireFilters::streamBehind(const PipeWireNode&
     loop.assertHeld();
     if (sink.linkGroup.empty() || !sink.isOutput()) return nullptr;
     for (const auto& [id, stream] : streams) {
-        if (stream->linkGroup != sink.linkGroup) continue;
+        if (!stream->plays || stream->linkGroup != sink.linkGroup) continue;
         if (globalID != nullptr) *globalID = id;
         return stream.get();
     }
@@ -111,10 +100,17 @@ bool PipeWireFilters::followsDefault(const PipeWireNode& sink) const {
 std::optional<uint32_t> PipeWireFilters::playsTo(const PipeWireNode& sink) const {
     uint32_t player = PW_ID_ANY;
     if (streamBehind(sink, &player) == nullptr) return std::nullopt;
-    for (const auto& [id, link] : links) {
-        if (link.output == player) return link.input;
+    const auto receivers = links.receiversOf(player);
+    return receivers.empty() ? std::nullopt : std::optional(receivers.front());
+}
+
+std::vector<uint32_t> PipeWireFilters::streamsOf(const std::string& linkGroup, bool thatPlay) const {
+    loop.assertHeld();
+    std::vector<uint32_t> result;
+    for (const auto& [id, stream] : streams) {
+        if (stream->plays == thatPlay && stream->linkGroup == linkGroup) result.push_back(id);
     }
-    return std::nullopt;
+    return result;
 }
 
 } // namespace vintra

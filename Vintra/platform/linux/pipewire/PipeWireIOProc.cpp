@@ -38,8 +38,10 @@ bool PipeWireIOProc::connectStream() {
     PipeWireLock lock(connection->loop());
     if (stream && stream->isStreaming()) return true;
     stream.reset();
+    // What can both is played to: who only listens opens a session.
+    const bool isSource = node->isVirtualDevice() || !node->isOutput();
     const auto direction =
-        node->isInput() ? PipeWireIOStream::Direction::input : PipeWireIOStream::Direction::output;
+        isSource ? PipeWireIOStream::Direction::input : PipeWireIOStream::Direction::output;
     stream = std::make_unique<PipeWireIOStream>(*connection, *node, direction, block, cycles, frames);
     const int64_t deadline = PipeWireLoop::deadlineIn(kSecondsUntilIORefused);
     while (!stream->isStreaming() && !stream->hasEnded()) {

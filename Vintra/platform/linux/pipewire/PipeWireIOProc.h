@@ -13,7 +13,7 @@ class PipeWireIOStream;
 struct PipeWireCycles;
 
 /// A block's place on one device of PipeWire: a stream from a source or from the virtual device's monitor, or
-/// to a sink, while it is started. Main thread; the connection's lock guards the stream.
+/// to a sink or a duplex node, while it is started. Main thread; the connection's lock guards the stream.
 class PipeWireIOProc : public AudioIOProc {
 public:
     /// Its cycles are to have `frames` at most. `started` is called whenever the device has begun to run.

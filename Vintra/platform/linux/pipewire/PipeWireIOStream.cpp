@@ -52,11 +52,14 @@ PipeWireIOStream::PipeWireIOStream(PipeWireConnection& connection, const PipeWir
     , usualFrames(frames)
     , hook(std::make_unique<spa_hook>()) {
     this->connection.loop().assertHeld();
+    const auto way = isInput ? PipeWireStreamDirection::capture : PipeWireStreamDirection::playback;
+    target = std::make_unique<PipeWireTarget>(this->connection, node, way, [this] { targetChanged(); });
     if (!connectServer() || !connect(node)) status = Status::ended;
 }
 
 PipeWireIOStream::~PipeWireIOStream() {
     connection.loop().assertHeld();
+    target.reset();
     if (stream != nullptr) {
         // What it says of its end from here on is no news. Destroying takes it off its real-time thread and waits
         // for that.
@@ -114,14 +117,30 @@ void PipeWireIOStream::stateChanged(int now) {
     connection.loop().assertHeld();
     if (status == Status::ended) return;
     if (now == PW_STREAM_STATE_ERROR || now == PW_STREAM_STATE_UNCONNECTED) {
-        status = Status::ended;
-        cycles->frames = 0;
-        cycles->driver = 0;
+        end();
     } else if (now == PW_STREAM_STATE_STREAMING) {
         status = Status::streaming;
         cycles->driver = driver();
     }
+    targetChanged();
     connection.loop().signal();
+}
+
+void PipeWireIOStream::targetChanged() {
+    connection.loop().assertHeld();
+    if (status == Status::ended) return;
+    const PipeWireTarget::Standing standing = target->standing(stream);
+    isReached.store(standing == PipeWireTarget::Standing::reached, std::memory_order_relaxed);
+    if (standing == PipeWireTarget::Standing::gone || standing == PipeWireTarget::Standing::elsewhere) end();
+    connection.loop().signal();
+}
+
+void PipeWireIOStream::end() {
+    status = Status::ended;
+    isReached.store(false, std::memory_order_relaxed);
+    cycles->frames = 0;
+    cycles->driver = 0;
+    target->letGoSoon(stream); // nothing may keep it for another device
 }
 
 void PipeWireIOStream::processInput() {
@@ -129,7 +148,7 @@ void PipeWireIOStream::processInput() {
         const spa_data& data = buffer->buffer->datas[0];
         const uint32_t offset = std::min(data.chunk->offset, data.maxsize);
         const uint32_t size = std::min(data.chunk->size, data.maxsize - offset);
-        if (data.data != nullptr && size > 0) {
+        if (data.data != nullptr && size > 0 && isReached.load(std::memory_order_relaxed)) {
             const auto bytesPerFrame = channels * static_cast<uint32_t>(sizeof(float));
             cycles->frames.store(size / bytesPerFrame, std::memory_order_relaxed);
             const AudioBuffer samples{channels, size,
@@ -154,7 +173,7 @@ void PipeWireIOStream::processOutput() {
         const AudioBuffer samples{channels, frames * bytesPerFrame, static_cast<float*>(data.data)};
         // What the block leaves untouched is silence.
         std::memset(samples.mData, 0, samples.mDataByteSize);
-        block({}, AudioBufferList(&samples, 1));
+        if (isReached.load(std::memory_order_relaxed)) block({}, AudioBufferList(&samples, 1));
         data.chunk->offset = 0;
         data.chunk->stride = static_cast<int32_t>(bytesPerFrame);
         data.chunk->size = samples.mDataByteSize;

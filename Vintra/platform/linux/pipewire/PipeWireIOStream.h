@@ -2,6 +2,7 @@
 
 #include "Vintra/platform/AudioDeviceIO.h"
 #include "Vintra/platform/linux/pipewire/PipeWireNode.h"
+#include "Vintra/platform/linux/pipewire/PipeWireTarget.h"
 
 #include <atomic>
 #include <cstdint>
@@ -27,7 +28,8 @@ struct PipeWireCycles {
 /// own. Owned by its proc; made, asked and destroyed with the loop's lock held.
 ///
 /// The stream runs at the device's nominal rate and has the device's own channels, so nothing is resampled
-/// or mixed on the way. It never goes to another device when its own goes.
+/// or mixed on the way. It never goes to another device when its own goes: the block is called only while the stream is
+/// linked to its device.
 class PipeWireIOStream {
 public:
     enum class Direction { input, output };
@@ -41,8 +43,8 @@ public:
     PipeWireIOStream(const PipeWireIOStream&) = delete;
     PipeWireIOStream& operator=(const PipeWireIOStream&) = delete;
 
-    bool isStreaming() const { return status == Status::streaming; }
-    /// The server refused it, or the device or the server is no longer there.
+    bool isStreaming() const { return status == Status::streaming && isReached; }
+    /// The server refused it, the device or the server is no longer there, or it was linked to another device.
     bool hasEnded() const { return status == Status::ended; }
     /// The node whose clock drives the cycles; 0 if not known.
     uint32_t driver() const;
@@ -54,6 +56,8 @@ private:
     bool connectServer();
     bool connect(const PipeWireNode& node);
     void stateChanged(int now);
+    void targetChanged();
+    void end();
     /// Real-time, both: they don't allocate, lock, block or throw, nor does the block.
     void processInput();
     void processOutput();
@@ -71,6 +75,8 @@ private:
     std::unique_ptr<spa_hook> hook;
     const spa_io_position* position = nullptr;
     Status status = Status::connecting;
+    std::unique_ptr<PipeWireTarget> target;
+    std::atomic<bool> isReached{false}; ///< linked to the device
 };
 
 } // namespace vintra

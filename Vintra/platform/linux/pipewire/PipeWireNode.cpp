@@ -64,6 +64,7 @@ std::optional<PipeWireNodeKind> pipeWireNodeKind(const char* mediaClass) {
     const std::string_view name = mediaClass;
     if (name == "Audio/Source" || name == "Audio/Source/Virtual") return PipeWireNodeKind::source;
     if (name == "Audio/Sink") return PipeWireNodeKind::sink;
+    if (name == "Audio/Duplex") return PipeWireNodeKind::duplex;
     return std::nullopt;
 }
 

@@ -14,7 +14,11 @@ namespace vintra {
 /// from.
 inline constexpr const char* kVirtualAudioDeviceName = "VintraAudioDevice";
 
-enum class PipeWireNodeKind { source, sink };
+enum class PipeWireNodeKind {
+    source,
+    sink,
+    duplex ///< one node that both plays and listens
+};
 
 /// The sound format that a node runs at or offers first.
 struct PipeWireAudioFormat {
@@ -24,7 +28,7 @@ struct PipeWireAudioFormat {
     bool operator==(const PipeWireAudioFormat&) const = default;
 };
 
-/// A sound device as PipeWire shows it: a node that is a source or a sink. A value.
+/// A sound device as PipeWire shows it: a node that is a source or a sink, or both. A value.
 struct PipeWireNode {
     uint32_t globalID =
         0;            ///< of the object in the server, which reuses the numbers of objects that have ended
@@ -41,12 +45,13 @@ struct PipeWireNode {
 
     /// Sources are inputs, and the virtual device is one through its monitor: what is played to it is
     /// recorded from it. Other sinks' monitors are not listed.
-    bool isInput() const { return kind == PipeWireNodeKind::source || name == kVirtualAudioDeviceName; }
-    bool isOutput() const { return kind == PipeWireNodeKind::sink; }
+    bool isInput() const { return kind != PipeWireNodeKind::sink || name == kVirtualAudioDeviceName; }
+    bool isOutput() const { return kind != PipeWireNodeKind::source; }
     /// The one that belongs to the program and plays nothing.
     bool isVirtualDevice() const { return name == kVirtualAudioDeviceName; }
-    /// Recorded from its monitor.
-    bool isMonitored() const { return kind == PipeWireNodeKind::sink; }
+    /// For session managers a sink, and to be asked for as one: recorded from its monitor or, a duplex node, from its
+    /// own outputs.
+    bool isSink() const { return kind != PipeWireNodeKind::source; }
 };
 
 /// What a media.class stands for; nothing for classes that are no sound device.

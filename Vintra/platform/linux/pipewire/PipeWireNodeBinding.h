@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <string>
 
 struct pw_core;
 struct pw_node_info;
@@ -33,6 +34,9 @@ public:
     /// The node if the answer makes it complete.
     std::optional<PipeWireNode> syncDone(int sequence, uint32_t graphRate);
     uint32_t globalID() const { return node.globalID; }
+    // Empty until the node has said it.
+    const std::string& name() const { return node.name; }
+    const std::string& linkGroup() const { return node.linkGroup; }
 
 private:
     struct Events;

@@ -4,6 +4,14 @@
 #include <spa/param/audio/format-utils.h>
 
 namespace vintra {
+namespace {
+
+// WirePlumber 0.5 asks for these two besides: it takes the default device where the named one isn't there, and moves a
+// stream to what its metadata names.
+constexpr const char* kDontFallBack = "node.dont-fallback";
+constexpr const char* kDontMove = "node.dont-move";
+
+} // namespace
 
 pw_properties* pipeWireStreamProperties(const char* streamName, const PipeWireNode& device,
                                         PipeWireStreamDirection direction) {
@@ -11,10 +19,11 @@ pw_properties* pipeWireStreamProperties(const char* streamName, const PipeWireNo
     pw_properties* properties = pw_properties_new(
         PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY, isCapture ? "Capture" : "Playback",
         PW_KEY_MEDIA_ROLE, "Production", PW_KEY_NODE_NAME, streamName, PW_KEY_NODE_DESCRIPTION, "Vintra",
-        PW_KEY_TARGET_OBJECT, device.name.c_str(), PW_KEY_NODE_DONT_RECONNECT, "true",
-        PW_KEY_STREAM_DONT_REMIX, "true", "channelmix.upmix", "false", "channelmix.normalize", "false",
-        "state.restore-props", "false", "state.restore-target", "false", nullptr);
-    if (isCapture && device.isMonitored()) pw_properties_set(properties, PW_KEY_STREAM_CAPTURE_SINK, "true");
+        PW_KEY_TARGET_OBJECT, device.name.c_str(), PW_KEY_NODE_DONT_RECONNECT, "true", kDontFallBack, "true",
+        kDontMove, "true", PW_KEY_STREAM_DONT_REMIX, "true", "channelmix.upmix", "false",
+        "channelmix.normalize", "false", "state.restore-props", "false", "state.restore-target", "false",
+        nullptr);
+    if (isCapture && device.isSink()) pw_properties_set(properties, PW_KEY_STREAM_CAPTURE_SINK, "true");
     return properties;
 }
 

@@ -1,12 +1,12 @@
 #include "Vintra/platform/linux/pipewire/PipeWireVideoSources.h"
 
+#include "Vintra/platform/linux/pipewire/PipeWireLinks.h"
 #include "Vintra/platform/linux/pipewire/PipeWireLoop.h"
 
 #include <pipewire/pipewire.h>
 #include <spa/pod/iter.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cstring>
 #include <optional>
 #include <string_view>
@@ -18,13 +18,6 @@ namespace {
 std::string videoProperty(const spa_dict* properties, const char* key) {
     const char* const value = properties != nullptr ? spa_dict_lookup(properties, key) : nullptr;
     return value != nullptr ? value : "";
-}
-
-uint32_t linkedNode(const spa_dict& properties, const char* key) {
-    const std::string text = videoProperty(&properties, key);
-    uint32_t id = PW_ID_ANY;
-    std::from_chars(text.data(), text.data() + text.size(), id);
-    return id;
 }
 
 bool isCamera(const spa_dict& properties) {
@@ -110,8 +103,10 @@ struct PipeWireVideoSources::Node {
     bool isComplete = false;
 };
 
-PipeWireVideoSources::PipeWireVideoSources(PipeWireLoop& loop, ChangeHandler changed)
+PipeWireVideoSources::PipeWireVideoSources(PipeWireLoop& loop, const PipeWireLinks& links,
+                                           ChangeHandler changed)
     : loop(loop)
+    , links(links)
     , changed(std::move(changed)) {}
 
 PipeWireVideoSources::~PipeWireVideoSources() = default;
@@ -127,19 +122,14 @@ std::vector<PipeWireVideoSource> PipeWireVideoSources::all() const {
 
 bool PipeWireVideoSources::isReadByAnother(uint32_t source, const std::vector<uint32_t>& than) const {
     loop.assertHeld();
-    return std::ranges::any_of(links, [&](const auto& entry) {
-        return entry.second.output == source && std::ranges::find(than, entry.second.input) == than.end();
+    return std::ranges::any_of(links.receiversOf(source), [&](uint32_t reader) {
+        return std::ranges::find(than, reader) == than.end();
     });
 }
 
 void PipeWireVideoSources::bind(pw_core& core, pw_registry& registry, uint32_t globalID, const char* type,
                                 const spa_dict& properties) {
     loop.assertHeld();
-    if (std::string_view(type) == PW_TYPE_INTERFACE_Link) {
-        links[globalID] = {.output = linkedNode(properties, PW_KEY_LINK_OUTPUT_NODE),
-                           .input = linkedNode(properties, PW_KEY_LINK_INPUT_NODE)};
-        return;
-    }
     if (std::string_view(type) != PW_TYPE_INTERFACE_Node || !isCamera(properties)) return;
     void* const proxy = pw_registry_bind(&registry, globalID, PW_TYPE_INTERFACE_Node, PW_VERSION_NODE, 0);
     if (proxy == nullptr) return;
@@ -166,7 +156,6 @@ void PipeWireVideoSources::syncDone(int sequence) {
 
 void PipeWireVideoSources::remove(uint32_t globalID) {
     loop.assertHeld();
-    links.erase(globalID);
     if (nodes.erase(globalID) > 0) changed({.cameras = true});
 }
 
@@ -180,7 +169,6 @@ void PipeWireVideoSources::clear() {
 void PipeWireVideoSources::unbind() {
     loop.assertHeld();
     nodes.clear();
-    links.clear();
 }
 
 } // namespace vintra

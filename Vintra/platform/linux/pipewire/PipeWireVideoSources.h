@@ -15,6 +15,7 @@ struct spa_dict;
 
 namespace vintra {
 
+class PipeWireLinks;
 class PipeWireLoop;
 
 /// A camera as PipeWire shows it. A value.
@@ -34,8 +35,8 @@ class PipeWireVideoSources {
 public:
     using ChangeHandler = std::function<void(const PipeWireChange&)>;
 
-    /// The handler is called after each change of the list.
-    PipeWireVideoSources(PipeWireLoop& loop, ChangeHandler changed);
+    /// The handler is called after each change of the list. The links outlive this.
+    PipeWireVideoSources(PipeWireLoop& loop, const PipeWireLinks& links, ChangeHandler changed);
     ~PipeWireVideoSources();
     PipeWireVideoSources(const PipeWireVideoSources&) = delete;
     PipeWireVideoSources& operator=(const PipeWireVideoSources&) = delete;
@@ -47,7 +48,7 @@ public:
 
     // What follows is the connection's.
 
-    /// Follows the object if it is a camera or a link.
+    /// Follows the object if it is a camera.
     void bind(pw_core& core, pw_registry& registry, uint32_t globalID, const char* type,
               const spa_dict& properties);
     /// Whether a camera has yet to say what it is.
@@ -61,14 +62,10 @@ public:
 
 private:
     struct Node;
-    struct Link {
-        uint32_t output = 0; ///< the node that sends
-        uint32_t input = 0;
-    };
     PipeWireLoop& loop;
+    const PipeWireLinks& links;
     const ChangeHandler changed;
     std::map<uint32_t, std::unique_ptr<Node>> nodes; ///< by global id
-    std::map<uint32_t, Link> links;                  ///< by global id
 };
 
 } // namespace vintra

@@ -49,6 +49,10 @@ public:
             return stream && stream->isStreaming();
         });
     }
+    bool hasEnded() {
+        PipeWireLock lock(connection->loop());
+        return stream && stream->hasEnded();
+    }
     /// The node whose clock drives it.
     uint32_t driver() const { return cycles->driver; }
 

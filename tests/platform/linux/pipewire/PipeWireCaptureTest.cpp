@@ -81,6 +81,27 @@ TEST(PipeWireCapture, fewerChannelsThanTheDeviceHasAreItsFirstOnes) {
     EXPECT_TRUE(sound.waitUntil([&] { return longestExactRun(sound.arrivals(), 2) >= 10; }));
 }
 
+TEST(PipeWireCapture, aDeviceOfTooManyChannelsSaysSo) {
+    const PublishedMicrophone microphone("capture-test-wide", {"--channels", "100"});
+    ASSERT_TRUE(microphone.isPublished());
+    PipeWireCaptureDevices devices(std::make_shared<PipeWireConnection>(), std::make_shared<LinuxEventLoop>(),
+                                   std::make_shared<LinuxLog>(LogLevel::error));
+    const auto device = devices.deviceWithUniqueID("capture-test-wide");
+    ASSERT_NE(device, nullptr);
+    EXPECT_EQ(
+        device->captureProblem(),
+        "has 100 channels, and PipeWire passes on 64 of a device at most. Choose a profile of it with fewer "
+        "channels in the sound settings");
+    const auto session = devices.makeSession();
+    session->addInput(devices.makeDeviceInput(device));
+    EXPECT_FALSE(session->canAddOutput(*devices.makeAudioDataOutput({.numberOfChannels = 100})));
+    const PublishedMicrophone narrow("capture-test-narrow");
+    ASSERT_TRUE(narrow.isPublished());
+    PipeWireCaptureDevices others(std::make_shared<PipeWireConnection>(), std::make_shared<LinuxEventLoop>(),
+                                  std::make_shared<LinuxLog>(LogLevel::error));
+    EXPECT_EQ(others.deviceWithUniqueID("capture-test-narrow")->captureProblem(), std::nullopt);
+}
+
 TEST(PipeWireCapture, twoSessionsHearOneDevice) {
     const PublishedMicrophone microphone("capture-test-shared", {"--signal", "counter"});
     const auto connection = std::make_shared<PipeWireConnection>();

@@ -262,7 +262,7 @@ TEST_F(PipeWireDefaultOutputTest, anotherIdeaOfTheSessionManagersIsNoNews) {
 }
 
 TEST_F(PipeWireDefaultOutputTest, whoInsistsOnAnotherDeviceEndsTheLoan) {
-    PipeWireDefaultOutput impatient(connection, 3);
+    PipeWireDefaultOutput impatient(connection, {.mostTimes = 3});
     std::atomic<int> told{0};
     const auto observation = connection->observe([&](const PipeWireChange& change) {
         if (!change.defaultsKey.empty()) ++told;
@@ -277,6 +277,23 @@ TEST_F(PipeWireDefaultOutputTest, whoInsistsOnAnotherDeviceEndsTheLoan) {
     EXPECT_EQ(said(kEffectiveKey), R"({"name":"headless.output"})");
     EXPECT_TRUE(awaitCondition([&] { return said("vintra.default.audio.sink").empty(); }));
     EXPECT_GT(told, 0);
+    EXPECT_TRUE(impatient.isContested());
+}
+
+TEST_F(PipeWireDefaultOutputTest, whoInsistsSlowlyEndsTheLoanToo) {
+    PipeWireDefaultOutput patient(connection, {.mostTimes = 1000, .someTimes = 3, .seconds = 1});
+    ASSERT_TRUE(patient.setDevice(virtualDevice));
+    EXPECT_FALSE(patient.isContested());
+    ChildProcess insisting({"sh", "-c",
+                            "while sleep 0.3; do pw-metadata 0 default.audio.sink "
+                            "'{\"name\":\"headless.output\"}' Spa:String:JSON; done"},
+                           server.environment());
+    EXPECT_TRUE(awaitCondition([&] { return patient.isContested(); }));
+    insisting.kill();
+    EXPECT_TRUE(awaitCondition([&] { return patient.device() == output; }));
+    ASSERT_TRUE(patient.setDevice(virtualDevice));
+    EXPECT_FALSE(patient.isContested()) << "that was the hold before";
+    EXPECT_TRUE(patient.setDevice(output));
 }
 
 TEST_F(PipeWireDefaultOutputTest, aLoanThatIsAskedForAnewKnowsTheDeviceThatIsThereNow) {

@@ -173,6 +173,37 @@ TEST_F(PipeWireDeviceIOTest, aRateThatWasAskedForIsToldToThoseWhoListen) {
     EXPECT_TRUE(mainThread->runUntil([&] { return calls > 1; }, 10'000'000'000));
 }
 
+/// As where the user has fixed the rate of all that the server does.
+class FixedGraphRate {
+public:
+    FixedGraphRate() { say("48000"); }
+    ~FixedGraphRate() { say("0"); }
+    FixedGraphRate(const FixedGraphRate&) = delete;
+    FixedGraphRate& operator=(const FixedGraphRate&) = delete;
+
+private:
+    static void say(const std::string& rate) {
+        ChildProcess tool({"pw-metadata", "-n", "settings", "0", "clock.force-rate", rate});
+        tool.wait();
+    }
+};
+
+TEST_F(PipeWireDeviceIOTest, aRateThatIsRefusedLeavesNothingBehind) {
+    const auto pins = [] { return ChildProcess({"pw-cli", "ls", "Node"}).restOfOutput().find("vintra.pin"); };
+    {
+        const FixedGraphRate fixed;
+        EXPECT_FALSE(io.setNominalSampleRate(virtualDevice, 44'100));
+        EXPECT_TRUE(awaitCondition([&] { return pins() == std::string::npos; }));
+    }
+    io.setBufferFrameSize(virtualDevice, 512);
+    const auto proc = io.createIOProc(virtualDevice, [](auto, auto) {});
+    ASSERT_TRUE(proc && proc->start());
+    EXPECT_EQ(hardware.nominalSampleRate(virtualDevice), 48'000) << "what was refused comes into force never";
+    const PipeWireConnection another;
+    EXPECT_EQ(another.devices().deviceNamed("VintraAudioDevice")->format.sampleRate, 48'000u);
+    io.setBufferFrameSize(virtualDevice, 1024);
+}
+
 TEST_F(PipeWireDeviceIOTest, otherDevicesKeepTheirRateAndTheirCycles) {
     EXPECT_FALSE(io.setNominalSampleRate(output, 44'100));
     const auto before = io.bufferFrameSize(output);

@@ -1,0 +1,186 @@
+// What a stream hears when the session manager doesn't keep to what was asked of it. The real one links the stream and
+// is frozen then; what another one would do is done in its place.
+
+#include "Vintra/platform/linux/pipewire/PipeWireAudioHardware.h"
+#include "tests/platform/linux/pipewire/CapturedSound.h"
+#include "tests/platform/linux/pipewire/DeviceStream.h"
+#include "tests/support/PrivatePipeWireServer.h"
+#include "tests/support/ProgramRun.h"
+#include "tests/support/PublishedMicrophone.h"
+
+#include <algorithm>
+#include <atomic>
+#include <sstream>
+
+namespace vintra {
+namespace {
+
+/// A silent microphone, which is captured, and a loud one.
+class PipeWireTargetTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(server.isReady());
+        own = std::make_unique<PublishedMicrophone>("own", std::vector<std::string>{"--signal", "silence"},
+                                                    server.environment());
+        loud =
+            std::make_unique<PublishedMicrophone>("loud", std::vector<std::string>{}, server.environment());
+        ASSERT_TRUE(own->isPublished() && loud->isPublished());
+        connection = std::make_shared<PipeWireConnection>(server.name());
+        ASSERT_TRUE(awaitCondition([&] {
+            return connection->devices().deviceNamed("own") && connection->devices().deviceNamed("loud");
+        }));
+        sound = std::make_unique<CapturedSound>(connection, "own", 1);
+    }
+    void begin() {
+        ASSERT_TRUE(sound->start());
+        ASSERT_TRUE(sound->waitUntil([&] { return sound->arrivals().size() >= 3; }));
+        server.freezeSessionManager();
+    }
+    /// The port of a node; empty if it has none.
+    std::string port(const std::string& node, bool isInput) const {
+        std::istringstream ports(runProgram({"pw-link", "-r", server.name(), isInput ? "-i" : "-o"}).output);
+        for (std::string line; std::getline(ports, line);) {
+            if (line.starts_with(node + ":")) return line;
+        }
+        return "";
+    }
+    ProgramRun link(const std::string& from, const std::string& to) const {
+        return runProgram({"pw-link", "-r", server.name(), from, to});
+    }
+    void unlink(const std::string& from, const std::string& to) const {
+        const ProgramRun run = runProgram({"pw-link", "-r", server.name(), "-d", from, to});
+        ASSERT_EQ(run.exitCode, 0) << run.errors;
+    }
+    bool isHeard() const {
+        return std::ranges::any_of(sound->arrivals(), [](const auto& arrival) {
+            const auto* values =
+                reinterpret_cast<const float*>(arrival.sample.dataBuffer()->contiguousBytes());
+            return std::any_of(values, values + arrival.sample.numSamples(),
+                               [](float value) { return value != 0; });
+        });
+    }
+
+    PrivatePipeWireServer server;
+    std::unique_ptr<PublishedMicrophone> own;
+    std::unique_ptr<PublishedMicrophone> loud;
+    std::shared_ptr<PipeWireConnection> connection;
+    std::unique_ptr<CapturedSound> sound;
+};
+
+TEST_F(PipeWireTargetTest, aStreamThatIsPausedSinceItsDeviceWentHearsNoOther) {
+    begin();
+    const std::string stream = port("vintra.capture", true);
+    const std::string other = port("loud", false);
+    ASSERT_FALSE(stream.empty() || other.empty());
+    own->unplug();
+    ASSERT_TRUE(sound->waitUntil([&] { return !sound->session().isRunning(); }));
+    link(other, stream); // which fails where the stream has gone with its device
+    EXPECT_TRUE(sound->waitUntil([&] { return port("vintra.capture", true).empty(); }))
+        << "nothing is kept for another device";
+    EXPECT_FALSE(sound->session().isRunning());
+    EXPECT_FALSE(isHeard());
+
+    server.thawSessionManager();
+    own = std::make_unique<PublishedMicrophone>("own", std::vector<std::string>{"--signal", "silence"},
+                                                server.environment());
+    ASSERT_TRUE(sound->waitUntil([&] { return connection->devices().deviceNamed("own").has_value(); }));
+    const size_t before = sound->arrivals().size();
+    EXPECT_TRUE(sound->start());
+    EXPECT_TRUE(sound->waitUntil([&] { return sound->arrivals().size() > before + 3; }));
+    EXPECT_FALSE(isHeard());
+}
+
+TEST_F(PipeWireTargetTest, aStreamThatIsMovedToAnotherDeviceIsOver) {
+    begin();
+    const std::string stream = port("vintra.capture", true);
+    unlink(port("own", false), stream);
+    ASSERT_TRUE(sound->waitUntil([&] { return !sound->session().isRunning(); }));
+    EXPECT_EQ(link(port("loud", false), stream).exitCode, 0);
+    EXPECT_TRUE(sound->waitUntil([&] { return port("vintra.capture", true).empty(); }));
+    EXPECT_FALSE(sound->session().isRunning());
+    EXPECT_FALSE(isHeard());
+}
+
+TEST_F(PipeWireTargetTest, aStreamThatIsLinkedToItsDeviceAgainGoesOn) {
+    begin();
+    const std::string stream = port("vintra.capture", true);
+    unlink(port("own", false), stream);
+    ASSERT_TRUE(sound->waitUntil([&] { return !sound->session().isRunning(); }));
+    EXPECT_EQ(link(port("own", false), stream).exitCode, 0);
+    EXPECT_TRUE(sound->waitUntil([&] { return sound->session().isRunning(); }));
+    const size_t before = sound->arrivals().size();
+    EXPECT_TRUE(sound->waitUntil([&] { return sound->arrivals().size() > before + 3; }));
+}
+
+/// As a desktop puts a filter against noise before a microphone.
+TEST_F(PipeWireTargetTest, aFilterBeforeTheDeviceIsTheDevice) {
+    ChildProcess filter({"pw-loopback", "-n", "clean", "-C", "own", "--capture-props",
+                         "node.name=clean.input", "--playback-props",
+                         "media.class=Audio/Source node.name=clean"},
+                        server.environment());
+    ASSERT_TRUE(awaitCondition(
+        [&] { return connection->devices().deviceNamed("clean") && !port("clean.input", true).empty(); }));
+    begin();
+    const std::string stream = port("vintra.capture", true);
+    const std::string filtered = port("clean", false);
+    ASSERT_FALSE(filtered.empty());
+    unlink(port("own", false), stream);
+    ASSERT_TRUE(sound->waitUntil([&] { return !sound->session().isRunning(); }));
+    EXPECT_EQ(link(filtered, stream).exitCode, 0);
+    EXPECT_TRUE(sound->waitUntil([&] { return sound->session().isRunning(); }));
+}
+
+/// A device over Bluetooth takes its time; here it is the session manager that does.
+TEST_F(PipeWireTargetTest, aDeviceThatBeginsLateIsHeardFromThenOn) {
+    server.freezeSessionManager();
+    EXPECT_FALSE(sound->start()) << "it waits for 3 s and no longer";
+    server.thawSessionManager();
+    EXPECT_TRUE(sound->waitUntil([&] { return sound->session().isRunning() && !sound->arrivals().empty(); }));
+    sound->stop();
+    EXPECT_FALSE(sound->session().isRunning());
+}
+
+/// One node with inputs and outputs, as some interfaces and programs have it: what is played to it comes out of it.
+TEST_F(PipeWireTargetTest, aDuplexNodeIsAnInputAndAnOutput) {
+    ChildProcess made({"pw-cli", "create-node", "adapter",
+                       "{ factory.name=support.null-audio-sink media.class=Audio/Duplex object.linger=true "
+                       "session.suspend-timeout-seconds=0 node.name=both audio.channels=2 "
+                       "audio.position=\"FL,FR\" }"},
+                      server.environment());
+    made.wait();
+    ASSERT_TRUE(awaitCondition([&] { return connection->devices().deviceNamed("both").has_value(); }));
+    const PipeWireAudioHardware hardware(connection, std::make_shared<LinuxEventLoop>());
+    const AudioObjectID both = *connection->devices().numberNamed("both");
+    EXPECT_EQ(hardware.inputStreamChannels(both), std::vector<uint32_t>{2});
+    EXPECT_EQ(hardware.outputStreamChannels(both), std::vector<uint32_t>{2});
+    CapturedSound heard(connection, "both", 2);
+    ASSERT_TRUE(heard.start());
+    EXPECT_TRUE(heard.waitUntil([&] { return heard.arrivals().size() >= 3; }));
+    EXPECT_FALSE(port("both", false).empty());
+    std::atomic<int> calls{0};
+    DeviceStream played(connection, "both", DeviceStream::Direction::output, [&](auto, auto) { ++calls; });
+    EXPECT_TRUE(played.awaitStreaming());
+    EXPECT_TRUE(awaitCondition([&] { return calls > 3; }));
+}
+
+/// The user hears the computer's sound where they chose to, or not at all.
+TEST_F(PipeWireTargetTest, whatIsPlayedToADeviceGoesToNoOther) {
+    std::atomic<int> calls{0};
+    DeviceStream stream(connection, "headless.output", DeviceStream::Direction::output,
+                        [&](const AudioBufferList&, const AudioBufferList&) { ++calls; });
+    ASSERT_TRUE(stream.awaitStreaming());
+    ASSERT_TRUE(awaitCondition([&] { return calls > 3; }));
+    server.freezeSessionManager();
+    const std::string from = port("vintra.io.output", false);
+    std::string to = port("headless.output", true);
+    unlink(from, to);
+    // The other channel has its link still.
+    const std::string right = from.substr(0, from.size() - 2) + "FR";
+    unlink(right, to.substr(0, to.size() - 2) + "FR");
+    EXPECT_EQ(link(from, port("VintraAudioDevice", true)).exitCode, 0);
+    EXPECT_TRUE(awaitCondition([&] { return port("vintra.io.output", false).empty(); }));
+    EXPECT_TRUE(stream.hasEnded());
+}
+
+} // namespace
+} // namespace vintra
