@@ -67,8 +67,9 @@ bool PortalFrameCopier::look(const PortalFrame& frame) {
     const bool isTold = tellsAll(frame);
     lastSequence = frame.sequence;
     isWhole = false;
-    if (isTold && frame.damage->empty() && pool->hasPictureOf(frame, area.x, area.y)) return false;
-    if (!isTold || frame.damage->empty()) {
+    const bool namesNothing = !frame.damage || frame.damage->empty();
+    if (namesNothing && pool->hasPictureOf(frame, area.x, area.y)) return false;
+    if (!isTold || namesNothing) {
         pool->markAllStale();
         return true;
     }

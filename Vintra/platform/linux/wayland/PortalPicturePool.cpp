@@ -1,31 +1,66 @@
 #include "Vintra/platform/linux/wayland/PortalPicturePool.h"
 
+#include "Vintra/platform/linux/wayland/UncachedCopy.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
+#include <vector>
 
 namespace vintra {
 namespace {
 
+/// The rows of a frame, out of memory that is slow to read through a copy in memory that isn't.
+class FrameRows {
+public:
+    FrameRows(const PortalFrame& frame, int width)
+        : frame(frame)
+        , byteCount(static_cast<size_t>(width) * bytesPerPixel(frame.pixels)) {
+        if (frame.access && frame.access->isUncached()) copied.resize(byteCount);
+    }
+    /// The pixels from there on in the buffer, until the next call.
+    const uint8_t* from(int x, int y) {
+        const uint8_t* const row =
+            frame.bytes + y * frame.bytesPerRow +
+            static_cast<ptrdiff_t>(static_cast<size_t>(x) * bytesPerPixel(frame.pixels));
+        if (copied.empty()) return row;
+        copyUncached(copied.data(), row, byteCount);
+        return copied.data();
+    }
+
+private:
+    const PortalFrame& frame;
+    const size_t byteCount;
+    std::vector<uint8_t> copied;
+};
+
 /// Rows that lie as they are seen.
-void copyRows(const PixelRect& rect, const PortalFrame& frame, PixelRect from, uint8_t* to, size_t toRow) {
-    const uint8_t* row = frame.bytes + from.y * frame.bytesPerRow +
-                         static_cast<ptrdiff_t>(static_cast<size_t>(from.x) * bytesPerPixel(frame.pixels));
-    for (int y = 0; y < rect.height; ++y, row += frame.bytesPerRow, to += toRow)
-        copyPixels(to, row, static_cast<size_t>(rect.width), frame.pixels);
+void copyRows(const PixelRect& rect, const PortalFrame& frame, uint8_t* to, size_t toRow) {
+    FrameRows rows(frame, rect.width);
+    for (int y = 0; y < rect.height; ++y, to += toRow)
+        copyPixels(to, rows.from(rect.x, rect.y + y), static_cast<size_t>(rect.width), frame.pixels);
 }
 
-/// Pixel by pixel, each from where the turned picture has it.
-void copyTurned(const PixelRect& rect, const PortalFrame& frame, PixelRect from, uint8_t* to, size_t toRow) {
-    const auto bytes = static_cast<ptrdiff_t>(bytesPerPixel(frame.pixels));
-    for (int y = 0; y < rect.height; ++y, to += toRow) {
-        for (int x = 0; x < rect.width; ++x) {
-            const auto at = frame.transform.inBuffer({from.x + x, from.y + y}, frame.whole);
-            const uint32_t pixel =
-                bgrxOf(frame.bytes + at.y * frame.bytesPerRow + at.x * bytes, frame.pixels);
-            std::memcpy(to + 4 * static_cast<size_t>(x), &pixel, sizeof pixel);
-        }
+/// A row of the buffer after another, each to where it goes in the upright picture, be it a row or a column.
+void copyTurned(const PixelRect& rect, const PortalFrame& frame, uint8_t* to, size_t toRow) {
+    const auto one = frame.transform.inBuffer({rect.x, rect.y}, frame.whole);
+    const auto other = frame.transform.inBuffer({rect.right() - 1, rect.bottom() - 1}, frame.whole);
+    const PixelRect source{std::min(one.x, other.x), std::min(one.y, other.y), std::abs(one.x - other.x) + 1,
+                           std::abs(one.y - other.y) + 1};
+    const auto target = [&](int x, int y) { // of a pixel of the buffer
+        const PixelRect upright = frame.transform.upright({x, y, 1, 1}, frame.whole);
+        return static_cast<ptrdiff_t>(toRow) * (upright.y - rect.y) + ptrdiff_t{4} * (upright.x - rect.x);
+    };
+    const ptrdiff_t step = target(source.x + 1, source.y) - target(source.x, source.y);
+    const auto width = static_cast<size_t>(source.width);
+    FrameRows rows(frame, source.width);
+    std::vector<uint8_t> pixels(width * 4);
+    for (int y = source.y; y < source.bottom(); ++y) {
+        copyPixels(pixels.data(), rows.from(source.x, y), width, frame.pixels);
+        uint8_t* place = to + target(source.x, y);
+        for (size_t i = 0; i < width; ++i, place += step)
+            std::memcpy(place, &pixels[i * 4], 4);
     }
 }
 
@@ -56,9 +91,9 @@ std::optional<SystemError> PortalPicturePool::refresh(Picture& picture, const Po
         uint8_t* const to =
             picture.pixels + static_cast<size_t>(rect.y) * bytesPerRow() + static_cast<size_t>(rect.x) * 4;
         if (frame.transform.isUpright())
-            copyRows(rect, frame, from, to, bytesPerRow());
+            copyRows(from, frame, to, bytesPerRow());
         else
-            copyTurned(rect, frame, from, to, bytesPerRow());
+            copyTurned(from, frame, to, bytesPerRow());
     }
     picture.stale.clear();
     return std::nullopt;

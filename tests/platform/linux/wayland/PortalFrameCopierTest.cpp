@@ -77,6 +77,44 @@ TEST(PortalFrameCopier, aFrameThatTellsOfNothingIsComparedWithWhatThereIs) {
     EXPECT_EQ(ScreenPicture(*held).at(39, 29), 0u) << "what is out stays as it was";
 }
 
+TEST(PortalFrameCopier, aFrameWithoutAListIsComparedWithWhatThereIs) {
+    Desk desk;
+    PortalFrameCopier copier = makeCopier(CGRect{{10, 10}, {20, 10}});
+    PortalFrame frame = desk.frame();
+    EXPECT_TRUE(copier.look(frame));
+    const auto held = copier.copy(frame);
+    EXPECT_FALSE(copier.look(desk.frame())) << "it is the same to the byte";
+    desk.picture.fill(0, 0, 40, 10, 0xff0000);
+    EXPECT_FALSE(copier.look(desk.frame())) << "what changed isn't captured";
+    copier.lost();
+    EXPECT_FALSE(copier.look(desk.frame())) << "nothing is lost if the last picture is the newest";
+    desk.picture.fill(29, 19, 1, 1, 0xffffff);
+    frame = desk.frame();
+    EXPECT_TRUE(copier.look(frame));
+    EXPECT_TRUE(copied(copier, frame) == desk.picture.part(10, 10, 20, 10));
+}
+
+TEST(PortalFrameCopier, memoryThatIsSlowToReadIsNotReadToCompare) {
+    struct Uncached : PortalPixelAccess {
+        std::optional<SystemError> begin() override {
+            ++readings;
+            return std::nullopt;
+        }
+        void end() override {}
+        bool isUncached() const override { return true; }
+        int readings = 0;
+    } memory;
+    Desk desk;
+    PortalFrameCopier copier = makeCopier();
+    for (int i = 1; i <= 3; ++i) {
+        PortalFrame frame = desk.frame(std::vector<PixelRect>{});
+        frame.access = &memory;
+        EXPECT_TRUE(copier.look(frame)) << "who doesn't compare takes it as new";
+        EXPECT_TRUE(copied(copier, frame) == desk.picture);
+        EXPECT_EQ(memory.readings, i);
+    }
+}
+
 TEST(PortalFrameCopier, aPartIsInPointsOfTheDisplayAndKeepsItsScale) {
     Desk desk; // 40 pixels of a display of 20 points
     desk.picture.fill(4, 6, 2, 2, 0x00ff00);

@@ -165,6 +165,38 @@ TEST(PortalVideoStream, theReasonWhyGraphicsMemoryCannotBeMappedIsTold) {
     EXPECT_EQ(receiver.frames(), 0);
 }
 
+// As a capture does it: one copier sees every frame, and copies what it takes for new.
+TEST(PortalVideoStream, whateverTheDamageListSaysThePictureIsTheDesktops) {
+    using Region = ScriptedScreen::Region;
+    for (const auto& modifiers : {std::vector<uint64_t>{}, {kLinearModifier}}) {
+        ScriptedScreen screen({.offers = {{SPA_VIDEO_FORMAT_BGRA, modifiers}}});
+        ScreenReceiver receiver(screen);
+        PortalFrameCopier copier(
+            {.sourceRect = {}, .displayWidth = 0, .queueDepth = 2, .onFree = std::make_shared<WakeUp>()});
+        ScreenPicture desk = PackedPicture::motley(16, 12, 1);
+        const auto show = [&](std::vector<Region> damage) {
+            auto sent = sentPicture(desk, {.video = SPA_VIDEO_FORMAT_BGRA});
+            sent.damage = std::move(damage);
+            EXPECT_TRUE(receiver.receive(sent));
+            const PortalFrame& frame = *receiver.stream().frame();
+            if (!copier.look(frame)) return false;
+            EXPECT_TRUE(ScreenPicture(*copier.copy(frame)) == desk);
+            return true;
+        };
+        EXPECT_TRUE(show({}));
+        const bool isCompared = modifiers.empty(); // what is slow to read isn't
+        EXPECT_EQ(show({}), !isCompared);
+        desk.fill(5, 5, 1, 1, 0xff0000);
+        EXPECT_TRUE(show({})) << "a pointer that moved, on KWin";
+        desk.fill(7, 3, 2, 2, 0x00ff00);
+        EXPECT_TRUE(show({{0, 0, 0, 0}, {7, 3, 2, 2}})) << "an empty region first";
+        desk.fill(0, 0, 3, 3, 0x0000ff);
+        desk.fill(14, 10, 2, 2, 0xffff00);
+        EXPECT_TRUE(show({{0, 0, 3, 3}, {14, 10, 2, 2}}));
+        EXPECT_FALSE(show({{16, 0, 5, 5}, {0, 12, 1, 1}}) && isCompared) << "damage beyond the picture";
+    }
+}
+
 TEST(PortalVideoStream, aDesktopThatHasNoMemoryForThePictureIsTold) {
     ScriptedScreen screen({.failsToAllocate = true});
     ScreenReceiver receiver(screen);
