@@ -9,6 +9,7 @@
 #include <string_view>
 #include <sys/mman.h>
 #include <unistd.h>
+#include <utility>
 #include <wayland-client.h>
 
 namespace vintra {
@@ -70,6 +71,11 @@ struct WaylandWindow::Client {
     xdg_wm_base* shell = nullptr;
     zxdg_output_manager_v1* logicalOutputs = nullptr;
     std::vector<std::unique_ptr<Output>> outputs;
+    uint32_t seatID = 0;
+    wl_seat* seat = nullptr;
+    wl_pointer* pointer = nullptr;
+    wl_surface* pointerSurface = nullptr;
+    Buffer pointerBuffer;
     wl_surface* surface = nullptr;
     xdg_surface* shellSurface = nullptr;
     xdg_toplevel* toplevel = nullptr;
@@ -88,7 +94,9 @@ struct WaylandWindow::Client {
     wl_output* namedOutput(const std::string& name);
     void adoptSize();
     Buffer* freeBuffer();
-    void makeBuffer(Buffer& buffer);
+    void makeBuffer(Buffer& buffer) { makeBuffer(buffer, width, height, WL_SHM_FORMAT_XRGB8888); }
+    void makeBuffer(Buffer& buffer, int bufferWidth, int bufferHeight, uint32_t format);
+    void givePointer(int side, uint32_t colour);
     void commit(wl_callback** frame);
     void close();
 
@@ -96,6 +104,8 @@ struct WaylandWindow::Client {
     static const xdg_wm_base_listener shellListener;
     static const xdg_surface_listener surfaceListener;
     static const xdg_toplevel_listener toplevelListener;
+    static const wl_seat_listener seatListener;
+    static const wl_pointer_listener pointerListener;
 };
 
 const wl_registry_listener WaylandWindow::Client::registryListener = {
@@ -121,6 +131,31 @@ const xdg_toplevel_listener WaylandWindow::Client::toplevelListener = {
     .wm_capabilities = [](void*, xdg_toplevel*, wl_array*) {},
 };
 
+/// There is a pointer as long as some device moves one. Both are of version 1.
+const wl_seat_listener WaylandWindow::Client::seatListener = {
+    .capabilities =
+        [](void* data, wl_seat* changed, uint32_t capabilities) {
+            wl_pointer*& held = self(data).pointer;
+            const bool isThere = (capabilities & WL_SEAT_CAPABILITY_POINTER) != 0;
+            if (isThere == (held != nullptr)) return;
+            if (!isThere) {
+                wl_pointer_destroy(std::exchange(held, nullptr));
+                return;
+            }
+            held = wl_seat_get_pointer(changed);
+            wl_pointer_add_listener(held, &pointerListener, data);
+        },
+    .name = [](void*, wl_seat*, const char*) {},
+};
+const wl_pointer_listener WaylandWindow::Client::pointerListener = {
+    .enter = [](void* data, wl_pointer* entered, uint32_t serial, wl_surface*, wl_fixed_t,
+                wl_fixed_t) { wl_pointer_set_cursor(entered, serial, self(data).pointerSurface, 0, 0); },
+    .leave = [](void*, wl_pointer*, uint32_t, wl_surface*) {},
+    .motion = [](void*, wl_pointer*, uint32_t, wl_fixed_t, wl_fixed_t) {},
+    .button = [](void*, wl_pointer*, uint32_t, uint32_t, uint32_t, uint32_t) {},
+    .axis = [](void*, wl_pointer*, uint32_t, uint32_t, wl_fixed_t) {},
+};
+
 void WaylandWindow::Client::announced(uint32_t id, std::string_view interface, uint32_t version) {
     if (interface == wl_compositor_interface.name) {
         compositor = static_cast<wl_compositor*>(wl_registry_bind(registry, id, &wl_compositor_interface, 4));
@@ -132,6 +167,8 @@ void WaylandWindow::Client::announced(uint32_t id, std::string_view interface, u
     } else if (interface == zxdg_output_manager_v1_interface.name) {
         logicalOutputs = static_cast<zxdg_output_manager_v1*>(
             wl_registry_bind(registry, id, &zxdg_output_manager_v1_interface, std::min(version, 3u)));
+    } else if (interface == wl_seat_interface.name && seatID == 0) {
+        seatID = id;
     } else if (interface == wl_output_interface.name) {
         outputs.push_back(std::make_unique<Output>());
         outputs.back()->output = static_cast<wl_output*>(
@@ -192,17 +229,17 @@ void WaylandWindow::Client::adoptSize() {
     damage = {{0, 0, width, height}};
 }
 
-void WaylandWindow::Client::makeBuffer(Buffer& buffer) {
+void WaylandWindow::Client::makeBuffer(Buffer& buffer, int bufferWidth, int bufferHeight, uint32_t format) {
     buffer.release();
-    const int stride = width * 4;
-    buffer.bytes = static_cast<size_t>(stride) * static_cast<size_t>(height);
-    buffer.width = width;
+    const int stride = bufferWidth * 4;
+    buffer.bytes = static_cast<size_t>(stride) * static_cast<size_t>(bufferHeight);
+    buffer.width = bufferWidth;
     const int descriptor = memfd_create("painted-window", MFD_CLOEXEC);
     if (ftruncate(descriptor, static_cast<off_t>(buffer.bytes)) != 0) return;
     buffer.pixels = static_cast<uint32_t*>(
         mmap(nullptr, buffer.bytes, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0));
     wl_shm_pool* const pool = wl_shm_create_pool(memory, descriptor, static_cast<int>(buffer.bytes));
-    buffer.buffer = wl_shm_pool_create_buffer(pool, 0, width, height, stride, WL_SHM_FORMAT_XRGB8888);
+    buffer.buffer = wl_shm_pool_create_buffer(pool, 0, bufferWidth, bufferHeight, stride, format);
     wl_shm_pool_destroy(pool);
     ::close(descriptor);
     wl_buffer_add_listener(buffer.buffer, &kBufferListener, &buffer);
@@ -233,7 +270,27 @@ void WaylandWindow::Client::commit(wl_callback** frame) {
     wl_surface_commit(surface);
 }
 
+void WaylandWindow::Client::givePointer(int side, uint32_t colour) {
+    if (seatID == 0 || pointerSurface) return;
+    constexpr uint32_t kOpaque = 0xff000000;
+    makeBuffer(pointerBuffer, side, side, WL_SHM_FORMAT_ARGB8888);
+    if (!pointerBuffer.pixels) return;
+    std::fill_n(pointerBuffer.pixels, pointerBuffer.bytes / 4, colour | kOpaque);
+    pointerSurface = wl_compositor_create_surface(compositor);
+    wl_surface_attach(pointerSurface, pointerBuffer.buffer, 0, 0);
+    wl_surface_damage_buffer(pointerSurface, 0, 0, side, side);
+    wl_surface_commit(pointerSurface);
+    // Bound only now, so that it tells now what it has.
+    seat = static_cast<wl_seat*>(wl_registry_bind(registry, seatID, &wl_seat_interface, 1));
+    wl_seat_add_listener(seat, &seatListener, this);
+    wl_display_roundtrip(display);
+}
+
 void WaylandWindow::Client::close() {
+    if (pointer) wl_pointer_destroy(pointer);
+    if (pointerSurface) wl_surface_destroy(pointerSurface);
+    if (seat) wl_seat_destroy(seat);
+    pointerBuffer.release();
     for (Buffer& buffer : buffers)
         buffer.release();
     if (toplevel) xdg_toplevel_destroy(toplevel);
@@ -299,6 +356,14 @@ void WaylandWindow::fill(Box box, uint32_t colour) {
 
 void WaylandWindow::show() {
     client->commit(nullptr);
+    wl_display_roundtrip(client->display);
+}
+
+void WaylandWindow::givePointer(int side, uint32_t colour) {
+    client->givePointer(side, colour);
+}
+
+void WaylandWindow::handleEvents() {
     wl_display_roundtrip(client->display);
 }
 

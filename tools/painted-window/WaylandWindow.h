@@ -38,6 +38,11 @@ public:
     /// the display shows it with its next frame. After a change of the display's size the window is as large
     /// as that, and black.
     void show();
+    /// Over the window the pointer is a square of that colour, of which it points with the corner at the top left; from the
+    /// next `handleEvents` on after which it is there.
+    void givePointer(int side, uint32_t colour);
+    /// What the compositor tells meanwhile. Nothing is shown.
+    void handleEvents();
     /// As `show`, and the display has begun the frame after.
     void showAndAwaitFrame();
 

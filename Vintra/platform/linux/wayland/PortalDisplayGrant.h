@@ -5,6 +5,7 @@
 #include "Vintra/platform/linux/wayland/WaylandDesktop.h"
 
 #include <cstdint>
+#include <string>
 
 namespace vintra {
 
@@ -15,5 +16,8 @@ PortalRestoreTokens portalRestoreTokens(const WaylandDesktop& desktop);
 /// `SystemError`, also if the user shares another display. One thread.
 PortalScreenCast::Stream grantOfDisplay(const WaylandDesktop& desktop, PortalScreenCast& session,
                                         uint32_t displayID, bool showsCursor);
+
+/// Throws `SystemError` if what the desktop streams is another display by the stream's name. The user is asked again then.
+void requireDisplayOfStream(const WaylandDesktop& desktop, uint32_t displayID, const std::string& streamName);
 
 } // namespace vintra

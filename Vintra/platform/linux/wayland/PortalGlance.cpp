@@ -73,6 +73,7 @@ PortalGlance::Outcome PortalGlance::look() {
         std::move(granted.remote), granted.node,
         PortalVideoStream::Listener{.onFormat = noteSize, .onFrame = keep, .onLoss = [] {}});
     awaitPicture(sharing, content);
+    if (subject.displayID) requireDisplayOfStream(desktop, *subject.displayID, sharing.stream->nodeName());
     outcome.content = content.isEmpty() ? whole : content;
     if (subject.displayID && sharing.stream->frame()) {
         PortalFrameCopier copier({.sourceRect = {}, .displayWidth = 0, .queueDepth = 1, .onFree = wakeUp});

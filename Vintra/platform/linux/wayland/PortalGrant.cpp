@@ -1,6 +1,7 @@
 #include "Vintra/platform/linux/wayland/PortalGrant.h"
 
 #include <algorithm>
+#include <string_view>
 
 namespace vintra {
 namespace {
@@ -32,6 +33,16 @@ std::string displayGrantedInstead(const PortalScreenCast::Stream& granted, const
     if (other != outputs.end()) return "the display " + other->name;
     // The only display can't be mistaken for another.
     return outputs.size() > 1 ? "another display" : std::string();
+}
+
+std::string displayStreamedInstead(const std::string& streamName, const WaylandOutput& chosen,
+                                   const std::vector<WaylandOutput>& outputs) {
+    constexpr std::string_view kOfKWin = "kwin-screencast-";
+    if (!streamName.starts_with(kOfKWin)) return {};
+    const std::string_view streamed = std::string_view(streamName).substr(kOfKWin.size());
+    if (streamed == chosen.name) return {};
+    const auto other = std::ranges::find(outputs, streamed, &WaylandOutput::name);
+    return other == outputs.end() ? std::string() : "the display " + other->name;
 }
 
 } // namespace vintra

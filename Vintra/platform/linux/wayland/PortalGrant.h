@@ -16,4 +16,9 @@ namespace vintra {
 std::string displayGrantedInstead(const PortalScreenCast::Stream& granted, const WaylandOutput& chosen,
                                   const std::vector<WaylandOutput>& outputs, bool isOfWlroots);
 
+/// The same by the name that the desktop gives the stream. KDE's compositor names a display in it, while its portal tells
+/// no position before version 6. Empty where no display is named.
+std::string displayStreamedInstead(const std::string& streamName, const WaylandOutput& chosen,
+                                   const std::vector<WaylandOutput>& outputs);
+
 } // namespace vintra

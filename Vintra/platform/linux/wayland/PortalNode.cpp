@@ -27,6 +27,10 @@ struct PortalNode::Events {
         PortalNode& owner = self(data);
         if (id == PW_ID_CORE && sequence == owner.awaited) owner.listener.onFormats();
     }
+    static void info(void* data, const pw_node_info* info) {
+        const char* const name = info->props ? spa_dict_lookup(info->props, PW_KEY_MEDIA_NAME) : nullptr;
+        if (name) self(data).name_ = name;
+    }
     static void param(void* data, int, uint32_t id, uint32_t index, uint32_t, const spa_pod* param) {
         if (id == SPA_PARAM_EnumFormat && param) self(data).note(index, param);
     }
@@ -40,6 +44,7 @@ struct PortalNode::Events {
     static constexpr pw_node_events node = [] {
         pw_node_events events{};
         events.version = PW_VERSION_NODE_EVENTS;
+        events.info = info;
         events.param = param;
         return events;
     }();

@@ -31,6 +31,8 @@ public:
     /// Whether one of these formats is among those that it can send. True too if those aren't known.
     bool canSendAnyOf(const std::vector<const spa_pod*>& formats) const;
     bool hasToldFormats() const { return !formats.empty(); }
+    /// What the desktop calls the stream; empty if it doesn't.
+    const std::string& name() const { return name_; }
     /// Its formats in words; empty if they aren't known.
     std::string formatsInWords() const;
 
@@ -45,6 +47,7 @@ private:
     pw_node* node = nullptr;
     std::unique_ptr<spa_hook> coreHook;
     std::unique_ptr<spa_hook> nodeHook;
+    std::string name_;
     int awaited = 0;                            ///< the answer after which all has been told
     std::vector<std::vector<uint64_t>> formats; ///< parameters, by their words
 };

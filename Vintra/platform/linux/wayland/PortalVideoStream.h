@@ -51,6 +51,8 @@ public:
     void enterThread(Listener newListener);
 
     bool isStreaming() const { return streaming; }
+    /// What the desktop calls what it shares; known from the first format on, empty if it doesn't.
+    const std::string& nodeName() const { return node->name(); }
     /// Why no more frames will come; nothing while they do.
     const std::optional<SystemError>& end() const { return end_; }
     /// Of a stream that isn't streaming, some time after it was connected: the end of a sentence.

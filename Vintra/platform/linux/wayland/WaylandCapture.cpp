@@ -34,6 +34,8 @@ void WaylandCapture::open() {
         connect(askForWindow(), 0);
     }
     awaitStream();
+    if (settings.display)
+        requireDisplayOfStream(settings.desktop, settings.display->displayID, stream->nodeName());
 }
 
 void WaylandCapture::openPortal() {

@@ -1,5 +1,7 @@
 #include "tests/platform/linux/wayland/PortalDesktop.h"
 
+#include "tests/platform/linux/wayland/WaylandSession.h"
+#include "tests/support/ChildProcess.h"
 #include "tests/support/ProgramRun.h"
 
 #include <cstdlib>
@@ -58,11 +60,12 @@ bool turn(const std::string& display, int degrees, int scale) {
     return runTool("turn-display", {display, std::to_string(degrees), std::to_string(scale)});
 }
 
-/// GNOME's compositor lends its input devices for as long as a session of its interface is open. KDE's portal moves the
-/// pointer for programs that share the screen; its half that faces the desktop asks nobody.
+/// GNOME's compositor lends its input devices for as long as a session of its interface is open; on KDE a program of ours
+/// has one.
 struct Pointer::Bus {
     sd_bus* bus = nullptr;
     std::string session;
+    std::unique_ptr<ChildProcess> kwinsMover; ///< the latest
 
     Bus() {
         if (sd_bus_open_user(&bus) < 0 || !isGnome()) return;
@@ -98,15 +101,16 @@ Pointer::Pointer()
 Pointer::~Pointer() = default;
 
 bool Pointer::isThere() const {
-    return bus->bus && (isKde() || !bus->session.empty());
+    return isKde() || !bus->session.empty();
 }
 
 bool Pointer::moveBy(double x, double y) {
     if (isGnome()) return bus->call("NotifyPointerMotionRelative", "dd", x, y);
-    return sd_bus_call_method(bus->bus, "org.freedesktop.impl.portal.desktop.kde",
-                              "/org/freedesktop/portal/desktop", "org.freedesktop.impl.portal.RemoteDesktop",
-                              "NotifyPointerMotion", nullptr, nullptr, "oa{sv}dd", "/of/nobody", 0, x,
-                              y) >= 0;
+    auto mover = std::make_unique<ChildProcess>(
+        std::vector{WaylandSession::program("kwin-pointer"), std::to_string(x), std::to_string(y)});
+    if (mover->readLine() != "moved") return false;
+    bus->kwinsMover = std::move(mover);
+    return true;
 }
 
 /// By way of the corner, which stops every movement.

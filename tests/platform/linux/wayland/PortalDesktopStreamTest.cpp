@@ -2,6 +2,12 @@
 
 #include "tests/platform/linux/wayland/PortalDesktopFixture.h"
 
+#include "Vintra/platform/linux/screen/PixelRegion.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <utility>
+
 namespace vintra {
 namespace {
 
@@ -71,6 +77,90 @@ TEST_F(PortalDesktopStreamTest, onADenseDisplayARegionIsInPoints) {
     EXPECT_EQ(newestPicture()->part(2, 2, 196, 96).pixels, std::vector<uint32_t>(196 * 96, 0xc08040));
     stop(*stream);
     EXPECT_TRUE(turn(0));
+}
+
+TEST_F(PortalDesktopStreamTest, aDisplayIsNotTakenForTheOther) {
+    const std::string wanted = PortalDesktop::display(), granted = PortalDesktop::display(1);
+    ASSERT_TRUE(PortalDesktop::grant(tokensFile(), wanted, granted));
+    WaylandScreenCapture capture(desktop);
+    const auto error = start(*makeStream(capture, {SCContentFilter::Display{display(wanted), {}, {}}}));
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->localizedDescription(),
+              "The desktop was told to share the display " + granted + ", but " + wanted +
+                  " is to be recorded. Choose the same one in Vintra and in the "
+                  "desktop's question.");
+    EXPECT_EQ(folder.read("tokens").find(wanted), std::string::npos) << "the next take asks";
+}
+
+/// Around all that isn't of that colour; empty if all of it is.
+PixelRect boundsOfOthers(const ScreenPicture& picture, uint32_t colour) {
+    int left = picture.width, top = picture.height, right = 0, bottom = 0;
+    for (int y = 0; y < picture.height; ++y) {
+        for (int x = 0; x < picture.width; ++x) {
+            if (picture.at(x, y) == colour) continue;
+            left = std::min(left, x);
+            top = std::min(top, y);
+            right = std::max(right, x + 1);
+            bottom = std::max(bottom, y + 1);
+        }
+    }
+    return {left, top, right - left, bottom - top};
+}
+
+TEST_F(PortalDesktopStreamTest, aPointerThatMovesOverAStillPictureIsSeenAtEachPlaceWhereItIsWanted) {
+    constexpr uint32_t kBelow = 0x206080, kPointer = 0xff4020;
+    constexpr int kSide = 16;
+    // GNOME has no pointer but the window's; KDE's own is 24 pixels large, and points with one near its top left.
+    if (PortalDesktop::isGnome()) window->givePointer(kSide, kPointer);
+    constexpr int kLargest = 48, kHotSpot = 12;
+    window->fill({0, 0, window->width(), window->height()}, kBelow);
+    window->showAndAwaitFrame();
+    ScreenPicture below(window->width(), window->height());
+    below.fill(0, 0, below.width, below.height, kBelow);
+    PortalDesktop::Pointer pointer;
+    ASSERT_TRUE(pointer.isThere());
+    configuration.showsCursor = true;
+    auto stream = run();
+    std::shared_ptr<CVPixelBuffer> looked;
+    PixelRect seen;
+    const auto isSeenAt = [&](int x, int y) {
+        const auto samples = collector->samples();
+        if (samples.empty()) return false;
+        if (samples.back().imageBuffer() != looked) {
+            looked = samples.back().imageBuffer();
+            seen = boundsOfOthers(ScreenPicture(*looked), kBelow);
+        }
+        if (PortalDesktop::isGnome()) return seen == PixelRect{x, y, kSide, kSide};
+        return !seen.isEmpty() && seen.width <= kLargest && seen.height <= kLargest &&
+               std::abs(seen.x - x) <= kHotSpot && std::abs(seen.y - y) <= kHotSpot;
+    };
+    // A desktop that had no pointer takes its time to have one.
+    const auto giveUp = clock.now() + CMTimeMake(10, 1);
+    for (CMTime again = clock.now(); clock.now() < giveUp; clock.sleep(10'000)) {
+        window->handleEvents();
+        if (isSeenAt(100, 50)) break;
+        if (clock.now() < again) continue;
+        ASSERT_TRUE(pointer.moveTo(100, 50));
+        again = clock.now() + CMTimeMake(1, 2);
+    }
+    for (const auto& [x, y] : {std::pair{100, 50}, {300, 200}, {301, 203}, {900, 600}, {500, 40}}) {
+        if (x > 100) {
+            ASSERT_TRUE(pointer.moveTo(x, y));
+        }
+        EXPECT_TRUE(waitUntil([&] { return isSeenAt(x, y); })) << x << ", " << y;
+    }
+    stop(*stream);
+
+    configuration.showsCursor = false;
+    collector->forget();
+    stream = run();
+    EXPECT_TRUE(shows(below)) << "not wanted";
+    ASSERT_TRUE(pointer.moveTo(800, 500));
+    window->fill({0, 0, 1, 1}, kPointer);
+    window->show();
+    below.fill(0, 0, 1, 1, kPointer);
+    EXPECT_TRUE(shows(below)) << "not wanted";
+    stop(*stream);
 }
 
 TEST_F(PortalDesktopStreamTest, aDisplayThatWasGrantedOnceIsNotAskedForAgain) {

@@ -58,5 +58,14 @@ TEST(PortalGrant, theOnlyDisplayIsNeverAnother) {
     EXPECT_EQ(instead(Pair{0, 0}, Pair{1600, 900}, kLeft, false, {kLeft}), "");
 }
 
+TEST(PortalGrant, theStreamsNameTellsTheDisplayOnKde) {
+    const auto streamed = [](const std::string& name) { return displayStreamedInstead(name, kLeft, kAll); };
+    EXPECT_EQ(streamed("kwin-screencast-DP-1"), "");
+    EXPECT_EQ(streamed("kwin-screencast-DP-2"), "the display DP-2");
+    EXPECT_EQ(streamed("kwin-screencast-"), "") << "no display is named";
+    EXPECT_EQ(streamed("DP-2"), "") << "of somebody else";
+    EXPECT_EQ(streamed(""), "");
+}
+
 } // namespace
 } // namespace vintra
