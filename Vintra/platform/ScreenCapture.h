@@ -148,6 +148,10 @@ public:
     /// The completion may come on any thread.
     virtual void getShareableContent(bool excludingDesktopWindows, bool onScreenWindowsOnly,
                                      std::function<void(Content)> completion) = 0;
+    /// The same without windows, where reading them would take time that nobody needs.
+    virtual void getShareableDisplays(std::function<void(Content)> completion) {
+        getShareableContent(false, true, std::move(completion));
+    }
     /// The delegate is held weakly. Throws `SystemError`.
     virtual std::shared_ptr<SCStream> makeStream(const SCContentFilter& filter,
                                                  const SCStreamConfiguration& configuration,

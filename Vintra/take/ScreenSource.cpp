@@ -33,9 +33,12 @@ ScreenSource::ScreenSource(const Surroundings& surroundings)
     , overlays(surroundings.overlays)
     , tasks(*platform.mainThread) {}
 
-Task<SCShareableContent> ScreenSource::shareableContent() {
-    const auto begin = [capture = platform.screenCapture](auto done) {
-        capture->getShareableContent(false, true, done);
+Task<SCShareableContent> ScreenSource::shareableContent(Reads reads) {
+    const auto begin = [capture = platform.screenCapture, reads](auto done) {
+        if (reads == Reads::windowsToo)
+            capture->getShareableContent(false, true, done);
+        else
+            capture->getShareableDisplays(done);
     };
     auto answer = co_await awaitCompletion<ScreenCapture::Content>(*platform.mainThread, begin);
     if (answer.error) throw *answer.error;
@@ -43,7 +46,8 @@ Task<SCShareableContent> ScreenSource::shareableContent() {
 }
 
 Task<ScreenSource::Setup> ScreenSource::setUp() {
-    const SCShareableContent content = co_await shareableContent();
+    const SCShareableContent content =
+        co_await shareableContent(needsWindows() ? Reads::windowsToo : Reads::displays);
     if (content.displays.empty()) throw RecordingError::noDisplay();
     const SCDisplay display = chosenDisplay(content);
     const auto screen = area.screenWithNumber(display.displayID);
@@ -67,6 +71,11 @@ Task<ScreenSource::Setup> ScreenSource::setUp() {
     }
     setup.configuration = makeStreamConfiguration(display, window);
     co_return setup;
+}
+
+bool ScreenSource::needsWindows() const {
+    return *selection.screenCaptureMode == CaptureModeChoice::window ||
+           selection.effectiveCaptureMode() == CaptureModeChoice::window;
 }
 
 SCDisplay ScreenSource::chosenDisplay(const SCShareableContent& content) const {
@@ -106,7 +115,7 @@ SCContentFilter::Display ScreenSource::wholeDisplay(const SCShareableContent& co
 Task<std::optional<SCWindow>> ScreenSource::placeClickHighlight(NSScreen screen) {
     const auto number = overlays.placeClickHighlight(screen);
     if (!number) co_return std::nullopt;
-    const SCShareableContent content = co_await shareableContent();
+    const SCShareableContent content = co_await shareableContent(Reads::windowsToo);
     const auto found = std::ranges::find(content.windows, *number, &SCWindow::windowID);
     if (found == content.windows.end()) co_return std::nullopt;
     co_return *found;
@@ -145,7 +154,7 @@ SCStreamConfiguration ScreenSource::makeStreamConfiguration(const SCDisplay& dis
 Task<> ScreenSource::refreshDisplays() {
     SCShareableContent content;
     try {
-        content = co_await shareableContent();
+        content = co_await shareableContent(Reads::displays);
     } catch (const SystemError& error) {
         platform.log->write("screen", LogLevel::info,
                             "displays can't be read: " + error.localizedDescription());

@@ -39,7 +39,9 @@ public:
     void observeScreenChanges();
 
 private:
-    Task<SCShareableContent> shareableContent();
+    enum class Reads { displays, windowsToo };
+    Task<SCShareableContent> shareableContent(Reads reads);
+    bool needsWindows() const;
     Task<std::optional<SCWindow>> placeClickHighlight(NSScreen screen);
     SCDisplay chosenDisplay(const SCShareableContent& content) const;
     std::optional<SCWindow> chosenWindow(const SCShareableContent& content) const;

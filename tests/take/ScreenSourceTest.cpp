@@ -226,6 +226,15 @@ TEST_F(ScreenSourceTest, aWindowThatClosesBetweenPickAndStartIsNotReplacedByTheD
     EXPECT_TRUE(files().empty());
 }
 
+TEST_F(ScreenSourceTest, windowsAreReadOnlyWhereOneIsRecorded) {
+    recordFor(0.5);
+    EXPECT_EQ(machine.screenCapture->windowQueries, 0);
+    chooseWindow({300, 200});
+    machine.complete(recorder->startRecording(URL::fileURL(path("second_video.mov"))));
+    stop();
+    EXPECT_EQ(machine.screenCapture->windowQueries, 1);
+}
+
 TEST_F(ScreenSourceTest, clicksAreNotShownInAWindowsMovie) {
     recorder->showMouseClicks.set(true);
     chooseWindow({300, 200});

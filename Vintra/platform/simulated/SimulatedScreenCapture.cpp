@@ -12,14 +12,25 @@ SimulatedScreenCapture::SimulatedScreenCapture(SimulatedScreenStream::Services s
     , services(std::move(services)) {}
 
 void SimulatedScreenCapture::getShareableContent(bool, bool, std::function<void(Content)> completion) {
+    ++windowQueries;
+    answerQuery(true, std::move(completion));
+}
+
+void SimulatedScreenCapture::getShareableDisplays(std::function<void(Content)> completion) {
+    answerQuery(false, std::move(completion));
+}
+
+void SimulatedScreenCapture::answerQuery(bool withWindows, std::function<void(Content)> completion) {
     ++contentQueries;
     services.journal->note("screen content: query");
-    services.time->afterSeconds(contentSeconds, [this, completion = std::move(completion)] {
+    services.time->afterSeconds(contentSeconds, [this, withWindows, completion = std::move(completion)] {
         if (contentError) {
             completion({{}, contentError});
-        } else {
-            completion({content, std::nullopt});
+            return;
         }
+        Content answer{content, std::nullopt};
+        if (!withWindows) answer.content.windows.clear();
+        completion(std::move(answer));
     });
 }
 

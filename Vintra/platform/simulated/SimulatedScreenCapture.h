@@ -19,6 +19,8 @@ public:
 
     void getShareableContent(bool excludingDesktopWindows, bool onScreenWindowsOnly,
                              std::function<void(Content)> completion) override;
+    /// No windows in it.
+    void getShareableDisplays(std::function<void(Content)> completion) override;
     std::shared_ptr<SCStream> makeStream(const SCContentFilter& filter,
                                          const SCStreamConfiguration& configuration,
                                          std::weak_ptr<SCStreamDelegate> delegate) override;
@@ -26,7 +28,8 @@ public:
     SCShareableContent content;              ///< what queries find; read when they are answered
     std::optional<SystemError> contentError; ///< queries fail
     double contentSeconds = 0.1;             ///< how long a query takes
-    int64_t contentQueries = 0;
+    int64_t contentQueries = 0;              ///< of both kinds
+    int64_t windowQueries = 0;               ///< those of them that ask for windows too
     std::optional<SystemError> makeStreamError;
     SimulatedStreamScript script; ///< of the streams to come
 
@@ -39,6 +42,7 @@ public:
     std::optional<SCStreamConfiguration> lastConfiguration;
 
 private:
+    void answerQuery(bool withWindows, std::function<void(Content)> completion);
     bool isThere(const SCContentFilter& filter) const;
 
     SimulatedScreenStream::Services services;

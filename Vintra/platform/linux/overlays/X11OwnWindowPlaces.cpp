@@ -100,8 +100,8 @@ X11OwnWindowPlaces::Known X11OwnWindowPlaces::read(::Window outermost) {
         .frame = {attributes.x, attributes.y, attributes.width + border, attributes.height + border}};
     const ::Window managed = clientIn(outermost, kDeepestClient);
     const ::Window client = managed != 0 ? managed : outermost;
-    result.isOwn = readProcess(display, client) == ::getpid();
     const auto described = readWindow(display, client);
+    result.isOwn = described && described->process == ::getpid();
     result.hidesOwn = !result.isOwn && described && described->kind == X11Window::Kind::ordinary;
     return result;
 }

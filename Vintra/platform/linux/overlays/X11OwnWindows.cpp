@@ -99,7 +99,7 @@ void X11OwnWindows::refreshIfNeeded() const {
     for (const X11Window& window : readWindows(connection->server())) {
         const bool isOverlay =
             std::ranges::any_of(connection->parts(), [&](const auto* part) { return part->owns(window.id); });
-        if (isOverlay || readProcess(connection->server(), window.id) != ::getpid()) continue;
+        if (isOverlay || window.process != ::getpid()) continue;
         others.push_back({.number = static_cast<uint32_t>(window.id),
                           .frame = outerFrame(*connection, window),
                           .isVisible = window.isOnScreen,

@@ -15,8 +15,8 @@ namespace vintra {
 X11ScreenCapture::X11ScreenCapture(std::string displayName)
     : displayName(std::move(displayName)) {}
 
-void X11ScreenCapture::getShareableContent(bool excludingDesktopWindows, bool onScreenWindowsOnly,
-                                           std::function<void(Content)> completion) {
+ScreenCapture::Content X11ScreenCapture::read(
+    const std::function<void(X11Display&, double scale, SCShareableContent&)>& readMore) const {
     Content result;
     try {
         // In this order: closing the connection asks the server too.
@@ -30,19 +30,30 @@ void X11ScreenCapture::getShareableContent(bool excludingDesktopWindows, bool on
                                                wholePointsCovering(monitor.frame.height, scale),
                                                monitor.frame.width, monitor.frame.height});
         }
-        for (const X11Window& window : readWindows(*display)) {
-            if (window.kind == X11Window::Kind::passing) continue;
-            const bool isOfDesktop = window.kind != X11Window::Kind::ordinary;
-            if ((excludingDesktopWindows && isOfDesktop) || (onScreenWindowsOnly && !window.isOnScreen))
-                continue;
-            result.content.windows.push_back({static_cast<uint32_t>(window.id), pointsOf(window.frame, scale),
-                                              readTitle(*display, window.id)});
-        }
+        if (readMore) readMore(*display, scale, result.content);
         if (display->isDead()) throw patience->isOver() ? X11Display::noAnswer() : X11Display::serverGone();
     } catch (const SystemError& error) {
         result = {{}, error};
     }
-    completion(std::move(result));
+    return result;
+}
+
+void X11ScreenCapture::getShareableDisplays(std::function<void(Content)> completion) {
+    completion(read({}));
+}
+
+void X11ScreenCapture::getShareableContent(bool excludingDesktopWindows, bool onScreenWindowsOnly,
+                                           std::function<void(Content)> completion) {
+    completion(read([&](X11Display& display, double scale, SCShareableContent& content) {
+        for (const X11Window& window : readWindows(display)) {
+            if (window.kind == X11Window::Kind::passing) continue;
+            const bool isOfDesktop = window.kind != X11Window::Kind::ordinary;
+            if ((excludingDesktopWindows && isOfDesktop) || (onScreenWindowsOnly && !window.isOnScreen))
+                continue;
+            content.windows.push_back(
+                {static_cast<uint32_t>(window.id), pointsOf(window.frame, scale), window.title});
+        }
+    }));
 }
 
 std::shared_ptr<SCStream> X11ScreenCapture::makeStream(const SCContentFilter& filter,

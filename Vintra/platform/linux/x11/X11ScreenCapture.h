@@ -7,6 +7,8 @@
 
 namespace vintra {
 
+class X11Display;
+
 /// What can be captured of an X desktop: the displays that RandR tells, whole or a part, and single windows.
 /// The server hands out a display only as a whole, with all that shows on it: so the content names no
 /// application that could be left out, and a filter that excludes one is refused.
@@ -23,11 +25,14 @@ public:
 
     void getShareableContent(bool excludingDesktopWindows, bool onScreenWindowsOnly,
                              std::function<void(Content)> completion) override;
+    void getShareableDisplays(std::function<void(Content)> completion) override;
     std::shared_ptr<SCStream> makeStream(const SCContentFilter& filter,
                                          const SCStreamConfiguration& configuration,
                                          std::weak_ptr<SCStreamDelegate> delegate) override;
 
 private:
+    Content read(const std::function<void(X11Display&, double scale, SCShareableContent&)>& readMore) const;
+
     std::string displayName;
 };
 

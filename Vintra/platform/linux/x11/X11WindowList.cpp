@@ -29,13 +29,13 @@ std::optional<std::string> unlessEmpty(std::string text) {
     return text;
 }
 
-CGWindowInfo infoOf(X11Display& display, const X11Window& window, double scale) {
+CGWindowInfo infoOf(const X11Window& window, double scale) {
     return {.number = static_cast<uint32_t>(window.id),
             .bounds = pointsOf(window.frame, scale),
             .layer = layerOf(window.kind),
-            .ownerPID = readProcess(display, window.id),
-            .ownerName = unlessEmpty(readApplicationName(display, window.id)),
-            .name = unlessEmpty(readTitle(display, window.id))};
+            .ownerPID = window.process,
+            .ownerName = unlessEmpty(window.application),
+            .name = unlessEmpty(window.title)};
 }
 
 } // namespace
@@ -63,7 +63,7 @@ std::vector<CGWindowInfo> X11WindowList::onScreenWindowsExcludingDesktopElements
     const double scale = readScale(*server);
     for (const X11Window& window : readWindows(*server)) {
         if (!window.isOnScreen || window.kind == X11Window::Kind::desktop) continue;
-        list.push_back(infoOf(*server, window, scale));
+        list.push_back(infoOf(window, scale));
     }
     if (server->isDead()) return {};
     return list;
@@ -75,7 +75,7 @@ std::optional<CGWindowInfo> X11WindowList::window(uint32_t number) const {
     const X11Patience patience(*server, X11Display::kPatience);
     const auto found = readWindow(*server, number);
     if (!found) return std::nullopt;
-    CGWindowInfo info = infoOf(*server, *found, readScale(*server));
+    CGWindowInfo info = infoOf(*found, readScale(*server));
     if (server->isDead()) return std::nullopt;
     return info;
 }

@@ -1,13 +1,18 @@
 #include "Vintra/platform/linux/x11/X11Windows.h"
 
+#include "Vintra/platform/linux/x11/X11WindowQuestions.h"
+
 #include <X11/Xatom.h>
-#include <X11/Xutil.h>
 
 #include <algorithm>
 #include <map>
+#include <set>
 
 namespace vintra {
 namespace {
+
+constexpr size_t kMostWindows = 4096; // more than any desktop shows
+constexpr int kMostFrames = 16;       // that window managers put around one window, one in the other
 
 /// A property's items of 32 bits; empty if it isn't there.
 std::vector<unsigned long> readNumbers(X11Display& display, ::Window window, const char* name, Atom type) {
@@ -32,144 +37,70 @@ std::vector<unsigned long> readNumbers(X11Display& display, ::Window window, con
     return numbers;
 }
 
-struct Family {
-    ::Window parent = 0;
-    std::vector<::Window> children; ///< back to front
-};
-
-Family readFamily(X11Display& display, ::Window window) {
-    Family family;
-    ::Window root = 0;
-    ::Window* children = nullptr;
-    unsigned count = 0;
-    if (!XQueryTree(display.get(), window, &root, &family.parent, &children, &count)) return family;
-    if (children) {
-        family.children.assign(children, children + count);
-        XFree(children);
+/// The windows that a window manager looks after, back to front, by the child of the root window that each is or lies in.
+std::map<::Window, std::vector<::Window>> readManaged(X11WindowQuestions& questions,
+                                                      const std::vector<::Window>& outermost) {
+    const std::set<::Window> isOutermost(outermost.begin(), outermost.end());
+    std::vector<::Window> clients = questions.managedWindows();
+    clients.resize(std::min(clients.size(), kMostWindows));
+    std::vector<::Window> around = clients;
+    for (int level = 0; level < kMostFrames; ++level) {
+        std::vector<::Window> asked;
+        for (const ::Window window : around) {
+            if (window != 0 && !isOutermost.contains(window)) asked.push_back(window);
+        }
+        if (asked.empty()) break;
+        const std::map<::Window, ::Window> parents = questions.parentsOf(asked);
+        for (::Window& window : around) {
+            if (window != 0 && !isOutermost.contains(window)) window = parents.at(window);
+        }
     }
-    return family;
-}
-
-/// The child of the root window that the window is, or lies in; 0 if it has gone.
-::Window readOutermost(X11Display& display, ::Window window) {
-    while (window != 0) {
-        const ::Window parent = readFamily(display, window).parent;
-        if (parent == display.root()) return window;
-        window = parent;
+    std::map<::Window, std::vector<::Window>> managed;
+    for (size_t i = 0; i < clients.size(); ++i) {
+        if (isOutermost.contains(around[i])) managed[around[i]].push_back(clients[i]);
     }
-    return 0;
-}
-
-std::vector<unsigned long> readManagedWindows(X11Display& display) {
-    auto windows = readNumbers(display, display.root(), "_NET_CLIENT_LIST_STACKING", XA_WINDOW);
-    if (windows.empty()) windows = readNumbers(display, display.root(), "_NET_CLIENT_LIST", XA_WINDOW);
-    return windows;
-}
-
-X11Window::Kind readKind(X11Display& display, ::Window window, bool isUnmanaged) {
-    const auto types = readNumbers(display, window, "_NET_WM_WINDOW_TYPE", XA_ATOM);
-    const auto is = [&](const char* name) {
-        const Atom type = XInternAtom(display.get(), name, True);
-        return type != 0 && std::find(types.begin(), types.end(), type) != types.end();
-    };
-    if (is("_NET_WM_WINDOW_TYPE_DESKTOP")) return X11Window::Kind::desktop;
-    if (is("_NET_WM_WINDOW_TYPE_DOCK")) return X11Window::Kind::dock;
-    const char* const passing[] = {"_NET_WM_WINDOW_TYPE_DROPDOWN_MENU", "_NET_WM_WINDOW_TYPE_POPUP_MENU",
-                                   "_NET_WM_WINDOW_TYPE_TOOLTIP",       "_NET_WM_WINDOW_TYPE_NOTIFICATION",
-                                   "_NET_WM_WINDOW_TYPE_COMBO",         "_NET_WM_WINDOW_TYPE_DND",
-                                   "_NET_WM_WINDOW_TYPE_SPLASH"};
-    if (isUnmanaged || std::any_of(std::begin(passing), std::end(passing), is)) {
-        return X11Window::Kind::passing;
-    }
-    return X11Window::Kind::ordinary;
+    return managed;
 }
 
 } // namespace
 
 PixelRect withoutShadow(X11Display& display, ::Window window, PixelRect frame) {
-    // Left, right, top, bottom, in pixels.
     const auto extents = readNumbers(display, window, kShadowProperty, XA_CARDINAL);
-    if (extents.size() != 4) return frame;
-    const auto most = static_cast<unsigned long>(std::max(frame.width, frame.height));
-    if (std::ranges::any_of(extents, [most](unsigned long side) { return side > most; })) return frame;
-    const auto side = [&](size_t index) { return static_cast<int>(extents[index]); };
-    const PixelRect rest{frame.x + side(0), frame.y + side(2), frame.width - side(0) - side(1),
-                         frame.height - side(2) - side(3)};
-    return rest.isEmpty() ? frame : rest;
+    return withoutShadow(std::vector<uint32_t>(extents.begin(), extents.end()), frame);
 }
 
 std::optional<X11Window> readWindow(X11Display& display, ::Window id) {
-    XWindowAttributes attributes{};
-    XWindowAttributes root{};
-    ::Window child = 0;
-    int x = 0;
-    int y = 0;
-    if (!XGetWindowAttributes(display.get(), id, &attributes) || attributes.c_class != InputOutput ||
-        !XGetWindowAttributes(display.get(), display.root(), &root) ||
-        !XTranslateCoordinates(display.get(), id, display.root(), 0, 0, &x, &y, &child)) {
-        return std::nullopt;
-    }
-    X11Window window{.id = id,
-                     .kind = readKind(display, id, attributes.override_redirect != 0),
-                     .frame = withoutShadow(display, id, {x, y, attributes.width, attributes.height})};
-    window.isOnScreen = attributes.map_state == IsViewable &&
-                        !intersection(window.frame, {0, 0, root.width, root.height}).isEmpty();
-    return window;
+    X11WindowQuestions questions(display);
+    auto windows = questions.describe({id});
+    if (windows.empty()) return std::nullopt;
+    return windows.front();
 }
 
 std::vector<X11Window> readWindows(X11Display& display) {
-    std::map<::Window, std::vector<::Window>> managed; ///< by the outermost window around them, back to front
-    for (const unsigned long window : readManagedWindows(display)) {
-        if (const ::Window outermost = readOutermost(display, window)) managed[outermost].push_back(window);
-    }
-    std::vector<X11Window> windows;
-    const auto add = [&](::Window id, bool isManaged) {
-        auto window = readWindow(display, id);
-        if (!window) return;
-        if (!isManaged && window->kind == X11Window::Kind::ordinary) window->kind = X11Window::Kind::passing;
-        windows.push_back(*window);
-    };
-    std::vector<::Window> outermost = readFamily(display, display.root()).children;
+    X11WindowQuestions questions(display);
+    std::vector<::Window> outermost = questions.childrenOfRoot();
+    auto managed = readManaged(questions, outermost);
     std::reverse(outermost.begin(), outermost.end());
+    std::vector<::Window> all;
+    std::set<::Window> isManaged;
     for (const ::Window window : outermost) {
         const auto within = managed.find(window);
         if (within == managed.end()) {
-            add(window, managed.empty()); // without a window manager they are all the programs' own
+            all.push_back(window);
             continue;
         }
-        std::reverse(within->second.begin(), within->second.end());
-        for (const ::Window client : within->second)
-            add(client, true);
+        all.insert(all.end(), within->second.rbegin(), within->second.rend());
+        isManaged.insert(within->second.begin(), within->second.end());
+    }
+    all.resize(std::min(all.size(), kMostWindows));
+    std::vector<X11Window> windows = questions.describe(all);
+    // Without a window manager they are all the programs' own.
+    for (X11Window& window : windows) {
+        const bool isOwn = managed.empty() || isManaged.contains(window.id);
+        if (!isOwn && window.kind == X11Window::Kind::ordinary) window.kind = X11Window::Kind::passing;
     }
     if (display.isDead()) return {};
     return windows;
-}
-
-std::string readTitle(X11Display& display, ::Window window) {
-    XTextProperty property{};
-    const Atom modern = XInternAtom(display.get(), "_NET_WM_NAME", False);
-    if (!XGetTextProperty(display.get(), window, &property, modern) &&
-        !XGetWMName(display.get(), window, &property)) {
-        return {};
-    }
-    std::string title;
-    char** list = nullptr;
-    int count = 0;
-    if (Xutf8TextPropertyToTextList(display.get(), &property, &list, &count) >= Success && list) {
-        if (count > 0) title = list[0];
-        XFreeStringList(list);
-    }
-    XFree(property.value);
-    return title;
-}
-
-std::string readApplicationName(X11Display& display, ::Window window) {
-    XClassHint hint{};
-    if (!XGetClassHint(display.get(), window, &hint)) return {};
-    std::string name = hint.res_class ? hint.res_class : "";
-    XFree(hint.res_name);
-    XFree(hint.res_class);
-    return name;
 }
 
 std::optional<int32_t> readProcess(X11Display& display, ::Window window) {
