@@ -3,7 +3,6 @@
 #include "Vintra/platform/linux/runtime/LinuxEventLoop.h"
 #include "tests/platform/linux/wayland/WaylandSession.h"
 
-#include <algorithm>
 #include <gtest/gtest.h>
 
 namespace vintra {
@@ -13,16 +12,11 @@ protected:
     void SetUp() override {
         if (!WaylandSession::isThere()) GTEST_SKIP() << "there is no Wayland session";
     }
-    std::vector<std::string> names() const {
-        std::vector<std::string> all;
-        for (const NSScreen& screen : screens.screens())
-            all.push_back(screen.localizedName);
-        return all;
-    }
-    /// Until the observer was told of as many displays.
-    bool waitForCount(size_t count) {
+    /// Until the observer was told and the first display has that width.
+    bool waitForWidth(double width) {
         constexpr int64_t kPatience = 20'000'000'000; // nanoseconds
-        return mainThread->runUntil([&] { return told && names().size() == count; }, kPatience);
+        const auto isSo = [&] { return told && screens.screens().at(0).frame.size.width == width; };
+        return mainThread->runUntil(isSo, kPatience);
     }
 
     std::shared_ptr<LinuxEventLoop> mainThread = std::make_shared<LinuxEventLoop>();
@@ -30,25 +24,22 @@ protected:
     bool told = false;
 };
 
-TEST_F(WaylandScreensTest, aDisplayThatIsPluggedInAndOneThatGoesAreTold) {
-    const std::vector<std::string> before = names();
+// sway never lets go of a display that it was given without a screen, so this one changes instead of going. What comes and
+// goes is told by the same observer.
+TEST_F(WaylandScreensTest, aDisplayThatChangesIsTold) {
+    ASSERT_TRUE(WaylandSession::resize("HEADLESS-1", 640, 480));
     const auto observation = screens.observeChanges([&] {
         EXPECT_TRUE(mainThread->isCurrent());
         told = true;
     });
     ASSERT_NE(observation, nullptr);
-    ASSERT_TRUE(waitForCount(before.size())); // what is there at the beginning is told
+    ASSERT_TRUE(waitForWidth(640)); // what is there at the beginning is told
     told = false;
-    ASSERT_TRUE(WaylandSession::sway({"create_output"}));
-    ASSERT_TRUE(waitForCount(before.size() + 1));
-    std::string added;
-    for (const std::string& name : names()) {
-        if (std::ranges::find(before, name) == before.end()) added = name;
-    }
+    ASSERT_TRUE(WaylandSession::resize("HEADLESS-1", 800, 600));
+    EXPECT_TRUE(waitForWidth(800));
     told = false;
-    ASSERT_TRUE(WaylandSession::sway({"output", added, "disable"}));
-    EXPECT_TRUE(waitForCount(before.size()));
-    EXPECT_EQ(names(), before);
+    ASSERT_TRUE(WaylandSession::resize("HEADLESS-1", 640, 480));
+    EXPECT_TRUE(waitForWidth(640));
 }
 
 } // namespace vintra
