@@ -21,6 +21,8 @@ protected:
     SCDisplay display(const std::string& name);
     /// Granted, and running.
     std::shared_ptr<LinuxScreenStream> run(const std::string& name = PortalDesktop::display());
+    /// The window's picture as it is.
+    void showAgain();
     /// Another colour in every pixel, all over the window; different from the picture of another number.
     void paintPicture(WaylandWindow& onto, int number = 0);
     static ScreenPicture picture(int width, int height, int number = 0);
