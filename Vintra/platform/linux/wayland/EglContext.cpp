@@ -1,11 +1,14 @@
 #include "Vintra/platform/linux/wayland/EglContext.h"
 
 #include <algorithm>
+#include <array>
 #include <sstream>
 #include <utility>
 
 namespace vintra {
 namespace {
+
+constexpr EGLint kMostCards = 8;
 
 /// Whether a list of words has that word.
 bool hasExtension(const std::string& list, const std::string& wanted) {
@@ -26,9 +29,13 @@ EglContext::EglContext(std::unique_ptr<EglFunctions> functions)
 
 // The display isn't terminated: it is the process's, and others may use it.
 EglContext::~EglContext() {
+    close();
+}
+
+void EglContext::close() {
     if (context == EGL_NO_CONTEXT) return;
     leaveThread();
-    functions->destroyContext(display_, context);
+    functions->destroyContext(display_, std::exchange(context, EGL_NO_CONTEXT));
 }
 
 std::unique_ptr<EglContext> EglContext::make(const EglLibraries& libraries, std::string& problem) {
@@ -40,23 +47,39 @@ std::unique_ptr<EglContext> EglContext::make(const EglLibraries& libraries, std:
     return made;
 }
 
-/// A display of no window system, or else of the first card.
-void EglContext::openDisplay() {
+/// A display of no window system, and those of the cards. Beside another maker's driver the first is drawn by the processor.
+std::vector<EGLDisplay> EglContext::displays() const {
+    std::vector<EGLDisplay> found;
+    const auto add = [&](EGLenum platform, void* native) {
+        const EGLDisplay one = functions->getPlatformDisplay(platform, native, nullptr);
+        if (one != EGL_NO_DISPLAY) found.push_back(one);
+    };
     const std::string client = textOrEmpty(functions->queryString(EGL_NO_DISPLAY, EGL_EXTENSIONS));
-    if (!functions->getPlatformDisplay) return;
-    if (hasExtension(client, "EGL_MESA_platform_surfaceless"))
-        display_ = functions->getPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, nullptr, nullptr);
-    if (display_ != EGL_NO_DISPLAY || !hasExtension(client, "EGL_EXT_platform_device")) return;
-    EGLDeviceEXT device = nullptr;
+    if (!functions->getPlatformDisplay) return found;
+    if (hasExtension(client, "EGL_MESA_platform_surfaceless")) add(EGL_PLATFORM_SURFACELESS_MESA, nullptr);
+    if (!hasExtension(client, "EGL_EXT_platform_device") || !functions->queryDevices) return found;
+    std::array<EGLDeviceEXT, kMostCards> cards{};
     EGLint count = 0;
-    if (functions->queryDevices && functions->queryDevices(1, &device, &count) && count > 0)
-        display_ = functions->getPlatformDisplay(EGL_PLATFORM_DEVICE_EXT, device, nullptr);
+    if (!functions->queryDevices(kMostCards, cards.data(), &count)) return found;
+    for (EGLint i = 0; i < std::min(count, kMostCards); ++i)
+        add(EGL_PLATFORM_DEVICE_EXT, cards[static_cast<size_t>(i)]);
+    return found;
 }
 
-/// Why the card can't be used; empty if it can.
+/// Why the card can't be used, with the first display; empty if one can.
 std::string EglContext::open() {
-    openDisplay();
-    if (display_ == EGL_NO_DISPLAY) return "EGL has no display without a window";
+    std::string first;
+    for (const EGLDisplay one : displays()) {
+        display_ = one;
+        const std::string why = openDisplay();
+        if (why.empty()) return {};
+        close();
+        if (first.empty()) first = why;
+    }
+    return first.empty() ? "EGL has no display without a window" : first;
+}
+
+std::string EglContext::openDisplay() {
     if (!functions->initialize(display_, nullptr, nullptr)) return "EGL doesn't start";
     const std::string extensions = textOrEmpty(functions->queryString(display_, EGL_EXTENSIONS));
     for (const char* const needed : {"EGL_EXT_image_dma_buf_import", "EGL_KHR_surfaceless_context"})
@@ -89,13 +112,18 @@ std::string EglContext::openContext(const std::string& extensions) {
 
 bool EglContext::enterThread() {
     if (isCurrent) return true;
+    before = {functions->getCurrentDisplay(), functions->getCurrentSurface(EGL_DRAW),
+              functions->getCurrentSurface(EGL_READ), functions->getCurrentContext()};
     isCurrent = functions->makeCurrent(display_, EGL_NO_SURFACE, EGL_NO_SURFACE, context) == EGL_TRUE;
     return isCurrent;
 }
 
 void EglContext::leaveThread() {
-    if (std::exchange(isCurrent, false))
+    if (!std::exchange(isCurrent, false)) return;
+    if (before.context == EGL_NO_CONTEXT)
         functions->makeCurrent(display_, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+    else
+        functions->makeCurrent(before.display, before.draw, before.read, before.context);
 }
 
 std::vector<uint64_t> EglContext::modifiersOf(uint32_t format) const {

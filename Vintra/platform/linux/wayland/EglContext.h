@@ -27,6 +27,7 @@ public:
 
     /// Before any call of `gl` on a thread. False if the card refuses.
     bool enterThread();
+    /// The thread has the context again that it had before, if it had one.
     void leaveThread();
 
     const EglFunctions& gl() const { return *functions; }
@@ -36,9 +37,19 @@ public:
     PortalPixels readOrder() const { return readOrder_; }
 
 private:
+    /// Somebody else's context.
+    struct Current {
+        EGLDisplay display = EGL_NO_DISPLAY;
+        EGLSurface draw = EGL_NO_SURFACE;
+        EGLSurface read = EGL_NO_SURFACE;
+        EGLContext context = EGL_NO_CONTEXT;
+    };
+
     explicit EglContext(std::unique_ptr<EglFunctions> functions);
     std::string open();
-    void openDisplay();
+    std::vector<EGLDisplay> displays() const;
+    std::string openDisplay();
+    void close();
     std::string openContext(const std::string& extensions);
     std::vector<uint64_t> modifiersOf(uint32_t format) const;
 
@@ -46,6 +57,7 @@ private:
     EGLDisplay display_ = EGL_NO_DISPLAY;
     EGLContext context = EGL_NO_CONTEXT;
     bool isCurrent = false;
+    Current before; ///< on the thread that has the context now
     bool takesModifiers_ = false;
     PortalPixels readOrder_ = PortalPixels::rgbx;
 };

@@ -21,7 +21,8 @@ void* openLibrary(const std::string& name, std::string& problem) {
     void* const library = ::dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
     if (!library) {
         const char* const why = ::dlerror();
-        problem = why ? why : name + " can't be opened";
+        problem = (why ? why : name + " can't be opened") +
+                  std::string("; install libEGL and libGLESv2, the packages libegl1 and libgles2");
     }
     return library;
 }
@@ -58,6 +59,9 @@ std::unique_ptr<EglFunctions> EglFunctions::load(const EglLibraries& libraries, 
     egl.find(functions->createContext, "eglCreateContext");
     egl.find(functions->destroyContext, "eglDestroyContext");
     egl.find(functions->makeCurrent, "eglMakeCurrent");
+    egl.find(functions->getCurrentContext, "eglGetCurrentContext");
+    egl.find(functions->getCurrentDisplay, "eglGetCurrentDisplay");
+    egl.find(functions->getCurrentSurface, "eglGetCurrentSurface");
     gles.find(functions->getString, "glGetString");
     gles.find(functions->getGlError, "glGetError");
     gles.find(functions->genTextures, "glGenTextures");

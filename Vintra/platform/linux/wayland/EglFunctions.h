@@ -33,6 +33,9 @@ struct EglFunctions {
     decltype(&eglCreateContext) createContext = nullptr;
     decltype(&eglDestroyContext) destroyContext = nullptr;
     decltype(&eglMakeCurrent) makeCurrent = nullptr;
+    decltype(&eglGetCurrentContext) getCurrentContext = nullptr;
+    decltype(&eglGetCurrentDisplay) getCurrentDisplay = nullptr;
+    decltype(&eglGetCurrentSurface) getCurrentSurface = nullptr;
     // Of extensions: null where the library has none.
     PFNEGLGETPLATFORMDISPLAYEXTPROC getPlatformDisplay = nullptr;
     PFNEGLQUERYDEVICESEXTPROC queryDevices = nullptr;

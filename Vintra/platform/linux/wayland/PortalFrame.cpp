@@ -79,8 +79,10 @@ bool isPortalFrameIntact(const spa_buffer& buffer) {
     const auto* const header = findMeta<spa_meta_header>(buffer, SPA_META_Header);
     if (header && (header->flags & SPA_META_HEADER_FLAG_CORRUPTED) != 0) return false;
     if (buffer.n_datas < 1) return false;
-    const spa_chunk* const chunk = buffer.datas[0].chunk;
-    return chunk && chunk->size > 0 && (chunk->flags & SPA_CHUNK_FLAG_CORRUPTED) == 0;
+    const spa_data& data = buffer.datas[0];
+    if (!data.chunk || (data.chunk->flags & SPA_CHUNK_FLAG_CORRUPTED) != 0) return false;
+    // Of a graphics card's memory some desktops tell no sizes at all.
+    return data.chunk->size > 0 || (data.type == SPA_DATA_DmaBuf && data.maxsize == 0);
 }
 
 std::optional<PortalFrame> readPortalFrame(const spa_buffer& buffer, const PortalVideoFormat& format,

@@ -52,11 +52,17 @@ bool PortalGraphicsBuffers::isOfferedByCard(const DmaBufLayout& layout) const {
            std::ranges::find(known->modifiers, layout.modifier) != known->modifiers.end();
 }
 
+bool PortalGraphicsBuffers::canRead(const DmaBufLayout& layout) const {
+    return (layout.modifier == kLinearModifier && canMap) || isOfferedByCard(layout);
+}
+
 std::optional<PortalMemory> PortalGraphicsBuffers::memory(const spa_buffer& buffer,
                                                           const PortalVideoFormat& format) {
     if (!format.dmaBuf) return std::nullopt; // memory of a kind that wasn't asked for
     if (format.dmaBuf->modifier == kLinearModifier && canMap) {
-        if (const auto found = mapped(buffer)) return found;
+        const auto found = mapped(buffer);
+        // Where it could be done before, it fails for a moment: of too many open files, or too little memory.
+        if (found || hasMapped) return found;
         canMap = false;
         useCard();
     }
@@ -76,6 +82,7 @@ std::optional<PortalMemory> PortalGraphicsBuffers::mapped(const spa_buffer& buff
         kept = std::move(made.mapping);
     }
     if (!kept) return std::nullopt;
+    hasMapped = true;
     const size_t begin = std::min<size_t>(data.mapoffset, kept->size());
     return PortalMemory{kept->bytes() + begin, kept->size() - begin, kept.get()};
 }

@@ -25,7 +25,10 @@ public:
     std::vector<DmaBufOffer> offers() const;
     /// True if there is more to offer now: the card's driver is loaded, which takes time and memory.
     bool useCard();
-    /// The pixels of a buffer. Nothing if they can't be had: from then on its layout isn't offered.
+    /// Whether a buffer of that layout may be read, as far as is known.
+    bool canRead(const DmaBufLayout& layout) const;
+    /// The pixels of a buffer. Nothing if they can't be had: from then on its layout isn't offered, unless others of it
+    /// could be read.
     std::optional<PortalMemory> memory(const spa_buffer& buffer, const PortalVideoFormat& format);
     /// The desktop takes the buffer back.
     void forget(const spa_buffer& buffer);
@@ -42,6 +45,7 @@ private:
 
     const EglLibraries libraries;
     bool canMap = true;
+    bool hasMapped = false; ///< at least once
     bool hasTriedCard = false;
     std::unique_ptr<EglContext> card;
     std::vector<DmaBufOffer> cardOffers;

@@ -25,7 +25,9 @@ struct PortalNode::Events {
 
     static void done(void* data, uint32_t id, int sequence) {
         PortalNode& owner = self(data);
-        if (id == PW_ID_CORE && sequence == owner.awaited) owner.listener.onFormats();
+        if (id != PW_ID_CORE || sequence != owner.awaited) return;
+        owner.formats = std::exchange(owner.coming, {});
+        owner.listener.onFormats();
     }
     static void info(void* data, const pw_node_info* info) {
         const char* const name = info->props ? spa_dict_lookup(info->props, PW_KEY_MEDIA_NAME) : nullptr;
@@ -80,12 +82,12 @@ void PortalNode::await() {
 /// A changed list comes from its beginning again.
 void PortalNode::note(uint32_t index, const spa_pod* param) {
     if (index == 0) {
-        formats.clear();
+        coming.clear();
         await();
     }
     std::vector<uint64_t> words((SPA_POD_SIZE(param) + sizeof(uint64_t) - 1) / sizeof(uint64_t));
     std::memcpy(words.data(), param, SPA_POD_SIZE(param));
-    formats.push_back(std::move(words));
+    coming.push_back(std::move(words));
 }
 
 bool PortalNode::canSendAnyOf(const std::vector<const spa_pod*>& wanted) const {

@@ -50,6 +50,7 @@ private:
     std::string name_;
     int awaited = 0;                            ///< the answer after which all has been told
     std::vector<std::vector<uint64_t>> formats; ///< parameters, by their words
+    std::vector<std::vector<uint64_t>> coming;  ///< as much of the next list as has been told
 };
 
 } // namespace vintra

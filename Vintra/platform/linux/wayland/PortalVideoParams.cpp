@@ -99,12 +99,12 @@ void addBuffers(spa_pod_builder& builder, const PortalVideoFormat& format) {
         return;
     }
     const int stride = format.width * static_cast<int>(bytesPerPixel(format.pixels));
+    const auto size = static_cast<int>(std::min<int64_t>(int64_t{stride} * format.height, INT32_MAX));
     spa_pod_builder_add_object(
         &builder, SPA_TYPE_OBJECT_ParamBuffers, SPA_PARAM_Buffers, SPA_PARAM_BUFFERS_buffers,
         SPA_POD_CHOICE_RANGE_Int(kBuffersWanted, kFewestBuffers, kMostBuffers), SPA_PARAM_BUFFERS_blocks,
-        SPA_POD_Int(1), SPA_PARAM_BUFFERS_size,
-        SPA_POD_CHOICE_RANGE_Int(stride * format.height, 0, INT32_MAX), SPA_PARAM_BUFFERS_stride,
-        SPA_POD_CHOICE_RANGE_Int(stride, 0, INT32_MAX), SPA_PARAM_BUFFERS_dataType,
+        SPA_POD_Int(1), SPA_PARAM_BUFFERS_size, SPA_POD_CHOICE_RANGE_Int(size, 0, INT32_MAX),
+        SPA_PARAM_BUFFERS_stride, SPA_POD_CHOICE_RANGE_Int(stride, 0, INT32_MAX), SPA_PARAM_BUFFERS_dataType,
         SPA_POD_CHOICE_FLAGS_Int((1 << SPA_DATA_MemFd) | (1 << SPA_DATA_MemPtr)));
 }
 
@@ -208,6 +208,9 @@ std::optional<PortalVideoFormat> readPortalVideoFormat(const spa_pod* param) {
     if (raw.size.width > kMost || raw.size.height > kMost) return std::nullopt;
     const auto known = std::ranges::find(kReadable, raw.format, &ReadableFormat::video);
     if (known == kReadable.end()) return std::nullopt;
+    // Of more bytes no buffer can be asked for.
+    if (uint64_t{raw.size.width} * raw.size.height * bytesPerPixel(known->pixels) > INT32_MAX)
+        return std::nullopt;
     PortalVideoFormat format{static_cast<int>(raw.size.width), static_cast<int>(raw.size.height),
                              known->pixels};
     if ((raw.flags & SPA_VIDEO_FLAG_MODIFIER) != 0) format.dmaBuf = DmaBufLayout{known->drm, raw.modifier};

@@ -28,7 +28,8 @@ struct PortalVideoStream::Events {
         PortalVideoStream& owner = self(data);
         // The stream pauses while its size changes or the screen rests: there is no new frame until it resumes.
         owner.streaming = now == PW_STREAM_STATE_STREAMING;
-        if (now == PW_STREAM_STATE_ERROR || now == PW_STREAM_STATE_UNCONNECTED) owner.streamEnded(reason);
+        if (now == PW_STREAM_STATE_ERROR || now == PW_STREAM_STATE_UNCONNECTED)
+            owner.streamEnded(now == PW_STREAM_STATE_ERROR, reason);
     }
     static void paramChanged(void* data, uint32_t id, const spa_pod* param) {
         if (id == SPA_PARAM_Format && param) self(data).formatChanged(param);
@@ -180,7 +181,7 @@ void PortalVideoStream::dispatch() {
 std::string PortalVideoStream::whyNoPicture() const {
     const std::string complaint = complaint_.empty() ? "" : " (" + complaint_ + ")";
     if (!stream) return "the PipeWire server doesn't answer" + complaint + ".";
-    if (format)
+    if (format || isUndecided)
         return "a form for it was agreed on, but the desktop provides no memory" + complaint +
                ". Its graphics driver may have failed.";
     return "nothing connects it" + complaint +
@@ -193,9 +194,12 @@ void PortalVideoStream::endWith(int code, const std::string& sentence, const std
     end_.emplace("pipewire", code, reason.empty() ? sentence + "." : sentence + " (" + reason + ").");
 }
 
-void PortalVideoStream::streamEnded(const char* reason) {
+/// Between two formats there is none for a moment, and a stream that the user ends then isn't one that can't be read.
+void PortalVideoStream::streamEnded(bool isError, const char* reason) {
     const std::string why = reason && *reason ? reason : complaint_;
-    if (!format && node->hasToldFormats()) return endWithoutFormat(why);
+    const bool isRefused = isError && !format && node->hasToldFormats();
+    if (isRefused || !node->canSendAnyOf(PortalVideoParams::formats(offered).pods()))
+        return endWithoutFormat(why);
     endWith(3, "The desktop no longer shares the screen", why);
 }
 
@@ -207,7 +211,8 @@ void PortalVideoStream::endWithoutFormat(const std::string& reason) {
 
 void PortalVideoStream::formatChanged(const spa_pod* param) {
     format.reset();
-    if (isModifierUndecided(param)) return;
+    isUndecided = isModifierUndecided(param);
+    if (isUndecided) return;
     format = readPortalVideoFormat(param);
     if (!format) {
         pw_stream_set_error(stream, -EINVAL, "no such format was asked for");
@@ -219,8 +224,12 @@ void PortalVideoStream::formatChanged(const spa_pod* param) {
     listener.onFormat(*format);
 }
 
-/// The graphics card is put to use only for what nothing else can read.
+/// The graphics card is put to use only for what nothing else can read, or may not.
 bool PortalVideoStream::hasFormatInCommon() {
+    if (!node->hasToldFormats()) {
+        graphics.useCard();
+        return true;
+    }
     if (node->canSendAnyOf(PortalVideoParams::formats(graphics.offers()).pods())) return true;
     return graphics.useCard() && node->canSendAnyOf(PortalVideoParams::formats(graphics.offers()).pods());
 }
@@ -259,6 +268,11 @@ std::optional<PortalFrame> PortalVideoStream::read(const pw_buffer& buffer) {
     if (buffer.buffer->datas[0].type != SPA_DATA_DmaBuf) return readPortalFrame(*buffer.buffer, *format);
     const auto memory = graphics.memory(*buffer.buffer, *format);
     if (memory) return readPortalFrame(*buffer.buffer, *format, &*memory);
+    if (!format->dmaBuf || graphics.canRead(*format->dmaBuf)) return std::nullopt; // this one alone
+    if (graphics.offers() == offered) {
+        endWithoutFormat(node->formatsInWords());
+        return std::nullopt;
+    }
     format.reset(); // until there is another
     negotiate();
     return std::nullopt;

@@ -71,7 +71,7 @@ private:
     void negotiate();
     bool hasFormatInCommon();
     void endWithoutFormat(const std::string& reason);
-    void streamEnded(const char* reason);
+    void streamEnded(bool isError, const char* reason);
     void process();
     void take(pw_buffer* buffer);
     std::optional<PortalFrame> read(const pw_buffer& buffer);
@@ -94,6 +94,7 @@ private:
     PortalGraphicsBuffers graphics;
     std::vector<DmaBufOffer> offered;        ///< to the desktop
     std::optional<PortalVideoFormat> format; ///< nothing while it is negotiated
+    bool isUndecided = false; ///< which modifier a format in common has is the desktop's to say
     bool streaming = false;
     std::optional<SystemError> end_;
     std::string complaint_; ///< what PipeWire last complained of

@@ -18,12 +18,14 @@ std::string fakeLibrary() {
 class PortalGraphicsTest : public testing::Test {
 protected:
     PortalGraphicsTest() {
-        void* const library = ::dlopen(fakeLibrary().c_str(), RTLD_NOW | RTLD_LOCAL);
+        library = ::dlopen(fakeLibrary().c_str(), RTLD_NOW | RTLD_LOCAL);
         if (library) fake = static_cast<FakeGraphics*>(::dlsym(library, FakeGraphics::kSymbol));
     }
     void SetUp() override {
         ASSERT_NE(fake, nullptr) << ::dlerror();
         fake->hasImport = fake->hasModifiers = fake->hasSurfaceless = fake->hasBgra = true;
+        fake->hasSurfacelessImport = true;
+        fake->blindCards = 0;
         fake->refusedModifier = ~uint64_t{0};
         fake->failsToRead = false;
         fake->reads = 0;
@@ -36,6 +38,7 @@ protected:
     }
     static EglLibraries libraries() { return {.egl = fakeLibrary(), .gles = fakeLibrary()}; }
 
+    void* library = nullptr;
     FakeGraphics* fake = nullptr;
 };
 
@@ -208,6 +211,48 @@ TEST_F(PortalGraphicsTest, aCardWithoutADisplayOfItsOwnIsUsedAsADevice) {
     const ScreenPicture picture = PackedPicture::motley(16, 12, 1);
     ASSERT_TRUE(receiver.receive(laid(picture, FakeGraphics::kTiled)));
     EXPECT_TRUE(receiver.copied() == picture);
+}
+
+TEST_F(PortalGraphicsTest, aDesktopThatDecidesOnNoModifierIsTold) {
+    ScriptedScreen screen(
+        {.offers = {{SPA_VIDEO_FORMAT_BGRx, {FakeGraphics::kTiled, FakeGraphics::kTwoPlanes}}},
+         .decides = false});
+    ScreenReceiver receiver(screen, libraries());
+    EXPECT_TRUE(receiver.await([&] {
+        return receiver.stream().whyNoPicture().starts_with(
+            "a form for it was agreed on, but the desktop provides no memory");
+    })) << receiver.stream().whyNoPicture();
+}
+
+TEST_F(PortalGraphicsTest, theFirstDisplayThatCanImportIsUsed) {
+    fake->hasSurfacelessImport = false;
+    fake->blindCards = 2;
+    ScriptedScreen screen({.offers = {{SPA_VIDEO_FORMAT_BGRx, {FakeGraphics::kTiled}}}});
+    ScreenReceiver receiver(screen, libraries());
+    const ScreenPicture picture = PackedPicture::motley(16, 12, 1);
+    ASSERT_TRUE(receiver.receive(laid(picture, FakeGraphics::kTiled)));
+    EXPECT_TRUE(receiver.copied() == picture);
+}
+
+TEST_F(PortalGraphicsTest, aStreamThatEndsOnAThreadWithAContextOfItsOwnLeavesThatInPlace) {
+    const auto makeCurrent = reinterpret_cast<decltype(&eglMakeCurrent)>(::dlsym(library, "eglMakeCurrent"));
+    const auto context =
+        reinterpret_cast<decltype(&eglGetCurrentContext)>(::dlsym(library, "eglGetCurrentContext"));
+    const auto surface =
+        reinterpret_cast<decltype(&eglGetCurrentSurface)>(::dlsym(library, "eglGetCurrentSurface"));
+    ScriptedScreen screen({.offers = {{SPA_VIDEO_FORMAT_BGRx, {FakeGraphics::kTiled}}}});
+    auto receiver = std::make_unique<ScreenReceiver>(screen, libraries());
+    ASSERT_TRUE(receiver->receive(laid(PackedPicture::motley(16, 12, 1), FakeGraphics::kTiled)));
+    receiver->stream().leaveThread();
+    EXPECT_EQ(context(), EGL_NO_CONTEXT);
+    std::thread([&] {
+        int display = 0, drawn = 0, read = 0, drawing = 0;
+        makeCurrent(&display, &drawn, &read, &drawing);
+        receiver.reset();
+        EXPECT_EQ(context(), &drawing);
+        EXPECT_EQ(surface(EGL_DRAW), &drawn);
+        EXPECT_EQ(surface(EGL_READ), &read);
+    }).join();
 }
 
 TEST_F(PortalGraphicsTest, aStreamThatGoesToAnotherThreadTakesItsContextAlong) {

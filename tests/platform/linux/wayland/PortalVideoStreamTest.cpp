@@ -131,6 +131,45 @@ TEST(PortalVideoStream, buffersWithoutAPictureAreLeftOutAndTheNextOneComes) {
     }
 }
 
+TEST(PortalVideoStream, graphicsMemoryOfUntoldSizeIsRead) {
+    ScriptedScreen screen({.offers = {{SPA_VIDEO_FORMAT_BGRx, {kLinearModifier}}}, .tellsSizes = false});
+    ScreenReceiver receiver(screen, kNoLibraries);
+    const ScreenPicture picture = PackedPicture::motley(16, 12, 1);
+    ASSERT_TRUE(receiver.receive(sentPicture(picture)));
+    EXPECT_TRUE(receiver.copied() == picture);
+    EXPECT_EQ(receiver.losses(), 0);
+}
+
+/// One of the buffers can't be read: its pictures are lost, and those of the others come.
+void checkThatOneBufferIsLost(const ScriptedScreen::Script& script) {
+    ScriptedScreen screen(script);
+    ScreenReceiver receiver(screen, kNoLibraries);
+    const ScreenPicture picture = PackedPicture::motley(16, 12, 1);
+    const auto sent = sentPicture(picture);
+    ASSERT_TRUE(receiver.receive(sent));
+    ASSERT_TRUE(receiver.await([&] {
+        screen.send(sent);
+        return receiver.losses() > 1 || receiver.stream().end();
+    }));
+    const int before = receiver.frames();
+    ASSERT_TRUE(receiver.await([&] {
+        screen.send(sent);
+        return receiver.frames() > before || receiver.stream().end();
+    }));
+    EXPECT_TRUE(receiver.copied() == picture);
+    EXPECT_EQ(receiver.stream().end(), std::nullopt);
+    EXPECT_EQ(screen.negotiations(), 1);
+}
+
+TEST(PortalVideoStream, aGraphicsBufferAmongPlainOnesIsLostAlone) {
+    checkThatOneBufferIsLost({.hasStrayGraphics = true});
+}
+
+TEST(PortalVideoStream, aBufferThatCannotBeMappedAmongOthersIsLostAlone) {
+    checkThatOneBufferIsLost(
+        {.offers = {{SPA_VIDEO_FORMAT_BGRx, {kLinearModifier}}}, .hasOneUnmappable = true});
+}
+
 TEST(PortalVideoStream, aCropOfATurnedPictureIsThePartThatShows) {
     ScriptedScreen screen({});
     ScreenReceiver receiver(screen);
@@ -150,6 +189,7 @@ TEST(PortalVideoStream, whatTheDesktopOffersIsToldIfNothingIsInCommon) {
         end.starts_with("The desktop shares the screen in no form that can be read (GRAY8 in plain memory; "
                         "/no/such/libEGL.so: cannot open"))
         << end;
+    EXPECT_TRUE(end.ends_with("; install libEGL and libGLESv2, the packages libegl1 and libgles2).")) << end;
 }
 
 TEST(PortalVideoStream, theReasonWhyGraphicsMemoryCannotBeMappedIsTold) {
@@ -218,7 +258,8 @@ TEST(PortalVideoStream, aNodeThatIsNotThereIsToldWithPipeWiresReason) {
     PortalVideoStream stream(ScriptedScreen::remote(), 123'456'789,
                              {.onFormat = [](const PortalVideoFormat&) {},
                               .onFrame = [](const PortalFrame&) { return false; },
-                              .onLoss = [] {}});
+                              .onLoss = [] {}},
+                             kNoLibraries);
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
     while (!stream.end() && std::chrono::steady_clock::now() < deadline) {
         pollfd waiting{stream.fileDescriptor(), POLLIN, 0};

@@ -147,6 +147,7 @@ void ScriptedScreen::formatChanged(const spa_pod* param) {
     spa_format_video_raw_parse(param, &raw);
     const spa_pod_prop* const prop = spa_pod_find_prop(param, nullptr, SPA_FORMAT_VIDEO_modifier);
     if (prop && (prop->flags & SPA_POD_PROP_FLAG_DONT_FIXATE) != 0) {
+        if (!script.decides) return;
         uint32_t count = 0;
         uint32_t choice = 0;
         const spa_pod* const values = spa_pod_get_values(&prop->value, &count, &choice);
@@ -191,6 +192,7 @@ void ScriptedScreen::formatChanged(const spa_pod* param) {
 }
 
 void ScriptedScreen::addBuffer(pw_buffer& buffer) {
+    const bool isSecond = memory.size() == 1;
     auto& planes = memory[&buffer];
     for (uint32_t i = 0; i < buffer.buffer->n_datas; ++i) {
         Memory plane;
@@ -200,13 +202,15 @@ void ScriptedScreen::addBuffer(pw_buffer& buffer) {
         plane.bytes = static_cast<uint8_t*>(
             ::mmap(nullptr, plane.size, PROT_READ | PROT_WRITE, MAP_SHARED, plane.descriptor, 0));
         spa_data& data = buffer.buffer->datas[i];
-        data.type = isGraphics ? SPA_DATA_DmaBuf : SPA_DATA_MemFd;
+        const bool isStray = isSecond && script.hasStrayGraphics;
+        data.type = isGraphics || isStray ? SPA_DATA_DmaBuf : SPA_DATA_MemFd;
         data.flags = SPA_DATA_FLAG_READWRITE;
         data.mapoffset = 0;
-        data.maxsize = static_cast<uint32_t>(plane.size);
+        data.maxsize = isGraphics && !script.tellsSizes ? 0 : static_cast<uint32_t>(plane.size);
         data.data = plane.bytes;
         data.fd = plane.descriptor;
-        if (isGraphics && script.hasUnmappable) { // a pipe's end stands for it
+        if (isGraphics &&
+            (script.hasUnmappable || (script.hasOneUnmappable && isSecond))) { // a pipe's end stands for it
             int ends[2];
             if (::pipe(ends) != 0) std::abort();
             ::close(ends[1]);
@@ -251,9 +255,10 @@ void ScriptedScreen::fill(pw_buffer& buffer, const Sent& sent) {
     std::copy(sent.picture.bytes.begin(), sent.picture.bytes.end(), planes[0].bytes + sent.offset);
     if (planes.size() > 1) std::copy(sent.secondPlane.begin(), sent.secondPlane.end(), planes[1].bytes);
     for (uint32_t i = 0; i < spa->n_datas; ++i) {
-        *spa->datas[i].chunk = {sent.offset,
-                                sent.isEmpty ? 0 : static_cast<uint32_t>(sent.picture.bytes.size()),
-                                sent.picture.stride, static_cast<int32_t>(sent.chunkFlags)};
+        *spa->datas[i].chunk = {
+            sent.offset,
+            sent.isEmpty || !script.tellsSizes ? 0 : static_cast<uint32_t>(sent.picture.bytes.size()),
+            sent.picture.stride, static_cast<int32_t>(sent.chunkFlags)};
     }
     const auto meta = [spa]<typename Meta>(uint32_t type, Meta*) {
         return static_cast<Meta*>(spa_buffer_find_meta_data(spa, type, sizeof(Meta)));

@@ -31,9 +31,13 @@ public:
         std::vector<Offer> offers{{}};
         /// Chosen where the receiver leaves a choice; the first of those otherwise.
         std::optional<uint64_t> preferredModifier;
-        int planes = 1;               ///< of a graphics buffer
-        bool hasUnmappable = false;   ///< graphics buffers can't be mapped
-        bool failsToAllocate = false; ///< an error in the place of buffers
+        int planes = 1;                ///< of a graphics buffer
+        bool hasUnmappable = false;    ///< graphics buffers can't be mapped
+        bool hasOneUnmappable = false; ///< but the second of them
+        bool hasStrayGraphics = false; ///< the second buffer is the graphics card's, whatever was agreed on
+        bool tellsSizes = true;        ///< of graphics buffers
+        bool decides = true;           ///< on one of the modifiers in common
+        bool failsToAllocate = false;  ///< an error in the place of buffers
     };
     struct Region {
         int x = 0;

@@ -39,9 +39,16 @@ struct FakeImage {
     std::vector<FakePlane> planes;
 };
 
-int device = 0;
+int cards[4] = {}; // also their displays
 int surfaceless = 0;
-thread_local bool isCurrent = false;
+int ownContext = 0;
+struct FakeCurrent {
+    EGLDisplay display = EGL_NO_DISPLAY;
+    EGLSurface draw = EGL_NO_SURFACE;
+    EGLSurface read = EGL_NO_SURFACE;
+    EGLContext context = EGL_NO_CONTEXT;
+};
+thread_local FakeCurrent current;
 // Of the thread that has the context.
 std::map<GLuint, FakeImage*> textures;
 std::map<GLuint, GLuint> framebuffers;
@@ -64,7 +71,7 @@ FakeGraphics& fake() {
 }
 
 void noteCall() {
-    if (!isCurrent) ++fake().callsElsewhere;
+    if (current.context != &ownContext) ++fake().callsElsewhere;
 }
 
 void readAttribute(FakeImage& image, EGLint name, EGLint value) {
@@ -148,23 +155,26 @@ const char* eglQueryString(EGLDisplay display, EGLint name) {
     static std::string text;
     if (name != EGL_EXTENSIONS) return nullptr;
     if (display == EGL_NO_DISPLAY) {
-        return fake().hasSurfaceless ? "EGL_EXT_client_extensions EGL_MESA_platform_surfaceless"
+        return fake().hasSurfaceless ? "EGL_EXT_platform_device EGL_MESA_platform_surfaceless"
                                      : "EGL_EXT_platform_device EGL_EXT_device_enumeration";
     }
     text = "EGL_KHR_surfaceless_context EGL_KHR_no_config_context";
-    if (fake().hasImport) text += " EGL_EXT_image_dma_buf_import";
+    const bool imports =
+        display == &surfaceless ? fake().hasSurfacelessImport : display == &cards[fake().blindCards];
+    if (fake().hasImport && imports) text += " EGL_EXT_image_dma_buf_import";
     if (fake().hasModifiers) text += " EGL_EXT_image_dma_buf_import_modifiers";
     return text.c_str();
 }
 
 EGLDisplay eglGetPlatformDisplayEXT(EGLenum platform, void* native, const EGLint*) {
     if (platform == EGL_PLATFORM_SURFACELESS_MESA && fake().hasSurfaceless) return &surfaceless;
-    return platform == EGL_PLATFORM_DEVICE_EXT && native == &device ? &surfaceless : EGL_NO_DISPLAY;
+    return platform == EGL_PLATFORM_DEVICE_EXT ? native : EGL_NO_DISPLAY;
 }
 
 EGLBoolean eglQueryDevicesEXT(EGLint most, EGLDeviceEXT* devices, EGLint* count) {
-    if (most > 0) devices[0] = &device;
-    *count = 1;
+    *count = std::min(most, fake().blindCards + 1);
+    for (EGLint i = 0; i < *count; ++i)
+        devices[i] = &cards[i];
     return EGL_TRUE;
 }
 
@@ -180,7 +190,7 @@ EGLBoolean eglChooseConfig(EGLDisplay, const EGLint*, EGLConfig*, EGLint, EGLint
 
 EGLContext eglCreateContext(EGLDisplay, EGLConfig, EGLContext, const EGLint*) {
     ++fake().contexts;
-    return &device;
+    return &ownContext;
 }
 
 EGLBoolean eglDestroyContext(EGLDisplay, EGLContext) {
@@ -188,9 +198,18 @@ EGLBoolean eglDestroyContext(EGLDisplay, EGLContext) {
     return EGL_TRUE;
 }
 
-EGLBoolean eglMakeCurrent(EGLDisplay, EGLSurface, EGLSurface, EGLContext context) {
-    isCurrent = context != EGL_NO_CONTEXT;
+EGLBoolean eglMakeCurrent(EGLDisplay display, EGLSurface draw, EGLSurface read, EGLContext context) {
+    current = context == EGL_NO_CONTEXT ? FakeCurrent{} : FakeCurrent{display, draw, read, context};
     return EGL_TRUE;
+}
+EGLContext eglGetCurrentContext() {
+    return current.context;
+}
+EGLDisplay eglGetCurrentDisplay() {
+    return current.display;
+}
+EGLSurface eglGetCurrentSurface(EGLint which) {
+    return which == EGL_DRAW ? current.draw : current.read;
 }
 
 EGLBoolean eglQueryDmaBufFormatsEXT(EGLDisplay, EGLint most, EGLint* formats, EGLint* count) {

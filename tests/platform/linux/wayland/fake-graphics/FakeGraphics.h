@@ -16,8 +16,10 @@ struct FakeGraphics {
     static constexpr const char* kSymbol = "vintraFakeGraphics";
 
     bool hasImport = true;
+    bool hasSurfacelessImport = true; ///< the display without a device imports too
+    int blindCards = 0;               ///< before the one that imports
     bool hasModifiers = true;
-    bool hasSurfaceless = true; ///< else a device
+    bool hasSurfaceless = true; ///< else devices alone
     bool hasBgra = true;
     uint64_t refusedModifier = ~uint64_t{0}; ///< offered, and then not imported
     bool failsToRead = false;
