@@ -6,6 +6,8 @@
 //
 // KWin's and Qt's classes are declared as far as they are called, so that nothing of KWin's sources is needed.
 
+#include <cstdio>
+#include <cstdlib>
 #include <dlfcn.h>
 #include <map>
 #include <memory>
@@ -62,7 +64,12 @@ namespace {
 
 template <typename Function>
 Function next(const char* name) {
-    return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
+    void* const found = dlsym(RTLD_NEXT, name);
+    if (!found) {
+        std::fprintf(stderr, "kwin-output-frames is for KWin 5.27: this one has no %s\n", name);
+        std::abort();
+    }
+    return reinterpret_cast<Function>(found);
 }
 
 // All of it is the compositor's one thread's.
