@@ -28,6 +28,7 @@ struct PortalVideoStream::Events {
         PortalVideoStream& owner = self(data);
         // The stream pauses while its size changes or the screen rests: there is no new frame until it resumes.
         owner.streaming = now == PW_STREAM_STATE_STREAMING;
+        if (owner.firstPicture) owner.firstPicture->streamRuns(owner.streaming);
         if (now == PW_STREAM_STATE_ERROR || now == PW_STREAM_STATE_UNCONNECTED)
             owner.streamEnded(now == PW_STREAM_STATE_ERROR, reason);
     }
@@ -121,6 +122,7 @@ void PortalVideoStream::connectStream() {
         endWith(1, "The screen can't be recorded: PipeWire has no stream for it", std::strerror(errno));
         return;
     }
+    firstPicture = std::make_unique<PortalFirstPicture>(loop, stream);
     pw_stream_add_listener(stream, streamHook.get(), &Events::stream, this);
     offered = graphics.offers();
     const PortalVideoParams params = PortalVideoParams::formats(offered);
@@ -138,6 +140,7 @@ void PortalVideoStream::connectStream() {
 void PortalVideoStream::disconnect() {
     held = nullptr;
     if (loop && !std::exchange(isInThread, true)) pw_loop_enter(loop);
+    firstPicture.reset();
     if (stream) {
         spa_hook_remove(streamHook.get());
         pw_stream_destroy(stream);
@@ -161,6 +164,7 @@ void PortalVideoStream::disconnect() {
 
 void PortalVideoStream::leaveThread() {
     graphics.leaveThread();
+    if (firstPicture) firstPicture->resume();
     if (std::exchange(isInThread, false)) pw_loop_leave(loop);
 }
 
@@ -253,6 +257,7 @@ void PortalVideoStream::process() {
 
 void PortalVideoStream::take(pw_buffer* buffer) {
     const auto frame = read(*buffer);
+    if (frame) firstPicture->came();
     if (!frame) listener.onLoss();
     if (!frame || !listener.onFrame(*frame)) {
         pw_stream_queue_buffer(stream, buffer);

@@ -2,6 +2,7 @@
 
 #include "Vintra/platform/SystemError.h"
 #include "Vintra/platform/linux/runtime/FileDescriptor.h"
+#include "Vintra/platform/linux/wayland/PortalFirstPicture.h"
 #include "Vintra/platform/linux/wayland/PortalFrame.h"
 #include "Vintra/platform/linux/wayland/PortalGraphicsBuffers.h"
 #include "Vintra/platform/linux/wayland/PortalNode.h"
@@ -87,7 +88,8 @@ private:
     pw_core* core = nullptr;
     pw_registry* registry = nullptr;
     std::unique_ptr<PortalNode> node;
-    pw_stream* stream = nullptr; ///< null until the node's formats are known
+    pw_stream* stream = nullptr;                      ///< null until the node's formats are known
+    std::unique_ptr<PortalFirstPicture> firstPicture; ///< of the stream
     std::unique_ptr<spa_hook> coreHook;
     std::unique_ptr<spa_hook> registryHook;
     std::unique_ptr<spa_hook> streamHook;

@@ -33,6 +33,7 @@ struct ScriptedScreen::Events {
     static ScriptedScreen& self(void* data) { return *static_cast<ScriptedScreen*>(data); }
     static void stateChanged(void* data, pw_stream_state, pw_stream_state now, const char*) {
         self(data).state = now;
+        if (now == PW_STREAM_STATE_STREAMING) ++self(data).begun;
         pw_thread_loop_signal(self(data).loop, false);
     }
     static void paramChanged(void* data, uint32_t id, const spa_pod* param) {
@@ -300,6 +301,13 @@ void ScriptedScreen::end() {
 std::optional<uint64_t> ScriptedScreen::agreedModifier() const {
     pw_thread_loop_lock(loop);
     const auto result = modifier;
+    pw_thread_loop_unlock(loop);
+    return result;
+}
+
+int ScriptedScreen::beginnings() const {
+    pw_thread_loop_lock(loop);
+    const int result = begun;
     pw_thread_loop_unlock(loop);
     return result;
 }

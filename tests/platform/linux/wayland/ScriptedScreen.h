@@ -78,6 +78,8 @@ public:
     std::optional<uint64_t> agreedModifier() const;
     /// Formats that have been agreed on, one after another.
     int negotiations() const;
+    /// How often the stream began to run.
+    int beginnings() const;
 
 private:
     struct Events;
@@ -104,6 +106,7 @@ private:
     bool isGraphics = false;
     std::optional<uint64_t> modifier;
     int agreed = 0;
+    int begun = 0;
     uint64_t sequence = 0;
     std::map<pw_buffer*, std::vector<Memory>> memory;
 };
