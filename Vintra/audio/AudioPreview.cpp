@@ -8,7 +8,7 @@
 namespace vintra {
 namespace {
 
-constexpr double kSecondsToBegin = 4; // a session that doesn't run by then won't
+constexpr double kSecondsToBegin = 4; // for the start to be called and to return
 
 } // namespace
 
@@ -77,7 +77,8 @@ Task<> AudioPreview::rebuild() {
 Task<> AudioPreview::restore() {
     if (*surroundings.isRecording || !surroundings.selection.availableAudioInput(role.target())) co_return;
     const double now = CMTimeGetSeconds(surroundings.platform.hostClock->now());
-    const bool mayStillBegin = session() && now - installed.configuredAt < kSecondsToBegin;
+    const bool mayStillBegin =
+        session() && (now - installed.configuredAt < kSecondsToBegin || session()->mayStillBegin());
     if (mayStillBegin || (session() && session()->isRunning())) co_return;
     co_await rebuild();
 }

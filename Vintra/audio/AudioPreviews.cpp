@@ -117,6 +117,13 @@ void AudioPreviews::resume(const std::string& deviceID) {
         sessionControl.start(session, tasks.guarded([this] { syncRoutingCache(); }));
 }
 
+std::optional<std::string> AudioPreviews::deviceOf(const std::shared_ptr<AVCaptureSession>& session) const {
+    if (session == nullptr) return std::nullopt;
+    if (session == micPreview.session()) return micPreview.deviceID();
+    if (session == dawPreview.session()) return dawPreview.deviceID();
+    return extraPreviews.deviceOf(session);
+}
+
 void AudioPreviews::repairDevice(const std::string& deviceID) {
     for (const auto& session : sessionsThatEnded(deviceID))
         repairPreview(session);

@@ -50,6 +50,8 @@ public:
     /// Starts the sessions of a device that has come back in a take, so that its tracks go on. They are the
     /// sessions that the take began with: their outputs feed its tracks. One that runs is left alone.
     void resume(const std::string& deviceID);
+    /// The device of a preview's session; nothing if the session is none of theirs.
+    std::optional<std::string> deviceOf(const std::shared_ptr<AVCaptureSession>& session) const;
     /// A new session for each preview of the device whose own has ended. Not in a take.
     void repairDevice(const std::string& deviceID);
 

@@ -10,7 +10,7 @@
 namespace vintra {
 namespace {
 
-constexpr double kSecondsForExtraToBegin = 4; // a session that doesn't run by then won't
+constexpr double kSecondsForExtraToBegin = 4; // for the start to be called and to return
 
 } // namespace
 
@@ -74,7 +74,8 @@ Task<> ExtraAudioPreviews::restore() {
     const double now = CMTimeGetSeconds(surroundings.platform.hostClock->now());
     std::erase_if(extraPreviews, [&](const ExtraPreview& preview) {
         const bool isThere = surroundings.selection.availableAudioInput(preview.deviceID) != nullptr;
-        const bool mayStillBegin = now - preview.startedAt < kSecondsForExtraToBegin;
+        const bool mayStillBegin =
+            now - preview.startedAt < kSecondsForExtraToBegin || preview.chain.session->mayStillBegin();
         return isThere && !mayStillBegin && !preview.chain.session->isRunning();
     });
     co_await configure();
@@ -114,6 +115,14 @@ std::shared_ptr<AVCaptureAudioDataOutput> ExtraAudioPreviews::outputOf(const std
 std::shared_ptr<AVCaptureSession> ExtraAudioPreviews::sessionOf(const std::string& deviceID) const {
     const auto found = std::ranges::find(extraPreviews, deviceID, &ExtraPreview::deviceID);
     return found == extraPreviews.end() ? nullptr : found->chain.session;
+}
+
+std::optional<std::string>
+ExtraAudioPreviews::deviceOf(const std::shared_ptr<AVCaptureSession>& session) const {
+    for (const ExtraPreview& preview : extraPreviews) {
+        if (preview.chain.session == session) return preview.deviceID;
+    }
+    return std::nullopt;
 }
 
 std::vector<std::shared_ptr<AVCaptureSession>> ExtraAudioPreviews::sessions() const {

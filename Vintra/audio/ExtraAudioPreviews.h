@@ -4,6 +4,7 @@
 #include "Vintra/audio/AudioRoutingCache.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,8 @@ public:
     /// Where the device's samples come out; null if there is no preview of it.
     std::shared_ptr<AVCaptureAudioDataOutput> outputOf(const std::string& deviceID) const;
     /// Null if there is no preview of the device.
+    /// Nothing if the session is none of these.
+    std::optional<std::string> deviceOf(const std::shared_ptr<AVCaptureSession>& session) const;
     std::shared_ptr<AVCaptureSession> sessionOf(const std::string& deviceID) const;
     std::vector<std::shared_ptr<AVCaptureSession>> sessions() const;
     /// Each device's output with the rows that tap it.

@@ -77,6 +77,9 @@ public:
     /// Blocks until no further sample will be queued.
     virtual void stopRunning() = 0;
     virtual bool isRunning() const = 0;
+    /// Whether a start that is over without success goes on waiting for a device that takes its time, as one over Bluetooth
+    /// does. A session that doesn't, and doesn't run, never will.
+    virtual bool mayStillBegin() const { return false; }
     /// Calls the block with each picture that a camera's session delivers, for as long as the result is kept: for a
     /// preview beside the output. On the output's queue, which the block doesn't keep busy; it holds one picture at the
     /// most. Main thread; null for a session without a camera.

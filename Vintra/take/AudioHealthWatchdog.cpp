@@ -75,6 +75,7 @@ void AudioHealthWatchdog::check(Source& source) {
         if (!std::exchange(source.isWarnedOf, true)) lastError.set(source.stalledInTake);
         return;
     }
+    if (source.preview.session()->mayStillBegin()) return; // its device takes its time
     if (source.attempts >= kMostAttempts) return;
     const int attempt = ++source.attempts;
     log(source.name + " stalled — no buffer for " + fixedText(age, 1) + "s, rebuilding (attempt " +

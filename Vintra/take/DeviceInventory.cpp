@@ -1,6 +1,7 @@
 #include "Vintra/take/DeviceInventory.h"
 
 #include "Vintra/audio/CoreAudioInputDevice.h"
+#include "Vintra/platform/HostClock.h"
 #include "Vintra/platform/UserDefaults.h"
 #include "Vintra/take/Text.h"
 
@@ -12,6 +13,10 @@ namespace vintra {
 namespace {
 
 constexpr const char* kOthersGoOn = "That track stopped receiving data — other tracks are still recording.";
+
+// Three new sessions of a device that fails; more than a slow one needs, which fails every half minute.
+constexpr size_t kMostRepairs = 3;
+constexpr double kSecondsOfRepairs = 300;
 
 } // namespace
 
@@ -183,10 +188,31 @@ std::vector<std::string> DeviceInventory::tracksOn(const std::string& deviceID) 
     return names;
 }
 
+/// A device whose sessions fail again and again, as when another program takes them off it each time, is left alone until
+/// the user chooses it again.
+void DeviceInventory::repairOrGiveUp(const std::shared_ptr<AVCaptureSession>& session,
+                                     const SystemError& error) {
+    const auto device = previews.deviceOf(session);
+    if (!device) return;
+    const double now = CMTimeGetSeconds(platform.hostClock->now());
+    std::vector<double>& ofDevice = repairs[*device];
+    std::erase_if(ofDevice, [now](double at) { return at < now - kSecondsOfRepairs; });
+    if (ofDevice.size() < kMostRepairs) {
+        ofDevice.push_back(now);
+        previews.repairPreview(session);
+        return;
+    }
+    const auto input = platform.captureDevices->deviceWithUniqueID(*device);
+    const std::string text = error.localizedDescription();
+    lastError.set((input ? input->localizedName() : *device) + " couldn't be heard for long, " +
+                  std::to_string(kMostRepairs + 1) + " times in a row, and isn't tried again by itself." +
+                  (text.empty() ? "" : " " + text));
+}
+
 void DeviceInventory::handleCaptureSessionRuntimeError(const std::shared_ptr<AVCaptureSession>& session,
                                                        const SystemError& error) {
     if (!*isRecording) {
-        previews.repairPreview(session);
+        repairOrGiveUp(session, error);
         return;
     }
     std::vector<std::string> names;

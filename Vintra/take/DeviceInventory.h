@@ -12,6 +12,7 @@
 #include "Vintra/take/SoundServiceWatch.h"
 #include "Vintra/video/Cameras.h"
 
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -68,6 +69,7 @@ private:
     std::vector<std::string> tracksOn(const std::string& deviceID) const;
     void handleCaptureSessionRuntimeError(const std::shared_ptr<AVCaptureSession>& session,
                                           const SystemError& error);
+    void repairOrGiveUp(const std::shared_ptr<AVCaptureSession>& session, const SystemError& error);
 
     const Platform& platform;
     AudioSelection& audio;
@@ -80,6 +82,8 @@ private:
     const std::unique_ptr<RunningTake>& take;
     Published<std::optional<std::string>>& lastError;
     DeviceIdentity knownDeviceIdentity;
+    std::map<std::string, std::vector<double>>
+        repairs; ///< by the id of the device, when; seconds of host time
     AudioDeviceListWatcher deviceListWatcher;
     Observation captureDeviceObservation;
     SoundServiceWatch soundService;

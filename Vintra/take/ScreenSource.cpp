@@ -46,8 +46,8 @@ Task<SCShareableContent> ScreenSource::shareableContent(Reads reads) {
 }
 
 Task<ScreenSource::Setup> ScreenSource::setUp() {
-    const SCShareableContent content =
-        co_await shareableContent(needsWindows() ? Reads::windowsToo : Reads::displays);
+    const Reads reads = needsWindows() ? Reads::windowsToo : Reads::displays;
+    SCShareableContent content = co_await shareableContent(reads);
     if (content.displays.empty()) throw RecordingError::noDisplay();
     const SCDisplay display = chosenDisplay(content);
     const auto screen = area.screenWithNumber(display.displayID);
@@ -60,6 +60,9 @@ Task<ScreenSource::Setup> ScreenSource::setUp() {
     if (isAsked) {
         window = co_await area.sharedWindow();
     } else {
+        // It may have been chosen while the displays were read.
+        if (reads == Reads::displays && needsWindows())
+            content = co_await shareableContent(Reads::windowsToo);
         window = chosenWindow(content);
     }
     Setup setup;

@@ -76,6 +76,18 @@ TEST_F(AudioHealthWatchdogTest, aMicThatFallsSilentIsRebuiltAndGoesOn) {
     EXPECT_EQ(lastError(), "");
 }
 
+TEST_F(AudioHealthWatchdogTest, aMicThatTakesItsTimeIsWaitedFor) {
+    device("mic.one")->isSilent = true;
+    device("mic.one")->takesItsTime = true;
+    selectMic();
+    machine.run(20);
+    const int64_t before = sessionsMade();
+    EXPECT_EQ(healthLines(), Lines{});
+    device("mic.one")->takesItsTime = false;
+    machine.run(6);
+    EXPECT_GT(sessionsMade(), before);
+}
+
 TEST_F(AudioHealthWatchdogTest, aMicThatStaysSilentIsRebuiltThreeTimes) {
     selectMic();
     const int64_t before = sessionsMade();

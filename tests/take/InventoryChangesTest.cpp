@@ -220,6 +220,31 @@ TEST_F(InventoryChangesTest, aSessionThatFailsBetweenTakesIsRebuilt) {
     }
 }
 
+TEST_F(InventoryChangesTest, aDeviceWhoseSessionsFailAgainAndAgainIsGivenUpWithASentence) {
+    selectMic();
+    addExtraInput("multi.eight", 0);
+    machine.run(0.3);
+    const auto fail = [&](const std::string& uid) {
+        machine.captureDevices->notifyRuntimeError(session(uid), SystemError("simulated", 1, "Look at it."));
+        machine.run(0.3);
+    };
+    for (const std::string uid : {"mic.one", "multi.eight"}) {
+        for (int i = 0; i < 3; ++i)
+            fail(uid);
+        EXPECT_EQ(lastError(), "") << uid;
+        const auto made = machine.captureDevices->sessionsMade;
+        fail(uid);
+        EXPECT_EQ(machine.captureDevices->sessionsMade, made) << uid;
+        EXPECT_EQ(lastError(), hardware.device(uid)->name +
+                                   " couldn't be heard for long, 4 times in a row, and isn't tried again by "
+                                   "itself. Look at it.");
+        recorder->lastError.set(std::nullopt);
+    }
+    machine.run(300);
+    fail("mic.one");
+    EXPECT_EQ(lastError(), "") << "once in five minutes is no row";
+}
+
 TEST_F(InventoryChangesTest, screensThatChangeAreListedAnew) {
     const auto queries = machine.screenCapture->contentQueries;
     machine.screens->notify();

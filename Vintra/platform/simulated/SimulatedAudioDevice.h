@@ -44,6 +44,7 @@ struct SimulatedAudioDevice {
     bool failsToStart = false;  ///< the session doesn't run
     std::optional<std::string> captureProblem{}; ///< of the capture device
     bool isSilent = false;                       ///< runs, but delivers no buffer, for as long as this holds
+    bool takesItsTime = false;                   ///< doesn't run yet, and may still, likewise
 
     double startSeconds = 0.02;      ///< how long `startRunning` blocks
     double firstFrameSeconds = 0.03; ///< from then to the first frame's host time

@@ -93,7 +93,12 @@ void SimulatedCaptureSession::startRunning() {
 }
 
 bool SimulatedCaptureSession::isRunning() const {
+    if (mayStillBegin()) return false;
     return isOn && (cameraSource ? cameraSource->device->isConnected() : source->device->isConnected());
+}
+
+bool SimulatedCaptureSession::mayStillBegin() const {
+    return isOn && source && source->device->script().takesItsTime;
 }
 
 void SimulatedCaptureSession::startCamera() {
@@ -144,12 +149,12 @@ void SimulatedCaptureSession::scheduleBuffer() {
 
 void SimulatedCaptureSession::deliverBuffer() {
     event.reset();
-    if (!isRunning()) {
+    if (!isRunning() && !mayStillBegin()) {
         isOn = false; // and it stays so when the device comes back
         return;
     }
     const SimulatedAudioDevice& device = source->device->script();
-    if (!device.isSilent && sink->queue) {
+    if (!device.isSilent && !device.takesItsTime && sink->queue) {
         std::optional<CMSampleBuffer> buffer = makeBuffer();
         if (device.alter) buffer = device.alter(std::move(*buffer));
         if (buffer) {

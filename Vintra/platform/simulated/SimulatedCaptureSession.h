@@ -70,6 +70,7 @@ public:
     void stopRunning() override;
     /// A session whose device has gone stays ended until it is started again.
     bool isRunning() const override;
+    bool mayStillBegin() const override;
 
     /// The unique id of its device; empty without an input.
     std::string deviceUID() const;

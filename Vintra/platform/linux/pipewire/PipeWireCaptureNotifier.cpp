@@ -16,9 +16,11 @@ std::string sentenceFor(CaptureEnd why, const std::string& device) {
         return "PipeWire has stopped delivering sound from " + device + ".";
     case CaptureEnd::elsewhere:
         return "PipeWire has connected another device in the place of " + device +
-               ", which isn't recorded under its name.";
+               ". Undo that in the program that did it, then choose " + device + " again.";
     case CaptureEnd::neverBegan:
-        return device + " hasn't begun to send sound within half a minute.";
+        return device +
+               " hasn't begun to send sound within half a minute. Check that it is on and connected, "
+               "then choose it again.";
     }
     return {};
 }

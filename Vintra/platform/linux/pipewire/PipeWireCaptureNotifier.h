@@ -2,6 +2,7 @@
 
 #include "Vintra/platform/CaptureDevices.h"
 #include "Vintra/platform/MainThread.h"
+#include "Vintra/platform/linux/pipewire/PipeWireCaptureStream.h"
 #include "Vintra/platform/linux/pipewire/PipeWireNode.h"
 
 #include <atomic>
@@ -15,13 +16,6 @@ namespace vintra {
 class Log;
 class PipeWireConnection;
 
-/// Why a session is no longer one that runs.
-enum class CaptureEnd {
-    stopped,
-    elsewhere, ///< its stream was linked to another device
-    neverBegan
-};
-
 /// Tells those who observe capture devices, on the main thread, what PipeWire's thread finds out. Shared by
 /// the capture devices and their sessions; the last reference must not go on PipeWire's thread.
 class PipeWireCaptureNotifier : public std::enable_shared_from_this<PipeWireCaptureNotifier> {
@@ -34,8 +28,8 @@ public:
 
     /// Main thread.
     Observation observe(CaptureDeviceNotifications notifications);
-    /// PipeWire's thread, with the loop's lock held: a session that was running no longer is, or never began. Told only if
-    /// its device is still there.
+    /// PipeWire's thread, with the loop's lock held: a session that ran or was to run doesn't any more. Told only if its
+    /// device is still there.
     void sessionHasEnded(std::weak_ptr<AVCaptureSession> session, const std::string& deviceName,
                          CaptureEnd why);
     /// PipeWire's thread: the system has refused real-time rights to the thread that hears the graph. Logged

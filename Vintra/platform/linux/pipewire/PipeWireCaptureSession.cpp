@@ -97,8 +97,9 @@ void PipeWireCaptureSession::startRunning() {
     if (!node) return;
 
     PipeWireLock lock(connection->loop());
+    patience.reset();
     if (stream && stream->isStreaming()) return;
-    if (!stream || !stream->isConnecting()) {
+    if (!stream || !stream->mayStillBegin()) {
         stream.reset();
         stream = makeStream(*node);
     }
@@ -107,7 +108,7 @@ void PipeWireCaptureSession::startRunning() {
         if (!connection->loop().waitUntil(deadline)) break;
     }
     if (stream->hasEnded()) stream.reset();
-    if (stream && stream->isConnecting()) waitOn(node->name);
+    if (stream && stream->mayStillBegin()) waitOn(node->name);
 }
 
 std::unique_ptr<PipeWireCaptureStream> PipeWireCaptureSession::makeStream(const PipeWireNode& node) {
@@ -121,10 +122,7 @@ std::unique_ptr<PipeWireCaptureStream> PipeWireCaptureSession::makeStream(const 
         });
     };
     auto ended = [to = notifier, self = std::weak_ptr<AVCaptureSession>(weak_from_this()),
-                  name = node.name](PipeWireCaptureStream::End how) {
-        const bool isElsewhere = how == PipeWireCaptureStream::End::elsewhere;
-        to->sessionHasEnded(self, name, isElsewhere ? CaptureEnd::elsewhere : CaptureEnd::stopped);
-    };
+                  name = node.name](CaptureEnd how) { to->sessionHasEnded(self, name, how); };
     auto missing = [to = log, name = node.name](const PipeWireCaptureStream::MissingSound& sound) {
         to->write("audio-capture", LogLevel::info,
                   name + ": " + std::to_string(sound.frames) + reasonOf(sound));
@@ -141,17 +139,10 @@ std::unique_ptr<PipeWireCaptureStream> PipeWireCaptureSession::makeStream(const 
 void PipeWireCaptureSession::waitOn(const std::string& device) {
     log->write("audio-capture", LogLevel::standard,
                device + " hasn't begun to send sound. It may still within half a minute.");
-    const std::weak_ptr<AVCaptureSession> self = weak_from_this();
-    patience =
-        std::make_unique<PipeWireTimer>(connection->loop(), [this, self, device] { giveUp(self, device); });
+    patience = std::make_unique<PipeWireTimer>(connection->loop(), [this] {
+        if (stream) stream->giveUpWaiting();
+    });
     patience->startOver(kSecondsUntilCaptureRefused);
-}
-
-/// PipeWire's thread, with the loop's lock held.
-void PipeWireCaptureSession::giveUp(const std::weak_ptr<AVCaptureSession>& self, const std::string& device) {
-    if (!stream || !stream->isConnecting()) return;
-    stream.reset();
-    notifier->sessionHasEnded(self, device, CaptureEnd::neverBegan);
 }
 
 void PipeWireCaptureSession::stopRunning() {
@@ -163,6 +154,11 @@ void PipeWireCaptureSession::stopRunning() {
 bool PipeWireCaptureSession::isRunning() const {
     PipeWireLock lock(connection->loop());
     return stream && stream->isStreaming();
+}
+
+bool PipeWireCaptureSession::mayStillBegin() const {
+    PipeWireLock lock(connection->loop());
+    return stream && stream->mayStillBegin();
 }
 
 } // namespace vintra

@@ -73,11 +73,11 @@ public:
     void startRunning() override;
     void stopRunning() override;
     bool isRunning() const override;
+    bool mayStillBegin() const override;
 
 private:
     std::unique_ptr<PipeWireCaptureStream> makeStream(const PipeWireNode& node);
     void waitOn(const std::string& device);
-    void giveUp(const std::weak_ptr<AVCaptureSession>& self, const std::string& device);
 
     const std::shared_ptr<PipeWireConnection> connection;
     const std::shared_ptr<PipeWireCaptureNotifier> notifier;

@@ -119,7 +119,7 @@ void PipeWireCaptureStream::stateChanged(int, int now) {
     connection.loop().assertHeld();
     if (status == Status::ended) return;
     if (now == PW_STREAM_STATE_ERROR || now == PW_STREAM_STATE_UNCONNECTED) {
-        end(End::stopped);
+        end(CaptureEnd::stopped);
     } else if (now == PW_STREAM_STATE_STREAMING) {
         status = Status::streaming;
         isPaused = false;
@@ -135,17 +135,22 @@ void PipeWireCaptureStream::targetChanged() {
     if (status == Status::ended) return;
     const PipeWireTarget::Standing standing = target->standing(stream);
     isReached.store(standing == PipeWireTarget::Standing::reached, std::memory_order_relaxed);
-    if (standing == PipeWireTarget::Standing::gone) end(End::stopped);
-    if (standing == PipeWireTarget::Standing::elsewhere) end(End::elsewhere);
+    if (standing == PipeWireTarget::Standing::gone) end(CaptureEnd::stopped);
+    if (standing == PipeWireTarget::Standing::elsewhere) end(CaptureEnd::elsewhere);
+    if (isStreaming()) hasBegun = true;
     connection.loop().signal();
 }
 
-void PipeWireCaptureStream::end(End how) {
-    const bool wasStreaming = status == Status::streaming;
+void PipeWireCaptureStream::giveUpWaiting() {
+    connection.loop().assertHeld();
+    if (mayStillBegin()) end(CaptureEnd::neverBegan);
+}
+
+void PipeWireCaptureStream::end(CaptureEnd how) {
     status = Status::ended;
     isReached.store(false, std::memory_order_relaxed);
     target->letGoSoon(stream); // nothing may keep it for another device
-    if (wasStreaming) handlers.ended(how);
+    handlers.ended(how);
 }
 
 void PipeWireCaptureStream::process() {

@@ -21,6 +21,13 @@ namespace vintra {
 
 class PipeWireConnection;
 
+/// Why a stream that was to run doesn't.
+enum class CaptureEnd {
+    stopped,   ///< the server or the device has ended it
+    elsewhere, ///< another device was linked in the place of its own
+    neverBegan ///< nothing has come of its device in the time given to it
+};
+
 /// A running stream from one device. Owned by its session; made, asked and destroyed with the loop's lock
 /// held.
 ///
@@ -39,10 +46,6 @@ public:
         uint64_t leftOut = 0;   ///< blocks that found the ring full since the last time
         uint64_t graphGaps = 0; ///< times since then that the graph went on at another time than expected
     };
-    enum class End {
-        stopped,  ///< the server or the device has ended it
-        elsewhere ///< another device was linked in the place of its own
-    };
     /// All are called on PipeWire's thread, with the loop's lock held; they must not block.
     struct Handlers {
         std::function<void(CMSampleBuffer)> sample;
@@ -50,8 +53,8 @@ public:
         std::function<void(const MissingSound&)> missing;
         /// Once, with the first sample, if the thread that hears the graph was refused real-time rights.
         std::function<void()> withoutRealTime;
-        /// Once, if the stream ends by itself while it streams.
-        std::function<void(End)> ended;
+        /// Once, if the stream ends by itself.
+        std::function<void(CaptureEnd)> ended;
     };
 
     PipeWireCaptureStream(PipeWireConnection& connection, const PipeWireNode& node,
@@ -62,8 +65,10 @@ public:
     PipeWireCaptureStream& operator=(const PipeWireCaptureStream&) = delete;
 
     bool isStreaming() const { return status == Status::streaming && !isPaused && isReached; }
-    /// It has yet to begin.
-    bool isConnecting() const { return status == Status::connecting; }
+    /// It has yet to hear its device for the first time.
+    bool mayStillBegin() const { return status != Status::ended && !hasBegun; }
+    /// Ends it, unless it has begun.
+    void giveUpWaiting();
     /// The server refused it, the device or the server is no longer there, or it was linked to another device.
     bool hasEnded() const { return status == Status::ended; }
 
@@ -77,7 +82,7 @@ private:
     bool connect(const PipeWireNode& node);
     void stateChanged(int before, int now);
     void targetChanged();
-    void end(End how);
+    void end(CaptureEnd how);
     /// Real-time: doesn't allocate, lock, block or throw.
     void process();
     void handOn();
@@ -94,6 +99,7 @@ private:
     Status status = Status::connecting;
     /// After it streamed: its link has gone, as with the session manager, and nobody makes it again.
     bool isPaused = false;
+    bool hasBegun = false; ///< has streamed from its device
     std::unique_ptr<PipeWireTarget> target;
     std::atomic<bool> isReached{
         false}; ///< linked to the device; the real-time thread takes nothing otherwise

@@ -65,6 +65,7 @@ PipeWireConnection::PipeWireConnection(const std::string& serverName)
     : serverName_(serverName)
     , devices_(loop_, [this](const PipeWireChange& change) { notify(change); })
     , tables_(loop_, [this](const std::string& table, const std::string& key) { tableChanged(table, key); })
+    , filters_(loop_, links_, [this] { notify({.links = true}); })
     , videoSources_(loop_, links_, [this](const PipeWireChange& change) { notify(change); }) {
     PipeWireLock lock(loop_);
     if (loop_.isUsable()) {

@@ -113,7 +113,7 @@ private:
     PipeWireDeviceList devices_;
     PipeWireTables tables_;
     PipeWireLinks links_{loop_};
-    PipeWireFilters filters_{loop_, links_};
+    PipeWireFilters filters_;
     PipeWireVideoSources videoSources_;
 
     mutable Mutex mutex;

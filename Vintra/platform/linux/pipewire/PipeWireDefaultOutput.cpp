@@ -101,6 +101,7 @@ bool PipeWireDefaultOutput::setHere(uint32_t number) {
     // said against it may still be on its way.
     const bool endsHold = hold && !node->isVirtualDevice();
     const bool isRenewed = hold && node->isVirtualDevice() && isGone(hold->before);
+    if (!hold) wasContested = false;
     if (effectiveName() == node->name && !endsHold && !isRenewed) return true;
     const Release release = releaseTo(node->name);
     const auto begun = node->isVirtualDevice() ? std::optional(holdOf(*defaults, isRenewed)) : std::nullopt;

@@ -148,8 +148,8 @@ bool PipeWireDeviceIO::setNominalSampleRate(AudioObjectID device, double rate) {
     };
     const uint32_t before = wish(forced);
     if (!pin(*node)) {
-        // What has been refused must not come into force later.
-        wish(before);
+        // What has been refused must not come into force later. Wishes that were forgotten meanwhile stay forgotten.
+        if (!connection->problem()) wish(before);
         say(*node);
         return false;
     }

@@ -6,6 +6,7 @@
 #include <pipewire/pipewire.h>
 
 #include <string_view>
+#include <utility>
 
 namespace vintra {
 namespace {
@@ -18,9 +19,10 @@ std::string textOf(const spa_dict* properties, const char* key) {
 } // namespace
 
 struct PipeWireFilters::Stream {
-    Stream(pw_proxy* proxy, bool plays)
+    Stream(pw_proxy* proxy, bool plays, const std::function<void()>& changed)
         : proxy(proxy)
-        , plays(plays) {
+        , plays(plays)
+        , changed(changed) {
         pw_node_add_listener(reinterpret_cast<pw_node*>(proxy), &hook, &table, this);
     }
     ~Stream() {
@@ -33,11 +35,12 @@ struct PipeWireFilters::Stream {
     static void info(void* data, const pw_node_info* info) {
         auto& self = *static_cast<Stream*>(data);
         if ((info->change_mask & PW_NODE_CHANGE_MASK_PROPS) == 0) return;
-        self.linkGroup = textOf(info->props, PW_KEY_NODE_LINK_GROUP);
+        const std::string group = std::exchange(self.linkGroup, textOf(info->props, PW_KEY_NODE_LINK_GROUP));
         const std::string target = textOf(info->props, PW_KEY_TARGET_OBJECT);
         const std::string node = textOf(info->props, "node.target");
         const auto isNamed = [](const std::string& text) { return !text.empty() && text != "-1"; };
         self.hasTarget = isNamed(target) || isNamed(node);
+        if (self.linkGroup != group) self.changed();
     }
     static constexpr pw_node_events table = [] {
         pw_node_events events{};
@@ -48,14 +51,17 @@ struct PipeWireFilters::Stream {
 
     pw_proxy* const proxy;
     const bool plays;
+    const std::function<void()>& changed;
     spa_hook hook{};
     std::string linkGroup;
     bool hasTarget = false;
 };
 
-PipeWireFilters::PipeWireFilters(PipeWireLoop& loop, const PipeWireLinks& links)
+PipeWireFilters::PipeWireFilters(PipeWireLoop& loop, const PipeWireLinks& links,
+                                 std::function<void()> changed)
     : loop(loop)
-    , links(links) {}
+    , links(links)
+    , changed(std::move(changed)) {}
 
 PipeWireFilters::~PipeWireFilters() = default;
 
@@ -67,7 +73,8 @@ void PipeWireFilters::bind(pw_registry& registry, uint32_t globalID, const char*
     const bool plays = mediaClass == "Stream/Output/Audio";
     if (!plays && mediaClass != "Stream/Input/Audio") return;
     void* const proxy = pw_registry_bind(&registry, globalID, PW_TYPE_INTERFACE_Node, PW_VERSION_NODE, 0);
-    if (proxy != nullptr) streams[globalID] = std::make_unique<Stream>(static_cast<pw_proxy*>(proxy), plays);
+    if (proxy != nullptr)
+        streams[globalID] = std::make_unique<Stream>(static_cast<pw_proxy*>(proxy), plays, changed);
 }
 
 void PipeWireFilters::remove(uint32_t globalID) {

@@ -3,6 +3,7 @@
 #include "Vintra/platform/linux/pipewire/PipeWireNode.h"
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -19,14 +20,14 @@ namespace vintra {
 class PipeWireLinks;
 class PipeWireLoop;
 
-/// Where the server's filters play to. A filter, such as an equaliser, is a pair of nodes of one node.link-group:
-/// a sink, which programs play to, and a stream, which plays on; or a source, which programs listen to, and a stream,
-/// which listens before it. A stream without a target of its own follows the default device. Owned by the connection, which tells it what the server says; everything happens with the
-/// loop's lock held.
+/// The streams of the server's filters. A filter, such as an equaliser, is a pair of nodes of one node.link-group: a
+/// sink, which programs play to, and a stream, which plays on; or a source, which programs listen to, and a stream,
+/// which listens before it. A stream without a target of its own follows the default device. Owned by the connection,
+/// which tells it what the server says; everything happens with the loop's lock held.
 class PipeWireFilters {
 public:
-    /// The links outlive this.
-    PipeWireFilters(PipeWireLoop& loop, const PipeWireLinks& links);
+    /// The handler is called when a stream has said what filter it belongs to. The links outlive this.
+    PipeWireFilters(PipeWireLoop& loop, const PipeWireLinks& links, std::function<void()> changed);
     ~PipeWireFilters();
     PipeWireFilters(const PipeWireFilters&) = delete;
     PipeWireFilters& operator=(const PipeWireFilters&) = delete;
@@ -50,6 +51,7 @@ private:
 
     PipeWireLoop& loop;
     const PipeWireLinks& links;
+    const std::function<void()> changed;
     std::map<uint32_t, std::unique_ptr<Stream>> streams; ///< by global id
 };
 

@@ -4,6 +4,7 @@
 
 #include <pipewire/pipewire.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 #include <string_view>
@@ -16,6 +17,11 @@ uint32_t linkEnd(const spa_dict& properties, const char* key) {
     uint32_t id = PW_ID_ANY;
     if (text != nullptr) std::from_chars(text, text + std::strlen(text), id);
     return id;
+}
+
+/// A link is of one channel: two nodes may have many.
+void addOnce(std::vector<uint32_t>& nodes, uint32_t node) {
+    if (std::ranges::find(nodes, node) == nodes.end()) nodes.push_back(node);
 }
 
 } // namespace
@@ -42,7 +48,7 @@ std::vector<uint32_t> PipeWireLinks::sendersTo(uint32_t node) const {
     loop.assertHeld();
     std::vector<uint32_t> result;
     for (const auto& [id, link] : links) {
-        if (link.input == node) result.push_back(link.output);
+        if (link.input == node) addOnce(result, link.output);
     }
     return result;
 }
@@ -51,7 +57,7 @@ std::vector<uint32_t> PipeWireLinks::receiversOf(uint32_t node) const {
     loop.assertHeld();
     std::vector<uint32_t> result;
     for (const auto& [id, link] : links) {
-        if (link.output == node) result.push_back(link.input);
+        if (link.output == node) addOnce(result, link.input);
     }
     return result;
 }

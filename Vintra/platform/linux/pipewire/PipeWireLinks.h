@@ -10,8 +10,8 @@ namespace vintra {
 
 class PipeWireLoop;
 
-/// Which of the server's nodes sends to which. Owned by the connection, which tells it what the server says; everything
-/// happens with the loop's lock held.
+/// Which of the server's nodes sends to which. Owned by the connection, which tells it what the server says;
+/// everything happens with the loop's lock held.
 class PipeWireLinks {
 public:
     explicit PipeWireLinks(PipeWireLoop& loop)
@@ -24,7 +24,7 @@ public:
     /// For the end of the server or of the connection.
     void clear();
 
-    // Node for node in the order of the links; a node with several channels stands there several times.
+    // Each node once, in the order of the links.
 
     /// The nodes that send to that one.
     std::vector<uint32_t> sendersTo(uint32_t node) const;

@@ -4,17 +4,10 @@
 
 #include <pipewire/pipewire.h>
 
-#include <algorithm>
 #include <optional>
 #include <utility>
 
 namespace vintra {
-namespace {
-
-constexpr int kMostFilters = 8; ///< one behind the other: filters may be linked in a circle
-
-} // namespace
-
 struct PipeWireTarget::Events {
     static void letGo(void* data, uint64_t) {
         auto& self = *static_cast<PipeWireTarget*>(data);
@@ -51,29 +44,33 @@ PipeWireTarget::Standing PipeWireTarget::standing(pw_stream* stream) const {
     connection.loop().assertHeld();
     if (!connection.devices().nameOfNode(device)) return Standing::gone;
     const uint32_t node = stream != nullptr ? pw_stream_get_node_id(stream) : PW_ID_ANY;
-    return node == PW_ID_ANY ? Standing::open : standingOf(node, kMostFilters);
+    if (node == PW_ID_ANY) return Standing::open;
+    std::set<uint32_t> seen;
+    return standingOf(node, seen);
 }
 
 /// One link to the device is enough: a second one is a person's doing, at a patch bay.
-PipeWireTarget::Standing PipeWireTarget::standingOf(uint32_t node, int filtersLeft) const {
+PipeWireTarget::Standing PipeWireTarget::standingOf(uint32_t node, std::set<uint32_t>& seen) const {
     const auto peers = isCapture ? connection.links().sendersTo(node) : connection.links().receiversOf(node);
     Standing result = Standing::open;
     for (const uint32_t peer : peers) {
-        const Standing there = isDevice(peer) ? Standing::reached : standingThrough(peer, filtersLeft);
+        const Standing there = isDevice(peer) ? Standing::reached : standingThrough(peer, seen);
         if (there == Standing::reached) return there;
         if (there == Standing::elsewhere) result = there;
     }
     return result;
 }
 
-/// A filter is a pair of nodes. The other one of it leads on.
-PipeWireTarget::Standing PipeWireTarget::standingThrough(uint32_t peer, int filtersLeft) const {
+/// A node between leads on by its own links, or it is one of a filter's pair and the other one does.
+PipeWireTarget::Standing PipeWireTarget::standingThrough(uint32_t peer, std::set<uint32_t>& seen) const {
+    if (!seen.insert(peer).second) return Standing::elsewhere; // nodes may be linked in a circle
     if (connection.devices().nameOfNode(peer) == "") return Standing::open;
+    if (standingOf(peer, seen) == Standing::reached) return Standing::reached;
     const auto group = connection.devices().linkGroupOfNode(peer);
-    if (!group || group->empty() || filtersLeft == 0) return Standing::elsewhere;
+    if (!group || group->empty()) return Standing::elsewhere;
     Standing result = Standing::open; // it may be linked yet
     for (const uint32_t stream : connection.filters().streamsOf(*group, !isCapture)) {
-        const Standing there = standingOf(stream, filtersLeft - 1);
+        const Standing there = standingOf(stream, seen);
         if (there == Standing::reached) return there;
         if (there == Standing::elsewhere) result = there;
     }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <set>
 
 struct pw_stream;
 struct spa_source;
@@ -26,12 +27,12 @@ class PipeWireTarget {
 public:
     enum class Standing {
         open,      ///< not linked, or nobody knows yet to what
-        reached,   ///< linked to the device, perhaps through a filter that the desktop puts before it
+        reached,   ///< linked to the device, perhaps by way of an equaliser or another filter
         elsewhere, ///< linked, but not to the device
         gone       ///< the device is no longer there
     };
 
-    /// The handler is called after each change of links or devices, with what it has come to.
+    /// The handler is called after each change of links or devices; what has come of it, `standing` tells.
     PipeWireTarget(PipeWireConnection& connection, const PipeWireNode& device,
                    PipeWireStreamDirection direction, std::function<void()> changed);
     ~PipeWireTarget();
@@ -44,8 +45,8 @@ public:
 
 private:
     struct Events;
-    Standing standingOf(uint32_t node, int filtersLeft) const;
-    Standing standingThrough(uint32_t peer, int filtersLeft) const;
+    Standing standingOf(uint32_t node, std::set<uint32_t>& seen) const;
+    Standing standingThrough(uint32_t peer, std::set<uint32_t>& seen) const;
     bool isDevice(uint32_t node) const;
 
     PipeWireConnection& connection;
