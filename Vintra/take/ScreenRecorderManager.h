@@ -199,6 +199,7 @@ private:
     Task<> handleStreamStopped(SystemError error);
 
     const Platform platform;
+    bool isStartCancelled = false;          ///< of a start that is under way
     std::optional<std::string> causeOfStop; ///< of a take that is about to end by itself
     TakeEnding lastTake;
     std::unique_ptr<RunningTake> take; ///< from a start to its stop

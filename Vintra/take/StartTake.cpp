@@ -40,6 +40,7 @@ Task<> ScreenRecorderManager::startRecording(URL to) {
     isBusy.set(true);
     lastError.set(std::nullopt);
     causeOfStop.reset();
+    isStartCancelled = false;
     if (const auto feedback = feedbackAsk.lock()) feedback->recordingStarted();
     take = std::make_unique<RunningTake>(std::move(to));
     std::optional<std::string> failure;
@@ -73,6 +74,7 @@ Task<> ScreenRecorderManager::setUpTake() {
     // meanwhile: its tracks are made behind this.
     const auto prepare = [this](auto done) { take->prepareWriters(done); };
     co_await awaitCompletion<void>(*platform.mainThread, prepare);
+    if (isStartCancelled) throw ScreenTrack::startCancelled();
     trackWriters->makeAudioTracks(*take);
     auto existing = take->existingOutputs(*platform.fileManager);
     if (!existing.empty()) throw RecordingError::outputFilesExist(std::move(existing));
@@ -100,6 +102,7 @@ Task<> ScreenRecorderManager::setUpTake() {
 }
 
 void ScreenRecorderManager::cancelStart() {
+    isStartCancelled = true;
     platform.windowQuestion->cancel();
     screenTrack->cancelStart();
 }

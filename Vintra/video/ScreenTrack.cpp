@@ -97,9 +97,12 @@ Task<std::optional<SystemError>> ScreenTrack::awaitStart(std::shared_ptr<SCStrea
     isStartCancelled = false;
     auto error = co_await awaitCompletion<std::optional<SystemError>>(*mainThread, begin);
     startingStream.reset();
-    if (!error && isStartCancelled)
-        error = SystemError("screen", 4, "The recording was ended before it had begun.");
+    if (!error && isStartCancelled) error = startCancelled();
     co_return error;
+}
+
+SystemError ScreenTrack::startCancelled() {
+    return SystemError("screen", 4, "The recording was ended before it had begun.");
 }
 
 void ScreenTrack::cancelStart() {

@@ -62,6 +62,8 @@ public:
     Task<std::optional<SystemError>> start(std::shared_ptr<SCStream> stream);
     /// Ends a start that waits, as for the user's leave. Any other goes on.
     void cancelStart();
+    /// Why a start that was cancelled has no take.
+    static SystemError startCancelled();
 
     /// Ends once the capture has, with a sentence if the end of what was captured is missing.
     Task<std::optional<std::string>> stop(std::shared_ptr<SCStream> stream);

@@ -222,6 +222,22 @@ TEST_F(StartOrderTest, aStartThatIsCancelledWhenItsStreamIsJustPreparedIsNoTake)
     stop();
 }
 
+TEST_F(StartOrderTest, aStartThatIsCancelledWhileItsWritersArePreparedIsNoTake) {
+    scriptWriters({.prepareSeconds = 0.4});
+    TaskScope scope;
+    machine.mainThread->runNow([&] { scope.start(recorder->startRecording(videoURL())); });
+    ASSERT_TRUE(
+        machine.runMainUntil([&] { return std::ranges::count(calls(), "take_video.mov: prepare") > 0; }));
+    machine.mainThread->runNow([&] { recorder->cancelStart(); });
+    ASSERT_TRUE(machine.runMainUntil([&] { return !*recorder->isBusy; }));
+    EXPECT_FALSE(*recorder->isRecording);
+    EXPECT_EQ(lastError(), "The recording was ended before it had begun.");
+    EXPECT_TRUE(files().empty());
+    start();
+    EXPECT_TRUE(*recorder->isRecording) << lastError();
+    stop();
+}
+
 TEST_F(StartOrderTest, soundIsRecordedWhileTheStreamIsStillStarting) {
     machine.screenCapture->script.startSeconds = 0.8;
     start();

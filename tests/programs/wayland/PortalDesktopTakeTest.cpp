@@ -5,7 +5,9 @@
 #include "tests/support/ChildProcess.h"
 #include "tests/support/MediaProbe.h"
 
+#include <chrono>
 #include <filesystem>
+#include <future>
 #include <nlohmann/json.hpp>
 
 namespace vintra {
@@ -33,11 +35,10 @@ protected:
         words.insert(words.end(), options.begin(), options.end());
         ChildProcess program(words, {"XDG_STATE_HOME=" + folder.url().path()});
         // The same picture again and again: on a busy machine KWin may lose the only frame of what stands still.
-        for (int i = 0; i < 12; ++i) {
-            clock.sleep(100'000);
+        auto output = std::async(std::launch::async, [&program] { return program.restOfOutput(); });
+        while (output.wait_for(std::chrono::milliseconds(100)) != std::future_status::ready)
             showAgain();
-        }
-        const std::string text = program.restOfOutput();
+        const std::string text = output.get();
         Outcome outcome{program.wait(), nlohmann::json::parse(text, nullptr, false)};
         if (!outcome.json.is_object()) outcome.json = {{"text", text}};
         return outcome;

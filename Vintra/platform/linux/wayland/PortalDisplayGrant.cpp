@@ -47,7 +47,7 @@ PortalScreenCast::Stream grantOfDisplay(const WaylandDesktop& desktop, PortalScr
 
 void requireDisplayOfStream(const WaylandDesktop& desktop, uint32_t displayID,
                             const std::string& streamName) {
-    if (streamName.empty()) return;
+    if (displayNameOfStream(streamName).empty()) return;
     const auto outputs = readWaylandOutputs(desktop.displayName);
     const WaylandOutput chosen = chosenOutput(outputs, displayID);
     const std::string other = displayStreamedInstead(streamName, chosen, outputs);

@@ -35,12 +35,15 @@ std::string displayGrantedInstead(const PortalScreenCast::Stream& granted, const
     return outputs.size() > 1 ? "another display" : std::string();
 }
 
+std::string_view displayNameOfStream(std::string_view streamName) {
+    constexpr std::string_view kOfKWin = "kwin-screencast-";
+    return streamName.starts_with(kOfKWin) ? streamName.substr(kOfKWin.size()) : std::string_view();
+}
+
 std::string displayStreamedInstead(const std::string& streamName, const WaylandOutput& chosen,
                                    const std::vector<WaylandOutput>& outputs) {
-    constexpr std::string_view kOfKWin = "kwin-screencast-";
-    if (!streamName.starts_with(kOfKWin)) return {};
-    const std::string_view streamed = std::string_view(streamName).substr(kOfKWin.size());
-    if (streamed == chosen.name) return {};
+    const std::string_view streamed = displayNameOfStream(streamName);
+    if (streamed.empty() || streamed == chosen.name) return {};
     const auto other = std::ranges::find(outputs, streamed, &WaylandOutput::name);
     return other == outputs.end() ? std::string() : "the display " + other->name;
 }

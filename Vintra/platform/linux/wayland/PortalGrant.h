@@ -4,6 +4,7 @@
 #include "Vintra/platform/linux/wayland/WaylandOutputs.h"
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vintra {
@@ -16,8 +17,11 @@ namespace vintra {
 std::string displayGrantedInstead(const PortalScreenCast::Stream& granted, const WaylandOutput& chosen,
                                   const std::vector<WaylandOutput>& outputs, bool isOfWlroots);
 
-/// The same by the name that the desktop gives the stream. KDE's compositor names a display in it, while its portal tells
-/// no position before version 6. Empty where no display is named.
+/// The display that KDE's compositor names in the name of a stream; empty for the streams of others.
+std::string_view displayNameOfStream(std::string_view streamName);
+
+/// Like `displayGrantedInstead`, by the name that the desktop gives the stream. KDE's portal tells no position before
+/// version 6. Empty where no display is named.
 std::string displayStreamedInstead(const std::string& streamName, const WaylandOutput& chosen,
                                    const std::vector<WaylandOutput>& outputs);
 

@@ -16,7 +16,9 @@ constexpr int64_t kOpeningPatience = 5LL * kSecond;
 constexpr int64_t kLastPatience = 2LL * kSecond;
 /// A display that changes its mode is gone for less than this, which isn't worth a word.
 constexpr int64_t kMomentaryAbsence = 1LL * kSecond;
-/// How often a display that is gone is looked for besides when the server tells of a change.
+/// How often a display that is gone is looked for: when the server tells of anything, which may be every movement of
+/// the pointer, and otherwise.
+constexpr int64_t kLookForDisplayAtMost = kSecond / 20;
 constexpr int64_t kLookForDisplay = 1LL * kSecond;
 
 } // namespace
@@ -83,13 +85,31 @@ void X11Capture::noteAbsence(const SystemError& reason) {
     absence.reason = reason;
 }
 
-void X11Capture::noteReturn() {
+/// True if there was an absence.
+bool X11Capture::noteReturn() {
     MutexLock lock(absenceMutex);
-    if (!absence.since) return;
+    if (!absence.since) return false;
     const int64_t length = monotonicNanoseconds() - *absence.since;
     absence.longest = std::max(absence.longest, length);
     absence.sum += length;
     absence.since.reset();
+    return true;
+}
+
+/// What was drawn before the absence has been told as missed, what was drawn in it wasn't there to be taken. Nor need the
+/// server tell that a display that comes back has other pixels.
+void X11Capture::beginAnew() {
+    earliestLook = std::max(earliestLook, monotonicNanoseconds());
+    pool->markAllStale();
+    owesFrame = true;
+}
+
+void X11Capture::awaitReturn(const SystemError& reason) {
+    const int64_t now = monotonicNanoseconds();
+    tellMissed(now);
+    noteAbsence(reason);
+    sleep(false, now + kLookForDisplayAtMost);
+    if (!isStopping()) sleep(true, now + kLookForDisplay);
 }
 
 void X11Capture::close() {
@@ -149,11 +169,10 @@ std::optional<SystemError> X11Capture::lookUntilStopped() {
         if (source->isOutOfDate()) {
             if (auto error = adoptDesktop()) {
                 if (display->isDead() || !source->mayReturn()) return error;
-                noteAbsence(*error);
-                sleep(true, monotonicNanoseconds() + kLookForDisplay);
+                awaitReturn(*error);
                 continue;
             }
-            noteReturn();
+            if (noteReturn()) beginAnew();
         }
         if (!mayHaveChanged()) {
             sleep(true, std::nullopt);

@@ -24,8 +24,8 @@ namespace vintra {
 /// just that, the damage first, so that nothing drawn meanwhile goes untold. Until the minimum interval has
 /// gone by it doesn't listen, so what happens in it is one wake-up. If every picture is still out it leaves
 /// the frame out and sleeps until one comes back. What it could not take in time, by when the server says that
-/// it was drawn, it tells. A display that goes is waited for: until it is back, the last picture stands. Rejected: looking at fixed times, which costs the same for
-/// a still screen as for a busy one.
+/// it was drawn, it tells. A display that goes is waited for: until it is back, the last picture stands. Rejected:
+/// looking at fixed times, which costs the same for a still screen as for a busy one.
 ///
 /// Made and let go on the main thread; the functions given to it are called on its own.
 class X11Capture : public ScreenCaptureThread {
@@ -51,8 +51,10 @@ private:
     std::optional<SystemError> look(int64_t now);
     std::optional<SystemError> adoptDesktop();
     void makePool();
+    void awaitReturn(const SystemError& reason);
     void noteAbsence(const SystemError& reason);
-    void noteReturn();
+    bool noteReturn();
+    void beginAnew();
     int64_t drawnAt(int64_t now) const;
     std::optional<SystemError> readingFailed(int64_t now);
     bool takeChanges();

@@ -88,6 +88,7 @@ TEST_F(X11DisplaysTest, aDisplayThatGoesIsToldAndItsPictureComesBackWithIt) {
     painter.fill(400, 0, 240, 480, 0x778899);
     EXPECT_TRUE(waitForColour(239, 479, 0x778899));
     EXPECT_TRUE(listener->errors().empty());
+    EXPECT_TRUE(collector->missed().empty()) << "what a display shows that isn't there is no loss";
     stop(*stream);
     const std::string note = stream->endNote().value_or("");
     EXPECT_TRUE(note.starts_with("The display to record isn't there: it was unplugged or switched off. For "))
