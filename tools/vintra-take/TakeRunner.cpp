@@ -133,16 +133,16 @@ Task<std::variant<TakeSummary, UsageError>> TakeRunner::run() {
         co_return failed(error.localizedDescription());
     }
     co_await configurePreviews();
-    if (*isInterrupted) {
-        TakeSummary nothing = failed("It was interrupted before the take began: nothing was recorded.");
-        nothing.status = "Interrupted";
-        co_return nothing;
-    }
+    if (*isInterrupted) co_return interrupted();
     screenLabel = manager->captureAreaLabel();
     co_await manager->startRecording(movie);
     for (int tries = 1; wasNameTaken() && tries < kMostNames; ++tries) {
         movie = movieURL(movie.deletingLastPathComponent());
         co_await manager->startRecording(movie);
+    }
+    if (*isInterrupted && !*manager->isRecording) {
+        putOutputBack();
+        co_return interrupted();
     }
     if (*manager->isRecording) co_await recordUntilTheEnd();
     if (*manager->isRecording) co_await manager->stopRecording();
@@ -272,6 +272,12 @@ TakeSummary TakeRunner::failed(const std::string& sentence) {
     summary.lastError = sentence;
     summary.folder = folder;
     return summary;
+}
+
+TakeSummary TakeRunner::interrupted() {
+    TakeSummary nothing = failed("It was interrupted before the take began: nothing was recorded.");
+    nothing.status = "Interrupted";
+    return nothing;
 }
 
 TakeSummary TakeRunner::summary() {

@@ -77,6 +77,7 @@ private:
     void showStatus();
     void tellOfError(const std::optional<std::string>& error);
     TakeSummary failed(const std::string& sentence);
+    TakeSummary interrupted();
     TakeSummary summary();
     TakeFile fileOf(const URL& url, FileKind kind) const;
     Task<std::optional<std::string>> screenProblem();
