@@ -27,6 +27,10 @@ PortalFirstPicture::~PortalFirstPicture() {
     if (timer) pw_loop_destroy_source(loop, timer);
 }
 
+bool PortalFirstPicture::mayHalt(std::string_view streamName) {
+    return streamName.starts_with("kwin-screencast") || streamName.starts_with("meta-screen-cast");
+}
+
 void PortalFirstPicture::streamRuns(bool runs) {
     if (isHalted || hasCome || halts == static_cast<int>(kPatience.size())) return;
     expireIn(runs ? kPatience.at(static_cast<size_t>(halts)) : 0);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string_view>
+
 struct pw_loop;
 struct pw_stream;
 struct spa_source;
@@ -10,7 +12,9 @@ namespace vintra {
 /// still starting stays in PipeWire until the next picture, and there is none. So a stream that runs and has brought
 /// nothing is halted and resumed: for a desktop that is the beginning, at which it sends all there is to see.
 ///
-/// A few times at most, since a screen may have nothing to show. A stream that has brought a picture is left alone.
+/// A few times at most, since a screen may have nothing to show. A stream that has brought a picture is left alone. So
+/// are the streams of other desktops than KDE and GNOME: the portal of wlroots' compositors may crash when it is halted on
+/// a busy machine.
 /// Owned by the stream, on its thread.
 class PortalFirstPicture {
 public:
@@ -19,6 +23,9 @@ public:
     ~PortalFirstPicture();
     PortalFirstPicture(const PortalFirstPicture&) = delete;
     PortalFirstPicture& operator=(const PortalFirstPicture&) = delete;
+
+    /// Whether the sender of a stream of that name bears it, and begins anew.
+    static bool mayHalt(std::string_view streamName);
 
     void streamRuns(bool runs);
     void came();

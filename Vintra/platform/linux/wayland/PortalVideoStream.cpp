@@ -28,7 +28,8 @@ struct PortalVideoStream::Events {
         PortalVideoStream& owner = self(data);
         // The stream pauses while its size changes or the screen rests: there is no new frame until it resumes.
         owner.streaming = now == PW_STREAM_STATE_STREAMING;
-        if (owner.firstPicture) owner.firstPicture->streamRuns(owner.streaming);
+        if (owner.firstPicture && PortalFirstPicture::mayHalt(owner.nodeName()))
+            owner.firstPicture->streamRuns(owner.streaming);
         if (now == PW_STREAM_STATE_ERROR || now == PW_STREAM_STATE_UNCONNECTED)
             owner.streamEnded(now == PW_STREAM_STATE_ERROR, reason);
     }

@@ -1,3 +1,4 @@
+#include "Vintra/platform/linux/wayland/PortalFirstPicture.h"
 #include "tests/platform/linux/wayland/ScreenReceiver.h"
 
 #include <gtest/gtest.h>
@@ -18,6 +19,13 @@ bool leftAloneUntil(ScreenReceiver& receiver, milliseconds atMost, Condition hol
         receiver.stream().dispatch();
     }
     return true;
+}
+
+TEST(PortalFirstPicture, onlySendersThatBearItAreHalted) {
+    EXPECT_TRUE(PortalFirstPicture::mayHalt("kwin-screencast-DP-1"));
+    EXPECT_TRUE(PortalFirstPicture::mayHalt("meta-screen-cast-src"));
+    EXPECT_FALSE(PortalFirstPicture::mayHalt("xdpw-stream-abcdef"));
+    EXPECT_FALSE(PortalFirstPicture::mayHalt(""));
 }
 
 // Of a still screen, all there is to see is sent when the stream begins, and only then.

@@ -87,7 +87,7 @@ ScriptedScreen::~ScriptedScreen() {
 
 bool ScriptedScreen::publish() {
     stream = pw_stream_new_simple(
-        pw_thread_loop_get_loop(loop), "scripted screen",
+        pw_thread_loop_get_loop(loop), "kwin-screencast-scripted",
         pw_properties_new(PW_KEY_MEDIA_CLASS, "Video/Source", PW_KEY_NODE_VIRTUAL, "true", nullptr),
         &Events::table, this);
     if (!stream) return false;
