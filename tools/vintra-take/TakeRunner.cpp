@@ -142,7 +142,9 @@ Task<std::variant<TakeSummary, UsageError>> TakeRunner::run() {
     }
     if (*isInterrupted && !*manager->isRecording) {
         putOutputBack();
-        co_return interrupted();
+        TakeSummary nothing = interrupted();
+        if (*manager->lastError) nothing.lastError = **manager->lastError; // where the start was
+        co_return nothing;
     }
     if (*manager->isRecording) co_await recordUntilTheEnd();
     if (*manager->isRecording) co_await manager->stopRecording();

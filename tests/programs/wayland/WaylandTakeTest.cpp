@@ -246,7 +246,7 @@ TEST_F(WaylandTakeTest, anInterruptDuringTheDesktopsQuestionEndsTheStart) {
     EXPECT_EQ(take.wait(), 1);
     const Json json = Json::parse(text, nullptr, false);
     ASSERT_TRUE(json.is_object()) << text;
-    EXPECT_EQ(json["status"], "Failed to start");
+    EXPECT_EQ(json["status"], "Interrupted");
     EXPECT_EQ(json["lastError"], "The recording was ended before the desktop had granted the screen.");
     EXPECT_FALSE(std::filesystem::exists(movie("asked").path()));
 }
